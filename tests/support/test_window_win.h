@@ -1,0 +1,52 @@
+// A hidden top-level window of the test's own, and the pumping of its thread's messages.
+#pragma once
+
+#include <functional>
+
+#include <windows.h>
+
+namespace wendra {
+
+class TestWindow {
+ public:
+  // `onMessage` sees every message posted or sent to the window before its default handling.
+  using OnMessage = std::function<void(UINT, WPARAM, LPARAM)>;
+
+  explicit TestWindow(OnMessage onMessage = {}) : onMessage_(std::move(onMessage)) {
+    WNDCLASSEXW windowClass{};
+    windowClass.cbSize = sizeof(windowClass);
+    windowClass.lpfnWndProc = &TestWindow::Procedure;
+    windowClass.hInstance = GetModuleHandleW(nullptr);
+    windowClass.lpszClassName = L"WendraTestWindow";
+    RegisterClassExW(&windowClass);  // fails for the second window: the class is there already
+    handle_ = CreateWindowExW(0, L"WendraTestWindow", L"", WS_OVERLAPPEDWINDOW, 0, 0, 800, 600,
+                              nullptr, nullptr, windowClass.hInstance, nullptr);
+    SetWindowLongPtrW(handle_, GWLP_USERDATA, reinterpret_cast<LONG_PTR>(this));
+  }
+  ~TestWindow() {
+    SetWindowLongPtrW(handle_, GWLP_USERDATA, 0);
+    DestroyWindow(handle_);
+  }
+  TestWindow(const TestWindow&) = delete;
+  TestWindow& operator=(const TestWindow&) = delete;
+
+  HWND Handle() const { return handle_; }
+
+  // Dispatches what is in the queue now.
+  static void Pump() {
+    MSG message;
+    while (PeekMessageW(&message, nullptr, 0, 0, PM_REMOVE)) DispatchMessageW(&message);
+  }
+
+ private:
+  static LRESULT CALLBACK Procedure(HWND window, UINT message, WPARAM wparam, LPARAM lparam) {
+    auto* self = reinterpret_cast<TestWindow*>(GetWindowLongPtrW(window, GWLP_USERDATA));
+    if (self && self->onMessage_) self->onMessage_(message, wparam, lparam);
+    return DefWindowProcW(window, message, wparam, lparam);
+  }
+
+  const OnMessage onMessage_;
+  HWND handle_ = nullptr;
+};
+
+}  // namespace wendra

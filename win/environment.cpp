@@ -1,0 +1,25 @@
+#include "win/environment.h"
+
+#include <iterator>
+
+#include <windows.h>
+
+namespace wendra {
+
+std::wstring EnvironmentText(const wchar_t* name) {
+  wchar_t value[MAX_PATH];
+  const DWORD units = GetEnvironmentVariableW(name, value, static_cast<DWORD>(std::size(value)));
+  // A value that does not fit is not copied: the result then is the size it would need.
+  return units < std::size(value) ? std::wstring(value, units) : std::wstring();
+}
+
+std::wstring ExpandEnvironment(const wchar_t* text) {
+  const DWORD needed = ExpandEnvironmentStringsW(text, nullptr, 0);
+  std::wstring expanded(needed, L'\0');
+  const DWORD units = ExpandEnvironmentStringsW(text, expanded.data(), needed);
+  if (units == 0 || units > needed) return {};
+  expanded.resize(units - 1);  // the count includes the terminator
+  return expanded;
+}
+
+}  // namespace wendra

@@ -1,0 +1,43 @@
+#include "win/file.h"
+
+#include <algorithm>
+
+namespace wendra {
+
+FileHandle OpenForReading(const std::wstring& path) {
+  return FileHandle(CreateFileW(path.c_str(), GENERIC_READ,
+                                FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE, nullptr,
+                                OPEN_EXISTING, 0, nullptr));
+}
+
+FileHandle CreateForWriting(const std::wstring& path) {
+  return FileHandle(CreateFileW(path.c_str(), GENERIC_WRITE, 0, nullptr, CREATE_ALWAYS,
+                                FILE_ATTRIBUTE_NORMAL, nullptr));
+}
+
+std::optional<std::uint64_t> FileSize(const FileHandle& file) {
+  LARGE_INTEGER size;
+  if (!GetFileSizeEx(file.Get(), &size)) return std::nullopt;
+  return static_cast<std::uint64_t>(size.QuadPart);
+}
+
+std::string ReadBytes(const FileHandle& file, size_t bytes) {
+  constexpr size_t kLargestRead = size_t{1} << 30;  // ReadFile counts in 32 bits
+  std::string content(bytes, '\0');
+  size_t done = 0;
+  while (done < bytes) {
+    const auto wanted = static_cast<DWORD>(std::min(bytes - done, kLargestRead));
+    DWORD got = 0;
+    if (!ReadFile(file.Get(), content.data() + done, wanted, &got, nullptr) || got == 0) break;
+    done += got;
+  }
+  return content;
+}
+
+bool WriteBytes(const FileHandle& file, std::string_view text) {
+  const auto bytes = static_cast<DWORD>(text.size());
+  DWORD written = 0;
+  return WriteFile(file.Get(), text.data(), bytes, &written, nullptr) && written == bytes;
+}
+
+}  // namespace wendra

@@ -1,0 +1,23 @@
+// The private messages and timers of the main window, all in one table.
+//
+// | message                  | wParam | lParam                            | sender     | receiver |
+// |--------------------------|--------|-----------------------------------|------------|----------|
+// | kCreateWebViewMessage    | 0      | 0                                 | wWinMain   | webview  |
+// | kLogLineMessage          | 0      | owned std::string, one UTF-8 line | any thread | log      |
+//
+// An owned payload belongs to the window procedure as soon as the post has succeeded
+// (win/owned_message.h); it frees the payload whatever else it does with it.
+#pragma once
+
+#include <windows.h>
+
+namespace wendra {
+
+inline constexpr UINT kCreateWebViewMessage = WM_APP + 4;
+inline constexpr UINT kLogLineMessage = WM_APP + 5;
+
+// Looks every two seconds whether config.json has changed.
+inline constexpr UINT_PTR kConfigWatchTimer = 1;
+inline constexpr UINT kConfigWatchPeriodMs = 2000;
+
+}  // namespace wendra
