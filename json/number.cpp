@@ -1,0 +1,115 @@
+#include "json/number.h"
+
+#include <charconv>
+#include <cmath>
+#include <cstdint>
+#include <stdexcept>
+#include <system_error>
+
+namespace wendra {
+
+namespace {
+
+// Up to here every integer is a double of its own, and every power of ten too: one multiplication
+// or division of two exact doubles is rounded once, so its result is the correctly rounded one.
+constexpr std::uint64_t kMaxExactInteger = std::uint64_t{1} << 53;
+constexpr double kExactPowersOfTen[] = {1e0,  1e1,  1e2,  1e3,  1e4,  1e5,  1e6,  1e7,
+                                        1e8,  1e9,  1e10, 1e11, 1e12, 1e13, 1e14, 1e15,
+                                        1e16, 1e17, 1e18, 1e19, 1e20, 1e21, 1e22};
+constexpr std::int64_t kMaxExactPower = 22;
+
+// More digits than this may not fit into 64 bits.
+constexpr int kMaxDigits = 19;
+
+// Beyond this an exponent is only "large": no text has the digits to make up for it, and counting
+// on would overflow.
+constexpr std::int64_t kLargeExponent = 100'000'000'000'000'000;
+
+bool IsDigit(char c) { return static_cast<unsigned char>(c - '0') < 10; }
+
+// The digits of a literal as they are being read: digits * 10^power, if there are few enough.
+struct Decimal {
+  std::uint64_t digits = 0;
+  int count = 0;  // of digits since the first that is not zero; stops counting above kMaxDigits
+  std::int64_t power = 0;
+
+  void Take(char digit) {
+    if (count > kMaxDigits) return;
+    count += count != 0 || digit != '0';
+    digits = digits * 10 + static_cast<unsigned>(digit - '0');
+  }
+  bool IsZero() const { return count == 0; }
+};
+
+[[noreturn]] void ThrowOutOfRange() { throw std::out_of_range("stod argument out of range"); }
+
+// The grammar has been checked, so there is always something to convert: the failure that the
+// standard conversion has for "no conversion" (std::invalid_argument, "invalid stod argument")
+// cannot come up.
+double ConvertSlowly(const char* begin, const char* end) {
+  double value = 0;
+  const std::from_chars_result result = std::from_chars(begin, end, value);
+  // Libraries differ in what they store and report at both ends of the range.
+  if (result.ec != std::errc() || std::isinf(value) || value == 0) ThrowOutOfRange();
+  return value;
+}
+
+double Convert(const Decimal& decimal, const char* begin, const char* end) {
+  const double sign = *begin == '-' ? -1.0 : 1.0;
+  if (decimal.IsZero()) return sign * 0.0;
+  if (decimal.count <= kMaxDigits && decimal.digits <= kMaxExactInteger) {
+    const double digits = sign * static_cast<double>(decimal.digits);
+    if (decimal.power == 0) return digits;
+    if (0 < decimal.power && decimal.power <= kMaxExactPower) {
+      return digits * kExactPowersOfTen[decimal.power];
+    }
+    if (-kMaxExactPower <= decimal.power && decimal.power < 0) {
+      return digits / kExactPowersOfTen[-decimal.power];
+    }
+  }
+  return ConvertSlowly(begin, end);
+}
+
+// Reads digits as long as there are any; where they end.
+const char* ReadDigits(const char* at, const char* end, Decimal& decimal) {
+  for (; at != end && IsDigit(*at); ++at) decimal.Take(*at);
+  return at;
+}
+
+// Reads what follows the "e"; null if that is no exponent.
+const char* ReadExponent(const char* at, const char* end, Decimal& decimal) {
+  const bool negative = at != end && *at == '-';
+  if (at != end && (*at == '-' || *at == '+')) ++at;
+  if (at == end || !IsDigit(*at)) return nullptr;
+  std::int64_t exponent = 0;
+  for (; at != end && IsDigit(*at); ++at) {
+    if (exponent < kLargeExponent) exponent = exponent * 10 + (*at - '0');
+  }
+  decimal.power += negative ? -exponent : exponent;
+  return at;
+}
+
+}  // namespace
+
+const char* ReadNumber(const char* begin, const char* end, double& value) {
+  Decimal decimal;
+  const char* at = begin;
+  if (at != end && *at == '-') ++at;
+  const char* const integer = at;
+  at = ReadDigits(at, end, decimal);
+  if (at == integer) return nullptr;
+  if (at != end && *at == '.') {
+    const char* const fraction = at + 1;
+    at = ReadDigits(fraction, end, decimal);
+    if (at == fraction) return nullptr;
+    decimal.power = fraction - at;
+  }
+  if (at != end && (*at == 'e' || *at == 'E')) {
+    at = ReadExponent(at + 1, end, decimal);
+    if (!at) return nullptr;
+  }
+  value = Convert(decimal, begin, at);
+  return at;
+}
+
+}  // namespace wendra

@@ -1,0 +1,53 @@
+#include <gtest/gtest.h>
+
+#include <barrier>
+#include <cstddef>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "json/json.h"
+
+namespace wendra {
+namespace {
+
+// Meant for ThreadSanitizer; without it, wrong results would still show.
+TEST(JsonThreads, ReadCopyAndWriteAtOnce) {
+  constexpr int kThreads = 4;
+  constexpr int kRounds = 200;
+  std::string text = "[";
+  for (int i = 0; i < 100; ++i) {
+    text += R"({"name":"tool\u00e9\n","size":)" + std::to_string(i * 7919) +
+            R"(.25,"list":[1,2.5e-7,123456789.123456789],"on":true},)";
+  }
+  text += "null]";
+
+  Json shared;
+  ASSERT_TRUE(Parse(text, shared));
+  std::string want;
+  Serialize(shared, want);
+
+  std::barrier start(kThreads);
+  std::vector<int> good(kThreads, 0);
+  std::vector<std::thread> threads;
+  for (std::size_t id = 0; id < kThreads; ++id) {
+    threads.emplace_back([&, id] {
+      start.arrive_and_wait();
+      for (int round = 0; round < kRounds; ++round) {
+        Json own;
+        const bool read = Parse(text, own);
+        std::string written;
+        Serialize(own, written);
+        const Json copy(shared);  // reading one value from several threads is no change of it
+        std::string copied;
+        Serialize(copy, copied);
+        good[id] += read && written == want && copied == want && shared.items[7].Find("on");
+      }
+    });
+  }
+  for (std::thread& thread : threads) thread.join();
+  for (const int count : good) EXPECT_EQ(count, kRounds);
+}
+
+}  // namespace
+}  // namespace wendra
