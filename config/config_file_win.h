@@ -1,0 +1,52 @@
+// config.json as a file: where it is, its default, how it is read and replaced.
+// UI thread. Reads the disk every time; nothing is cached.
+#pragma once
+
+#include <string>
+#include <string_view>
+
+#include "base/log.h"
+#include "config/server_choice.h"
+
+namespace wendra {
+
+// ".config\wendra\config.json" below the user's profile folder; the folder need not exist.
+std::wstring ConfigFilePath();
+
+class ConfigFile : public ServerStore {
+ public:
+  // Borrows `log`. `path` is the file's full path, normally ConfigFilePath().
+  ConfigFile(std::wstring path, Log& log) : path_(std::move(path)), log_(log) {}
+
+  const std::wstring& Path() const { return path_; }
+  std::string ConfigPathText() override;
+
+  // The folder part of the path; "" when it has none.
+  std::wstring ConfigDirectory() const;
+
+  // Writes the default content when the file is missing, a directory, unreadable or empty, and logs
+  // that. Failures are not reported: the next reading tells.
+  void EnsureDefaultConfig();
+
+  // The whole file, at most 1 MiB, no byte-order mark stripped; missing, unreadable or larger
+  // gives "".
+  std::string ReadConfigText() override;
+
+  // Replaces the whole content through a temporary file beside it, so that a reader sees the old
+  // or the new text and never a part. False when the temporary file cannot be created; the real
+  // file then is untouched. A later failure (disk full, target locked) also leaves the real file
+  // as it was, but is not reported.
+  bool WriteConfigAtomically(std::string_view text);
+
+  // Stores `url` as "server" and keeps every other member; logs the outcome.
+  void SaveChosenServer(std::string_view url) override;
+
+ private:
+  bool HasContent() const;
+  void CreateDirectories() const;
+
+  const std::wstring path_;
+  Log& log_;
+};
+
+}  // namespace wendra

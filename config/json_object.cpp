@@ -1,0 +1,18 @@
+#include "config/json_object.h"
+
+#include <stdexcept>
+
+namespace wendra {
+
+std::optional<Json> ParseJsonObject(std::string_view text) {
+  Json value;
+  try {
+    if (!Parse(text, value)) return std::nullopt;
+  } catch (const std::out_of_range&) {  // a number like 1e400: such a text does not parse
+    return std::nullopt;
+  }
+  if (value.kind != kJsonObject) return std::nullopt;
+  return value;
+}
+
+}  // namespace wendra

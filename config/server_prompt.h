@@ -1,0 +1,23 @@
+// Asking the user for the server, when no other source names one.
+#pragma once
+
+#include <string>
+
+namespace wendra {
+
+class ServerPrompt {
+ public:
+  virtual ~ServerPrompt() = default;
+
+  // An address that has passed NormalizeServerInput, ParseHttpUrl and IsAllowedServerUrl, or ""
+  // when the user cancelled. UI thread; returns when the user has decided.
+  virtual std::string Ask() = 0;
+};
+
+// Cancels at once: the program cannot ask yet.
+class CancelledPrompt : public ServerPrompt {
+ public:
+  std::string Ask() override { return {}; }
+};
+
+}  // namespace wendra
