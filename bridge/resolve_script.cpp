@@ -1,0 +1,14 @@
+#include "bridge/resolve_script.h"
+
+namespace wendra {
+
+std::string ResolveScript(std::string_view reqId, Outcome outcome, const Json& value) {
+  std::string script = "window.__wendra && window.__wendra.__resolve ? window.__wendra.__resolve('";
+  script += reqId;
+  script += outcome == Outcome::kSucceeded ? "', 1, " : "', 0, ";
+  Serialize(value, script);
+  script += ") : 0;";
+  return script;
+}
+
+}  // namespace wendra
