@@ -1,0 +1,341 @@
+// The WebView2 interfaces that this program calls, and those that it implements, declared by hand.
+//
+// Names, slot order and identifiers are those of the platform (Microsoft's published reference;
+// the interfaces are frozen since their first release). The order of the methods is the binary
+// interface: never move, add or leave out one. tests/runtime/ counts the slots.
+//
+// Rules of the platform that the declarations cannot say:
+// - All calls and all callbacks happen on the one thread that made the environment; it must pump
+//   messages, and callbacks come from its pump.
+// - Texts given to a call are copied by the callee. Texts that come back (`LPWSTR*`) belong to the
+//   caller, who frees them with CoTaskMemFree; after a failure there is nothing to free.
+// - Interface pointers that come back (`**`) are references the caller releases. Pointers given to
+//   Invoke are lent for the call.
+// - A `remove_` method takes the 8 bytes of the token by value.
+#pragma once
+
+#include <windows.h>
+
+#include <eventtoken.h>
+#include <oaidl.h>
+#include <objidl.h>
+#include <unknwn.h>
+
+struct ICoreWebView2;
+struct ICoreWebView2AcceleratorKeyPressedEventHandler;
+struct ICoreWebView2AddScriptToExecuteOnDocumentCreatedCompletedHandler;
+struct ICoreWebView2CallDevToolsProtocolMethodCompletedHandler;
+struct ICoreWebView2CapturePreviewCompletedHandler;
+struct ICoreWebView2ContainsFullScreenElementChangedEventHandler;
+struct ICoreWebView2ContentLoadingEventHandler;
+struct ICoreWebView2Controller;
+struct ICoreWebView2CreateCoreWebView2ControllerCompletedHandler;
+struct ICoreWebView2Deferral;
+struct ICoreWebView2DevToolsProtocolEventReceiver;
+struct ICoreWebView2DocumentTitleChangedEventHandler;
+struct ICoreWebView2Environment;
+struct ICoreWebView2ExecuteScriptCompletedHandler;
+struct ICoreWebView2FocusChangedEventHandler;
+struct ICoreWebView2HistoryChangedEventHandler;
+struct ICoreWebView2HttpRequestHeaders;
+struct ICoreWebView2MoveFocusRequestedEventHandler;
+struct ICoreWebView2NavigationCompletedEventHandler;
+struct ICoreWebView2NavigationStartingEventArgs;
+struct ICoreWebView2NavigationStartingEventHandler;
+struct ICoreWebView2NewBrowserVersionAvailableEventHandler;
+struct ICoreWebView2NewWindowRequestedEventArgs;
+struct ICoreWebView2NewWindowRequestedEventHandler;
+struct ICoreWebView2PermissionRequestedEventHandler;
+struct ICoreWebView2ProcessFailedEventHandler;
+struct ICoreWebView2ScriptDialogOpeningEventHandler;
+struct ICoreWebView2Settings;
+struct ICoreWebView2SourceChangedEventHandler;
+struct ICoreWebView2WebMessageReceivedEventArgs;
+struct ICoreWebView2WebMessageReceivedEventHandler;
+struct ICoreWebView2WebResourceRequestedEventHandler;
+struct ICoreWebView2WebResourceResponse;
+struct ICoreWebView2WindowCloseRequestedEventHandler;
+struct ICoreWebView2WindowFeatures;
+struct ICoreWebView2ZoomFactorChangedEventHandler;
+struct ICoreWebView2CreateCoreWebView2EnvironmentCompletedHandler;
+struct ICoreWebView2EnvironmentOptions;
+
+enum COREWEBVIEW2_MOVE_FOCUS_REASON : int {
+  COREWEBVIEW2_MOVE_FOCUS_REASON_PROGRAMMATIC = 0,
+  COREWEBVIEW2_MOVE_FOCUS_REASON_NEXT = 1,
+  COREWEBVIEW2_MOVE_FOCUS_REASON_PREVIOUS = 2,
+};
+// Named by slots that nobody here calls; four bytes each.
+enum COREWEBVIEW2_CAPTURE_PREVIEW_IMAGE_FORMAT : int;
+enum COREWEBVIEW2_WEB_RESOURCE_CONTEXT : int;
+
+// Makes controllers; one per user data folder.
+struct ICoreWebView2Environment : public IUnknown {
+  virtual HRESULT STDMETHODCALLTYPE CreateCoreWebView2Controller(
+      HWND parentWindow, ICoreWebView2CreateCoreWebView2ControllerCompletedHandler* handler) = 0;
+  virtual HRESULT STDMETHODCALLTYPE
+  CreateWebResourceResponse(IStream* content, int statusCode, LPCWSTR reasonPhrase, LPCWSTR headers,
+                            ICoreWebView2WebResourceResponse** response) = 0;
+  virtual HRESULT STDMETHODCALLTYPE get_BrowserVersionString(LPWSTR* versionInfo) = 0;
+  virtual HRESULT STDMETHODCALLTYPE
+  add_NewBrowserVersionAvailable(ICoreWebView2NewBrowserVersionAvailableEventHandler* eventHandler,
+                                 EventRegistrationToken* token) = 0;
+  virtual HRESULT STDMETHODCALLTYPE
+  remove_NewBrowserVersionAvailable(EventRegistrationToken token) = 0;
+};
+
+// One control in one window: place, visibility, focus, end of life.
+struct ICoreWebView2Controller : public IUnknown {
+  virtual HRESULT STDMETHODCALLTYPE get_IsVisible(BOOL* isVisible) = 0;
+  virtual HRESULT STDMETHODCALLTYPE put_IsVisible(BOOL isVisible) = 0;
+  virtual HRESULT STDMETHODCALLTYPE get_Bounds(RECT* bounds) = 0;
+  virtual HRESULT STDMETHODCALLTYPE put_Bounds(RECT bounds) = 0;
+  virtual HRESULT STDMETHODCALLTYPE get_ZoomFactor(double* zoomFactor) = 0;
+  virtual HRESULT STDMETHODCALLTYPE put_ZoomFactor(double zoomFactor) = 0;
+  virtual HRESULT STDMETHODCALLTYPE add_ZoomFactorChanged(
+      ICoreWebView2ZoomFactorChangedEventHandler* eventHandler, EventRegistrationToken* token) = 0;
+  virtual HRESULT STDMETHODCALLTYPE remove_ZoomFactorChanged(EventRegistrationToken token) = 0;
+  virtual HRESULT STDMETHODCALLTYPE SetBoundsAndZoomFactor(RECT bounds, double zoomFactor) = 0;
+  virtual HRESULT STDMETHODCALLTYPE MoveFocus(COREWEBVIEW2_MOVE_FOCUS_REASON reason) = 0;
+  virtual HRESULT STDMETHODCALLTYPE add_MoveFocusRequested(
+      ICoreWebView2MoveFocusRequestedEventHandler* eventHandler, EventRegistrationToken* token) = 0;
+  virtual HRESULT STDMETHODCALLTYPE remove_MoveFocusRequested(EventRegistrationToken token) = 0;
+  virtual HRESULT STDMETHODCALLTYPE add_GotFocus(
+      ICoreWebView2FocusChangedEventHandler* eventHandler, EventRegistrationToken* token) = 0;
+  virtual HRESULT STDMETHODCALLTYPE remove_GotFocus(EventRegistrationToken token) = 0;
+  virtual HRESULT STDMETHODCALLTYPE add_LostFocus(
+      ICoreWebView2FocusChangedEventHandler* eventHandler, EventRegistrationToken* token) = 0;
+  virtual HRESULT STDMETHODCALLTYPE remove_LostFocus(EventRegistrationToken token) = 0;
+  virtual HRESULT STDMETHODCALLTYPE
+  add_AcceleratorKeyPressed(ICoreWebView2AcceleratorKeyPressedEventHandler* eventHandler,
+                            EventRegistrationToken* token) = 0;
+  virtual HRESULT STDMETHODCALLTYPE remove_AcceleratorKeyPressed(EventRegistrationToken token) = 0;
+  virtual HRESULT STDMETHODCALLTYPE get_ParentWindow(HWND* parentWindow) = 0;
+  virtual HRESULT STDMETHODCALLTYPE put_ParentWindow(HWND parentWindow) = 0;
+  virtual HRESULT STDMETHODCALLTYPE NotifyParentWindowPositionChanged() = 0;
+  virtual HRESULT STDMETHODCALLTYPE Close() = 0;
+  virtual HRESULT STDMETHODCALLTYPE get_CoreWebView2(ICoreWebView2** coreWebView2) = 0;
+};
+
+// The page of a controller.
+struct ICoreWebView2 : public IUnknown {
+  virtual HRESULT STDMETHODCALLTYPE get_Settings(ICoreWebView2Settings** settings) = 0;
+  virtual HRESULT STDMETHODCALLTYPE get_Source(LPWSTR* uri) = 0;
+  virtual HRESULT STDMETHODCALLTYPE Navigate(LPCWSTR uri) = 0;
+  virtual HRESULT STDMETHODCALLTYPE NavigateToString(LPCWSTR htmlContent) = 0;
+  virtual HRESULT STDMETHODCALLTYPE add_NavigationStarting(
+      ICoreWebView2NavigationStartingEventHandler* eventHandler, EventRegistrationToken* token) = 0;
+  virtual HRESULT STDMETHODCALLTYPE remove_NavigationStarting(EventRegistrationToken token) = 0;
+  virtual HRESULT STDMETHODCALLTYPE add_ContentLoading(
+      ICoreWebView2ContentLoadingEventHandler* eventHandler, EventRegistrationToken* token) = 0;
+  virtual HRESULT STDMETHODCALLTYPE remove_ContentLoading(EventRegistrationToken token) = 0;
+  virtual HRESULT STDMETHODCALLTYPE add_SourceChanged(
+      ICoreWebView2SourceChangedEventHandler* eventHandler, EventRegistrationToken* token) = 0;
+  virtual HRESULT STDMETHODCALLTYPE remove_SourceChanged(EventRegistrationToken token) = 0;
+  virtual HRESULT STDMETHODCALLTYPE add_HistoryChanged(
+      ICoreWebView2HistoryChangedEventHandler* eventHandler, EventRegistrationToken* token) = 0;
+  virtual HRESULT STDMETHODCALLTYPE remove_HistoryChanged(EventRegistrationToken token) = 0;
+  virtual HRESULT STDMETHODCALLTYPE
+  add_NavigationCompleted(ICoreWebView2NavigationCompletedEventHandler* eventHandler,
+                          EventRegistrationToken* token) = 0;
+  virtual HRESULT STDMETHODCALLTYPE remove_NavigationCompleted(EventRegistrationToken token) = 0;
+  virtual HRESULT STDMETHODCALLTYPE add_FrameNavigationStarting(
+      ICoreWebView2NavigationStartingEventHandler* eventHandler, EventRegistrationToken* token) = 0;
+  virtual HRESULT STDMETHODCALLTYPE
+  remove_FrameNavigationStarting(EventRegistrationToken token) = 0;
+  virtual HRESULT STDMETHODCALLTYPE
+  add_FrameNavigationCompleted(ICoreWebView2NavigationCompletedEventHandler* eventHandler,
+                               EventRegistrationToken* token) = 0;
+  virtual HRESULT STDMETHODCALLTYPE
+  remove_FrameNavigationCompleted(EventRegistrationToken token) = 0;
+  virtual HRESULT STDMETHODCALLTYPE
+  add_ScriptDialogOpening(ICoreWebView2ScriptDialogOpeningEventHandler* eventHandler,
+                          EventRegistrationToken* token) = 0;
+  virtual HRESULT STDMETHODCALLTYPE remove_ScriptDialogOpening(EventRegistrationToken token) = 0;
+  virtual HRESULT STDMETHODCALLTYPE
+  add_PermissionRequested(ICoreWebView2PermissionRequestedEventHandler* eventHandler,
+                          EventRegistrationToken* token) = 0;
+  virtual HRESULT STDMETHODCALLTYPE remove_PermissionRequested(EventRegistrationToken token) = 0;
+  virtual HRESULT STDMETHODCALLTYPE add_ProcessFailed(
+      ICoreWebView2ProcessFailedEventHandler* eventHandler, EventRegistrationToken* token) = 0;
+  virtual HRESULT STDMETHODCALLTYPE remove_ProcessFailed(EventRegistrationToken token) = 0;
+  virtual HRESULT STDMETHODCALLTYPE AddScriptToExecuteOnDocumentCreated(
+      LPCWSTR javaScript,
+      ICoreWebView2AddScriptToExecuteOnDocumentCreatedCompletedHandler* handler) = 0;
+  virtual HRESULT STDMETHODCALLTYPE RemoveScriptToExecuteOnDocumentCreated(LPCWSTR id) = 0;
+  virtual HRESULT STDMETHODCALLTYPE
+  ExecuteScript(LPCWSTR javaScript, ICoreWebView2ExecuteScriptCompletedHandler* handler) = 0;
+  virtual HRESULT STDMETHODCALLTYPE
+  CapturePreview(COREWEBVIEW2_CAPTURE_PREVIEW_IMAGE_FORMAT imageFormat, IStream* imageStream,
+                 ICoreWebView2CapturePreviewCompletedHandler* handler) = 0;
+  virtual HRESULT STDMETHODCALLTYPE Reload() = 0;
+  virtual HRESULT STDMETHODCALLTYPE PostWebMessageAsJson(LPCWSTR webMessageAsJson) = 0;
+  virtual HRESULT STDMETHODCALLTYPE PostWebMessageAsString(LPCWSTR webMessageAsString) = 0;
+  virtual HRESULT STDMETHODCALLTYPE add_WebMessageReceived(
+      ICoreWebView2WebMessageReceivedEventHandler* handler, EventRegistrationToken* token) = 0;
+  virtual HRESULT STDMETHODCALLTYPE remove_WebMessageReceived(EventRegistrationToken token) = 0;
+  virtual HRESULT STDMETHODCALLTYPE
+  CallDevToolsProtocolMethod(LPCWSTR methodName, LPCWSTR parametersAsJson,
+                             ICoreWebView2CallDevToolsProtocolMethodCompletedHandler* handler) = 0;
+  virtual HRESULT STDMETHODCALLTYPE get_BrowserProcessId(UINT32* value) = 0;
+  virtual HRESULT STDMETHODCALLTYPE get_CanGoBack(BOOL* canGoBack) = 0;
+  virtual HRESULT STDMETHODCALLTYPE get_CanGoForward(BOOL* canGoForward) = 0;
+  virtual HRESULT STDMETHODCALLTYPE GoBack() = 0;
+  virtual HRESULT STDMETHODCALLTYPE GoForward() = 0;
+  virtual HRESULT STDMETHODCALLTYPE GetDevToolsProtocolEventReceiver(
+      LPCWSTR eventName, ICoreWebView2DevToolsProtocolEventReceiver** receiver) = 0;
+  virtual HRESULT STDMETHODCALLTYPE Stop() = 0;
+  virtual HRESULT STDMETHODCALLTYPE add_NewWindowRequested(
+      ICoreWebView2NewWindowRequestedEventHandler* eventHandler, EventRegistrationToken* token) = 0;
+  virtual HRESULT STDMETHODCALLTYPE remove_NewWindowRequested(EventRegistrationToken token) = 0;
+  virtual HRESULT STDMETHODCALLTYPE
+  add_DocumentTitleChanged(ICoreWebView2DocumentTitleChangedEventHandler* eventHandler,
+                           EventRegistrationToken* token) = 0;
+  virtual HRESULT STDMETHODCALLTYPE remove_DocumentTitleChanged(EventRegistrationToken token) = 0;
+  virtual HRESULT STDMETHODCALLTYPE get_DocumentTitle(LPWSTR* title) = 0;
+  virtual HRESULT STDMETHODCALLTYPE AddHostObjectToScript(LPCWSTR name, VARIANT* object) = 0;
+  virtual HRESULT STDMETHODCALLTYPE RemoveHostObjectFromScript(LPCWSTR name) = 0;
+  virtual HRESULT STDMETHODCALLTYPE OpenDevToolsWindow() = 0;
+  virtual HRESULT STDMETHODCALLTYPE add_ContainsFullScreenElementChanged(
+      ICoreWebView2ContainsFullScreenElementChangedEventHandler* eventHandler,
+      EventRegistrationToken* token) = 0;
+  virtual HRESULT STDMETHODCALLTYPE
+  remove_ContainsFullScreenElementChanged(EventRegistrationToken token) = 0;
+  virtual HRESULT STDMETHODCALLTYPE
+  get_ContainsFullScreenElement(BOOL* containsFullScreenElement) = 0;
+  virtual HRESULT STDMETHODCALLTYPE
+  add_WebResourceRequested(ICoreWebView2WebResourceRequestedEventHandler* eventHandler,
+                           EventRegistrationToken* token) = 0;
+  virtual HRESULT STDMETHODCALLTYPE remove_WebResourceRequested(EventRegistrationToken token) = 0;
+  virtual HRESULT STDMETHODCALLTYPE
+  AddWebResourceRequestedFilter(LPCWSTR uri, COREWEBVIEW2_WEB_RESOURCE_CONTEXT resourceContext) = 0;
+  virtual HRESULT STDMETHODCALLTYPE RemoveWebResourceRequestedFilter(
+      LPCWSTR uri, COREWEBVIEW2_WEB_RESOURCE_CONTEXT resourceContext) = 0;
+  virtual HRESULT STDMETHODCALLTYPE
+  add_WindowCloseRequested(ICoreWebView2WindowCloseRequestedEventHandler* eventHandler,
+                           EventRegistrationToken* token) = 0;
+  virtual HRESULT STDMETHODCALLTYPE remove_WindowCloseRequested(EventRegistrationToken token) = 0;
+};
+
+// A navigation of the top-level document that is about to begin.
+struct ICoreWebView2NavigationStartingEventArgs : public IUnknown {
+  virtual HRESULT STDMETHODCALLTYPE get_Uri(LPWSTR* uri) = 0;
+  virtual HRESULT STDMETHODCALLTYPE get_IsUserInitiated(BOOL* isUserInitiated) = 0;
+  virtual HRESULT STDMETHODCALLTYPE get_IsRedirected(BOOL* isRedirected) = 0;
+  virtual HRESULT STDMETHODCALLTYPE
+  get_RequestHeaders(ICoreWebView2HttpRequestHeaders** requestHeaders) = 0;
+  virtual HRESULT STDMETHODCALLTYPE get_Cancel(BOOL* cancel) = 0;
+  virtual HRESULT STDMETHODCALLTYPE put_Cancel(BOOL cancel) = 0;
+  virtual HRESULT STDMETHODCALLTYPE get_NavigationId(UINT64* navigationId) = 0;
+};
+
+// The page asks for a window. Mind the order: here put comes before get.
+struct ICoreWebView2NewWindowRequestedEventArgs : public IUnknown {
+  virtual HRESULT STDMETHODCALLTYPE get_Uri(LPWSTR* uri) = 0;
+  virtual HRESULT STDMETHODCALLTYPE put_NewWindow(ICoreWebView2* newWindow) = 0;
+  virtual HRESULT STDMETHODCALLTYPE get_NewWindow(ICoreWebView2** newWindow) = 0;
+  virtual HRESULT STDMETHODCALLTYPE put_Handled(BOOL handled) = 0;
+  virtual HRESULT STDMETHODCALLTYPE get_Handled(BOOL* handled) = 0;
+  virtual HRESULT STDMETHODCALLTYPE get_IsUserInitiated(BOOL* isUserInitiated) = 0;
+  virtual HRESULT STDMETHODCALLTYPE GetDeferral(ICoreWebView2Deferral** deferral) = 0;
+  virtual HRESULT STDMETHODCALLTYPE get_WindowFeatures(ICoreWebView2WindowFeatures** value) = 0;
+};
+
+// What the page gave to chrome.webview.postMessage.
+struct ICoreWebView2WebMessageReceivedEventArgs : public IUnknown {
+  virtual HRESULT STDMETHODCALLTYPE get_Source(LPWSTR* value) = 0;
+  virtual HRESULT STDMETHODCALLTYPE get_WebMessageAsJson(LPWSTR* value) = 0;
+  virtual HRESULT STDMETHODCALLTYPE TryGetWebMessageAsString(LPWSTR* value) = 0;
+};
+
+struct ICoreWebView2CreateCoreWebView2EnvironmentCompletedHandler : public IUnknown {
+  virtual HRESULT STDMETHODCALLTYPE Invoke(HRESULT errorCode, ICoreWebView2Environment* result) = 0;
+};
+
+struct ICoreWebView2CreateCoreWebView2ControllerCompletedHandler : public IUnknown {
+  virtual HRESULT STDMETHODCALLTYPE Invoke(HRESULT errorCode, ICoreWebView2Controller* result) = 0;
+};
+
+struct ICoreWebView2AddScriptToExecuteOnDocumentCreatedCompletedHandler : public IUnknown {
+  virtual HRESULT STDMETHODCALLTYPE Invoke(HRESULT errorCode, LPCWSTR result) = 0;
+};
+
+struct ICoreWebView2ExecuteScriptCompletedHandler : public IUnknown {
+  virtual HRESULT STDMETHODCALLTYPE Invoke(HRESULT errorCode, LPCWSTR result) = 0;
+};
+
+struct ICoreWebView2WebMessageReceivedEventHandler : public IUnknown {
+  virtual HRESULT STDMETHODCALLTYPE Invoke(ICoreWebView2* sender,
+                                           ICoreWebView2WebMessageReceivedEventArgs* args) = 0;
+};
+
+struct ICoreWebView2NewWindowRequestedEventHandler : public IUnknown {
+  virtual HRESULT STDMETHODCALLTYPE Invoke(ICoreWebView2* sender,
+                                           ICoreWebView2NewWindowRequestedEventArgs* args) = 0;
+};
+
+struct ICoreWebView2NavigationStartingEventHandler : public IUnknown {
+  virtual HRESULT STDMETHODCALLTYPE Invoke(ICoreWebView2* sender,
+                                           ICoreWebView2NavigationStartingEventArgs* args) = 0;
+};
+
+// Exported by WebView2Loader.dll. UI thread, in a single-threaded apartment. Any of the first three
+// may be null. Either the return value is a failure, or `handler` is invoked exactly once, possibly
+// with a failure and null, and possibly before this returns. Without an installed runtime it
+// returns HRESULT_FROM_WIN32(ERROR_FILE_NOT_FOUND) and never invokes.
+extern "C" HRESULT STDMETHODCALLTYPE CreateCoreWebView2EnvironmentWithOptions(
+    PCWSTR browserExecutableFolder, PCWSTR userDataFolder,
+    ICoreWebView2EnvironmentOptions* environmentOptions,
+    ICoreWebView2CreateCoreWebView2EnvironmentCompletedHandler* handler);
+
+namespace wendra {
+
+// The identifier of a COM interface, as `kIidOf<ICoreWebView2>`. An interface that is not listed
+// here does not compile. (Kept apart from the compilers' own, incompatible, ways of attaching one.)
+template <typename Interface>
+inline constexpr GUID kIidOf = Interface::kHasNoIdentifierHere;
+
+template <>
+inline constexpr GUID kIidOf<IUnknown> = {
+    0x00000000, 0x0000, 0x0000, {0xc0, 0x00, 0x00, 0x00, 0x00, 0x00, 0x00, 0x46}};
+template <>
+inline constexpr GUID kIidOf<ICoreWebView2Environment> = {
+    0xb96d755e, 0x0319, 0x4e92, {0xa2, 0x96, 0x23, 0x43, 0x6f, 0x46, 0xa1, 0xfc}};
+template <>
+inline constexpr GUID kIidOf<ICoreWebView2Controller> = {
+    0x4d00c0d1, 0x9434, 0x4eb6, {0x80, 0x78, 0x86, 0x97, 0xa5, 0x60, 0x33, 0x4f}};
+template <>
+inline constexpr GUID kIidOf<ICoreWebView2> = {
+    0x76eceacb, 0x0462, 0x4d94, {0xac, 0x83, 0x42, 0x3a, 0x67, 0x93, 0x77, 0x5e}};
+template <>
+inline constexpr GUID kIidOf<ICoreWebView2NavigationStartingEventArgs> = {
+    0x5b495469, 0xe119, 0x438a, {0x9b, 0x18, 0x76, 0x04, 0xf2, 0x5f, 0x2e, 0x49}};
+template <>
+inline constexpr GUID kIidOf<ICoreWebView2NewWindowRequestedEventArgs> = {
+    0x34acb11c, 0xfc37, 0x4418, {0x91, 0x32, 0xf9, 0xc2, 0x1d, 0x1e, 0xaf, 0xb9}};
+template <>
+inline constexpr GUID kIidOf<ICoreWebView2WebMessageReceivedEventArgs> = {
+    0x0f99a40c, 0xe962, 0x4207, {0x9e, 0x92, 0xe3, 0xd5, 0x42, 0xef, 0xf8, 0x49}};
+template <>
+inline constexpr GUID kIidOf<ICoreWebView2CreateCoreWebView2EnvironmentCompletedHandler> = {
+    0x4e8a3389, 0xc9d8, 0x4bd2, {0xb6, 0xb5, 0x12, 0x4f, 0xee, 0x6c, 0xc1, 0x4d}};
+template <>
+inline constexpr GUID kIidOf<ICoreWebView2CreateCoreWebView2ControllerCompletedHandler> = {
+    0x6c4819f3, 0xc9b7, 0x4260, {0x81, 0x27, 0xc9, 0xf5, 0xbd, 0xe7, 0xf6, 0x8c}};
+template <>
+inline constexpr GUID kIidOf<ICoreWebView2AddScriptToExecuteOnDocumentCreatedCompletedHandler> = {
+    0xb99369f3, 0x9b11, 0x47b5, {0xbc, 0x6f, 0x8e, 0x78, 0x95, 0xfc, 0xea, 0x17}};
+template <>
+inline constexpr GUID kIidOf<ICoreWebView2ExecuteScriptCompletedHandler> = {
+    0x49511172, 0xcc67, 0x4bca, {0x99, 0x23, 0x13, 0x71, 0x12, 0xf4, 0xc4, 0xcc}};
+template <>
+inline constexpr GUID kIidOf<ICoreWebView2WebMessageReceivedEventHandler> = {
+    0x57213f19, 0x00e6, 0x49fa, {0x8e, 0x07, 0x89, 0x8e, 0xa0, 0x1e, 0xcb, 0xd2}};
+template <>
+inline constexpr GUID kIidOf<ICoreWebView2NewWindowRequestedEventHandler> = {
+    0xd4c185fe, 0xc81c, 0x4989, {0x97, 0xaf, 0x2d, 0x3f, 0xa7, 0xab, 0x56, 0x51}};
+template <>
+inline constexpr GUID kIidOf<ICoreWebView2NavigationStartingEventHandler> = {
+    0x9adbe429, 0xf36d, 0x432b, {0x9d, 0xdc, 0xf8, 0x88, 0x1f, 0xbd, 0x76, 0xe3}};
+
+}  // namespace wendra
