@@ -1,0 +1,52 @@
+#include "app/application_win.h"
+
+#include <utility>
+
+#include "bridge/platform.h"
+#include "config/server_address.h"
+#include "win/messages.h"
+
+namespace wendra {
+
+Application::Application(HINSTANCE instance, std::string server, WindowLog& log,
+                         ConfigFile& config)
+    : server_(std::move(server)),
+      log_(log),
+      page_(server_,
+            {.onMessage = [this](const std::optional<std::string>& source,
+                                 std::string_view json) { OnPageMessage(source, json); },
+             .onLayoutNeeded = [this] { window_.LayOut(); }},
+            log),
+      replies_(page_),
+      bridge_(MakeActions(), replies_, log),
+      window_(instance, log, config, page_) {}
+
+// The order is the order in which names are compared.
+ActionTable Application::MakeActions() { return {PlatformAction(replies_)}; }
+
+int Application::Run() {
+  if (!window_.Handle()) return 1;
+  window_.Show();
+  // From the loop, so that the window is there before the control takes its time.
+  PostMessageW(window_.Handle(), kCreateWebViewMessage, 0, 0);
+
+  const AcceleratorTable accelerators = MainWindow::MakeAccelerators();
+  MSG message{};
+  while (GetMessageW(&message, nullptr, 0, 0) > 0) {
+    // The message's own window: the keys act only while the main window itself has the focus.
+    if (accelerators && TranslateAcceleratorW(message.hwnd, accelerators.Get(), &message)) continue;
+    TranslateMessage(&message);
+    DispatchMessageW(&message);
+  }
+  return static_cast<int>(message.wParam);
+}
+
+void Application::OnPageMessage(const std::optional<std::string>& source, std::string_view json) {
+  if (source && !IsTrustedPage(*source, server_)) {
+    log_.Line("[JS->Native] ignoring message from " + UrlHost(*source));
+    return;
+  }
+  bridge_.HandleMessage(json);
+}
+
+}  // namespace wendra

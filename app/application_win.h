@@ -1,0 +1,40 @@
+// Everything the program is made of, one object a subsystem, built in order, destroyed in reverse.
+#pragma once
+
+#include <optional>
+#include <string>
+#include <string_view>
+
+#include "app/main_window_win.h"
+#include "app/window_log_win.h"
+#include "bridge/bridge.h"
+#include "bridge/replies.h"
+#include "config/config_file_win.h"
+#include "webview/page_host_win.h"
+
+#include <windows.h>
+
+namespace wendra {
+
+// UI thread only.
+class Application {
+ public:
+  // `server` is the chosen address. Borrows `log` and `config`, which served the choice.
+  Application(HINSTANCE instance, std::string server, WindowLog& log, ConfigFile& config);
+
+  // Shows the window and runs the message loop until the window is gone: the exit code.
+  int Run();
+
+ private:
+  ActionTable MakeActions();
+  void OnPageMessage(const std::optional<std::string>& source, std::string_view json);
+
+  const std::string server_;
+  WindowLog& log_;
+  PageHost page_;
+  Replies replies_;
+  Bridge bridge_;
+  MainWindow window_;
+};
+
+}  // namespace wendra

@@ -1,0 +1,61 @@
+// Where the program starts: chooses the server, then runs the application on it.
+#include <memory>
+#include <string>
+
+#include "app/application_win.h"
+#include "app/window_log_win.h"
+#include "base/product.h"
+#include "config/config_file_win.h"
+#include "config/server_choice.h"
+#include "config/server_prompt.h"
+#include "win/wide.h"
+
+#include <windows.h>
+
+#include <commctrl.h>
+#include <objbase.h>
+#include <shellapi.h>
+#include <shobjidl.h>
+
+namespace {
+
+// The UI thread's single-threaded COM apartment.
+class ComApartment {
+ public:
+  ComApartment() { (void)CoInitializeEx(nullptr, COINIT_APARTMENTTHREADED); }
+  ~ComApartment() { CoUninitialize(); }
+  ComApartment(const ComApartment&) = delete;
+  ComApartment& operator=(const ComApartment&) = delete;
+};
+
+void InitializeCommonControls() {
+  constexpr DWORD kFirstEightClassBits = 0xFF;
+  const INITCOMMONCONTROLSEX classes{sizeof(classes), kFirstEightClassBits};
+  InitCommonControlsEx(&classes);
+}
+
+// The first argument after the program's path, "" when there is none. Later ones are ignored.
+std::string FirstArgument() {
+  int count = 0;
+  wchar_t** arguments = CommandLineToArgvW(GetCommandLineW(), &count);
+  std::string first = count > 1 ? wendra::Narrow(arguments[1]) : std::string();
+  LocalFree(arguments);
+  return first;
+}
+
+}  // namespace
+
+int WINAPI wWinMain(HINSTANCE instance, HINSTANCE, PWSTR, int) {
+  const ComApartment apartment;
+  InitializeCommonControls();
+  SetCurrentProcessExplicitAppUserModelID(wendra::kApplicationId);
+
+  wendra::WindowLog log;
+  wendra::ConfigFile config(wendra::ConfigFilePath(), log);
+  wendra::CancelledPrompt prompt;
+  wendra::ServerChoice choice(FirstArgument(), config, prompt, log);
+  std::string server = choice.SelectServerAtStartup();
+  if (server.empty()) return 0;  // nothing chosen: no window
+
+  return wendra::Application(instance, std::move(server), log, config).Run();
+}

@@ -1,0 +1,55 @@
+// The one top-level window: its messages, its keys, and what lies in it.
+#pragma once
+
+#include <optional>
+
+#include "app/log_panel_win.h"
+#include "app/window_log_win.h"
+#include "config/config_file_win.h"
+#include "config/config_watch_win.h"
+#include "webview/page_host_win.h"
+
+#include <windows.h>
+
+namespace wendra {
+
+// UI thread only.
+class MainWindow {
+ public:
+  // Makes the window, still hidden; Handle() is null if that failed. Borrows everything.
+  MainWindow(HINSTANCE instance, WindowLog& log, ConfigFile& config, PageHost& page);
+  ~MainWindow();
+  MainWindow(const MainWindow&) = delete;
+  MainWindow& operator=(const MainWindow&) = delete;
+
+  HWND Handle() const { return window_; }
+  void Show();
+
+  // Gives the page and the log panel their places.
+  void LayOut();
+
+  // The keys Ctrl+L and Ctrl+R, as the commands that OnCommand takes.
+  static AcceleratorTable MakeAccelerators();
+
+ private:
+  static LRESULT CALLBACK WindowProcedure(HWND window, UINT message, WPARAM wparam, LPARAM lparam);
+  void OnMessage(UINT message, WPARAM wparam, LPARAM lparam);
+  void OnCreate();
+  void OnDestroy();
+  void OnCommand(WORD command);
+  void OnConfigWatch();
+  void OnGetMinMaxInfo(MINMAXINFO& info) const;
+  void OnDpiChanged(const RECT& suggested);
+  void ToggleLogPanel();
+
+  const HINSTANCE instance_;
+  WindowLog& log_;
+  ConfigFile& config_;
+  PageHost& page_;
+  HWND window_ = nullptr;    // from its first message to its last
+  bool isCreated_ = false;   // the window has been made: its DPI can be asked for
+  std::optional<LogPanel> panel_;           // from WM_CREATE to WM_DESTROY
+  std::optional<ConfigWatch> configWatch_;  // from WM_CREATE on
+};
+
+}  // namespace wendra

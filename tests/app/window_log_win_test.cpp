@@ -1,0 +1,79 @@
+#include "app/window_log_win.h"
+
+#include <memory>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include <gtest/gtest.h>
+
+#include "tests/support/test_window_win.h"
+#include "win/messages.h"
+#include "win/owned_message.h"
+
+namespace wendra {
+namespace {
+
+TEST(WindowLog, KeepsEveryLineWithCarriageReturnAndLineFeed) {
+  WindowLog log;
+  log.Line("[Server] one");
+  log.Line("with\nline feeds");
+  log.Line("");
+  EXPECT_EQ(log.Text(), "[Server] one\r\nwith\nline feeds\r\n\r\n");
+}
+
+TEST(WindowLog, ReachesTheDebuggerAloneBeforeThereIsAWindow) {
+  WindowLog log;
+  std::thread([&] { log.LineFromAnyThread("early"); }).join();
+  EXPECT_EQ(log.Text(), "");
+}
+
+TEST(WindowLog, PostsLinesOfAnyThreadInTheirOrder) {
+  WindowLog log;
+  const TestWindow window([&](UINT message, WPARAM wparam, LPARAM lparam) {
+    if (message != kLogLineMessage) return;
+    EXPECT_EQ(wparam, 0u);
+    log.Line(*TakeOwned<std::string>(lparam));
+  });
+  log.SetWindow(window.Handle());
+
+  constexpr int kThreads = 4;
+  constexpr int kLines = 200;
+  std::vector<std::thread> threads;
+  for (int t = 0; t < kThreads; ++t) {
+    threads.emplace_back([&log, t] {
+      for (int i = 0; i < kLines; ++i) {
+        log.LineFromAnyThread(std::to_string(t) + ":" + std::to_string(i));
+      }
+    });
+  }
+  for (auto& thread : threads) thread.join();
+  log.LineFromAnyThread("last");  // posted here too
+  EXPECT_EQ(log.Text(), "");
+  TestWindow::Pump();
+
+  std::vector<int> next(kThreads, 0);
+  size_t at = 0;
+  for (int i = 0; i < kThreads * kLines; ++i) {
+    const size_t end = log.Text().find("\r\n", at);
+    const std::string line = log.Text().substr(at, end - at);
+    const auto thread = static_cast<size_t>(line[0] - '0');
+    EXPECT_EQ(line, std::to_string(thread) + ":" + std::to_string(next[thread]++));
+    at = end + 2;
+  }
+  EXPECT_EQ(log.Text().substr(at), "last\r\n");
+}
+
+TEST(WindowLog, SurvivesAWindowThatIsGone) {
+  WindowLog log;
+  {
+    const TestWindow window;
+    log.SetWindow(window.Handle());
+  }
+  log.LineFromAnyThread("lost");
+  TestWindow::Pump();
+  EXPECT_EQ(log.Text(), "");
+}
+
+}  // namespace
+}  // namespace wendra
