@@ -8,8 +8,7 @@
 
 namespace wendra {
 
-Application::Application(HINSTANCE instance, std::string server, WindowLog& log,
-                         ConfigFile& config)
+Application::Application(HINSTANCE instance, std::string server, WindowLog& log, ConfigFile& config)
     : server_(std::move(server)),
       log_(log),
       page_(server_,

@@ -36,9 +36,9 @@ std::wstring PanelText(std::string_view log) {
 LogPanel::LogPanel(HWND parent, HINSTANCE instance, const std::string& logText)
     : logText_(logText), font_(MakeFont(parent)) {
   constexpr DWORD kStyle = WS_CHILD | WS_VSCROLL | ES_MULTILINE | ES_AUTOVSCROLL | ES_READONLY;
-  edit_ = CreateWindowExW(0, L"EDIT", L"", kStyle, 0, 0, 0, 0, parent,
-                          reinterpret_cast<HMENU>(static_cast<INT_PTR>(kControlId)), instance,
-                          nullptr);
+  edit_ =
+      CreateWindowExW(0, L"EDIT", L"", kStyle, 0, 0, 0, 0, parent,
+                      reinterpret_cast<HMENU>(static_cast<INT_PTR>(kControlId)), instance, nullptr);
   SendMessageW(edit_, WM_SETFONT, reinterpret_cast<WPARAM>(font_.Get()), TRUE);
   // The limit of 30,000 characters holds for appending, and beyond it nothing is said: lift it.
   SendMessageW(edit_, EM_SETLIMITTEXT, 0, 0);

@@ -46,8 +46,8 @@ class MainWindow {
   WindowLog& log_;
   ConfigFile& config_;
   PageHost& page_;
-  HWND window_ = nullptr;    // from its first message to its last
-  bool isCreated_ = false;   // the window has been made: its DPI can be asked for
+  HWND window_ = nullptr;                   // from its first message to its last
+  bool isCreated_ = false;                  // the window has been made: its DPI can be asked for
   std::optional<LogPanel> panel_;           // from WM_CREATE to WM_DESTROY
   std::optional<ConfigWatch> configWatch_;  // from WM_CREATE on
 };

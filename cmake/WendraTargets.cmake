@@ -5,6 +5,8 @@ option(WENDRA_FUZZERS "Build the fuzzers (clang only)" OFF)
 
 set(CMAKE_RUNTIME_OUTPUT_DIRECTORY "${CMAKE_BINARY_DIR}/bin")
 
+set(CMAKE_EXPORT_COMPILE_COMMANDS ON)
+
 find_package(Threads REQUIRED)
 
 add_library(wendra_options INTERFACE)

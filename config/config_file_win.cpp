@@ -81,9 +81,9 @@ bool ConfigFile::WriteConfigAtomically(std::string_view text) {
 
 void ConfigFile::SaveChosenServer(std::string_view url) {
   const bool saved = WriteConfigAtomically(WithSavedServer(ReadConfigText(), url));
-  log_.Line((saved ? "[Server] saved \"server\" to "
-                   : "[Server] could not save the chosen server to ") +
-            ConfigPathText());
+  log_.Line(
+      (saved ? "[Server] saved \"server\" to " : "[Server] could not save the chosen server to ") +
+      ConfigPathText());
 }
 
 void ConfigFile::CreateDirectories() const {

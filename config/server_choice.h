@@ -14,8 +14,8 @@ namespace wendra {
 class ServerStore {
  public:
   virtual ~ServerStore() = default;
-  virtual std::string ReadConfigText() = 0;  // "" when there is none
-  virtual std::string ConfigPathText() = 0;  // UTF-8, for the log
+  virtual std::string ReadConfigText() = 0;                 // "" when there is none
+  virtual std::string ConfigPathText() = 0;                 // UTF-8, for the log
   virtual void SaveChosenServer(std::string_view url) = 0;  // logs its own outcome
 };
 

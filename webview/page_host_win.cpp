@@ -40,8 +40,8 @@ void PageHost::Create(HWND window) {
     (void)environment->CreateCoreWebView2Controller(window_, controllerCreated.Get());
   });
   // Not checked: without a runtime no handler is called, and the log panel still works.
-  (void)CreateCoreWebView2EnvironmentWithOptions(nullptr, ExpandEnvironment(kUserDataFolder).c_str(),
-                                                 nullptr, envCreated.Get());
+  (void)CreateCoreWebView2EnvironmentWithOptions(
+      nullptr, ExpandEnvironment(kUserDataFolder).c_str(), nullptr, envCreated.Get());
 }
 
 void PageHost::SetUp(ICoreWebView2Controller* controller) {
@@ -56,10 +56,8 @@ void PageHost::SetUp(ICoreWebView2Controller* controller) {
 
   // The handlers stay for the control's life; nobody needs their tokens.
   EventRegistrationToken token;
-  const auto messageReceived =
-      MessageReceived::Make([this](ICoreWebView2*, ICoreWebView2WebMessageReceivedEventArgs* args) {
-        OnMessage(args);
-      });
+  const auto messageReceived = MessageReceived::Make(
+      [this](ICoreWebView2*, ICoreWebView2WebMessageReceivedEventArgs* args) { OnMessage(args); });
   (void)webView_->add_WebMessageReceived(messageReceived.Get(), &token);
   const auto newWindow =
       NewWindow::Make([this](ICoreWebView2*, ICoreWebView2NewWindowRequestedEventArgs* args) {

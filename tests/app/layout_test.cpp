@@ -28,9 +28,9 @@ TEST(MinimumWindowSize, FollowsTheDpiRoundedToTheNearestPixel) {
   const struct {
     unsigned dpi;
     Size want;
-  } cases[] = {{0, {720, 480}},    {96, {720, 480}},   {120, {900, 600}}, {144, {1080, 720}},
-               {192, {1440, 960}}, {97, {728, 485}},   // 727.5 goes up
-               {101, {758, 505}}};                     // 757.5
+  } cases[] = {{0, {720, 480}},    {96, {720, 480}},   {120, {900, 600}},
+               {144, {1080, 720}}, {192, {1440, 960}}, {97, {728, 485}},  // 727.5 goes up
+               {101, {758, 505}}};                                        // 757.5
   for (const auto& c : cases) EXPECT_TRUE(MinimumWindowSize(c.dpi) == c.want) << c.dpi;
 }
 

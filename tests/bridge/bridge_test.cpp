@@ -17,8 +17,9 @@ using Lines = std::vector<std::string>;
 class BridgeTest : public testing::Test {
  protected:
   ActionTable Actions() {
-    return {{"echo", [this](const std::string& id, const Json& args) { replies_.Succeed(id, args); }},
-            {"echo", [this](const std::string& id, const Json&) { replies_.Fail(id, "second"); }}};
+    return {
+        {"echo", [this](const std::string& id, const Json& args) { replies_.Succeed(id, args); }},
+        {"echo", [this](const std::string& id, const Json&) { replies_.Fail(id, "second"); }}};
   }
   static std::string Script(const std::string& call) {
     return "window.__wendra && window.__wendra.__resolve ? window.__wendra.__resolve(" + call +
@@ -77,7 +78,8 @@ TEST_F(BridgeTest, LogsAndAnswersEveryRequestOnce) {
       {" {\"args\":[1.50,\"x\"],\"name\":\"echo\",\"__reqId\":\"r5\"} ",
        "[JS->Native] action 'echo' (req r5)", "'r5', 1, [1.50,\"x\"]"},
       {"{\"__reqId\":\"\",\"name\":\"echo\"}", "[JS->Native] action 'echo' (req )", "'', 1, null"},
-      {"{\"__reqId\":\"a\",\"__reqId\":\"b\",\"name\":\"echo\",\"name\":\"x\",\"args\":1,\"args\":2}",
+      {"{\"__reqId\":\"a\",\"__reqId\":\"b\",\"name\":\"echo\",\"name\":\"x\",\"args\":1,\"args\":"
+       "2}",
        "[JS->Native] action 'echo' (req a)", "'a', 1, 1"},
       {"{\"__reqId\":\"ü\\\\\",\"name\":\"echo\",\"args\":\"\\u2028\"}",
        "[JS->Native] action 'echo' (req ü\\)", "'ü\\', 1, \"\\u2028\""},

@@ -48,8 +48,11 @@ TEST(ConfigDirectory, IsWhatStandsBeforeTheLastSeparator) {
   RecordingLog log;
   const struct {
     const wchar_t *path, *want;
-  } cases[] = {{L"C:\\a\\b.json", L"C:\\a"}, {L"C:/a/b.json", L"C:/a"}, {L"b.json", L""},
-               {L"C:\\a/b\\c.json", L"C:\\a/b"}, {L"\\b", L""}};
+  } cases[] = {{L"C:\\a\\b.json", L"C:\\a"},
+               {L"C:/a/b.json", L"C:/a"},
+               {L"b.json", L""},
+               {L"C:\\a/b\\c.json", L"C:\\a/b"},
+               {L"\\b", L""}};
   for (const auto& c : cases) EXPECT_EQ(ConfigFile(c.path, log).ConfigDirectory(), c.want);
 }
 
@@ -95,8 +98,8 @@ TEST_F(ConfigFileTest, EnsureDefaultLeavesAFileThatAnotherProgramHolds) {
 
 TEST_F(ConfigFileTest, ReadsUpToOneMebibyteAsItIs) {
   const std::string largest(1'048'576, 'x');
-  const std::string samples[] = {"", " ", std::string("a\0b", 3), "\xEF\xBB\xBF{}", "\xFF\xFE",
-                                 largest};
+  const std::string samples[] = {"",         " ",    std::string("a\0b", 3), "\xEF\xBB\xBF{}",
+                                 "\xFF\xFE", largest};
   for (const std::string& content : samples) {
     Write(path_, content);
     EXPECT_EQ(config_.ReadConfigText(), content);
@@ -150,9 +153,8 @@ TEST_F(ConfigFileTest, WriteFailsWithoutATemporaryFileAndTouchesNothing) {
 TEST_F(ConfigFileTest, WriteCountsAsDoneWhereTheMoveFails) {
   Write(path_, "old");
   {
-    const FileHandle held(
-        CreateFileW(path_.c_str(), GENERIC_READ, FILE_SHARE_READ, nullptr, OPEN_EXISTING, 0,
-                    nullptr));
+    const FileHandle held(CreateFileW(path_.c_str(), GENERIC_READ, FILE_SHARE_READ, nullptr,
+                                      OPEN_EXISTING, 0, nullptr));
     EXPECT_TRUE(config_.WriteConfigAtomically("new"));
   }
   EXPECT_EQ(Content(path_), "old");

@@ -12,8 +12,8 @@ namespace wendra {
 namespace {
 
 void SetTime(const std::wstring& path, std::uint64_t time) {
-  const FileHandle file(CreateFileW(path.c_str(), FILE_WRITE_ATTRIBUTES, 0, nullptr, OPEN_ALWAYS,
-                                    0, nullptr));
+  const FileHandle file(
+      CreateFileW(path.c_str(), FILE_WRITE_ATTRIBUTES, 0, nullptr, OPEN_ALWAYS, 0, nullptr));
   const FILETIME value{static_cast<DWORD>(time), static_cast<DWORD>(time >> 32)};
   ASSERT_TRUE(SetFileTime(file.Get(), nullptr, nullptr, &value));
 }

@@ -12,7 +12,8 @@ TEST(WithSavedServer, MovesServerToTheEndAndKeepsTheRest) {
     std::string_view before, after;
   } cases[] = {
       {"order kept, server last",
-       "{\r\n \"mcpServers\": {\"a\": {\"x\": 1.50}},\r\n \"server\": \"old\", \"updateFeed\": \"f\"}",
+       "{\r\n \"mcpServers\": {\"a\": {\"x\": 1.50}},\r\n \"server\": \"old\", \"updateFeed\": "
+       "\"f\"}",
        "{\"mcpServers\":{\"a\":{\"x\":1.50}},\"updateFeed\":\"f\","
        "\"server\":\"http://localhost:3000\"}\r\n"},
       {"every duplicate of the key goes", "{\"server\":1,\"b\":2,\"server\":3}",

@@ -52,11 +52,12 @@ TEST(WendraComImpl, HandsTheArgumentsOnAndAlwaysSucceeds) {
   auto* const sender = reinterpret_cast<ICoreWebView2*>(0x10);
   auto* const args = reinterpret_cast<ICoreWebView2WebMessageReceivedEventArgs*>(0x20);
   int calls = 0;
-  const auto handler = Impl::Make([&](ICoreWebView2* s, ICoreWebView2WebMessageReceivedEventArgs* a) {
-    ++calls;
-    EXPECT_EQ(s, sender);
-    EXPECT_EQ(a, args);
-  });
+  const auto handler =
+      Impl::Make([&](ICoreWebView2* s, ICoreWebView2WebMessageReceivedEventArgs* a) {
+        ++calls;
+        EXPECT_EQ(s, sender);
+        EXPECT_EQ(a, args);
+      });
   EXPECT_EQ(handler->Invoke(sender, args), S_OK);
   EXPECT_EQ(calls, 1);
   EXPECT_EQ(Impl::Make()->Invoke(sender, args), S_OK);  // nothing to call

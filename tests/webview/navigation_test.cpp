@@ -9,11 +9,21 @@ TEST(HostOfAddress, StandsBetweenTheSeparatorAndTheNextDelimiter) {
   const struct {
     std::string_view address, host;
   } cases[] = {
-      {"http://Host:80/p", "host"}, {"http://h/p", "h"},        {"http://h?q", "h"},
-      {"http://h#f", "h"},          {"HTTP://H", "h"},          {"x://h://y", "h"},
-      {"about:blank", ""},          {"mailto:a@b", ""},         {"", ""},
-      {"http://", ""},              {"http:///p", ""},          {"file:///c:/x", ""},
-      {"http://u@h/", "u@h"},       {"http://[::1]:5/", "["},   {"http://Ü.test", "Ü.test"},
+      {"http://Host:80/p", "host"},
+      {"http://h/p", "h"},
+      {"http://h?q", "h"},
+      {"http://h#f", "h"},
+      {"HTTP://H", "h"},
+      {"x://h://y", "h"},
+      {"about:blank", ""},
+      {"mailto:a@b", ""},
+      {"", ""},
+      {"http://", ""},
+      {"http:///p", ""},
+      {"file:///c:/x", ""},
+      {"http://u@h/", "u@h"},
+      {"http://[::1]:5/", "["},
+      {"http://Ü.test", "Ü.test"},
   };
   for (const auto& c : cases) EXPECT_EQ(HostOfAddress(c.address), c.host) << c.address;
 }

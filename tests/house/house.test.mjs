@@ -1,0 +1,135 @@
+// The rules of the house that no compiler checks: who may know whom, where Windows may be named,
+// what the program imports, and that all sources are formatted and accepted by a second compiler.
+import assert from 'node:assert/strict';
+import { execFileSync, spawnSync } from 'node:child_process';
+import { existsSync, readFileSync } from 'node:fs';
+import { dirname, join } from 'node:path';
+import { test } from 'node:test';
+import { fileURLToPath } from 'node:url';
+
+const kRoot = join(dirname(fileURLToPath(import.meta.url)), '../..');
+
+// Room -> what it may include besides itself. docs/architecture.md shows the same as a picture.
+const kMayUse = {
+  base: [],
+  json: [],
+  win: ['base'],
+  config: ['json', 'base', 'win'],
+  bridge: ['json', 'base', 'win'],
+  webview: ['base', 'win'],
+  mcp: ['config', 'bridge/action.h', 'bridge/replies.h', 'json', 'base', 'win'],
+  update: ['config', 'bridge/action.h', 'bridge/replies.h', 'json', 'base', 'win'],
+  app: ['mcp', 'update', 'config', 'bridge', 'webview', 'json', 'base', 'win'],
+};
+const kSystemDlls = [
+  'advapi32', 'comctl32', 'comdlg32', 'dwmapi', 'gdi32', 'kernel32', 'msvcrt', 'ole32', 'oleaut32',
+  'shell32', 'user32', 'uxtheme', 'version', 'winhttp',
+];
+const kVendorDlls = ['webview2loader', 'winsparkle'];
+
+function sources(...patterns) {
+  const files = execFileSync('git', ['ls-files', '--cached', '--others', '--exclude-standard', ...patterns], {
+    cwd: kRoot,
+    encoding: 'utf8',
+  });
+  return files.split('\n').filter((file) => file && existsSync(join(kRoot, file)));
+}
+
+const cppFiles = sources('*.cpp', '*.h');
+
+function includesOf(file) {
+  const text = readFileSync(join(kRoot, file), 'utf8');
+  return [...text.matchAll(/^\s*#\s*include\s+([<"])([^>"]+)[>"]/gm)].map(([, quote, path]) => ({
+    isOurs: quote === '"',
+    path,
+  }));
+}
+
+// What only a file that may name Windows may be called, or lie in.
+const mayNameWindows = (file) =>
+  /_win(_test)?\.(cpp|h)$/.test(file) || /^(tests\/)?win\//.test(file);
+
+test('no include runs up or across the floors', () => {
+  const wrong = [];
+  for (const file of cppFiles) {
+    const room = file.split('/')[0];
+    if (!(room in kMayUse)) continue;
+    for (const { isOurs, path } of includesOf(file)) {
+      if (!isOurs) continue;
+      const allowed = [room, ...kMayUse[room]];
+      if (!allowed.some((one) => path === one || path.startsWith(`${one}/`))) {
+        wrong.push(`${file} includes ${path}`);
+      }
+    }
+  }
+  assert.deepEqual(wrong, []);
+});
+
+test('the program has no switches for development', () => {
+  const wrong = cppFiles
+    .filter((file) => file.split('/')[0] in kMayUse)
+    .filter((file) => readFileSync(join(kRoot, file), 'utf8').includes('WENDRA_DEV_'));
+  assert.deepEqual(wrong, []);
+});
+
+test('Windows is named only in win/ and in files ending in _win', () => {
+  const isWindowsHeader = (path) =>
+    /^(windows|windowsx|objbase|objidl|oaidl|unknwn|ole2|winhttp|commctrl|shellapi|shlobj|shobjidl|shlwapi|knownfolders|wincodec|dwmapi|uxtheme|eventtoken|winver|winternl|tlhelp32|psapi|debugapi|winbase|winuser)\.h$/i
+      .test(path);
+  const wrong = [];
+  for (const file of cppFiles.filter((one) => !mayNameWindows(one))) {
+    for (const { path } of includesOf(file)) {
+      if (isWindowsHeader(path) || mayNameWindows(path)) wrong.push(`${file} includes ${path}`);
+    }
+  }
+  assert.deepEqual(wrong, []);
+});
+
+test('sources are laid out by .clang-format', () => {
+  const result = spawnSync('clang-format', ['--dry-run', '-Werror', ...cppFiles], {
+    cwd: kRoot,
+    encoding: 'utf8',
+  });
+  assert.equal(result.status, 0, result.stderr.split('\n').slice(0, 20).join('\n'));
+});
+
+test('a second compiler takes every source of the Windows program', () => {
+  // clang 14 does not find Debian's folder name "12-posix" by itself.
+  const runtime = '/usr/lib/gcc/x86_64-w64-mingw32/12-posix/include/c++';
+  const commands = JSON.parse(
+    readFileSync(join(kRoot, 'build/windows/compile_commands.json'), 'utf8'),
+  ).filter(({ file }) => file.startsWith(`${kRoot}/`) && file.endsWith('.cpp'));
+  const ours = commands.filter(({ file }) => {
+    const room = file.slice(kRoot.length + 1).split('/')[0];
+    return room in kMayUse || room === 'runtime';
+  });
+  assert.ok(ours.length > 20, `only ${ours.length} sources found`);
+  const wrong = [];
+  for (const { file, command } of ours) {
+    const flags = command.split(' ').filter((word) => /^-(D|I|isystem|std|W)/.test(word));
+    const result = spawnSync(
+      'clang++',
+      ['--target=x86_64-w64-mingw32', '-fsyntax-only', '-nostdinc++', '-isystem', runtime,
+        '-isystem', `${runtime}/x86_64-w64-mingw32`, '-isystem', `${runtime}/backward`, ...flags, file],
+      { cwd: kRoot, encoding: 'utf8' },
+    );
+    if (result.status !== 0) wrong.push(result.stderr);
+  }
+  assert.deepEqual(wrong, []);
+});
+
+test('the program imports system libraries and the two of its vendors only', () => {
+  const exe = join(kRoot, 'build/windows/bin/wendra.exe');
+  const headers = execFileSync('x86_64-w64-mingw32-objdump', ['-p', exe], {
+    encoding: 'utf8',
+    maxBuffer: 1 << 26,
+  });
+  const imports = [...headers.matchAll(/DLL Name: (\S+)\.dll/gi)].map(([, name]) => name.toLowerCase());
+  assert.ok(imports.includes('kernel32'), imports.join(' '));
+  assert.ok(imports.includes('webview2loader'), imports.join(' '));
+  assert.deepEqual(imports.filter((name) => ![...kSystemDlls, ...kVendorDlls].includes(name)), []);
+  for (const hardening of ['HIGH_ENTROPY_VA', 'DYNAMIC_BASE', 'NX_COMPAT', '(Windows GUI)']) {
+    assert.ok(headers.includes(hardening), `${hardening} is not set`);
+  }
+  assert.match(headers, /Base Relocation Directory \[\.reloc\]/);
+});
