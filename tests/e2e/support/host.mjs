@@ -1,0 +1,248 @@
+// Starts the host through tools/launch, as anyone outside would, and drives it.
+import { existsSync, mkdirSync, readFileSync, realpathSync } from 'node:fs';
+import { mkdtemp, readFile, rm, writeFile } from 'node:fs/promises';
+import { tmpdir } from 'node:os';
+import { dirname, join } from 'node:path';
+import { fileURLToPath } from 'node:url';
+import {
+  openedInBrowserFile,
+  prefixOf,
+  profileFiles,
+  wineEnvironment,
+} from '../../../tools/wine/prefix.mjs';
+import { ended, isAlive, processesOf, spawnTied } from '../../../tools/wine/processes.mjs';
+import { Lines } from './lines.mjs';
+import { Page } from './page.mjs';
+import { Screen } from './screen.mjs';
+import { WindowProbe } from './window_probe.mjs';
+import { inTime, kPatienceMs, until } from './waiting.mjs';
+
+const kRoot = join(dirname(fileURLToPath(import.meta.url)), '../../..');
+const kShownLines = 40; // of the log, in an error
+
+export const configFile = (profile) => join(profile, '.config/wendra/config.json');
+
+export async function makeProfile() {
+  return realpathSync(await mkdtemp(join(tmpdir(), 'wendra-e2e-')));
+}
+
+// Text, or anything that becomes JSON.
+export async function writeConfig(profile, config) {
+  mkdirSync(dirname(configFile(profile)), { recursive: true });
+  await writeFile(
+    configFile(profile),
+    typeof config === 'string' ? config : JSON.stringify(config),
+  );
+}
+
+// What may be said of the host that a test wants; all of it is optional.
+//   address   its server, given on the command line
+//   args      further arguments of the command line, or all of them without an address
+//   config    content of config.json, text or object
+//   profile   a folder to use and keep; without it one that goes with the host
+//   lang      'de' or 'en'
+//   env       environment variables, WENDRA_DEV_* among them
+//   options   further options of tools/launch
+//   page      false: do not wait for a page
+export async function startHost(wanted = {}) {
+  const host = new Host(wanted.profile ?? (await makeProfile()), wanted);
+  if (wanted.config !== undefined) await writeConfig(host.profile, wanted.config);
+  host.start();
+  const runtime = wanted.env?.WENDRA_DEV_NO_RUNTIME !== '1';
+  try {
+    if (runtime && (wanted.page ?? wanted.address !== undefined)) await host.connectPage();
+  } catch (error) {
+    await host.kill();
+    throw error;
+  }
+  return host;
+}
+
+class Host {
+  page; // once connected
+  exit; // resolves with {code, signal} of tools/launch
+  #wanted;
+  #child;
+  #out;
+  #messages;
+  #screen;
+  #probe;
+
+  constructor(profile, wanted) {
+    this.profile = profile;
+    this.#wanted = wanted;
+  }
+
+  start() {
+    const { address, args = [], lang, env, options = [] } = this.#wanted;
+    const language = lang ? ['--lang', lang] : [];
+    const given = address === undefined ? args : [address, ...args];
+    const parameters = ['--profile', this.profile, ...language, ...options, '--', ...given];
+    this.#child = spawnTied(join(kRoot, 'tools/launch'), parameters, {
+      // A test that just ends lets the window close the normal way.
+      deathSignal: 'TERM',
+      env: { ...process.env, DISPLAY: '', ...env },
+      stdio: ['ignore', 'pipe', 'pipe'],
+    });
+    this.exit = ended(this.#child);
+    this.#out = new Lines(this.#child.stdout);
+    this.#messages = new Lines(this.#child.stderr);
+  }
+
+  get pid() {
+    return this.#child.pid;
+  }
+
+  // The log's lines so far.
+  get log() {
+    return this.#out.all;
+  }
+
+  // What tools/launch and the host wrote to standard error so far.
+  get messages() {
+    return this.#messages.all;
+  }
+
+  // The first log line that contains the text or matches the expression; `from`: index in log.
+  waitForLine(pattern, options) {
+    return this.#out.waitFor(pattern, { context: this.context, ...options });
+  }
+
+  waitForMessage(pattern, options) {
+    return this.#messages.waitFor(pattern, { context: this.context, ...options });
+  }
+
+  // For errors: what the host has said.
+  context = () => {
+    const log = this.log.slice(-kShownLines).join('\n  ');
+    return `log:\n  ${log}\nmessages:\n  ${this.messages.join('\n  ')}`;
+  };
+
+  // Connects host.page once its document has loaded.
+  async connectPage() {
+    const portFile = join(profileFiles(this.profile).browserData, 'DevToolsActivePort');
+    await this.#running(); // an older launch of the profile has left an older file
+    this.page = await Page.connect(portFile, this.context);
+    await this.page.loaded();
+    return this.page;
+  }
+
+  // Facts of the host's window, once it is visible; of another class for the prompt.
+  async window(className = '') {
+    const probe = await this.#windowProbe();
+    const ask = () => probe.ask('window', className);
+    return until('the window', ask, { context: this.context });
+  }
+
+  async panel() {
+    return (await this.#windowProbe()).ask('panel');
+  }
+
+  // Any command of the window probe.
+  async probe(...words) {
+    return (await this.#windowProbe()).ask(...words);
+  }
+
+  async keys(...combinations) {
+    await (await this.screen()).keys(...combinations);
+  }
+
+  async type(text) {
+    await (await this.screen()).type(text);
+  }
+
+  // In pixels of the window's client area, which are the page's too.
+  async click(x, y, options) {
+    const { client } = await this.window();
+    await (await this.screen()).click(client[0] + x, client[1] + y, options);
+  }
+
+  async clickElement(selector, options) {
+    const { x, y } = await this.page.boxOf(selector);
+    await this.click(x, y, options);
+  }
+
+  async screenshot(file) {
+    await (await this.screen()).screenshot(file);
+  }
+
+  async screen() {
+    const { display, lang } = await this.#running();
+    this.#screen ??= new Screen(display, lang);
+    return this.#screen;
+  }
+
+  // Addresses that the host gave to the default browser.
+  async openedInBrowser() {
+    const file = openedInBrowserFile(this.profile);
+    return existsSync(file) ? (await readFile(file, 'utf8')).trimEnd().split('\n') : [];
+  }
+
+  async waitForOpenedInBrowser(address) {
+    return until(
+      `${address} in the browser`,
+      async () => (await this.openedInBrowser()).includes(address),
+      { context: this.context },
+    );
+  }
+
+  async config() {
+    return readFile(configFile(this.profile), 'utf8');
+  }
+
+  // Ids of the living processes that belong to this host.
+  processes() {
+    return processesOf(prefixOf(this.profile));
+  }
+
+  signal(name) {
+    this.#child.kill(name);
+  }
+
+  // Closes the window the normal way, unless the host has ended already; the exit code.
+  async close() {
+    if (isAlive(this.pid)) this.signal('SIGTERM');
+    return this.ended();
+  }
+
+  // Waits for an end that something else brings about; the exit code.
+  async ended() {
+    const { code } = await inTime('the end of the host', this.exit, { context: this.context });
+    await this.#cleanUp();
+    return code;
+  }
+
+  // The hard way.
+  async kill() {
+    this.signal('SIGKILL');
+    await this.exit;
+    await this.#cleanUp();
+  }
+
+  async #cleanUp() {
+    this.page?.close();
+    await this.#probe?.close();
+    const gone = () => this.processes().length === 0;
+    await until('the end of all processes', gone, {
+      timeoutMs: kPatienceMs / 4,
+      context: () => `still there: ${this.processes().join(' ')}`,
+    });
+    if (!this.#wanted.profile) await rm(this.profile, { recursive: true, force: true });
+  }
+
+  // What tools/launch says of its surroundings, once everything stands.
+  async #running() {
+    const file = profileFiles(this.profile).launch;
+    const read = () => {
+      const running = JSON.parse(readFileSync(file, 'utf8'));
+      return running.pid === this.pid && running;
+    };
+    return until('the launch', read, { context: this.context });
+  }
+
+  async #windowProbe() {
+    const { display, lang } = await this.#running();
+    this.#probe ??= new WindowProbe(wineEnvironment(this.profile, { display, lang }));
+    return this.#probe;
+  }
+}

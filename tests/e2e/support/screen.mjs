@@ -1,0 +1,59 @@
+// The X display: real keys, real mouse, pictures.
+import { execFile } from 'node:child_process';
+import { promisify } from 'node:util';
+
+const run = promisify(execFile);
+
+// What each keyboard has without AltGr, which does not always arrive in time.
+const kTypable = {
+  en: /^[\n\t -~]*$/,
+  de: /^[\n\t !"#$%&'()*+,\-./0-9:;<=>?A-Z_a-zÄÖÜßäöü§°]*$/,
+};
+
+export class Screen {
+  #environment;
+  #lang;
+
+  // `lang`: that of the host, whose keyboard it has.
+  constructor(display, lang) {
+    this.#lang = lang;
+    this.#environment = { ...process.env, DISPLAY: display };
+  }
+
+  // Key combinations in xdotool's words: 'ctrl+l', 'Return', 'alt+F4'.
+  async keys(...combinations) {
+    await this.#run('xdotool', 'key', ...combinations);
+  }
+
+  async type(text) {
+    if (!kTypable[this.#lang].test(text)) throw new Error(`cannot type ${text} (${this.#lang})`);
+    await this.#run('xdotool', 'type', '--delay', '5', '--', text);
+  }
+
+  async moveMouse(x, y) {
+    await this.#run('xdotool', 'mousemove', Math.round(x), Math.round(y));
+  }
+
+  // Buttons: 1 left, 2 middle, 3 right, 4 wheel up, 5 wheel down. `keys` are held meanwhile.
+  async click(x, y, { button = 1, keys = [] } = {}) {
+    await this.moveMouse(x, y);
+    const down = keys.flatMap((key) => ['keydown', key]);
+    const up = keys.flatMap((key) => ['keyup', key]);
+    await this.#run('xdotool', ...down, 'click', button, ...up);
+  }
+
+  async drag(from, to) {
+    await this.moveMouse(...from);
+    await this.#run('xdotool', 'mousedown', 1);
+    await this.moveMouse(...to);
+    await this.#run('xdotool', 'mouseup', 1);
+  }
+
+  async screenshot(file) {
+    await this.#run('import', '-window', 'root', `png:${file}`);
+  }
+
+  async #run(command, ...args) {
+    return run(command, args.map(String), { env: this.#environment });
+  }
+}

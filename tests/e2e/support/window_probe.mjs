@@ -1,0 +1,48 @@
+// Looks at the host's window from a Windows program beside it (tests/support/window_probe_win.cpp).
+import { dirname, join } from 'node:path';
+import { createInterface } from 'node:readline';
+import { fileURLToPath } from 'node:url';
+import { kWine } from '../../../tools/wine/prefix.mjs';
+import { ended, spawnTied } from '../../../tools/wine/processes.mjs';
+import { inTime } from './waiting.mjs';
+
+const kRoot = join(dirname(fileURLToPath(import.meta.url)), '../../..');
+const kProgram = join(kRoot, 'build/windows/bin/window_probe.exe');
+
+export class WindowProbe {
+  #child;
+  #answers;
+  #queue = Promise.resolve();
+
+  // `environment`: that of the prefix in which the host runs.
+  constructor(environment) {
+    this.#child = spawnTied(kWine, [kProgram], {
+      env: environment,
+      stdio: ['pipe', 'pipe', 'ignore'],
+    });
+    this.#child.stdin.on('error', () => {}); // it ends with the host
+    this.#answers = createInterface({ input: this.#child.stdout })[Symbol.asyncIterator]();
+  }
+
+  // One command, as the program's comment lists them; the answer as an object.
+  ask(...words) {
+    const answer = this.#queue.then(() => this.#ask(words.join(' ')));
+    this.#queue = answer.catch(() => {});
+    return answer;
+  }
+
+  async #ask(command) {
+    this.#child.stdin.write(`${command}\n`);
+    const { value, done } = await inTime(`the probe's answer to "${command}"`, this.#answers.next());
+    if (done) throw new Error(`the probe has ended; it was asked "${command}"`);
+    const answer = JSON.parse(value);
+    if (answer.error) throw new Error(`${answer.error} (${command})`);
+    return answer;
+  }
+
+  async close() {
+    const end = ended(this.#child);
+    this.#child.stdin.end();
+    if (this.#child.exitCode === null && this.#child.signalCode === null) await end;
+  }
+}

@@ -1,0 +1,283 @@
+// Looks at another program's window from outside, for the end-to-end tests: reads one command per
+// line on standard input and answers each with one line of JSON on standard output.
+//
+//   window [CLASS]          the visible top-level window of that class (default: the host's)
+//   panel                   its log panel
+//   windows                 all visible top-level windows of the window's process
+//   send WHO MSG W L        SendMessage with numbers only; WHO is window or panel
+//   post WHO MSG W L        PostMessage
+//   move X Y WIDTH HEIGHT   SetWindowPos; answers the rectangle that came of it
+//   process                 facts of the window's process
+//
+// Rectangles are [left, top, right, bottom] in screen pixels. An answer that has "error" has
+// nothing else. A font cannot be asked for: its handle means nothing in this process.
+#include <algorithm>
+#include <functional>
+#include <iostream>
+#include <iterator>
+#include <map>
+#include <sstream>
+#include <string>
+#include <vector>
+
+#include "json/json.h"
+#include "win/unique.h"
+#include "win/wide.h"
+
+#include <windows.h>
+
+#include <tlhelp32.h>
+#include <winternl.h>
+
+namespace wendra {
+namespace {
+
+constexpr wchar_t kHostClass[] = L"WendraHostWnd";
+constexpr int kPanelId = 2;
+constexpr UINT kMessageTimeoutMs = 5'000;
+
+Json Object(std::initializer_list<std::pair<std::string, Json>> members) {
+  Json object = Json::Object();
+  object.members.assign(members.begin(), members.end());
+  return object;
+}
+
+Json Error(std::string_view text) { return Object({{"error", text}}); }
+
+Json RectangleJson(const RECT& rectangle) {
+  Json sides = Json::Array();
+  for (const LONG side : {rectangle.left, rectangle.top, rectangle.right, rectangle.bottom})
+    sides.items.emplace_back(side);
+  return sides;
+}
+
+RECT ScreenRectangle(HWND window) {
+  RECT rectangle{};
+  GetWindowRect(window, &rectangle);
+  return rectangle;
+}
+
+RECT ClientRectangle(HWND window) {
+  RECT rectangle{};
+  GetClientRect(window, &rectangle);
+  MapWindowPoints(window, nullptr, reinterpret_cast<POINT*>(&rectangle), 2);
+  return rectangle;
+}
+
+std::string ClassName(HWND window) {
+  wchar_t name[256] = L"";
+  const int units = GetClassNameW(window, name, static_cast<int>(std::size(name)));
+  return Narrow(std::wstring_view(name, static_cast<size_t>(units)));
+}
+
+// Exact, however long; also of a hidden control of another process.
+std::string WindowText(HWND window) {
+  DWORD_PTR units = 0;
+  SendMessageTimeoutW(window, WM_GETTEXTLENGTH, 0, 0, SMTO_NORMAL, kMessageTimeoutMs, &units);
+  std::wstring text(units + 1, L'\0');
+  DWORD_PTR copied = 0;
+  SendMessageTimeoutW(window, WM_GETTEXT, text.size(), reinterpret_cast<LPARAM>(text.data()),
+                      SMTO_NORMAL, kMessageTimeoutMs, &copied);
+  text.resize(copied);
+  return Narrow(text);
+}
+
+Json WindowJson(HWND window) {
+  return Object({
+      {"class", ClassName(window)},
+      {"text", WindowText(window)},
+      {"visible", IsWindowVisible(window) != FALSE},
+      {"rect", RectangleJson(ScreenRectangle(window))},
+      {"client", RectangleJson(ClientRectangle(window))},
+      {"style", static_cast<long long>(static_cast<DWORD>(GetWindowLongPtrW(window, GWL_STYLE)))},
+      {"exStyle",
+       static_cast<long long>(static_cast<DWORD>(GetWindowLongPtrW(window, GWL_EXSTYLE)))},
+      {"dpi", static_cast<long long>(GetDpiForWindow(window))},
+      {"foreground", GetForegroundWindow() == window},
+  });
+}
+
+DWORD ProcessOf(HWND window) {
+  DWORD id = 0;
+  GetWindowThreadProcessId(window, &id);
+  return id;
+}
+
+struct WindowSearch {
+  DWORD process;
+  Json found = Json::Array();
+};
+
+BOOL CALLBACK AddVisibleWindow(HWND window, LPARAM parameter) {
+  auto& search = *reinterpret_cast<WindowSearch*>(parameter);
+  if (ProcessOf(window) == search.process && IsWindowVisible(window))
+    search.found.items.push_back(WindowJson(window));
+  return TRUE;
+}
+
+Json VisibleWindowsOf(DWORD process) {
+  WindowSearch search{process};
+  EnumWindows(&AddVisibleWindow, reinterpret_cast<LPARAM>(&search));
+  return std::move(search.found);
+}
+
+// -1 when the process is not in the list any more.
+long long CountThreads(DWORD process) {
+  const FileHandle snapshot(CreateToolhelp32Snapshot(TH32CS_SNAPPROCESS, 0));
+  PROCESSENTRY32W entry{};
+  entry.dwSize = sizeof(entry);
+  for (BOOL more = Process32FirstW(snapshot.Get(), &entry); more;
+       more = Process32NextW(snapshot.Get(), &entry))
+    if (entry.th32ProcessID == process) return entry.cntThreads;
+  return -1;
+}
+
+// The system's list of all handles, as NtQuerySystemInformation gives it.
+struct HandleEntry {
+  ULONG process;
+  BYTE objectType;
+  BYTE flags;
+  USHORT value;
+  void* object;
+  ULONG access;
+};
+struct HandleList {
+  ULONG count;
+  HandleEntry entries[1];
+};
+
+// GetProcessHandleCount would do on Windows; Wine's always says 0.
+long long CountHandles(DWORD process) {
+  constexpr auto kSystemHandleInformation = static_cast<SYSTEM_INFORMATION_CLASS>(16);
+  constexpr LONG kBufferTooSmall = static_cast<LONG>(0xC0000004);
+  std::vector<HandleEntry> buffer(1024);
+  const auto ask = [&buffer] {
+    const auto bytes = static_cast<ULONG>(buffer.size() * sizeof(HandleEntry));
+    return NtQuerySystemInformation(kSystemHandleInformation, buffer.data(), bytes, nullptr);
+  };
+  while (ask() == kBufferTooSmall) buffer.resize(buffer.size() * 2);
+  const auto* list = reinterpret_cast<const HandleList*>(buffer.data());
+  return std::count_if(list->entries, list->entries + list->count,
+                       [process](const HandleEntry& entry) { return entry.process == process; });
+}
+
+Json ProcessJson(DWORD id) {
+  return Object({
+      {"id", static_cast<long long>(id)},
+      {"threads", CountThreads(id)},
+      {"handles", CountHandles(id)},
+  });
+}
+
+HWND FindVisible(const wchar_t* className) {
+  const HWND window = FindWindowW(className, nullptr);
+  return window && IsWindowVisible(window) ? window : nullptr;
+}
+
+HWND HostWindow() { return FindVisible(kHostClass); }
+
+HWND Addressee(const std::string& who) {
+  const HWND window = HostWindow();
+  return who == "panel" && window ? GetDlgItem(window, kPanelId) : window;
+}
+
+struct Message {
+  HWND window;
+  UINT id;
+  WPARAM wparam;
+  LPARAM lparam;
+};
+
+Message ReadMessage(std::istream& arguments) {
+  std::string who;
+  unsigned id = 0;
+  long long wparam = 0;
+  long long lparam = 0;
+  arguments >> who >> id >> wparam >> lparam;
+  return {Addressee(who), id, static_cast<WPARAM>(wparam), static_cast<LPARAM>(lparam)};
+}
+
+Json DescribeWindow(std::istream& arguments) {
+  std::string name;
+  arguments >> name;
+  const HWND window = name.empty() ? HostWindow() : FindVisible(Widen(name).c_str());
+  return window ? WindowJson(window) : Error("no window");
+}
+
+Json DescribePanel(std::istream&) {
+  const HWND panel = Addressee("panel");
+  return panel ? WindowJson(panel) : Error("no panel");
+}
+
+Json DescribeWindows(std::istream&) {
+  const HWND window = HostWindow();
+  return window ? Object({{"windows", VisibleWindowsOf(ProcessOf(window))}}) : Error("no window");
+}
+
+Json Send(std::istream& arguments) {
+  const Message message = ReadMessage(arguments);
+  DWORD_PTR result = 0;
+  if (!SendMessageTimeoutW(message.window, message.id, message.wparam, message.lparam, SMTO_NORMAL,
+                           kMessageTimeoutMs, &result))
+    return Error("not sent");
+  return Object({{"result", static_cast<long long>(result)}});
+}
+
+Json Post(std::istream& arguments) {
+  const Message message = ReadMessage(arguments);
+  if (!message.window) return Error("no window");  // null would reach a thread's own queue
+  if (!PostMessageW(message.window, message.id, message.wparam, message.lparam))
+    return Error("not posted");
+  return Object({{"posted", true}});
+}
+
+Json Move(std::istream& arguments) {
+  int x = 0;
+  int y = 0;
+  int width = 0;
+  int height = 0;
+  arguments >> x >> y >> width >> height;
+  const HWND window = HostWindow();
+  if (!SetWindowPos(window, nullptr, x, y, width, height, SWP_NOZORDER | SWP_NOACTIVATE))
+    return Error("not moved");
+  return Object({{"rect", RectangleJson(ScreenRectangle(window))}});
+}
+
+Json DescribeProcess(std::istream&) {
+  const HWND window = HostWindow();
+  return window ? ProcessJson(ProcessOf(window)) : Error("no window");
+}
+
+Json Answer(const std::string& line) {
+  static const std::map<std::string, std::function<Json(std::istream&)>> commands = {
+      {"window", DescribeWindow},
+      {"panel", DescribePanel},
+      {"windows", DescribeWindows},
+      {"send", Send},
+      {"post", Post},
+      {"move", Move},
+      {"process", DescribeProcess},
+  };
+  std::istringstream arguments(line);
+  std::string name;
+  arguments >> name;
+  const auto command = commands.find(name);
+  return command == commands.end() ? Error("unknown command") : command->second(arguments);
+}
+
+void AnswerAll() {
+  SetThreadDpiAwarenessContext(DPI_AWARENESS_CONTEXT_PER_MONITOR_AWARE_V2);
+  for (std::string line; std::getline(std::cin, line);) {
+    std::string answer;
+    Serialize(Answer(line), answer);
+    std::cout << answer << std::endl;
+  }
+}
+
+}  // namespace
+}  // namespace wendra
+
+int main() {
+  wendra::AnswerAll();
+  return 0;
+}
