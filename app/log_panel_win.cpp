@@ -13,6 +13,11 @@ namespace {
 
 constexpr int kControlId = 2;
 
+// A visible panel follows the log so soon that nobody sees a delay, and a burst of lines costs one
+// update. The control itself uses the timer id 0.
+constexpr UINT_PTR kFollowTimer = 1;
+constexpr UINT kFollowDelayMs = 50;
+
 // Consolas, 9 points at the DPI that the window has now; kept for good.
 Font MakeFont(HWND window) {
   constexpr int kPoints = 9;
@@ -50,8 +55,7 @@ LogPanel::~LogPanel() { RemoveWindowSubclass(edit_, &LogPanel::OnMessage, 0); }
 
 void LogPanel::OnLogGrown() {
   const bool wasStale = std::exchange(isStale_, true);
-  // Visible: any message makes the control take over the text, once for all lines until it comes.
-  if (isVisible_ && !wasStale) PostMessageW(edit_, WM_NULL, 0, 0);
+  if (isVisible_ && !wasStale) SetTimer(edit_, kFollowTimer, kFollowDelayMs, nullptr);
 }
 
 void LogPanel::SetVisible(bool isVisible) {
@@ -67,6 +71,10 @@ LRESULT CALLBACK LogPanel::OnMessage(HWND window, UINT message, WPARAM wparam, L
                                      UINT_PTR, DWORD_PTR self) {
   if (message != WM_DESTROY && message != WM_NCDESTROY) {
     reinterpret_cast<LogPanel*>(self)->TakeOverNewText();
+  }
+  if (message == WM_TIMER && wparam == kFollowTimer) {
+    KillTimer(window, kFollowTimer);
+    return 0;
   }
   return DefSubclassProc(window, message, wparam, lparam);
 }

@@ -13,7 +13,8 @@ namespace wendra {
 //
 // To everyone who looks, by eye or by message, the panel holds the whole log after every line, with
 // the caret at its end. A line nevertheless costs the same after a day as in the first minute: the
-// control takes over what is new only when it is looked at, and then all of it at once.
+// control takes over what is new only when it is looked at (by any message, or 50 ms later while it
+// is visible), and then all of it at once.
 class LogPanel {
  public:
   // Makes the hidden control in `parent`. Borrows `logText`, which only ever grows.

@@ -103,9 +103,14 @@ TEST_F(LogPanelTest, TakesOverByItselfWhileVisible) {
   ShowWindow(window_.Handle(), SW_SHOW);
   panel_.SetVisible(true);
   EXPECT_TRUE(IsWindowVisible(Edit()));
+  TestWindow::Pump();
   Add("one");
   Add("two");
-  TestWindow::Pump();
+  MSG message{};
+  while (message.hwnd != Edit() || message.message != WM_TIMER) {
+    ASSERT_TRUE(GetMessageW(&message, nullptr, 0, 0));
+    DispatchMessageW(&message);
+  }
   // Read without a message that would make the control take over: from its own memory.
   const auto handle = reinterpret_cast<HLOCAL>(SendMessageW(Edit(), EM_GETHANDLE, 0, 0));
   ASSERT_NE(handle, nullptr);

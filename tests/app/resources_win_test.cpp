@@ -60,9 +60,9 @@ TEST_F(ResourcesTest, ManifestDeclaresDpiControlsSystemAndPrivileges) {
 TEST_F(ResourcesTest, UpdateKeyIsFortyFourBase64Characters) {
   const std::string_view key = Resource(L"EDDSAPUB", L"EDDSA");
   EXPECT_EQ(key.size(), 44u);
-  EXPECT_EQ(key.find_first_not_of(
-                "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/="),
-            std::string_view::npos);
+  EXPECT_EQ(
+      key.find_first_not_of("ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/="),
+      std::string_view::npos);
 }
 
 TEST_F(ResourcesTest, VersionsAreEqualFourPartAndNamed) {
