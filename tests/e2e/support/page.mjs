@@ -32,6 +32,7 @@ export class Page {
   #context;
   #lastId = 0;
   #waiting = new Map();
+  #onEvent;
 
   // `portFile`: Chromium's DevToolsActivePort. Waits until the host has its page.
   static async connect(portFile, context) {
@@ -127,6 +128,23 @@ export class Page {
     }, selector);
   }
 
+  // The text of every script that was run in the page during `action`, however it got there.
+  async scriptsDuring(action) {
+    const ids = [];
+    this.#onEvent = ({ method, params }) => {
+      if (method === 'Debugger.scriptParsed') ids.push(params.scriptId);
+    };
+    await this.send('Debugger.enable');
+    ids.length = 0; // enabling reports the scripts that are there already
+    await action();
+    const sources = await Promise.all(
+      ids.map((scriptId) => this.send('Debugger.getScriptSource', { scriptId })),
+    );
+    await this.send('Debugger.disable');
+    this.#onEvent = undefined;
+    return sources.map(({ scriptSource }) => scriptSource);
+  }
+
   // Any command of the protocol, in this page's session.
   async send(method, params = {}) {
     return this.#call(method, params, this.#session);
@@ -159,9 +177,9 @@ export class Page {
     });
   }
 
-  #receive({ id, result, error }) {
+  #receive({ id, result, error, method, params }) {
     const waiting = this.#waiting.get(id);
-    if (!waiting) return; // an event
+    if (!waiting) return this.#onEvent?.({ method, params });
     this.#waiting.delete(id);
     if (error) waiting.reject(new Error(`${waiting.method}: ${error.message}`));
     else waiting.resolve(result);

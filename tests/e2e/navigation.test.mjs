@@ -1,0 +1,138 @@
+// What stays in the window, what goes to the default browser, and whom the host listens to.
+import assert from 'node:assert/strict';
+import { after, before, beforeEach, test } from 'node:test';
+import { startHost } from './support/host.mjs';
+import { startServer } from './support/server.mjs';
+
+let server;
+let other; // the same host on another port, and foreign hosts: *.test is this machine too
+let host;
+let page;
+
+const link = (id, href, more = '') => `<p><a id="${id}" href="${href}" ${more}>${id}</a></p>`;
+
+before(async () => {
+  other = await startServer({
+    '/': '<!doctype html><title>other</title><p>other',
+    '/talks': `<!doctype html><title>talks</title><script>
+      window.replies = [];
+      window.__wendra = { __resolve: (...reply) => replies.push(reply) };
+      chrome.webview.postMessage({ __reqId: 'foreign', name: 'platform' });
+    </script>`,
+  });
+  const foreign = `http://foreign.test:${other.port}`;
+  server = await startServer({
+    '/': `<!doctype html><title>start</title>
+      ${link('foreign', `${foreign}/clicked`)}
+      ${link('port', `http://localhost:${other.port}/`)}
+      ${link('case', `http://LOCALHOST:${other.port}/`)}
+      ${link('inside', '/second')}
+      ${link('blank', `${foreign}/blank`, 'target="_blank"')}
+      ${link('blank-inside', '/second', 'target="_blank"')}
+      ${link('redirect', '/redirect')}
+      ${link('fragment', '#there')}
+      ${link('lookalike', `http://localhost.test:${other.port}/`)}
+      <form action="${foreign}/form"><button id="form">form</button></form>
+      <button id="open" onclick="window.open('${foreign}/opened')">open</button>
+      <button id="script" onclick="location.href = '${foreign}/scripted'">script</button>`,
+    '/second': '<!doctype html><title>second</title>',
+    '/redirect': { status: 302, headers: { Location: `${foreign}/talks` } },
+  });
+  host = await startHost({ address: server.url });
+  page = host.page;
+});
+
+after(async () => {
+  assert.equal(await host?.close(), 0);
+  await server?.close();
+  await other?.close();
+});
+
+beforeEach(async () => {
+  await page.evaluate((url) => void (location.href = url), `${server.url}/`);
+  await page.loaded(`${server.url}/`);
+});
+
+const foreign = (path) => `http://foreign.test:${other.port}${path}`;
+const openedLine = (address) => `[External] opening in browser: ${address}`;
+
+// The click must open `address` outside and leave the page where it was.
+async function clickOpensOutside(selector, address, options) {
+  const from = host.log.length;
+  await host.clickElement(selector, options);
+  assert.equal(await host.waitForLine(openedLine(address), { from }), openedLine(address));
+  await host.waitForOpenedInBrowser(address);
+  assert.equal(await page.evaluate('location.href'), `${server.url}/`);
+  assert.equal(await page.evaluate('document.title'), 'start');
+}
+
+async function clickStaysInside(selector, address, title) {
+  const from = host.log.length;
+  await host.clickElement(selector);
+  await page.loaded(address);
+  await page.waitFor(`document.title === '${title}'`);
+  assert.deepEqual(host.log.slice(from).filter((line) => line.includes('[External]')), []);
+}
+
+test('a clicked link to a foreign host opens outside and nothing leaves from here', async () => {
+  await clickOpensOutside('#foreign', foreign('/clicked'));
+  assert.deepEqual(other.requests.filter(({ url }) => url === '/clicked'), []);
+});
+
+test('a form and a script in a click to a foreign host open outside', async () => {
+  await clickOpensOutside('#form', foreign('/form?'));
+  await clickOpensOutside('#script', foreign('/scripted'));
+});
+
+test('a clicked link to a host that only looks alike opens outside', async () => {
+  await clickOpensOutside('#lookalike', `http://localhost.test:${other.port}/`);
+});
+
+test('a clicked link to the same host stays inside, whatever its port and letter case', async () => {
+  await clickStaysInside('#inside', '/second', 'second');
+  await page.evaluate('history.back()');
+  await page.loaded(`${server.url}/`);
+  await clickStaysInside('#port', `http://localhost:${other.port}/`, 'other');
+  await page.evaluate('history.back()');
+  await page.loaded(`${server.url}/`);
+  await clickStaysInside('#case', `http://localhost:${other.port}/`, 'other');
+});
+
+test('a clicked fragment stays in its document', async () => {
+  await page.evaluate('window.isSame = true');
+  await host.clickElement('#fragment');
+  await page.waitFor('location.hash === "#there"');
+  assert.equal(await page.evaluate('window.isSame'), true);
+});
+
+test('a script without a user loads a foreign host inside', async () => {
+  const from = host.log.length;
+  await page.evaluate((url) => void (location.href = url), foreign('/'));
+  await page.loaded(foreign('/'));
+  assert.deepEqual(host.log.slice(from).filter((line) => line.includes('[External]')), []);
+});
+
+test('new windows open outside, whatever their host', async () => {
+  await clickOpensOutside('#blank', foreign('/blank'));
+  await clickOpensOutside('#blank-inside', `${server.url}/second`);
+  await clickOpensOutside('#open', foreign('/opened'));
+  await clickOpensOutside('#inside', `${server.url}/second`, { keys: ['ctrl'] });
+});
+
+test('a redirect loads a foreign host inside, but its messages are not taken', async () => {
+  const from = host.log.length;
+  await page.evaluate('void (location.href = "/redirect")');
+  await page.loaded(foreign('/talks'));
+  const ignored = '[JS->Native] ignoring message from foreign.test';
+  assert.equal(await host.waitForLine(ignored, { from }), ignored);
+  assert.deepEqual(await page.evaluate('replies'), []);
+  assert.deepEqual(host.log.slice(from).filter((line) => line.includes("action '")), []);
+  assert.equal(await page.evaluate('JSON.stringify(window.__wendraHost)'), '{"platform":"windows","topInset":0}');
+});
+
+test('another server of this machine is taken, since its host is allowed', async () => {
+  const from = host.log.length;
+  await page.evaluate((url) => void (location.href = url), `http://127.0.0.1:${other.port}/talks`);
+  await host.waitForLine("[JS->Native] action 'platform' (req foreign)", { from });
+  await page.waitFor('replies.length === 1');
+});

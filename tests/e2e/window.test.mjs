@@ -1,0 +1,94 @@
+// The window as a person sees and handles it: keys, log panel, sizes.
+import assert from 'node:assert/strict';
+import { after, before, test } from 'node:test';
+import { startHost } from './support/host.mjs';
+import { startServer } from './support/server.mjs';
+import { until } from './support/waiting.mjs';
+
+let server;
+let host;
+
+before(async () => {
+  server = await startServer({ '/': '<!doctype html><title>page</title><input id="field" autofocus>' });
+  host = await startHost({ address: server.url });
+});
+
+after(async () => {
+  assert.equal(await host?.close(), 0);
+  await server?.close();
+});
+
+const sizeOf = ([left, top, right, bottom]) => [right - left, bottom - top];
+const shownLog = () => host.log.map((line) => `${line}\r\n`).join('');
+
+// The panel must fill the lowest 200 pixels of the client area, the page the rest.
+async function checkLayout({ client }, panelHeight) {
+  const [width, height] = sizeOf(client);
+  await host.page.waitFor(`innerWidth === ${width} && innerHeight === ${height - panelHeight}`);
+  const [left, , right, bottom] = client;
+  assert.deepEqual((await host.panel()).rect, [left, bottom - panelHeight, right, bottom]);
+}
+
+test('the window has its class, title and size, and the page fills it', async () => {
+  const window = await host.window();
+  assert.equal(window.text, 'Wendra');
+  assert.deepEqual(sizeOf(window.rect), [1260, 900]);
+  await checkLayout(window, 0);
+});
+
+test('Ctrl+L shows the whole log in 200 pixels at the bottom, and hides it again', async () => {
+  const window = await host.window();
+  assert.equal((await host.panel()).visible, false);
+
+  await host.keys('ctrl+l');
+  await host.waitForLine('[Log] log panel shown (Ctrl+L)');
+  await checkLayout(window, 200);
+  assert.equal((await host.panel()).visible, true);
+  assert.equal((await host.panel()).text, shownLog());
+
+  await host.keys('ctrl+l');
+  await host.waitForLine('[Log] log panel hidden (Ctrl+L)');
+  await checkLayout(window, 0);
+  assert.equal((await host.panel()).visible, false);
+  assert.equal((await host.panel()).text, shownLog());
+});
+
+test('Ctrl+R loads the page anew', async () => {
+  await host.page.evaluate('window.isOld = true');
+  const asked = server.requests.filter(({ url }) => url === '/').length;
+  await host.keys('ctrl+r');
+  await host.page.waitFor('!window.isOld && document.title === "page"');
+  assert.equal(server.requests.filter(({ url }) => url === '/').length, asked + 1);
+});
+
+test('page and panel follow the window', async () => {
+  await host.keys('ctrl+l');
+  for (const [width, height] of [[1000, 700], [1300, 950], [800, 600]]) {
+    await host.probe('move', 0, 0, width, height);
+    await checkLayout(await host.window(), 200);
+  }
+  await host.keys('ctrl+l');
+  await checkLayout(await host.window(), 0);
+});
+
+test('the window cannot be made smaller than 720 by 480', async () => {
+  const { rect: [left, top, right, bottom] } = await host.window();
+  const screen = await host.screen();
+  await screen.drag([right - 2, bottom - 2], [left + 100, top + 100]);
+  await until('the smallest window', async () => {
+    const [width, height] = sizeOf((await host.window()).rect);
+    return width === 720 && height === 480;
+  }, { context: host.context });
+});
+
+test('keys that go to the page are not taken by the window', async () => {
+  await host.clickElement('#field');
+  await host.page.waitFor('document.activeElement.id === "field"');
+  const from = host.log.length;
+  await host.type('grün');
+  await host.keys('ctrl+l');
+  await host.type('!');
+  await host.page.waitFor('document.querySelector("#field").value.endsWith("!")');
+  assert.equal(await host.page.evaluate('document.querySelector("#field").value'), 'grün!');
+  assert.deepEqual(host.log.slice(from), []);
+});

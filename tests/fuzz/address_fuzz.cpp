@@ -1,0 +1,35 @@
+// Addresses from the command line, the configuration and the page: whatever the bytes, the rules
+// agree with each other.
+#include <cstdint>
+#include <cstdlib>
+#include <string>
+#include <string_view>
+
+#include "base/address.h"
+#include "config/server_address.h"
+#include "webview/navigation.h"
+
+namespace {
+
+void Require(bool holds) {
+  if (!holds) std::abort();
+}
+
+}  // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+  const std::string_view text(reinterpret_cast<const char*>(data), size);
+
+  const std::string normal = wendra::NormalizeServerInput(text);
+  Require(wendra::NormalizeServerInput(normal) == normal);
+  const std::string url = wendra::ParseHttpUrl(text);
+  Require(url.empty() || !wendra::HostAndPort(wendra::SplitAddress(url).authority).empty());
+
+  const std::string host = wendra::UrlHost(text);
+  Require(host.find_first_of("/?#") == std::string::npos);
+  Require(wendra::IsTrustedPage(text, text));
+  Require(wendra::StaysInside(text, text));
+  // What is loaded is never at the mercy of what stands before the last '@' or after the host.
+  if (wendra::IsAllowedServerUrl(url)) Require(wendra::IsAllowedHost(wendra::UrlHost(url + "/@x")));
+  return 0;
+}

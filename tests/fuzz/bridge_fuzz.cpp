@@ -1,0 +1,32 @@
+// Messages of the page: whatever the bytes, there is one log line, and one reply exactly for a
+// request.
+#include <cstdint>
+#include <cstdlib>
+#include <stdexcept>
+#include <string_view>
+
+#include "bridge/bridge.h"
+#include "tests/support/recording_log.h"
+#include "tests/support/recording_page.h"
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+  using namespace wendra;
+  const std::string_view text(reinterpret_cast<const char*>(data), size);
+
+  RecordingLog log;
+  RecordingPage page;
+  Replies replies(page);
+  Bridge bridge(
+      {{"echo", [&](const std::string& id, const Json& args) { replies.Succeed(id, args); }}},
+      replies, log);
+  try {
+    bridge.HandleMessage(text);
+  } catch (const std::out_of_range&) {  // a number like 1e400 flies, before anything was said
+    if (!log.lines.empty() || !page.scripts.empty()) std::abort();
+    return 0;
+  }
+  if (log.lines.size() != 1) std::abort();
+  const bool isRequest = log.lines[0].starts_with("[JS->Native] action '");
+  if (page.scripts.size() != (isRequest ? 1u : 0u)) std::abort();
+  return 0;
+}
