@@ -14,7 +14,9 @@ Application::Application(HINSTANCE instance, std::string server, WindowLog& log,
       page_(server_,
             {.onMessage = [this](const std::optional<std::string>& source,
                                  std::string_view json) { OnPageMessage(source, json); },
-             .onLayoutNeeded = [this] { window_.LayOut(); }},
+             .onLayoutNeeded = [this] { window_.LayOut(); },
+             .isTrusted =
+                 [this](std::string_view address) { return IsTrustedPage(address, server_); }},
             log),
       replies_(page_),
       bridge_(MakeActions(), replies_, log),
@@ -27,7 +29,7 @@ int Application::Run() {
   if (!window_.Handle()) return 1;
   window_.Show();
   // From the loop, so that the window is there before the control takes its time.
-  PostMessageW(window_.Handle(), kCreateWebViewMessage, 0, 0);
+  (void)PostMessageW(window_.Handle(), kCreateWebViewMessage, 0, 0);
 
   const AcceleratorTable accelerators = MainWindow::MakeAccelerators();
   MSG message{};

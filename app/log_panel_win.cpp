@@ -14,7 +14,7 @@ namespace {
 constexpr int kControlId = 2;
 
 // A visible panel follows the log so soon that nobody sees a delay, and a burst of lines costs one
-// update. The control itself uses the timer id 0.
+// update.
 constexpr UINT_PTR kFollowTimer = 1;
 constexpr UINT kFollowDelayMs = 50;
 

@@ -1,6 +1,7 @@
 // Where the program starts: chooses the server, then runs the application on it.
-#include <memory>
+#include <exception>
 #include <string>
+#include <utility>
 
 #include "app/application_win.h"
 #include "app/window_log_win.h"
@@ -46,9 +47,11 @@ std::string FirstArgument() {
 }  // namespace
 
 int WINAPI wWinMain(HINSTANCE instance, HINSTANCE, PWSTR, int) {
+  // At once: the default would show a box and go on dispatching messages until somebody clicks.
+  std::set_terminate([] { RaiseFailFastException(nullptr, nullptr, 0); });
   const ComApartment apartment;
   InitializeCommonControls();
-  SetCurrentProcessExplicitAppUserModelID(wendra::kApplicationId);
+  (void)SetCurrentProcessExplicitAppUserModelID(wendra::kApplicationId);
 
   wendra::WindowLog log;
   wendra::ConfigFile config(wendra::ConfigFilePath(), log);

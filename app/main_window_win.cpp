@@ -38,7 +38,7 @@ void RegisterWindowClass(HINSTANCE instance, WNDPROC procedure) {
   windowClass.hIconSm = windowClass.hIcon;
   windowClass.hCursor = LoadCursorW(nullptr, IDC_ARROW);
   windowClass.lpszClassName = kWindowClass;  // no background: page and panel cover it all
-  RegisterClassExW(&windowClass);
+  (void)RegisterClassExW(&windowClass);      // without the class there is no window, which is seen
 }
 
 RECT ToRect(const Box& box) { return {box.left, box.top, box.right, box.bottom}; }
@@ -126,7 +126,7 @@ void MainWindow::OnCreate() {
     SendMessageW(window_, WM_SETICON, ICON_SMALL, reinterpret_cast<LPARAM>(icon));
     SendMessageW(window_, WM_SETICON, ICON_BIG, reinterpret_cast<LPARAM>(icon));
   }
-  SetTimer(window_, kConfigWatchTimer, kConfigWatchPeriodMs, nullptr);
+  (void)SetTimer(window_, kConfigWatchTimer, kConfigWatchPeriodMs, nullptr);
 }
 
 void MainWindow::OnDestroy() {
@@ -143,6 +143,7 @@ void MainWindow::OnCommand(WORD command) {
 }
 
 void MainWindow::ToggleLogPanel() {
+  if (!panel_) return;  // the window is going
   const bool isVisible = !panel_->IsVisible();
   panel_->SetVisible(isVisible);
   LayOut();
@@ -159,7 +160,8 @@ void MainWindow::LayOut() {
 }
 
 void MainWindow::OnGetMinMaxInfo(MINMAXINFO& info) const {
-  // The first of these messages come while the window is being made: no DPI yet.
+  // While the window is being made the scale counts as 1, so that it starts with its own size
+  // whatever the DPI.
   const Size size = MinimumWindowSize(isCreated_ ? GetDpiForWindow(window_) : 0);
   info.ptMinTrackSize = {size.width, size.height};
 }

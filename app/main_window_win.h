@@ -46,7 +46,7 @@ class MainWindow {
   WindowLog& log_;
   ConfigFile& config_;
   PageHost& page_;
-  HWND window_ = nullptr;                   // from its first message to its last
+  HWND window_ = nullptr;                   // from WM_NCCREATE to WM_NCDESTROY
   bool isCreated_ = false;                  // the window has been made: its DPI can be asked for
   std::optional<LogPanel> panel_;           // from WM_CREATE to WM_DESTROY
   std::optional<ConfigWatch> configWatch_;  // from WM_CREATE on

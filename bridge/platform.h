@@ -15,7 +15,7 @@ struct PlatformFacts {  // all UTF-8
   std::string home;     // profile folder, "" when it cannot be told
 };
 
-// Asks the system; any thread. Windows only.
+// Asks the system. Windows only.
 PlatformFacts ReadPlatformFacts();
 
 // The reply's value: name, version, user, home, in this order.

@@ -26,7 +26,7 @@ std::string KernelVersion() {
 }
 
 std::string AccountName() {
-  wchar_t name[256];  // the longest account name, UNLEN
+  wchar_t name[256];  // a longer name counts as none
   DWORD units = static_cast<DWORD>(std::size(name));
   return GetUserNameW(name, &units) ? Narrow(name) : std::string();
 }

@@ -1,14 +1,28 @@
 # Names that a vendor's build changes without touching code: -DWENDRA_SERVICE_DOMAIN=... and so on.
+# What is left empty follows from the others.
 set(WENDRA_SERVICE_DOMAIN "wendra.example" CACHE STRING
-  "Registered domain of the service; its hosts may be loaded")
-set(WENDRA_INSTANCE_SUFFIX ".on.${WENDRA_SERVICE_DOMAIN}" CACHE STRING
-  "What a bare instance name is completed with")
-set(WENDRA_RELEASE_HOST "releases.${WENDRA_SERVICE_DOMAIN}" CACHE STRING
-  "Host of the update feed")
+  "Registered domain of the service, lower case; its hosts may be loaded")
+set(WENDRA_INSTANCE_SUFFIX "" CACHE STRING
+  "What a bare instance name is completed with; default .on.SERVICE_DOMAIN")
+set(WENDRA_RELEASE_HOST "" CACHE STRING
+  "Host of the update feed; default releases.SERVICE_DOMAIN")
 set(WENDRA_APPLICATION_ID "Wendra.Desktop" CACHE STRING
   "AppUserModelID, and the key's name below HKEY_CURRENT_USER\\Software")
 set(WENDRA_COMPANY "Wendra" CACHE STRING "CompanyName of the version resource")
-set(WENDRA_VERSION "${PROJECT_VERSION}.0" CACHE STRING "Four-part file and product version")
+set(WENDRA_VERSION "" CACHE STRING
+  "Four-part file and product version; default the project's version and .0")
+
+if(NOT WENDRA_SERVICE_DOMAIN MATCHES "^[a-z0-9-]+(\\.[a-z0-9-]+)+$")
+  message(FATAL_ERROR "WENDRA_SERVICE_DOMAIN is not a domain in lower case")
+endif()
+macro(wendra_default name value)
+  if("${${name}}" STREQUAL "")
+    set(${name} "${value}")  # hides the empty cache entry from here on
+  endif()
+endmacro()
+wendra_default(WENDRA_INSTANCE_SUFFIX ".on.${WENDRA_SERVICE_DOMAIN}")
+wendra_default(WENDRA_RELEASE_HOST "releases.${WENDRA_SERVICE_DOMAIN}")
+wendra_default(WENDRA_VERSION "${PROJECT_VERSION}.0")
 
 # The development key pair was made for this purpose and its private half thrown away: nothing
 # signed with it can exist. A release is refused without a key of its own.

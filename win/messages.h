@@ -2,11 +2,12 @@
 //
 // | message                  | wParam | lParam                            | sender     | receiver |
 // |--------------------------|--------|-----------------------------------|------------|----------|
-// | kCreateWebViewMessage    | 0      | 0                                 | wWinMain   | webview  |
+// | kCreateWebViewMessage    | 0      | 0                                 | app        | webview  |
 // | kLogLineMessage          | 0      | owned std::string, one UTF-8 line | any thread | log      |
 //
 // An owned payload belongs to the window procedure as soon as the post has succeeded
-// (win/owned_message.h); it frees the payload whatever else it does with it.
+// (win/owned_message.h); it frees the payload whatever else it does with it. What is still queued
+// when the window goes ends with the process.
 #pragma once
 
 #include <windows.h>

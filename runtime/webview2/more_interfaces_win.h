@@ -4,20 +4,6 @@
 
 #include "webview/webview2_win.h"
 
-enum COREWEBVIEW2_WEB_ERROR_STATUS : int;
-
-struct ICoreWebView2NavigationCompletedEventArgs : public IUnknown {
-  virtual HRESULT STDMETHODCALLTYPE get_IsSuccess(BOOL* isSuccess) = 0;
-  virtual HRESULT STDMETHODCALLTYPE
-  get_WebErrorStatus(COREWEBVIEW2_WEB_ERROR_STATUS* webErrorStatus) = 0;
-  virtual HRESULT STDMETHODCALLTYPE get_NavigationId(UINT64* navigationId) = 0;
-};
-
-struct ICoreWebView2NavigationCompletedEventHandler : public IUnknown {
-  virtual HRESULT STDMETHODCALLTYPE Invoke(ICoreWebView2* sender,
-                                           ICoreWebView2NavigationCompletedEventArgs* args) = 0;
-};
-
 struct ICoreWebView2SourceChangedEventArgs : public IUnknown {
   virtual HRESULT STDMETHODCALLTYPE get_IsNewDocument(BOOL* value) = 0;
 };
@@ -39,12 +25,6 @@ struct ICoreWebView2ContentLoadingEventHandler : public IUnknown {
 
 namespace wendra {
 
-template <>
-inline constexpr GUID kIidOf<ICoreWebView2NavigationCompletedEventArgs> = {
-    0x30d68b7d, 0x20d9, 0x4752, {0xa9, 0xca, 0xec, 0x84, 0x48, 0xfb, 0xb5, 0xc1}};
-template <>
-inline constexpr GUID kIidOf<ICoreWebView2NavigationCompletedEventHandler> = {
-    0xd33a35bf, 0x1c49, 0x4f98, {0x93, 0xab, 0x00, 0x6e, 0x05, 0x33, 0xfe, 0x1c}};
 template <>
 inline constexpr GUID kIidOf<ICoreWebView2SourceChangedEventArgs> = {
     0x31e0e545, 0x1dba, 0x4266, {0x89, 0x14, 0xf6, 0x38, 0x48, 0xa1, 0xf7, 0xd7}};

@@ -33,6 +33,16 @@ class LogPanelTest : public testing::Test {
     return {start, end};
   }
 
+  // The number of lines according to the scroll bar, which is not asked by a message.
+  int LinesToScroll() {
+    SCROLLINFO info{};
+    info.cbSize = sizeof(info);
+    info.fMask = SIF_RANGE;
+    GetScrollInfo(Edit(), SB_VERT, &info);
+    return info.nMax + 1;
+  }
+
+  static constexpr DWORD kPatienceMs = 20'000;
   TestWindow window_;
   std::string log_;
   LogPanel panel_{window_.Handle(), GetModuleHandleW(nullptr), log_};
@@ -103,19 +113,21 @@ TEST_F(LogPanelTest, TakesOverByItselfWhileVisible) {
   ShowWindow(window_.Handle(), SW_SHOW);
   panel_.SetVisible(true);
   EXPECT_TRUE(IsWindowVisible(Edit()));
+  Add("first");
+  ASSERT_EQ(Shown(), log_);
   TestWindow::Pump();
-  Add("one");
-  Add("two");
+  const int linesBefore = LinesToScroll();
+  Add("second");
+  Add("third");
+  EXPECT_EQ(LinesToScroll(), linesBefore);
+
+  // Nobody looks: nothing but the panel's own timer reaches it.
   MSG message{};
-  while (message.hwnd != Edit() || message.message != WM_TIMER) {
-    ASSERT_TRUE(GetMessageW(&message, nullptr, 0, 0));
-    DispatchMessageW(&message);
-  }
-  // Read without a message that would make the control take over: from its own memory.
-  const auto handle = reinterpret_cast<HLOCAL>(SendMessageW(Edit(), EM_GETHANDLE, 0, 0));
-  ASSERT_NE(handle, nullptr);
-  EXPECT_EQ(Narrow(static_cast<const wchar_t*>(LocalLock(handle))), log_);
-  LocalUnlock(handle);
+  ASSERT_EQ(MsgWaitForMultipleObjects(0, nullptr, FALSE, kPatienceMs, QS_TIMER), WAIT_OBJECT_0);
+  ASSERT_TRUE(PeekMessageW(&message, Edit(), WM_TIMER, WM_TIMER, PM_REMOVE));
+  DispatchMessageW(&message);
+  EXPECT_EQ(LinesToScroll(), linesBefore + 2);
+
   panel_.SetVisible(false);
   EXPECT_FALSE(IsWindowVisible(Edit()));
 }

@@ -14,6 +14,31 @@
 namespace wendra {
 namespace {
 
+// Catches what goes to the debugger, which arrives as an exception with the text's place.
+class DebuggerOutput {
+ public:
+  DebuggerOutput() : handler_(AddVectoredExceptionHandler(1, &DebuggerOutput::OnException)) {
+    text.clear();
+  }
+  ~DebuggerOutput() { RemoveVectoredExceptionHandler(handler_); }
+  DebuggerOutput(const DebuggerOutput&) = delete;
+  DebuggerOutput& operator=(const DebuggerOutput&) = delete;
+
+  static std::string text;
+
+ private:
+  static LONG CALLBACK OnException(EXCEPTION_POINTERS* pointers) {
+    constexpr DWORD kDebuggerText = 0x40010006;  // DBG_PRINTEXCEPTION_C: length, ANSI text
+    const EXCEPTION_RECORD& record = *pointers->ExceptionRecord;
+    if (record.ExceptionCode != kDebuggerText) return EXCEPTION_CONTINUE_SEARCH;
+    text += reinterpret_cast<const char*>(record.ExceptionInformation[1]);
+    return EXCEPTION_CONTINUE_SEARCH;  // whoever raised it handles it
+  }
+
+  void* handler_;
+};
+std::string DebuggerOutput::text;
+
 TEST(WindowLog, KeepsEveryLineWithCarriageReturnAndLineFeed) {
   WindowLog log;
   log.Line("[Server] one");
@@ -22,10 +47,20 @@ TEST(WindowLog, KeepsEveryLineWithCarriageReturnAndLineFeed) {
   EXPECT_EQ(log.Text(), "[Server] one\r\nwith\nline feeds\r\n\r\n");
 }
 
+TEST(WindowLog, SendsEveryLineToTheDebuggerWithItsName) {
+  const DebuggerOutput debugger;
+  WindowLog log;
+  log.Line("[Server] one");
+  log.Line("two\nlines");
+  EXPECT_EQ(DebuggerOutput::text, "[Wendra] [Server] one\n[Wendra] two\nlines\n");
+}
+
 TEST(WindowLog, ReachesTheDebuggerAloneBeforeThereIsAWindow) {
+  const DebuggerOutput debugger;
   WindowLog log;
   std::thread([&] { log.LineFromAnyThread("early"); }).join();
   EXPECT_EQ(log.Text(), "");
+  EXPECT_EQ(DebuggerOutput::text, "[Wendra] early\n");
 }
 
 TEST(WindowLog, PostsLinesOfAnyThreadInTheirOrder) {

@@ -134,6 +134,13 @@ TEST(IsAllowedServerUrl, JudgesTheHostAlone) {
       {"https://wendra.example.evil.test", false},
       {"https://notwendra.example", false},
       {"https://wendra.example\\.evil.test", false},
+      // What a browser would read as another host.
+      {"http://evil.test\\@localhost", false},
+      {"https://evil.test\\.wendra.example", false},
+      {std::string_view("https://evil.test\0.wendra.example", 33), false},
+      {"https://evil.test\t.wendra.example", false},
+      {"https://evil.test .wendra.example", false},
+      {"https://localhost/a\\b c", true},  // not in the authority
   };
   for (const auto& c : cases) EXPECT_EQ(IsAllowedServerUrl(c.url), c.isAllowed) << c.url;
 }
@@ -145,6 +152,13 @@ TEST(IsTrustedPage, IsTheServersHostOrAnAllowedOne) {
   EXPECT_FALSE(IsTrustedPage("http://evil.test/", "http://localhost"));
   EXPECT_FALSE(IsTrustedPage("about:blank", "http://localhost"));
   EXPECT_FALSE(IsTrustedPage("data:text/html,x", "http://localhost"));
+  EXPECT_FALSE(IsTrustedPage("data:text/html,x://localhost", "http://localhost"));
+  EXPECT_FALSE(IsTrustedPage("data:,@localhost", "http://localhost"));
+  EXPECT_FALSE(IsTrustedPage("blob:null/1-2#://localhost/", "http://localhost"));
+  EXPECT_FALSE(IsTrustedPage("blob:http://localhost/1-2", "http://localhost"));
+  EXPECT_FALSE(IsTrustedPage("file://localhost/c$/x.html", "http://localhost"));
+  EXPECT_FALSE(IsTrustedPage("localhost", "http://localhost"));
+  EXPECT_TRUE(IsTrustedPage("HTTPS://localhost", "http://localhost"));
   EXPECT_FALSE(IsTrustedPage("", "http://localhost"));
 }
 

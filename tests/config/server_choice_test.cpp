@@ -14,15 +14,19 @@ using Lines = std::vector<std::string>;
 
 class FakeStore : public ServerStore {
  public:
-  explicit FakeStore(std::string text) : text_(std::move(text)) {}
+  FakeStore(std::string text, Log& log) : text_(std::move(text)), log_(log) {}
   std::string ReadConfigText() override { return text_; }
   std::string ConfigPathText() override { return "C:\\c.json"; }
-  void SaveChosenServer(std::string_view url) override { saved = url; }
+  void SaveChosenServer(std::string_view url) override {
+    saved = url;
+    log_.Line("saved");
+  }
 
   std::optional<std::string> saved;
 
  private:
   std::string text_;
+  Log& log_;
 };
 
 class FakePrompt : public ServerPrompt {
@@ -83,7 +87,7 @@ TEST(ServerChoice, TriesTheSourcesInOrderAndLogsEveryDecision) {
        "https://localhost",
        "https://localhost",
        true,
-       {"[Server] ignoring invalid command-line URL" + notHttp,
+       {"[Server] ignoring invalid command-line URL" + notHttp, "saved",
         "[Server] loading https://localhost (chosen in the first-run prompt)"}},
       {"blank argument",
        "  ",
@@ -141,12 +145,12 @@ TEST(ServerChoice, TriesTheSourcesInOrderAndLogsEveryDecision) {
        "https://localhost",
        "https://localhost",
        true,
-       {ignoringValue + notAllowed,
+       {ignoringValue + notAllowed, "saved",
         "[Server] loading https://localhost (chosen in the first-run prompt)"}},
   };
   for (const Case& c : cases) {
     RecordingLog log;
-    FakeStore store(c.config);
+    FakeStore store(c.config, log);
     FakePrompt prompt(c.prompt);
     EXPECT_EQ(ServerChoice(c.argument, store, prompt, log).SelectServerAtStartup(), c.url) << c.why;
     EXPECT_EQ(log.lines, c.lines) << c.why;
@@ -159,7 +163,7 @@ TEST(ServerChoice, TriesTheSourcesInOrderAndLogsEveryDecision) {
 
 TEST(ServerChoice, ConsidersTheCommandLineOnce) {
   RecordingLog log;
-  FakeStore store("{\"server\":\"localhost\"}");
+  FakeStore store("{\"server\":\"localhost\"}", log);
   FakePrompt prompt("");
   ServerChoice choice("demo", store, prompt, log);
   EXPECT_EQ(choice.SelectServerAtStartup(), "https://demo.on.wendra.example");
