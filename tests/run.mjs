@@ -46,7 +46,8 @@ function run(name, command, args, { env = {} } = {}) {
   });
 }
 
-function report(name, { passed, failed, skipped = 0 }, startedMs, output) {
+function report(name, { passed = 0, failed = 0, skipped = 0 }, startedMs, output) {
+  if (passed + failed + skipped === 0) failed = 1; // whatever ran no test has not passed
   total.passed += passed;
   total.failed += failed;
   total.skipped += skipped;
@@ -120,7 +121,6 @@ async function runNodeTest(name, file, env = {}) {
   const count = (what) => Number(new RegExp(`^# ${what} (\\d+)`, 'm').exec(output)?.[1] ?? 0);
   const failed = count('fail') + count('cancelled');
   const counts = { passed: count('pass'), failed: failed || (code === 0 ? 0 : 1), skipped: count('skipped') };
-  if (counts.passed + counts.failed === 0) counts.failed = 1; // ran nothing
   report(name, counts, startedMs, output);
 }
 
@@ -201,11 +201,14 @@ const suites = {
   async bench() {
     if (!(await build('native')) || !(await build('windows'))) return;
     for (const program of entries('build/native/bin/bench', /_bench$/)) {
-      await runWhole(`native-${program}`, join(kRoot, 'build/native/bin/bench', program), ['--check']);
+      await runWhole(`native-${program}`, join(kRoot, 'build/native/bin/bench', program), ['--once']);
     }
     for (const program of entries('build/windows/bin/bench', /_bench\.exe$/)) {
-      const { command, args, env } = underWine('bench', program, () => ['--check'])('');
+      const { command, args, env } = underWine('bench', program, () => ['--once'])('');
       await runWhole(`windows-${basename(program, '.exe')}`, command, args, { env });
+    }
+    for (const file of entries('tests/bench', /_bench\.mjs$/)) {
+      await runWhole(basename(file, '.mjs'), 'node', [`tests/bench/${file}`, '--once']);
     }
   },
 };
@@ -223,7 +226,10 @@ if (unknown.length) {
 
 mkdirSync(kLogs, { recursive: true });
 for (const [name, suite] of Object.entries(suites)) {
-  if (named.length === 0 || named.includes(name)) await suite();
+  if (named.length > 0 && !named.includes(name)) continue;
+  const before = total.passed + total.failed;
+  await suite();
+  if (total.passed + total.failed === before) report(name, {}, Date.now(), 'nothing was run');
 }
 console.log(`${total.passed} passed, ${total.failed} failed, ${total.skipped} skipped`);
 process.exit(total.failed ? 1 : 0);

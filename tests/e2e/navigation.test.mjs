@@ -19,6 +19,21 @@ before(async () => {
       window.__wendra = { __resolve: (...reply) => replies.push(reply) };
       chrome.webview.postMessage({ __reqId: 'foreign', name: 'platform' });
     </script>`,
+    // Makes itself a document whose address ends like one of this machine.
+    '/disguised': {
+      headers: { 'Content-Security-Policy': 'sandbox allow-scripts' },
+      body: `<!doctype html><script>
+        const page = "<script>chrome.webview.postMessage({ __reqId: 'disguised', name: 'platform' });" +
+          "chrome.webview.postMessage('end')</" + "script>";
+        const blob = URL.createObjectURL(new Blob([page], { type: 'text/html' }));
+        location.href = blob + '#://localhost/';
+      </script>`,
+    },
+    '/harvests': `<!doctype html><title>harvests</title><script>
+      window.harvest = [];
+      window.__wendra = { __resolve: (...reply) => harvest.push(reply) };
+    </script>`,
+    '/nothing': { status: 204 },
   });
   const foreign = `http://foreign.test:${other.port}`;
   server = await startServer({
@@ -31,6 +46,7 @@ before(async () => {
       ${link('blank-inside', '/second', 'target="_blank"')}
       ${link('redirect', '/redirect')}
       ${link('fragment', '#there')}
+      ${link('mail', 'mailto:somebody@foreign.test')}
       ${link('lookalike', `http://localhost.test:${other.port}/`)}
       <form action="${foreign}/form"><button id="form">form</button></form>
       <button id="open" onclick="window.open('${foreign}/opened')">open</button>
@@ -135,4 +151,49 @@ test('another server of this machine is taken, since its host is allowed', async
   await page.evaluate((url) => void (location.href = url), `http://127.0.0.1:${other.port}/talks`);
   await host.waitForLine("[JS->Native] action 'platform' (req foreign)", { from });
   await page.waitFor('replies.length === 1');
+});
+
+test('a foreign page that disguises its address is not taken either', async () => {
+  const from = host.log.length;
+  await page.evaluate((url) => void (location.href = url), foreign('/disguised'));
+  await host.waitForLine('[JS->Native] ignoring message from', { from });
+  await host.waitForLine('[JS->Native] ignoring message from', { from: host.log.length - 1 });
+  assert.deepEqual(host.log.slice(from).filter((line) => line.includes('action')), []);
+});
+
+// Posts requests and navigates in one go, so that their replies come while the page changes.
+async function askAndLeave(count, address) {
+  await page.evaluate((wanted, url) => {
+    window.__wendra = { __resolve: (...reply) => (window.replies ??= []).push(reply) };
+    for (let i = 0; i < wanted; ++i) chrome.webview.postMessage({ __reqId: `left${i}`, name: 'platform' });
+    location.href = url;
+  }, count, address);
+}
+
+test('replies that come too late do not reach a foreign page', async () => {
+  const from = host.log.length;
+  await askAndLeave(2000, foreign('/harvests'));
+  await page.loaded(foreign('/harvests'));
+  await host.waitForLine('(req left1999)', { from, timeoutMs: 60_000 });
+  // What was let through before this evaluation has arrived before it too.
+  assert.deepEqual(await page.evaluate('harvest'), []);
+});
+
+test('a foreign address that brings no page leaves the old one with its replies', async (t) => {
+  const leave = {
+    'an answer without content': () => askAndLeave(3, foreign('/nothing')),
+    'an address for another program': async () => {
+      await page.evaluate(`window.__wendra = { __resolve: (...reply) => (window.replies ??= []).push(reply) }`);
+      await host.clickElement('#mail');
+      await page.evaluate(`for (const i of [0, 1, 2]) chrome.webview.postMessage({ __reqId: 'left' + i, name: 'platform' })`);
+    },
+  };
+  for (const [name, action] of Object.entries(leave)) {
+    await t.test(name, async () => {
+      await page.evaluate('window.replies = []');
+      await action();
+      await page.waitFor('replies.length === 3');
+      assert.equal(await page.evaluate('document.title'), 'start');
+    });
+  }
 });

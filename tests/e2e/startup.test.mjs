@@ -1,6 +1,6 @@
 // Which server is chosen at start-up, with every line of the log, and how the program ends.
 import assert from 'node:assert/strict';
-import { chmod, mkdir, readFile, stat, writeFile } from 'node:fs/promises';
+import { chmod, mkdir, readFile, rename, stat, writeFile } from 'node:fs/promises';
 import { dirname } from 'node:path';
 import { after, before, test } from 'node:test';
 import { configFile, makeProfile, startHost } from './support/host.mjs';
@@ -37,6 +37,8 @@ test('addresses that nobody accepts end the program with code 0 and no window', 
     ['a trailing dot', { args: ['http://localhost.'] }, [`[Server] ignoring command-line URL${kNotAllowed}`, kCancelled]],
     ['other loopback', { args: ['http://127.0.0.2'] }, [`[Server] ignoring command-line URL${kNotAllowed}`, kCancelled]],
     ['ftp', { args: ['ftp://localhost'] }, [`[Server] ignoring invalid command-line URL${kNotHttp}`, kCancelled]],
+    ['a backslash', { args: ['http://evil.test\\@localhost'] }, [`[Server] ignoring command-line URL${kNotAllowed}`, kCancelled]],
+    ['a zero in the config', { config: '{"server":"https://evil.test\\u0000.wendra.example"}' }, [`[Server] ignoring "server" value in ${kPath}${kNotAllowed}`, kCancelled]],
     ['blanks', { args: ['  '] }, [`[Server] ignoring invalid command-line URL${kNotHttp}`, kCancelled]],
     ['no host', { args: ['https:///'] }, [`[Server] ignoring invalid command-line URL${kNotHttp}`, kCancelled]],
     ['config without server', { config: {} }, [kCancelled]],
@@ -86,6 +88,22 @@ test('addresses that are accepted are shown, cleaned', async (t) => {
   }
 });
 
+test('a server with a user part, or with letters beyond ASCII, is shown inside', async () => {
+  const address = server.url.replace('//', '//somebody@');
+  const withUser = await startHost({ address });
+  assert.equal(await withUser.page.evaluate('document.title'), 'start');
+  assert.equal(await withUser.close(), 0);
+
+  const withUmlaut = await startHost({ args: ['bücher'], page: false });
+  await withUmlaut.connectPage(); // an error page: nobody has that name
+  assert.deepEqual(ignoringCase(withUmlaut.log), [
+    '[Server] loading https://bücher.on.wendra.example (from command line)',
+    kCreated,
+  ]);
+  assert.deepEqual(await withUmlaut.openedInBrowser(), []);
+  assert.equal(await withUmlaut.close(), 0);
+});
+
 test('a rejected argument leaves the choice to the config, which stays as it is', async () => {
   const config = `{ "server": "${server.url}", "kept": 1.50 }`;
   const host = await startHost({ args: ['https://evil.test'], config, page: true });
@@ -133,7 +151,11 @@ test('the page hears of a changed config.json, but not of a broken one', async (
     document.addEventListener('mcpConfigChanged', () => (window.changes += 1));
   });
   const look = () => host.probe('send window', kTimerMessage, kConfigWatchTimer, 0);
-  const write = (text) => writeFile(configFile(host.profile), text);
+  // In one step: the host must not see a file that is only half written.
+  const write = async (text) => {
+    await writeFile(`${configFile(host.profile)}.new`, text);
+    await rename(`${configFile(host.profile)}.new`, configFile(host.profile));
+  };
   await write('{"mcpServers":{},"x":1}');
   await host.page.waitFor('changes === 1'); // the timer's own tick
   await write('[]');
