@@ -76,6 +76,16 @@ test('the host object is there before the first script, after a reload, and in a
   assert.deepEqual(await seen(), [kHostObject, 'function']);
 });
 
+test('the host object is made by exactly one script, in every document', async () => {
+  const kScript = "window.__wendraHost = { platform: 'windows', topInset: 0 };";
+  const scripts = await page.scriptsDuring(async () => {
+    await page.evaluate('location.href = "/second"');
+    await page.loaded('/second');
+    await page.waitFor('window.replies?.length > 0');
+  });
+  assert.equal(scripts.filter((script) => script === kScript).length, 1, scripts.join('\n---\n'));
+});
+
 test('platform answers with name, version, user and home, in this order', async () => {
   const [[id, ok, value]] = await page.evaluate('replies');
   assert.equal(id, 'start');

@@ -38,3 +38,32 @@ test('a server that nobody runs leaves the window usable', async () => {
   await host.waitForLine('[Log] log panel shown (Ctrl+L)');
   assert.equal(await host.close(), 0);
 });
+
+test('a browser control that cannot be made, or comes in an odd order, does no harm', async (t) => {
+  const server = await startServer({ '/': '<!doctype html><title>start</title>' });
+  for (const [mode, showsPage] of [['fail', false], ['never', false], ['controller-fail', false], ['sync', true]]) {
+    await t.test(mode, async () => {
+      const host = await startHost({
+        address: server.url,
+        env: { WENDRA_DEV_CREATE: mode },
+        page: showsPage,
+      });
+      if (showsPage) assert.equal(await host.page.evaluate('document.title'), 'start');
+      await host.window();
+      await host.keys('ctrl+l');
+      await host.waitForLine('[Log] log panel shown (Ctrl+L)');
+      assert.equal(await host.close(), 0);
+    });
+  }
+  await server.close();
+});
+
+test('a window that is closed while its browser control is being made ends at once', async () => {
+  const server = await startServer({ '/': '<!doctype html><title>start</title>' });
+  for (let i = 0; i < 5; ++i) {
+    const host = await startHost({ address: server.url, page: false });
+    await host.waitForLine('[Server] loading');
+    assert.equal(await host.close(), 0);
+  }
+  await server.close();
+});

@@ -1,7 +1,9 @@
 // The window as a person sees and handles it: keys, log panel, sizes.
 import assert from 'node:assert/strict';
+import { appendFile, rm } from 'node:fs/promises';
+import { join } from 'node:path';
 import { after, before, test } from 'node:test';
-import { startHost } from './support/host.mjs';
+import { makeProfile, startHost } from './support/host.mjs';
 import { startServer } from './support/server.mjs';
 import { until } from './support/waiting.mjs';
 
@@ -91,4 +93,34 @@ test('keys that go to the page are not taken by the window', async () => {
   await host.page.waitFor('document.querySelector("#field").value.endsWith("!")');
   assert.equal(await host.page.evaluate('document.querySelector("#field").value'), 'grün!');
   assert.deepEqual(host.log.slice(from), []);
+});
+
+test('the smallest size follows the DPI, the first size does not', async (t) => {
+  const kShown = { 144: [1080, 720], 192: undefined }; // the smallest at 192 is larger than the screen
+  for (const [dpi, smallest] of Object.entries(kShown)) {
+    await t.test(`${dpi} DPI`, async () => {
+      const profile = await makeProfile();
+      const withoutBrowser = { args: ['localhost'], profile, env: { WENDRA_DEV_NO_RUNTIME: '1' } };
+      const first = await startHost(withoutBrowser); // makes the profile
+      await first.window();
+      assert.equal(await first.close(), 0);
+      await appendFile(join(profile, '.wine/user.reg'),
+        `\n[Control Panel\\\\Desktop]\n"LogPixels"=dword:${Number(dpi).toString(16).padStart(8, '0')}\n`);
+      const scaled = await startHost(withoutBrowser);
+      const { rect, dpi: seen } = await scaled.window();
+      assert.equal(seen, Number(dpi));
+      assert.deepEqual(sizeOf(rect), [1260, 900]);
+      if (smallest) {
+        const [left, top, right, bottom] = rect;
+        const screen = await scaled.screen();
+        await screen.drag([right - 2, bottom - 2], [left + 100, top + 100]);
+        await until('the smallest window', async () => {
+          const [width, height] = sizeOf((await scaled.window()).rect);
+          return width === smallest[0] && height === smallest[1];
+        }, { context: scaled.context });
+      }
+      assert.equal(await scaled.close(), 0);
+      await rm(profile, { recursive: true, force: true });
+    });
+  }
 });

@@ -30,6 +30,8 @@ import { Screenshots } from './screenshots.mjs';
 
 const kRoot = join(dirname(fileURLToPath(import.meta.url)), '../..');
 const kChromium = '/usr/lib/chromium/chromium-headless-shell'; // the one in /usr/bin is a wrapper
+const kKeyboard = join(kRoot, 'tools/wine/keyboard.xkb');
+const kTaskkill = 'C:\\windows\\system32\\taskkill.exe'; // by its path it starts at once
 const kStartLimitMs = 20_000; // of the display and of Wine's server
 const kCloseLimitMs = 10_000; // from the wish to close to the host's end
 const kEndLimitMs = 3_000; // of each helper, before it is killed
@@ -42,8 +44,7 @@ const say = (text) => console.error(`launch: ${text}`);
 
 class StartFailed extends Error {}
 
-// A display of our own, on a number that is free, with the language's keyboard. A change of layout
-// later on would reach a running Windows program late.
+// A display of our own, on a number that is free.
 async function startDisplay(environment) {
   const screen = ['-screen', '0', '1400x1000x24', '-nolisten', 'tcp', '-noreset'];
   const child = spawnTied('Xvfb', ['-displayfd', '3', ...screen], {
@@ -55,7 +56,7 @@ async function startDisplay(environment) {
     ended(child).then(() => resolve(''));
   });
   if (!number) throw new StartFailed('the virtual display did not start');
-  if (lang === 'de') await ended(spawnTied('setxkbmap', ['-display', `:${number}`, 'de'], {}));
+  await ended(spawnTied('xkbcomp', ['-w0', kKeyboard, `:${number}`], {}));
   return { child, name: `:${number}` };
 }
 
@@ -98,7 +99,7 @@ function startHost(environment) {
 async function closeWindow(environment, hostEnded) {
   const late = sleep(kCloseLimitMs, 'late', { ref: false });
   for (let pauseMs = 200; ; pauseMs *= 2) {
-    const taskkill = spawnTied(kWine, ['taskkill', '/im', basename(host)], { env: environment });
+    const taskkill = spawnTied(kWine, [kTaskkill, '/im', basename(host)], { env: environment });
     const pause = ended(taskkill).then(() => sleep(pauseMs, 'pause', { ref: false }));
     const first = await Promise.race([hostEnded, late, pause]);
     if (first !== 'pause') return first !== 'late';
@@ -132,6 +133,14 @@ function killStragglers() {
     say(`killing process ${pid}, which has outlived the host`);
     signalProcess(pid, 'SIGKILL');
   }
+}
+
+// A launch that was killed hard may have left a server that still writes the registry.
+async function awaitEarlierEnd() {
+  const prefix = prefixOf(profile);
+  const gone = await waitUntil(() => processesOf(prefix).length === 0, kStartLimitMs);
+  if (!gone) throw new StartFailed('processes of an earlier launch of this profile do not end');
+  removeServerFolder(prefix);
 }
 
 // The first signal asks; resolves with its name.
@@ -179,6 +188,7 @@ async function run(children) {
   let display = process.env.DISPLAY;
   const environment = { ...wineEnvironment(profile, { display: display ?? '', lang }), ...settings };
 
+  await awaitEarlierEnd();
   const ownDisplay = display ? null : startDisplay(environment);
   ownDisplay?.catch(() => {}); // reported where it is awaited
   preparePrefix(template, profile, { managed: Boolean(display) });

@@ -38,18 +38,23 @@ export function isAlive(pid) {
   return Number(/^Threads:\s+(\d+)/m.exec(status)?.[1]) > 1;
 }
 
+// A zombie's environment is to be had from its living threads only.
+function environmentOf(pid) {
+  const environment = procFile(pid, 'environ');
+  if (environment) return environment;
+  try {
+    const threads = readdirSync(`/proc/${pid}/task`);
+    return threads.map((id) => procFile(pid, `task/${id}/environ`)).join('\0');
+  } catch {
+    return ''; // it has ended
+  }
+}
+
 // Ids of the living processes that were started with this Wine prefix in their environment:
 // Windows processes, Wine's server, and whatever else launch starts, for all of it is marked so.
 export function processesOf(prefix) {
   const mark = Buffer.from(`\0WINEPREFIX=${prefix}\0`).toString('latin1');
-  const isMarked = (pid) => {
-    const threads = () => readdirSync(`/proc/${pid}/task`).map((tid) => `task/${tid}/environ`);
-    try {
-      return ['environ', ...threads()].some((name) => `\0${procFile(pid, name)}`.includes(mark));
-    } catch {
-      return false; // it has ended
-    }
-  };
+  const isMarked = (pid) => `\0${environmentOf(pid)}`.includes(mark);
   return readdirSync('/proc')
     .filter((name) => /^\d+$/.test(name))
     .map(Number)

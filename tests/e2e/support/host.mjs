@@ -8,6 +8,7 @@ import {
   openedInBrowserFile,
   prefixOf,
   profileFiles,
+  removeServerFolder,
   wineEnvironment,
 } from '../../../tools/wine/prefix.mjs';
 import { ended, isAlive, processesOf, spawnTied } from '../../../tools/wine/processes.mjs';
@@ -167,8 +168,7 @@ class Host {
   }
 
   async screen() {
-    const { display, lang } = await this.#running();
-    this.#screen ??= new Screen(display, lang);
+    this.#screen ??= new Screen((await this.#running()).display);
     return this.#screen;
   }
 
@@ -227,6 +227,7 @@ class Host {
       timeoutMs: kPatienceMs / 4,
       context: () => `still there: ${this.processes().join(' ')}`,
     });
+    removeServerFolder(prefixOf(this.profile)); // still there after a hard end
     if (!this.#wanted.profile) await rm(this.profile, { recursive: true, force: true });
   }
 

@@ -130,19 +130,22 @@ export class Page {
 
   // The text of every script that was run in the page during `action`, however it got there.
   async scriptsDuring(action) {
-    const ids = [];
+    const texts = [];
+    const textOf = async (scriptId) => {
+      const { scriptSource } = await this.send('Debugger.getScriptSource', { scriptId });
+      return scriptSource;
+    };
     this.#onEvent = ({ method, params }) => {
-      if (method === 'Debugger.scriptParsed') ids.push(params.scriptId);
+      // At once: a script goes with its document. One that is gone already was of an older one.
+      if (method === 'Debugger.scriptParsed') texts.push(textOf(params.scriptId).catch(() => ''));
     };
     await this.send('Debugger.enable');
-    ids.length = 0; // enabling reports the scripts that are there already
+    texts.length = 0; // enabling reports the scripts that are there already
     await action();
-    const sources = await Promise.all(
-      ids.map((scriptId) => this.send('Debugger.getScriptSource', { scriptId })),
-    );
+    const scripts = await Promise.all(texts);
     await this.send('Debugger.disable');
     this.#onEvent = undefined;
-    return sources.map(({ scriptSource }) => scriptSource);
+    return scripts;
   }
 
   // Any command of the protocol, in this page's session.
