@@ -141,3 +141,24 @@ test('the program imports system libraries and the two of its vendors only', () 
   }
   assert.match(headers, /Base Relocation Directory \[\.reloc\]/);
 });
+
+test('a release is refused without a key of its own', () => {
+  const configure = (...options) =>
+    spawnSync('cmake', ['-S', kRoot, '-B', join(kRoot, 'build/release-check'), '-G', 'Ninja',
+      '--fresh', '-DWENDRA_TESTS=OFF', ...options], { encoding: 'utf8' });
+  const key = 'A'.repeat(43);
+  const cases = [
+    [['-DWENDRA_RELEASE=ON'], /WENDRA_RELEASE needs WENDRA_EDDSA_PUBLIC_KEY/],
+    [[`-DWENDRA_EDDSA_PUBLIC_KEY=${key}`], /is not base64/],
+    [[`-DWENDRA_EDDSA_PUBLIC_KEY=${key}A=`], /has 45 characters, not 44/],
+    [['-DWENDRA_SERVICE_DOMAIN='], /WENDRA_SERVICE_DOMAIN is not a domain/],
+    [['-DWENDRA_SERVICE_DOMAIN=Wendra.example'], /WENDRA_SERVICE_DOMAIN is not a domain/],
+    [['-DWENDRA_VERSION=1.2.3'], /WENDRA_VERSION is not a four-part version/],
+  ];
+  for (const [options, message] of cases) {
+    const { status, stderr } = configure(...options);
+    assert.notEqual(status, 0, options.join(' '));
+    assert.match(stderr, message);
+  }
+  assert.equal(configure('-DWENDRA_RELEASE=ON', `-DWENDRA_EDDSA_PUBLIC_KEY=${key}=`).status, 0);
+});
