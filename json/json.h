@@ -2,7 +2,8 @@
 //
 // A Json is a value: it owns its whole tree, shares nothing, and a copy is the whole tree. Lend it
 // by const reference and move it when done; where it must outlive the function that built it, the
-// holder keeps it under shared ownership. Different values may be used on different threads at once.
+// holder keeps it under shared ownership. Different values may be used on different threads at
+// once.
 //
 // Nesting has no limit: reading, writing, copying and destroying keep their way through the tree on
 // the heap, never on the machine's stack.
@@ -77,7 +78,8 @@ struct Json {
   void DestroyChildren() noexcept;
 };
 
-// Reads one value from the whole of `text`; nothing but whitespace may follow it.
+// Reads one value from the whole of `text`; nothing but whitespace may follow it. Deliberate: a
+// text that is only a string which never ends is taken as that string, at the top level alone.
 // False on any syntax error; `out` is then in no state to be used. No byte outside `text` is read,
 // and `text` may lie inside `out`.
 // Throws std::out_of_range("stod argument out of range") for a number too large for a double, or a

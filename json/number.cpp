@@ -1,7 +1,9 @@
 #include "json/number.h"
 
+#include <algorithm>
 #include <charconv>
 #include <cmath>
+#include <cstddef>
 #include <cstdint>
 #include <stdexcept>
 #include <system_error>
@@ -19,7 +21,7 @@ constexpr double kExactPowersOfTen[] = {1e0,  1e1,  1e2,  1e3,  1e4,  1e5,  1e6,
 constexpr std::int64_t kMaxExactPower = 22;
 
 // More digits than this may not fit into 64 bits.
-constexpr int kMaxDigits = 19;
+constexpr std::ptrdiff_t kMaxDigits = 19;
 
 // Beyond this an exponent is only "large": no text has the digits to make up for it, and counting
 // on would overflow.
@@ -27,26 +29,27 @@ constexpr std::int64_t kLargeExponent = 100'000'000'000'000'000;
 
 bool IsDigit(char c) { return static_cast<unsigned char>(c - '0') < 10; }
 
-// The digits of a literal as they are being read: digits * 10^power, if there are few enough.
+// A literal as it is being read: digits * 10^power. With more than kMaxDigits digits, leading zeros
+// included, `digits` has overflowed and means nothing.
 struct Decimal {
   std::uint64_t digits = 0;
-  int count = 0;  // of digits since the first that is not zero; stops counting above kMaxDigits
+  std::ptrdiff_t digitCount = 0;
   std::int64_t power = 0;
-
-  void Take(char digit) {
-    if (count > kMaxDigits) return;
-    count += count != 0 || digit != '0';
-    digits = digits * 10 + static_cast<unsigned>(digit - '0');
-  }
-  bool IsZero() const { return count == 0; }
 };
 
 [[noreturn]] void ThrowOutOfRange() { throw std::out_of_range("stod argument out of range"); }
 
-// The grammar has been checked, so there is always something to convert: the failure that the
-// standard conversion has for "no conversion" (std::invalid_argument, "invalid stod argument")
-// cannot come up.
+bool IsZeroLiteral(const char* begin, const char* end) {
+  const char* const exponent =
+      std::find_if(begin, end, [](char c) { return c == 'e' || c == 'E'; });
+  return std::none_of(begin, exponent, [](char c) { return '1' <= c && c <= '9'; });
+}
+
+// For what is not exact. The grammar has been checked, so there is always something to convert: the
+// failure that the standard conversion has for "no conversion" (std::invalid_argument, "invalid
+// stod argument") cannot come up.
 double ConvertSlowly(const char* begin, const char* end) {
+  if (IsZeroLiteral(begin, end)) return *begin == '-' ? -0.0 : 0.0;
   double value = 0;
   const std::from_chars_result result = std::from_chars(begin, end, value);
   // Libraries differ in what they store and report at both ends of the range.
@@ -55,24 +58,28 @@ double ConvertSlowly(const char* begin, const char* end) {
 }
 
 double Convert(const Decimal& decimal, const char* begin, const char* end) {
-  const double sign = *begin == '-' ? -1.0 : 1.0;
-  if (decimal.IsZero()) return sign * 0.0;
-  if (decimal.count <= kMaxDigits && decimal.digits <= kMaxExactInteger) {
-    const double digits = sign * static_cast<double>(decimal.digits);
-    if (decimal.power == 0) return digits;
-    if (0 < decimal.power && decimal.power <= kMaxExactPower) {
-      return digits * kExactPowersOfTen[decimal.power];
-    }
-    if (-kMaxExactPower <= decimal.power && decimal.power < 0) {
-      return digits / kExactPowersOfTen[-decimal.power];
-    }
+  if (decimal.digitCount > kMaxDigits || decimal.digits > kMaxExactInteger) {
+    return ConvertSlowly(begin, end);
+  }
+  const double digits = static_cast<double>(decimal.digits);
+  const double signedDigits = *begin == '-' ? -digits : digits;
+  if (decimal.power == 0) return signedDigits;
+  if (-kMaxExactPower <= decimal.power && decimal.power < 0) {
+    return signedDigits / kExactPowersOfTen[-decimal.power];
+  }
+  if (0 < decimal.power && decimal.power <= kMaxExactPower) {
+    return signedDigits * kExactPowersOfTen[decimal.power];
   }
   return ConvertSlowly(begin, end);
 }
 
 // Reads digits as long as there are any; where they end.
 const char* ReadDigits(const char* at, const char* end, Decimal& decimal) {
-  for (; at != end && IsDigit(*at); ++at) decimal.Take(*at);
+  const char* const begin = at;
+  for (; at != end && IsDigit(*at); ++at) {
+    decimal.digits = decimal.digits * 10 + static_cast<unsigned>(*at - '0');
+  }
+  decimal.digitCount += at - begin;
   return at;
 }
 

@@ -19,6 +19,7 @@ class PathStack {
   PathStack& operator=(const PathStack&) = delete;
 
   bool Empty() const { return depth_ == 0; }
+  std::size_t Depth() const { return depth_; }
   Entry& Top() { return entries_[depth_ - 1]; }
   void Pop() { --depth_; }
 

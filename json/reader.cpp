@@ -4,6 +4,7 @@
 #include <cstring>
 #include <string>
 #include <string_view>
+#include <utility>
 
 #include "json/json.h"
 #include "json/number.h"
@@ -16,8 +17,9 @@ namespace wendra {
 namespace {
 
 // How many children the containers under one key had when last seen, so that the next one under
-// that key gets its exact capacity in one allocation. A size is given out only once: what is
-// reserved is therefore never more than what has been read, however a text is made.
+// that key gets its exact capacity in one allocation. Keys that fall on the same slot share a size:
+// it is only a guess. A size is given out only once: whatever is reserved has been read before, so
+// no text can ask for more memory than its own size accounts for.
 class SizeHints {
  public:
   using Slot = std::uint8_t;
@@ -26,181 +28,196 @@ class SizeHints {
     if (key.empty()) return 0;
     const auto first = static_cast<unsigned char>(key.front());
     const auto last = static_cast<unsigned char>(key.back());
-    return static_cast<Slot>((first * 7u + last * 3u + key.size()) % kSlots);
+    const auto size = static_cast<std::uint32_t>(key.size());
+    return Spread((size << 16) + (std::uint32_t{first} << 8) + last);
   }
   // Of the containers in an array that has `slot` itself.
-  static Slot SlotOfItems(Slot slot) { return static_cast<Slot>((slot + 29u) % kSlots); }
+  static Slot SlotOfItems(Slot slot) { return Spread(slot + 1u); }
 
-  std::size_t Take(Slot slot) { return std::exchange(sizes_[slot], 0u); }
-  void Put(Slot slot, std::size_t size) { sizes_[slot] = static_cast<std::uint32_t>(size); }
+  std::uint32_t Take(Slot slot) { return std::exchange(sizes_[slot], 0u); }
+  // Sizes that vary are guessed rather too large than too small, so as not to grow all the time.
+  void Put(Slot slot, std::uint32_t expected, std::size_t size) {
+    const auto seen = static_cast<std::uint32_t>(size);
+    sizes_[slot] = seen < expected ? expected - (expected - seen + 1) / 2 : seen;
+  }
 
  private:
-  static constexpr unsigned kSlots = 64;
-  std::array<std::uint32_t, kSlots> sizes_{};
+  static constexpr unsigned kSlotBits = 6;
+
+  // The highest bits of a product depend on all bits of its factors.
+  static Slot Spread(std::uint32_t value) {
+    return static_cast<Slot>(value * 2654435769u >> (32 - kSlotBits));
+  }
+
+  std::array<std::uint32_t, 1u << kSlotBits> sizes_{};
 };
 
-// Reads one text. The containers that are not closed yet stand in `open_`; the innermost one is the
-// only one that grows, so pointers to the outer ones stay good.
+// Reads one text. Every step takes the position where it begins and returns the one where it ends,
+// null if the text is not well-formed there.
+//
+// The containers that are not closed yet stand in `open_`; the innermost one is the only one that
+// grows, so pointers to the outer ones stay good.
 class Reader {
  public:
-  explicit Reader(std::string_view text) : at_(text.data()), end_(text.data() + text.size()) {}
+  explicit Reader(std::string_view text)
+      : begin_(text.data()), end_(text.data() + text.size()), strings_(end_) {}
 
-  bool ReadDocument(Json& root);
+  bool Read(Json& root);
 
  private:
   struct Open {
     Json* container;
+    std::uint32_t expected;  // size, by its hint
     SizeHints::Slot slot;
   };
 
-  bool ReadTopLevelString(Json& root);
-  bool ReadTree(Json& root);
-  bool ReadValue(Json& value, Json*& firstChild);
-  bool ReadWord(std::string_view word);
-  bool ReadNumberInto(Json& value);
-  bool OpenArray(Json& value, Json*& firstChild);
-  bool OpenObject(Json& value, Json*& firstChild);
-  bool ReadKey(Json& object, Json*& place);
-  bool ReadAfterValue(Json*& place);
+  static constexpr std::size_t kOutermostLevels = 3;
+  static constexpr std::uint32_t kOutermostCapacity = 4;
+
+  const char* ReadTopLevelString(const char* at, Json& root);
+  const char* ReadTree(const char* at, Json& root);
+  const char* ReadValue(const char* at, Json*& place);
+  const char* ReadWord(const char* at, std::string_view word);
+  const char* ReadString(const char* at, std::string& content);
+  const char* ReadNumber(const char* at, Json& value);
+  const char* OpenArray(const char* at, Json*& place);
+  const char* OpenObject(const char* at, Json*& place);
+  const char* ReadKey(const char* at, Json& object, Json*& place);
+  const char* ReadAfterValue(const char* at, Json*& place);
   SizeHints::Slot SlotOfNewContainer();
+  Open Opened(Json& container);
   void Close(std::size_t size);
 
-  bool AtEnd() const { return at_ == end_; }
-  void SkipBlanks() { at_ = wendra::SkipBlanks(at_, end_); }
-  bool Skip(char c) {
-    if (AtEnd() || *at_ != c) return false;
-    ++at_;
-    return true;
-  }
-
-  const char* at_;
+  const char* const begin_;
   const char* const end_;
   StringReader strings_;
   SizeHints hints_;
   PathStack<Open> open_;
 };
 
-bool Reader::ReadDocument(Json& root) {
-  SkipBlanks();
-  const bool isString = !AtEnd() && *at_ == '"';
-  if (!(isString ? ReadTopLevelString(root) : ReadTree(root))) return false;
-  SkipBlanks();
-  return AtEnd();
+bool Reader::Read(Json& root) {
+  const char* at = SkipBlanks(begin_, end_);
+  if (at == end_) return false;
+  at = *at == '"' ? ReadTopLevelString(at, root) : ReadTree(at, root);
+  return at && SkipBlanks(at, end_) == end_;
 }
 
 // Deliberate: a text that is only an unterminated string counts as that string. Inside arrays and
 // objects such a string fails.
-bool Reader::ReadTopLevelString(Json& root) {
+const char* Reader::ReadTopLevelString(const char* at, Json& root) {
   root.kind = kJsonString;
-  return strings_.Read(at_, end_, root.text) != StringEnd::kBadEscape;
+  StringEnd how;
+  at = strings_.Read(at, root.text, how);
+  return how == StringEnd::kBadEscape ? nullptr : at;
 }
 
-bool Reader::ReadTree(Json& root) {
-  Json* place = &root;  // of the next value
-  for (;;) {
-    Json* next = nullptr;
-    if (!ReadValue(*place, next)) return false;
-    while (!next) {
-      if (open_.Empty()) return true;
-      if (!ReadAfterValue(next)) return false;
+const char* Reader::ReadTree(const char* at, Json& root) {
+  for (Json* place = &root;;) {
+    at = ReadValue(at, place);
+    while (at && !place) {
+      if (open_.Empty()) return at;
+      at = ReadAfterValue(at, place);
     }
-    place = next;
+    if (!at) return nullptr;
   }
 }
 
-// Reads a whole value, or the start of a container up to the place of its first child.
-inline bool Reader::ReadValue(Json& value, Json*& firstChild) {
-  SkipBlanks();
-  if (AtEnd()) return false;
-  switch (*at_) {
-    case '{':
-      return OpenObject(value, firstChild);
-    case '[':
-      return OpenArray(value, firstChild);
+// Reads a value into `place`, wholly, which leaves `place` null; or the start of a container, which
+// leaves the place of its first child there.
+inline const char* Reader::ReadValue(const char* at, Json*& place) {
+  at = SkipBlanks(at, end_);
+  if (at == end_) return nullptr;
+  if (*at == '{') return OpenObject(at, place);
+  if (*at == '[') return OpenArray(at, place);
+  Json& value = *std::exchange(place, nullptr);
+  switch (*at) {
     case '"':
       value.kind = kJsonString;
-      return strings_.Read(at_, end_, value.text) == StringEnd::kClosed;
+      return ReadString(at, value.text);
     case 't':
       value.kind = kJsonBool;
       value.boolean = true;
-      return ReadWord("true");
+      return ReadWord(at, "true");
     case 'f':
       value.kind = kJsonBool;
-      return ReadWord("false");
+      return ReadWord(at, "false");
     case 'n':
-      return ReadWord("null");
+      return ReadWord(at, "null");
     default:
-      return ReadNumberInto(value);
+      return ReadNumber(at, value);
   }
 }
 
-inline bool Reader::ReadWord(std::string_view word) {
-  if (static_cast<std::size_t>(end_ - at_) < word.size()) return false;
-  if (std::memcmp(at_, word.data(), word.size()) != 0) return false;
-  at_ += word.size();
-  return true;
+inline const char* Reader::ReadWord(const char* at, std::string_view word) {
+  if (static_cast<std::size_t>(end_ - at) < word.size()) return nullptr;
+  return std::memcmp(at, word.data(), word.size()) == 0 ? at + word.size() : nullptr;
 }
 
-inline bool Reader::ReadNumberInto(Json& value) {
+inline const char* Reader::ReadString(const char* at, std::string& content) {
+  StringEnd how;
+  at = strings_.Read(at, content, how);
+  return how == StringEnd::kClosed ? at : nullptr;
+}
+
+inline const char* Reader::ReadNumber(const char* at, Json& value) {
   value.kind = kJsonNumber;
-  const char* const numberEnd = ReadNumber(at_, end_, value.number);
-  if (!numberEnd) return false;
-  value.text.assign(at_, numberEnd);
-  at_ = numberEnd;
-  return true;
+  const char* const numberEnd = wendra::ReadNumber(at, end_, value.number);
+  if (numberEnd) SetContent(value.text, at, numberEnd, end_);
+  return numberEnd;
 }
 
-bool Reader::OpenArray(Json& value, Json*& firstChild) {
-  value.kind = kJsonArray;
-  ++at_;
-  SkipBlanks();
-  if (Skip(']')) return true;
-  const SizeHints::Slot slot = SlotOfNewContainer();
-  value.items.reserve(hints_.Take(slot));
-  open_.Push({&value, slot});
-  firstChild = &value.items.emplace_back();
-  return true;
+inline const char* Reader::OpenArray(const char* at, Json*& place) {
+  Json& array = *std::exchange(place, nullptr);
+  array.kind = kJsonArray;
+  at = SkipBlanks(at + 1, end_);
+  if (at != end_ && *at == ']') return at + 1;
+  const Open opened = Opened(array);
+  array.items.reserve(opened.expected);
+  open_.Push(opened);
+  place = &array.items.emplace_back();
+  return at;
 }
 
-bool Reader::OpenObject(Json& value, Json*& firstChild) {
-  value.kind = kJsonObject;
-  ++at_;
-  SkipBlanks();
-  if (Skip('}')) return true;
-  const SizeHints::Slot slot = SlotOfNewContainer();
-  value.members.reserve(hints_.Take(slot));
-  open_.Push({&value, slot});
-  return ReadKey(value, firstChild);
+inline const char* Reader::OpenObject(const char* at, Json*& place) {
+  Json& object = *std::exchange(place, nullptr);
+  object.kind = kJsonObject;
+  at = SkipBlanks(at + 1, end_);
+  if (at != end_ && *at == '}') return at + 1;
+  const Open opened = Opened(object);
+  object.members.reserve(opened.expected);
+  open_.Push(opened);
+  return ReadKey(at, object, place);
 }
 
-inline bool Reader::ReadKey(Json& object, Json*& place) {
-  SkipBlanks();
-  if (AtEnd() || *at_ != '"') return false;
+inline const char* Reader::ReadKey(const char* at, Json& object, Json*& place) {
+  at = SkipBlanks(at, end_);
+  if (at == end_ || *at != '"') return nullptr;
   auto& [key, value] = object.members.emplace_back();
-  if (strings_.Read(at_, end_, key) != StringEnd::kClosed) return false;
-  SkipBlanks();
+  at = ReadString(at, key);
+  if (!at) return nullptr;
+  at = SkipBlanks(at, end_);
   place = &value;
-  return Skip(':');
+  return at != end_ && *at == ':' ? at + 1 : nullptr;
 }
 
 // After a child of the innermost container: either finds the place of the next one, or closes the
 // container, which leaves `place` null.
-inline bool Reader::ReadAfterValue(Json*& place) {
-  SkipBlanks();
-  if (AtEnd()) return false;
-  const char c = *at_++;
+inline const char* Reader::ReadAfterValue(const char* at, Json*& place) {
+  at = SkipBlanks(at, end_);
+  if (at == end_) return nullptr;
+  const char c = *at++;
   Json& parent = *open_.Top().container;
   if (parent.kind == kJsonObject) {
-    if (c == ',') return ReadKey(parent, place);
+    if (c == ',') return ReadKey(at, parent, place);
     Close(parent.members.size());
-    return c == '}';
+    return c == '}' ? at : nullptr;
   }
   if (c == ',') {
     place = &parent.items.emplace_back();
-    return true;
+    return at;
   }
   Close(parent.items.size());
-  return c == ']';
+  return c == ']' ? at : nullptr;
 }
 
 SizeHints::Slot Reader::SlotOfNewContainer() {
@@ -210,16 +227,32 @@ SizeHints::Slot Reader::SlotOfNewContainer() {
   return SizeHints::SlotOf(parent.container->members.back().first);
 }
 
+// The outermost containers get a few places unseen: a request is an object of a few members with
+// such objects in it. Deeper down that would only spread out large documents.
+Reader::Open Reader::Opened(Json& container) {
+  const SizeHints::Slot slot = SlotOfNewContainer();
+  const std::uint32_t known = hints_.Take(slot);
+  const bool outermost = known == 0 && open_.Depth() < kOutermostLevels;
+  return {&container, outermost ? kOutermostCapacity : known, slot};
+}
+
 void Reader::Close(std::size_t size) {
-  hints_.Put(open_.Top().slot, size);
+  const Open& closed = open_.Top();
+  hints_.Put(closed.slot, closed.expected, size);
   open_.Pop();
+}
+
+bool HoldsNothing(const Json& value) {
+  return value.kind == kJsonNull && !value.boolean && value.number == 0 && value.text.empty() &&
+         value.items.empty() && value.members.empty();
 }
 
 }  // namespace
 
 bool Parse(std::string_view text, Json& out) {
-  Json value;  // `text` may lie in `out`, which therefore keeps its old value until the end
-  const bool read = Reader(text).ReadDocument(value);
+  if (HoldsNothing(out)) return Reader(text).Read(out);
+  Json value;  // `text` may lie in `out`, which therefore keeps what it holds until the end
+  const bool read = Reader(text).Read(value);
   out = std::move(value);
   return read;
 }

@@ -1,5 +1,6 @@
 #include "json/string_reader.h"
 
+#include <array>
 #include <cstdint>
 #include <cstring>
 
@@ -8,9 +9,6 @@
 namespace wendra {
 
 namespace {
-
-// Room that is made sure of before each step: two blocks, or one escape (at most four bytes).
-constexpr std::ptrdiff_t kStepBytes = 2 * kBlockBytes;
 
 constexpr std::uint32_t kNoCodeUnit = 0xFFFFFFFF;
 constexpr std::ptrdiff_t kUnicodeEscapeBytes = 6;  // of \u and its four digits
@@ -57,114 +55,145 @@ char* AppendUtf8(char* to, std::uint32_t codePoint) {
   return to;
 }
 
-// Decodes the \u escape at `at`, two of them if they are a surrogate pair. A lone surrogate is
-// kept and becomes three bytes, deliberately. False, with nothing changed, if it is malformed.
-bool DecodeUnicodeEscape(const char*& at, const char* end, char*& to) {
+// How far the decoding has come in the text and in the scratch.
+struct Progress {
+  const char* at;  // null where the text is malformed
+  char* to;
+};
+
+// An escape gives at most four bytes, and takes at most twelve.
+constexpr std::ptrdiff_t kMaxEscapeBytes = 2 * kUnicodeEscapeBytes;
+constexpr std::ptrdiff_t kEscapeRoom = 4;
+
+// Decodes the \u escape at `from.at`, two of them if they are a surrogate pair. A lone surrogate is
+// kept and becomes three bytes, deliberately.
+Progress DecodeUnicodeEscape(Progress from, const char* end) {
+  const auto [at, to] = from;
   const std::uint32_t unit = CodeUnitAt(at, end);
-  if (unit == kNoCodeUnit) return false;
-  at += kUnicodeEscapeBytes;
+  if (unit == kNoCodeUnit) return {nullptr, to};
   if (IsHighSurrogate(unit)) {
-    const std::uint32_t low = CodeUnitAt(at, end);
+    const std::uint32_t low = CodeUnitAt(at + kUnicodeEscapeBytes, end);
     if (IsLowSurrogate(low)) {
-      at += kUnicodeEscapeBytes;
-      to = AppendUtf8(to, 0x10000 + ((unit - 0xD800) << 10) + (low - 0xDC00));
-      return true;
+      const std::uint32_t codePoint = 0x10000 + ((unit - 0xD800) << 10) + (low - 0xDC00);
+      return {at + 2 * kUnicodeEscapeBytes, AppendUtf8(to, codePoint)};
     }
   }
-  to = AppendUtf8(to, unit);
-  return true;
+  return {at + kUnicodeEscapeBytes, AppendUtf8(to, unit)};
 }
 
 // What the letter behind a backslash stands for; 0 for none.
-char SimpleEscape(char letter) {
-  switch (letter) {
-    case '"':
-    case '/':
-    case '\\':
-      return letter;
-    case 'b':
-      return '\b';
-    case 'f':
-      return '\f';
-    case 'n':
-      return '\n';
-    case 'r':
-      return '\r';
-    case 't':
-      return '\t';
-    default:
-      return 0;
-  }
+constexpr std::array<char, 256> kSimpleEscapes = [] {
+  std::array<char, 256> table{};
+  table['"'] = '"';
+  table['/'] = '/';
+  table['\\'] = '\\';
+  table['b'] = '\b';
+  table['f'] = '\f';
+  table['n'] = '\n';
+  table['r'] = '\r';
+  table['t'] = '\t';
+  return table;
+}();
+
+// Decodes the escape at `from.at`, of which at least two bytes are there.
+Progress DecodeEscape(Progress from, const char* end) {
+  const char simple = kSimpleEscapes[static_cast<unsigned char>(from.at[1])];
+  if (simple == 0) return DecodeUnicodeEscape(from, end);
+  *from.to = simple;
+  return {from.at + 2, from.to + 1};
 }
 
-// Decodes the escape at `at`, of which at least two bytes are there.
-bool DecodeEscape(const char*& at, const char* end, char*& to) {
-  const char simple = SimpleEscape(at[1]);
-  if (simple == 0) return DecodeUnicodeEscape(at, end, to);
-  *to++ = simple;
-  at += 2;
-  return true;
+// Decodes the window at `from.at`, and the escape that crosses its end. kWindowReach bytes must be
+// there, and room for as many. Stops at the closing quote and at a malformed escape.
+// All backslashes are found before the first escape is decoded, so that the processor can look at
+// the next windows while it is still busy with this one.
+constexpr std::ptrdiff_t kWindowReach = kWindowBytes + kMaxEscapeBytes + kWindowBytes;
+
+Progress DecodeWindow(Progress from, const char* end) {
+  const char* const begin = from.at;
+  const char* const windowEnd = begin + kWindowBytes;
+  Progress now = from;
+  std::uint32_t ends = CopyWindow(begin, now.to, EndsOfPlainText);
+  while (ends != 0) {
+    const char* const next = begin + FirstBit(ends);
+    now = {next, now.to + (next - now.at)};
+    if (*next == '"') return now;
+    const Progress escape = DecodeEscape(now, end);
+    if (!escape.at) return now;
+    now = escape;
+    CopyWindow(now.at, now.to, EndsOfPlainText);  // what is plain behind it, and more
+    if (now.at >= windowEnd) return now;
+    ends &= ~std::uint32_t{0} << (now.at - begin);  // not what belongs to the escape
+  }
+  return {windowEnd, now.to + (windowEnd - now.at)};
 }
 
 }  // namespace
 
-StringEnd StringReader::Read(const char*& at, const char* end, std::string& content) {
-  const char* const begin = at + 1;
-  const char* const stop = FindEndOfPlainText(begin, end);
-  if (stop != end && *stop == '\\') return ReadEscaped(at, end, content);
-  content = std::string(begin, stop);
-  at = stop;
-  if (at == end) return StringEnd::kUnterminated;
-  ++at;
-  return StringEnd::kClosed;
+const char* StringReader::ReadAny(const char* begin, std::string& content, StringEnd& how) {
+  const char* const stop = FindEndOfPlainText(begin, end_);
+  if (stop != end_ && *stop == '\\') return ReadEscaped(begin, content, how);
+  SetContent(content, begin, stop, end_);
+  how = stop == end_ ? StringEnd::kUnterminated : StringEnd::kClosed;
+  return stop == end_ ? stop : stop + 1;
 }
 
-StringEnd StringReader::ReadEscaped(const char*& at, const char* end, std::string& content) {
-  char* to = scratch_;
-  const auto finish = [&](StringEnd how) {
-    content = std::string(scratch_, to);
-    return how;
-  };
-  for (++at;;) {
-    if (scratch_ + scratchBytes_ - to < kStepBytes) to = Grow(to);
-    if (end - at >= kStepBytes) {
-      const __m128i low = LoadBlock(at);
-      const __m128i high = LoadBlock(at + kBlockBytes);
-      StoreBlock(to, low);
-      StoreBlock(to + kBlockBytes, high);
-      const std::uint32_t ends = EndsOfPlainText(low) | EndsOfPlainText(high) << kBlockBytes;
-      const std::ptrdiff_t plain = ends ? FirstBit(ends) : kStepBytes;
+const char* StringReader::ReadEscaped(const char* at, std::string& content, StringEnd& how) {
+  Progress now{at, scratch_};
+  const char* windowEnd = at;
+  while (now.at >= windowEnd && end_ - now.at >= kWindowReach) {
+    now.to = MakeRoom(kWindowReach, now.to, now.at);
+    windowEnd = now.at + kWindowBytes;
+    now = DecodeWindow(now, end_);
+  }
+  how = DecodeRest(now.at, now.to);
+  content = std::string(scratch_, now.to);
+  return now.at;
+}
+
+// Decodes up to the end of the string, which is near or right here.
+StringEnd StringReader::DecodeRest(const char*& at, char*& to) {
+  for (;;) {
+    to = MakeRoom(kBlockBytes + kEscapeRoom, to, at);
+    if (end_ - at >= kBlockBytes) {
+      const __m128i block = LoadBlock(at);
+      StoreBlock(to, block);
+      const std::uint32_t ends = EndsOfPlainText(block);
+      const std::ptrdiff_t plain = ends != 0 ? FirstBit(ends) : kBlockBytes;
       at += plain;
       to += plain;
-      if (!ends) continue;
-    } else if (at == end) {
-      return finish(StringEnd::kUnterminated);
+      if (ends == 0) continue;
+    } else if (at == end_) {
+      return StringEnd::kUnterminated;
     } else if (!EndsPlainText(*at)) {
       *to++ = *at++;
       continue;
     }
     if (*at == '"') {
       ++at;
-      return finish(StringEnd::kClosed);
+      return StringEnd::kClosed;
     }
-    if (end - at == 1) {
-      at = end;
-      return finish(StringEnd::kUnterminated);
+    if (end_ - at == 1) {  // a lone backslash at the very end
+      at = end_;
+      return StringEnd::kUnterminated;
     }
-    // A decoded escape takes at most four bytes, the blocks before it at most all but one.
-    if (scratch_ + scratchBytes_ - to < kStepBytes) to = Grow(to);
-    if (!DecodeEscape(at, end, to)) return finish(StringEnd::kBadEscape);
+    const Progress escape = DecodeEscape({at, to}, end_);
+    if (!escape.at) return StringEnd::kBadEscape;
+    at = escape.at;
+    to = escape.to;
   }
 }
 
-// Makes the scratch twice as large; `to`, in its new place.
-char* StringReader::Grow(char* to) {
-  const std::size_t used = static_cast<std::size_t>(to - scratch_);
-  std::unique_ptr<char[]> larger(new char[scratchBytes_ * 2]);
+// Decoding never makes a text longer: scratch for all that is left of this one lasts until its end,
+// for later strings too. Only what is used of it costs memory. Returns `to` in its new place.
+char* StringReader::MoveScratchToHeap(char* to, const char* at) {
+  const auto used = static_cast<std::size_t>(to - scratch_);
+  const std::size_t bytes = used + static_cast<std::size_t>(end_ - at) + kWindowReach;
+  std::unique_ptr<char[]> larger(new char[bytes]);
   std::memcpy(larger.get(), scratch_, used);
   heap_ = std::move(larger);
   scratch_ = heap_.get();
-  scratchBytes_ *= 2;
+  scratchEnd_ = scratch_ + bytes;
   return scratch_ + used;
 }
 

@@ -7,6 +7,7 @@
 #include <bit>
 #include <cstddef>
 #include <cstdint>
+#include <cstring>
 
 namespace wendra {
 
@@ -27,7 +28,57 @@ inline std::uint32_t Bits(__m128i block) {
   return static_cast<std::uint32_t>(_mm_movemask_epi8(block));
 }
 
+// The lowest bit that is set; 32 if there is none.
 inline int FirstBit(std::uint32_t bits) { return std::countr_zero(bits); }
+
+// A text of 4 to 15 bytes as four words that overlap: every byte of it is in one of them, and
+// nothing else is. One way for all these sizes, since they come in no order that could be foretold.
+class FourWords {
+ public:
+  FourWords(const char* begin, std::ptrdiff_t size)
+      : second_(size / 8 * 4),
+        last_(size - 4),
+        words_(_mm_unpacklo_epi64(Two(begin, begin + second_),
+                                  Two(begin + last_ - second_, begin + last_))) {}
+
+  __m128i Block() const { return words_; }
+
+  void Store(char* to) const {
+    StoreTwo(words_, to, to + second_);
+    StoreTwo(_mm_unpackhi_epi64(words_, words_), to + last_ - second_, to + last_);
+  }
+
+ private:
+  static __m128i Word(const char* at) {
+    int word;
+    std::memcpy(&word, at, sizeof word);
+    return _mm_cvtsi32_si128(word);
+  }
+  static __m128i Two(const char* a, const char* b) { return _mm_unpacklo_epi32(Word(a), Word(b)); }
+  static void StoreTwo(__m128i words, char* a, char* b) {
+    const int first = _mm_cvtsi128_si32(words);
+    const int second = _mm_cvtsi128_si32(_mm_srli_epi64(words, 32));
+    std::memcpy(a, &first, sizeof first);
+    std::memcpy(b, &second, sizeof second);
+  }
+
+  std::ptrdiff_t second_;  // where the second word begins; the third is as far from the last
+  std::ptrdiff_t last_;
+  __m128i words_;
+};
+
+// Text is copied and looked at through windows of so many bytes where there is much of it.
+inline constexpr std::ptrdiff_t kWindowBytes = 2 * kBlockBytes;
+
+// Copies the window at `at`; a bit for each of its bytes that `find` finds in a block.
+template <typename Find>
+std::uint32_t CopyWindow(const char* at, char* to, Find find) {
+  const __m128i low = LoadBlock(at);
+  const __m128i high = LoadBlock(at + kBlockBytes);
+  StoreBlock(to, low);
+  StoreBlock(to + kBlockBytes, high);
+  return find(low) | find(high) << kBlockBytes;
+}
 
 // The bytes at which plain string content ends in a source text.
 inline bool EndsPlainText(char c) { return c == '"' || c == '\\'; }
@@ -52,15 +103,19 @@ inline std::uint32_t Blanks(__m128i block) {
   return Bits(_mm_or_si128(spaces, breaks));
 }
 
-// Mostly there is no blank at all, or a line break with its indentation.
-inline const char* SkipBlanks(const char* at, const char* end) {
-  if (at == end || !IsBlank(*at)) return at;
-  for (++at; end - at >= kBlockBytes; at += kBlockBytes) {
+inline const char* SkipManyBlanks(const char* at, const char* end) {
+  for (; end - at >= kBlockBytes; at += kBlockBytes) {
     const std::uint32_t others = Blanks(LoadBlock(at)) ^ 0xFFFF;
     if (others != 0) return at + FirstBit(others);
   }
   while (at != end && IsBlank(*at)) ++at;
   return at;
+}
+
+// Mostly there is no blank at all; else one, or a line break with its indentation.
+inline const char* SkipBlanks(const char* at, const char* end) {
+  if (at == end || static_cast<unsigned char>(*at) > ' ') return at;
+  return SkipManyBlanks(at, end);
 }
 
 }  // namespace wendra

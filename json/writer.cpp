@@ -1,74 +1,174 @@
+#include <cstddef>
+#include <cstring>
 #include <string>
+#include <string_view>
 
 #include "json/json.h"
 #include "json/path_stack.h"
+#include "json/string_writer.h"
 
 namespace wendra {
 
 namespace {
 
-void WriteString(const std::string& s, std::string& out) {
-  static const char* hex = "0123456789abcdef";
-  out += '"';
-  for (std::size_t i = 0; i < s.size(); ++i) {
-    const char c = s[i];
-    switch (c) {
-      case '\b': out += "\\b"; break;
-      case '\t': out += "\\t"; break;
-      case '\n': out += "\\n"; break;
-      case '\f': out += "\\f"; break;
-      case '\r': out += "\\r"; break;
-      case '"': out += "\\\""; break;
-      case '\\': out += "\\\\"; break;
-      default:
-        if (static_cast<unsigned char>(c) < 0x20) {
-          out += "\\u00";
-          out += hex[c >> 4];
-          out += hex[c & 15];
-        } else if (s.size() - i >= 3 && (s.compare(i, 3, "\xE2\x80\xA8") == 0 || s.compare(i, 3, "\xE2\x80\xA9") == 0)) {
-          out += s[i + 2] == '\xA8' ? "\\u2028" : "\\u2029";
-          i += 2;
-        } else {
-          out += c;
-        }
-    }
-  }
-  out += '"';
+bool IsLeaf(const Json& value) {
+  return !(value.kind == kJsonArray && !value.items.empty()) &&
+         !(value.kind == kJsonObject && !value.members.empty());
 }
 
-struct Writing { const Json* container; std::size_t next; };
+// Writes into a buffer on the stack that is emptied into the output whenever it is full: appending
+// to a string is dear by the byte and cheap by the block. Every step takes the end of what is in
+// the buffer and returns the new one.
+class Writer {
+ public:
+  explicit Writer(std::string& out) : out_(out) {}
+
+  void Write(const Json& root) { EmptyBuffer(WriteTree(root, buffer_)); }
+
+ private:
+  // A container that is being written, and the child that comes next.
+  struct Open {
+    const Json* container;
+    std::size_t next;
+  };
+
+  static constexpr std::size_t kBufferBytes = 4096;
+
+  char* WriteTree(const Json& root, char* to);
+  char* WriteItems(Open& at, const Json*& inner, char* to);
+  char* WriteMembers(Open& at, const Json*& inner, char* to);
+  char* WriteLeaf(const Json& value, char* to);
+  char* WriteString(std::string_view content, char* to);
+  char* WriteRestOfString(std::string_view content, char* to);
+  char* WriteVerbatim(std::string_view bytes, char* to);
+  char* Put(char c, char* to) {
+    to = MakeRoom(1, to);
+    *to = c;
+    return to + 1;
+  }
+  char* MakeRoom(std::ptrdiff_t bytes, char* to) {
+    return buffer_ + kBufferBytes - to >= bytes ? to : EmptyBuffer(to);
+  }
+  char* EmptyBuffer(char* to) {
+    out_.append(buffer_, to);
+    return buffer_;
+  }
+
+  std::string& out_;
+  PathStack<Open> outer_;  // the containers around the one that is being written
+  char buffer_[kBufferBytes];
+};
+
+char* Writer::WriteTree(const Json& root, char* to) {
+  if (IsLeaf(root)) return WriteLeaf(root, to);
+  const auto isArray = [](const Open& at) { return at.container->kind == kJsonArray; };
+  Open at{&root, 0};
+  for (;;) {
+    if (at.next == 0) to = Put(isArray(at) ? '[' : '{', to);
+    const Json* inner = nullptr;
+    to = isArray(at) ? WriteItems(at, inner, to) : WriteMembers(at, inner, to);
+    if (inner) {
+      outer_.Push(at);
+      at = {inner, 0};
+      continue;
+    }
+    to = Put(isArray(at) ? ']' : '}', to);
+    if (outer_.Empty()) return to;
+    at = outer_.Top();
+    outer_.Pop();
+  }
+}
+
+// Writes items up to the next one that has children: that one is `inner` then.
+inline char* Writer::WriteItems(Open& at, const Json*& inner, char* to) {
+  const auto& items = at.container->items;
+  for (auto item = items.begin() + static_cast<std::ptrdiff_t>(at.next); item != items.end();
+       ++item) {
+    if (item != items.begin()) to = Put(',', to);
+    if (!IsLeaf(*item)) {
+      at.next = static_cast<std::size_t>(item - items.begin()) + 1;
+      inner = &*item;
+      break;
+    }
+    to = WriteLeaf(*item, to);
+  }
+  return to;
+}
+
+inline char* Writer::WriteMembers(Open& at, const Json*& inner, char* to) {
+  const auto& members = at.container->members;
+  for (auto member = members.begin() + static_cast<std::ptrdiff_t>(at.next);
+       member != members.end(); ++member) {
+    if (member != members.begin()) to = Put(',', to);
+    to = Put(':', WriteString(member->first, to));
+    if (!IsLeaf(member->second)) {
+      at.next = static_cast<std::size_t>(member - members.begin()) + 1;
+      inner = &member->second;
+      break;
+    }
+    to = WriteLeaf(member->second, to);
+  }
+  return to;
+}
+
+inline char* Writer::WriteLeaf(const Json& value, char* to) {
+  switch (value.kind) {
+    case kJsonBool:
+      return WriteVerbatim(value.boolean ? "true" : "false", to);
+    case kJsonNumber:
+      return WriteVerbatim(value.text, to);
+    case kJsonString:
+      return WriteString(value.text, to);
+    case kJsonArray:
+      return WriteVerbatim("[]", to);
+    case kJsonObject:
+      return WriteVerbatim("{}", to);
+    default:
+      return WriteVerbatim("null", to);
+  }
+}
+
+inline char* Writer::WriteString(std::string_view content, char* to) {
+  to = MakeRoom(kBlockBytes + 2, to);
+  *to++ = '"';
+  const auto size = static_cast<std::ptrdiff_t>(content.size());
+  char* const done = size < kBlockBytes ? WriteShortPlain(content.data(), size, to) : nullptr;
+  if (!done) return WriteRestOfString(content, to);
+  *done = '"';
+  return done + 1;
+}
+
+// Writes the content, whatever it is, and the closing quote.
+char* Writer::WriteRestOfString(std::string_view content, char* to) {
+  if (content.size() > kBufferBytes) {
+    // Many pieces, for which the output grows once. Escapes make it longer; if by more than this,
+    // it grows once more.
+    out_.reserve(out_.size() + content.size() + content.size() / 8 + kBufferBytes);
+  }
+  const char* const end = content.data() + content.size();
+  StringProgress now{content.data(), to};
+  while (end - now.at > kMaxTailBytes) {
+    now.to = MakeRoom(kWindowRoomBytes, now.to);
+    now = WriteWindows(now, end, buffer_ + kBufferBytes);
+  }
+  to = WriteTail({now.at, MakeRoom(kTailRoomBytes + 1, now.to)}, end);
+  *to = '"';
+  return to + 1;
+}
+
+char* Writer::WriteVerbatim(std::string_view bytes, char* to) {
+  if (bytes.size() > kBufferBytes) {
+    to = EmptyBuffer(to);
+    out_.append(bytes);
+    return to;
+  }
+  to = MakeRoom(static_cast<std::ptrdiff_t>(bytes.size()), to);
+  std::memcpy(to, bytes.data(), bytes.size());
+  return to + bytes.size();
+}
 
 }  // namespace
 
-void Serialize(const Json& value, std::string& out) {
-  PathStack<Writing> open;
-  const Json* at = &value;
-  for (;;) {
-    switch (at->kind) {
-      case kJsonBool: out += at->boolean ? "true" : "false"; break;
-      case kJsonNumber: out += at->text; break;
-      case kJsonString: WriteString(at->text, out); break;
-      case kJsonArray: out += '['; open.Push({at, 0}); break;
-      case kJsonObject: out += '{'; open.Push({at, 0}); break;
-      default: out += "null";
-    }
-    for (;;) {
-      if (open.Empty()) return;
-      Writing& w = open.Top();
-      if (w.container->kind == kJsonArray) {
-        if (w.next == w.container->items.size()) { out += ']'; open.Pop(); continue; }
-        if (w.next) out += ',';
-        at = &w.container->items[w.next++];
-      } else {
-        if (w.next == w.container->members.size()) { out += '}'; open.Pop(); continue; }
-        if (w.next) out += ',';
-        WriteString(w.container->members[w.next].first, out);
-        out += ':';
-        at = &w.container->members[w.next++].second;
-      }
-      break;
-    }
-  }
-}
+void Serialize(const Json& value, std::string& out) { Writer(out).Write(value); }
 
 }  // namespace wendra

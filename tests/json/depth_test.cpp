@@ -13,11 +13,19 @@
 namespace wendra {
 namespace {
 
-// Sanitizers multiply the memory and the time of each level; a million is as deep for a stack.
+// As deep as a text may be, once; the other tests are content with what overflows any stack.
+// Sanitizers multiply the memory and the time of each level.
+constexpr std::size_t kDeep = 500'000;
 #if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
-constexpr std::size_t kDepth = 1'000'000;
+constexpr std::size_t kDeepest = kDeep;
+#elif defined(__has_feature)
+#if __has_feature(address_sanitizer) || __has_feature(thread_sanitizer)
+constexpr std::size_t kDeepest = kDeep;
 #else
-constexpr std::size_t kDepth = 5'000'000;
+constexpr std::size_t kDeepest = 5'000'000;
+#endif
+#else
+constexpr std::size_t kDeepest = 5'000'000;
 #endif
 
 struct Nesting {
@@ -39,23 +47,20 @@ std::string Repeat(std::string_view piece, std::size_t count) {
   return text;
 }
 
-std::size_t Levels(const Nesting& nesting) { return kDepth / (nesting.open.size() > 5 ? 3 : 1); }
-
-std::string Nested(const Nesting& nesting) {
-  return Repeat(nesting.open, Levels(nesting)) + std::string(nesting.innermost) +
-         Repeat(nesting.close, Levels(nesting));
+std::string Nested(const Nesting& nesting, std::size_t levels) {
+  return Repeat(nesting.open, levels) + std::string(nesting.innermost) +
+         Repeat(nesting.close, levels);
 }
 
 TEST(JsonDepth, ReadsCopiesMovesAssignsWritesAndDestroys) {
   for (const Nesting& nesting : kNestings) {
-    const std::string text = Nested(nesting);
+    const std::string text = Nested(nesting, nesting.innermost == "1" ? kDeep : kDeepest);
     Json value;
     ASSERT_TRUE(Parse(text, value)) << nesting.open;
     Json copy(value);
     value = Json();
     Json moved(std::move(copy));
     value = std::move(moved);
-    value = Json(value);
     std::string written;
     Serialize(value, written);
     EXPECT_TRUE(written == text) << nesting.open;
@@ -63,19 +68,23 @@ TEST(JsonDepth, ReadsCopiesMovesAssignsWritesAndDestroys) {
 }
 
 TEST(JsonDepth, AssignsFromItsOwnDepth) {
-  for (const Nesting& nesting : kNestings) {
+  const auto inner = [](Json& outer) -> Json& {
+    return outer.kind == kJsonArray ? outer.items[0] : outer.members[0].second;
+  };
+  for (const Nesting& nesting : {kNestings[0], kNestings[1]}) {
     Json value;
-    ASSERT_TRUE(Parse(Nested(nesting), value)) << nesting.open;
-    const bool isArray = value.kind == kJsonArray;
-    value = std::move(isArray ? value.items[0] : value.members[0].second);
-    value = Json(isArray && value.kind == kJsonArray ? value.items[0] : value);
-    EXPECT_NE(value.kind, kJsonNull) << nesting.open;
+    ASSERT_TRUE(Parse(Nested(nesting, kDeep), value)) << nesting.open;
+    value = std::move(inner(value));
+    value = inner(value);
+    std::string written;
+    Serialize(value, written);
+    EXPECT_TRUE(written == Nested(nesting, kDeep - 2)) << nesting.open;
   }
 }
 
 TEST(JsonDepth, ReplacesADeepValueByReadingAnother) {
   Json value;
-  ASSERT_TRUE(Parse(Nested(kNestings[0]), value));
+  ASSERT_TRUE(Parse(Nested(kNestings[0], kDeep), value));
   ASSERT_TRUE(Parse("1", value));
   EXPECT_EQ(value.number, 1);
 }
@@ -83,25 +92,23 @@ TEST(JsonDepth, ReplacesADeepValueByReadingAnother) {
 TEST(JsonDepth, FailsOnBracketsThatNeverClose) {
   for (const Nesting& nesting : kNestings) {
     const std::string open = Repeat(nesting.open, 1'000'000);
-    for (const char* rest : {"", "x", "]", "}", "\"", "1", "[1,]"}) {
-      Json value;
-      EXPECT_FALSE(Parse(open + rest, value)) << nesting.open << " " << rest;
-      const Json copy(value);  // not to be used, but still to be copied and destroyed safely
-      EXPECT_FALSE(Parse(open, value));
-    }
+    Json value;
+    EXPECT_FALSE(Parse(open, value)) << nesting.open;
+    const Json copy(value);  // not to be used, but still to be copied and destroyed safely
+    EXPECT_FALSE(Parse(open + "x", value)) << nesting.open;
   }
 }
 
 TEST(JsonDepth, ThrowsOutOfTheDepth) {
   for (const Nesting& nesting : kNestings) {
     Json value;
-    EXPECT_THROW(Parse(Repeat(nesting.open, 1'000'000) + "1e400", value), std::out_of_range);
+    EXPECT_THROW(Parse(Repeat(nesting.open, kDeep) + "1e400", value), std::out_of_range);
   }
 }
 
 TEST(JsonDepth, BuildsFromTheInsideOut) {
   Json value(1);
-  for (std::size_t level = 0; level < kDepth / 5; ++level) {
+  for (std::size_t level = 0; level < kDeep; ++level) {
     Json outer = Json::Array();
     outer.items.push_back(std::move(value));
     value = std::move(outer);

@@ -17,8 +17,7 @@ std::size_t PageBytes() {
 GuardedPages MapGuardedPages(std::size_t bytes) {
   const std::size_t page = PageBytes();
   const std::size_t inner = (bytes + page - 1) / page * page;
-  void* const all =
-      mmap(nullptr, inner + 2 * page, PROT_NONE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
+  void* const all = mmap(nullptr, inner + 2 * page, PROT_NONE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
   if (all == MAP_FAILED) return {};
   char* const begin = static_cast<char*>(all) + page;
   if (inner > 0 && mprotect(begin, inner, PROT_READ | PROT_WRITE) != 0) return {};

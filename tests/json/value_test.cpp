@@ -87,8 +87,9 @@ TEST(JsonValue, IsMadeFromText) {
   char changeable[] = "text";
   const std::string owned = "text";
   const std::string_view seen = "text";
-  const Json values[] = {Json("text"),  Json(pointed), Json(&pointed[0]), Json(&changeable[0]),
-                         Json(changeable), Json(owned), Json(std::string("text")), Json(seen)};
+  const Json values[] = {
+      Json("text"),     Json(pointed), Json(&pointed[0]),         Json(&changeable[0]),
+      Json(changeable), Json(owned),   Json(std::string("text")), Json(seen)};
   for (const Json& value : values) {
     EXPECT_EQ(value.kind, kJsonString);
     EXPECT_EQ(value.text, "text");
@@ -202,8 +203,9 @@ TEST(JsonValue, CopiesFieldsThatItsKindDoesNotUse) {
 }
 
 TEST(JsonValue, LeavesNullBehindWhenMoved) {
-  for (const char* text : {"null", "true", "1.5", "\"x\"", "\"a text that needs memory of its own\"",
-                           "[1,[2]]", "{\"a\":{\"b\":1}}"}) {
+  for (const char* text :
+       {"null", "true", "1.5", "\"x\"", "\"a text that needs memory of its own\"", "[1,[2]]",
+        "{\"a\":{\"b\":1}}"}) {
     Json source;
     ASSERT_TRUE(Parse(text, source));
     Json moved(std::move(source));

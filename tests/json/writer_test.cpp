@@ -19,13 +19,13 @@ std::string Written(const Json& value) {
 
 TEST(JsonWriter, WritesEveryKindWithoutWhitespace) {
   Json list = Json::Array();
-  list.items = {Json(), Json(true), Json(false), Json(-1), Json("x"), Json::Array(), Json::Object()};
+  list.items = {Json(),    Json(true),    Json(false),   Json(-1),
+                Json("x"), Json::Array(), Json::Object()};
   Json object = Json::Object();
   object.members.emplace_back("list", list);
   object.members.emplace_back("", Json(0));
   object.members.emplace_back("list", Json());
-  EXPECT_EQ(Written(object),
-            "{\"list\":[null,true,false,-1,\"x\",[],{}],\"\":0,\"list\":null}");
+  EXPECT_EQ(Written(object), "{\"list\":[null,true,false,-1,\"x\",[],{}],\"\":0,\"list\":null}");
 }
 
 TEST(JsonWriter, Appends) {
@@ -103,8 +103,10 @@ std::string WrittenByTheBook(std::string_view content) {
 }
 
 TEST(JsonWriter, EscapesTheSameAtEveryOffset) {
-  const std::string_view specials[] = {"\n", "\x01", "\"", "\\", "\xE2\x80\xA8", "\xE2\x80\xA9",
-                                       "\xE2\x80", "\xE2", "\xE2\x80\xE2\x80\xA8", "\x7F", "\"\"\"\""};
+  const std::string_view specials[] = {"\n",       "\x01",         "\"",
+                                       "\\",       "\xE2\x80\xA8", "\xE2\x80\xA9",
+                                       "\xE2\x80", "\xE2",         "\xE2\x80\xE2\x80\xA8",
+                                       "\x7F",     "\"\"\"\""};
   for (const auto special : specials) {
     for (std::size_t before = 0; before < 70; ++before) {
       for (std::size_t behind = 0; behind < 40; ++behind) {
