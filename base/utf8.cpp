@@ -1,0 +1,46 @@
+#include "base/utf8.h"
+
+#include <cstddef>
+#include <cstdint>
+
+namespace wendra {
+namespace {
+
+// Bytes of the sequence that begins with this lead byte; 0 when none does.
+size_t SequenceLength(unsigned char lead) {
+  if ((lead & 0xE0) == 0xC0) return 2;
+  if ((lead & 0xF0) == 0xE0) return 3;
+  if ((lead & 0xF8) == 0xF0) return 4;
+  return 0;
+}
+
+// The value of a whole sequence; 0 when a continuation byte is none.
+std::uint32_t Decode(std::string_view sequence) {
+  const auto byte = [&](size_t at) { return static_cast<unsigned char>(sequence[at]); };
+  std::uint32_t value = byte(0) & (0xFFu >> (sequence.size() + 1));
+  for (size_t i = 1; i < sequence.size(); ++i) {
+    if ((byte(i) & 0xC0) != 0x80) return 0;
+    value = value << 6 | (byte(i) & 0x3Fu);
+  }
+  return value;
+}
+
+}  // namespace
+
+bool IsWellFormedUtf8(std::string_view text) {
+  constexpr std::uint32_t kSmallest[] = {0, 0, 0x80, 0x800, 0x10000};  // by sequence length
+  for (size_t at = 0; at < text.size();) {
+    const auto lead = static_cast<unsigned char>(text[at]);
+    if (lead < 0x80) {
+      ++at;
+      continue;
+    }
+    const size_t length = SequenceLength(lead);
+    if (length == 0 || text.size() - at < length) return false;
+    if (Decode(text.substr(at, length)) < kSmallest[length]) return false;
+    at += length;
+  }
+  return true;
+}
+
+}  // namespace wendra

@@ -1,0 +1,13 @@
+// What counts as UTF-8.
+#pragma once
+
+#include <string_view>
+
+namespace wendra {
+
+// Every sequence has a lead byte of two, three or four, is complete and not overlong. Surrogates
+// and values above U+10FFFF are let through: this tells UTF-8 from other code pages, it does not
+// police it.
+bool IsWellFormedUtf8(std::string_view text);
+
+}  // namespace wendra

@@ -1,0 +1,54 @@
+#include "base/utf8.h"
+
+#include <gtest/gtest.h>
+
+namespace wendra {
+namespace {
+
+TEST(IsWellFormedUtf8, TakesCompleteSequencesThatAreNotOverlong) {
+  for (const char* text : {"", "plain", "\x7F", "\xC2\x80", "ü", "\xDF\xBF", "\xE0\xA0\x80", "日本",
+                           "\xF0\x90\x80\x80", "😀", "a ü 日 😀 z",
+                           "\xED\xA0\x80",         // a surrogate
+                           "\xF4\x90\x80\x80",     // above U+10FFFF
+                           "\xF7\xBF\xBF\xBF"}) {  // the highest there is
+    EXPECT_TRUE(IsWellFormedUtf8(text)) << text;
+  }
+}
+
+TEST(IsWellFormedUtf8, RefusesTheRest) {
+  for (const char* text : {"\x80",
+                           "\xBF",
+                           "a\x80",
+                           "\xC3",
+                           "\xC3z",
+                           "\xC3\xC3",
+                           "\xE2\x82",
+                           "\xE2\x82z",
+                           "\xE2z\x82",
+                           "\xF0\x9F\x98",
+                           "\xF0\x9F\x98z",
+                           "\xC0\x80",
+                           "\xC1\xBF",  // overlong
+                           "\xE0\x80\x80",
+                           "\xE0\x9F\xBF",  // overlong
+                           "\xF0\x80\x80\x80",
+                           "\xF0\x8F\xBF\xBF",  // overlong
+                           "\xF8\x88\x80\x80\x80",
+                           "\xFC",
+                           "\xFE",
+                           "\xFF",
+                           "gr\xFC\xDF"}) {
+    EXPECT_FALSE(IsWellFormedUtf8(text)) << text;
+  }
+}
+
+TEST(IsWellFormedUtf8, KnowsTheEndOfTheText) {
+  const std::string_view text = "日";
+  EXPECT_TRUE(IsWellFormedUtf8(text));
+  EXPECT_FALSE(IsWellFormedUtf8(text.substr(0, 2)));
+  EXPECT_FALSE(IsWellFormedUtf8(text.substr(0, 1)));
+  EXPECT_TRUE(IsWellFormedUtf8(std::string_view("\0", 1)));
+}
+
+}  // namespace
+}  // namespace wendra
