@@ -2,7 +2,11 @@
 
 #include <utility>
 
+#include "bridge/exec_win.h"
+#include "bridge/file_actions.h"
+#include "bridge/pick_directory_win.h"
 #include "bridge/platform.h"
+#include "bridge/project_dirs.h"
 #include "config/server_address.h"
 #include "win/messages.h"
 
@@ -20,10 +24,22 @@ Application::Application(HINSTANCE instance, std::string server, WindowLog& log,
             log),
       replies_(page_),
       bridge_(MakeActions(), replies_, log),
-      window_(instance, log, config, page_) {}
+      window_(instance, log, config, page_, replies_) {}
 
 // The order is the order in which names are compared.
-ActionTable Application::MakeActions() { return {PlatformAction(replies_)}; }
+ActionTable Application::MakeActions() {
+  const auto window = [this] { return window_.Handle(); };
+  return {
+      PickDirectoryAction(replies_, window),
+      PlatformAction(replies_),
+      GetProjectDirsAction(replies_, ProjectDirsKeyPath()),
+      SetProjectDirAction(replies_, ProjectDirsKeyPath()),
+      ReadFileAction(replies_),
+      ReadFileBase64Action(replies_),
+      WriteFileAction(replies_),
+      ExecAction(replies_, window),
+  };
+}
 
 int Application::Run() {
   if (!window_.Handle()) return 1;

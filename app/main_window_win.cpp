@@ -5,6 +5,8 @@
 #include <string>
 
 #include "app/layout.h"
+#include "bridge/exec_win.h"
+#include "bridge/pick_directory_win.h"
 #include "config/json_object.h"
 #include "win/messages.h"
 #include "win/owned_message.h"
@@ -45,8 +47,9 @@ RECT ToRect(const Box& box) { return {box.left, box.top, box.right, box.bottom};
 
 }  // namespace
 
-MainWindow::MainWindow(HINSTANCE instance, WindowLog& log, ConfigFile& config, PageHost& page)
-    : instance_(instance), log_(log), config_(config), page_(page) {
+MainWindow::MainWindow(HINSTANCE instance, WindowLog& log, ConfigFile& config, PageHost& page,
+                       Replies& replies)
+    : instance_(instance), log_(log), config_(config), page_(page), replies_(replies) {
   RegisterWindowClass(instance, &MainWindow::WindowProcedure);
   CreateWindowExW(0, kWindowClass, L"Wendra", WS_OVERLAPPEDWINDOW, CW_USEDEFAULT, CW_USEDEFAULT,
                   kWidthPx, kHeightPx, nullptr, nullptr, instance, this);
@@ -111,6 +114,14 @@ void MainWindow::OnMessage(UINT message, WPARAM wparam, LPARAM lparam) {
     case kLogLineMessage: {
       const auto line = TakeOwned<std::string>(lparam);
       return log_.Line(*line);
+    }
+    case kExecDoneMessage: {
+      const auto result = TakeOwned<ExecResult>(lparam);
+      return ReplyExec(*result, replies_);
+    }
+    case kPickDirectoryMessage: {
+      const auto request = TakeOwned<PickDirectoryRequest>(lparam);
+      return AnswerPickDirectory(*request, window_, replies_);
     }
     default:
       return;

@@ -5,6 +5,7 @@
 
 #include "app/log_panel_win.h"
 #include "app/window_log_win.h"
+#include "bridge/replies.h"
 #include "config/config_file_win.h"
 #include "config/config_watch_win.h"
 #include "webview/page_host_win.h"
@@ -17,7 +18,8 @@ namespace wendra {
 class MainWindow {
  public:
   // Makes the window, still hidden; Handle() is null if that failed. Borrows everything.
-  MainWindow(HINSTANCE instance, WindowLog& log, ConfigFile& config, PageHost& page);
+  MainWindow(HINSTANCE instance, WindowLog& log, ConfigFile& config, PageHost& page,
+             Replies& replies);
   ~MainWindow();
   MainWindow(const MainWindow&) = delete;
   MainWindow& operator=(const MainWindow&) = delete;
@@ -46,6 +48,7 @@ class MainWindow {
   WindowLog& log_;
   ConfigFile& config_;
   PageHost& page_;
+  Replies& replies_;
   HWND window_ = nullptr;                   // from WM_NCCREATE to WM_NCDESTROY
   bool isCreated_ = false;                  // the window has been made: its DPI can be asked for
   std::optional<LogPanel> panel_;           // from WM_CREATE to WM_DESTROY

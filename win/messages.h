@@ -2,8 +2,10 @@
 //
 // | message                  | wParam | lParam                            | sender     | receiver |
 // |--------------------------|--------|-----------------------------------|------------|----------|
+// | kExecDoneMessage         | 0      | owned ExecResult                  | a worker   | bridge   |
 // | kCreateWebViewMessage    | 0      | 0                                 | app        | webview  |
 // | kLogLineMessage          | 0      | owned std::string, one UTF-8 line | any thread | log      |
+// | kPickDirectoryMessage    | 0      | owned PickDirectoryRequest        | bridge     | bridge   |
 //
 // An owned payload belongs to the window procedure as soon as the post has succeeded
 // (win/owned_message.h); it frees the payload whatever else it does with it. What is still queued
@@ -14,8 +16,10 @@
 
 namespace wendra {
 
+inline constexpr UINT kExecDoneMessage = WM_APP + 1;
 inline constexpr UINT kCreateWebViewMessage = WM_APP + 4;
 inline constexpr UINT kLogLineMessage = WM_APP + 5;
+inline constexpr UINT kPickDirectoryMessage = WM_APP + 6;
 
 // Looks every two seconds whether config.json has changed.
 inline constexpr UINT_PTR kConfigWatchTimer = 1;

@@ -1,0 +1,36 @@
+// Collects output of unknown length without ever holding much more than that output.
+#pragma once
+
+#include <cstddef>
+#include <memory>
+#include <string>
+#include <vector>
+
+namespace wendra {
+
+// Grows by blocks of one mebibyte instead of moving what is there into ever larger places. One
+// thread at a time.
+class OutputBuffer {
+ public:
+  struct Space {
+    char* at;
+    size_t bytes;  // at least 1
+  };
+
+  // Where the next output may be written: at most `wanted` bytes.
+  Space Reserve(size_t wanted);
+
+  // That many bytes have been written there.
+  void Commit(size_t bytes) { used_ += bytes; }
+
+  // All output as one text; each block is freed as soon as it has been copied. Empty afterwards.
+  std::string Take();
+
+ private:
+  static constexpr size_t kBlockBytes = size_t{1} << 20;
+
+  std::vector<std::unique_ptr<char[]>> blocks_;
+  size_t used_ = kBlockBytes;  // bytes of the last block; with no block there is no room either
+};
+
+}  // namespace wendra

@@ -1,0 +1,125 @@
+#include "bridge/exec_win.h"
+
+#include <memory>
+#include <utility>
+
+#include "base/output_buffer.h"
+#include "base/utf8.h"
+#include "win/child_process.h"
+#include "win/environment.h"
+#include "win/messages.h"
+#include "win/owned_message.h"
+#include "win/thread.h"
+#include "win/wide.h"
+
+namespace wendra {
+namespace {
+
+constexpr size_t kReadBytes = 4096;  // at a time, from a pipe that holds as much
+
+struct ExecJob {
+  std::string reqId;
+  std::string directory;
+  std::string command;
+  HWND replyWindow;
+};
+
+struct ReadJob {
+  HANDLE pipe;           // borrowed until the reader has ended
+  OutputBuffer* output;  // likewise
+};
+
+// Until the last holder of the pipe's other end has closed it.
+void ReadToEnd(HANDLE pipe, OutputBuffer& output) {
+  for (;;) {
+    const OutputBuffer::Space space = output.Reserve(kReadBytes);
+    DWORD got = 0;
+    if (!ReadFile(pipe, space.at, static_cast<DWORD>(space.bytes), &got, nullptr) || got == 0) {
+      return;
+    }
+    output.Commit(got);
+  }
+}
+
+void ReadThread(std::unique_ptr<ReadJob> job) { ReadToEnd(job->pipe, *job->output); }
+
+// Commands print in UTF-8 or in the ANSI code page, and nothing tells which.
+std::string ToUtf8(std::string text) {
+  if (IsWellFormedUtf8(text)) return text;
+  const int bytes = static_cast<int>(text.size());
+  std::wstring wide(text.size(), L'\0');  // no code page has more units than bytes
+  const int units = MultiByteToWideChar(CP_ACP, 0, text.data(), bytes, wide.data(), bytes);
+  if (units <= 0) return text;
+  return Narrow(std::wstring_view(wide).substr(0, static_cast<size_t>(units)));
+}
+
+std::wstring ShellCommandLine(const std::string& command) {
+  std::wstring shell = EnvironmentText(L"COMSPEC");
+  if (shell.empty()) shell = L"cmd.exe";
+  // With /s the shell takes away the outer quotes only; those inside the command stay as they are.
+  return shell + L" /d /s /c \"" + Widen(command) + L"\"";
+}
+
+void ExecThread(std::unique_ptr<ExecJob> job) {
+  auto result = std::make_unique<ExecResult>(RunCommand(job->directory, job->command));
+  result->reqId = std::move(job->reqId);
+  (void)PostOwned(job->replyWindow, kExecDoneMessage, 0, std::move(result));
+}
+
+}  // namespace
+
+ExecResult RunCommand(const std::string& directory, const std::string& command) {
+  ExecResult result;
+  const std::wstring commandLine = ShellCommandLine(command);
+  Child child = StartChild({.commandLine = commandLine, .directory = Widen(directory)});
+  if (!child.process) {
+    result.error = Narrow(commandLine);
+    return result;
+  }
+  child.input.Reset();  // nothing is ever written: the command sees the end of its input at once
+
+  // Both streams at once: a command that fills one while we wait for the other would never end.
+  OutputBuffer output;
+  OutputBuffer error;
+  auto job = std::make_unique<ReadJob>(ReadJob{child.error.Get(), &error});
+  const KernelHandle errorReader = StartThread<ReadThread>(job);
+  ReadToEnd(child.output.Get(), output);
+  if (errorReader) {
+    WaitForSingleObject(errorReader.Get(), INFINITE);
+  } else {
+    ReadToEnd(child.error.Get(), error);  // no thread to be had: one after the other
+  }
+
+  WaitForSingleObject(child.process.Get(), INFINITE);
+  DWORD exitCode = 0;
+  (void)GetExitCodeProcess(child.process.Get(), &exitCode);
+  result.exitCode = static_cast<std::int32_t>(exitCode);
+  result.output = ToUtf8(output.Take());
+  result.error = ToUtf8(error.Take());
+  return result;
+}
+
+Action ExecAction(Replies& replies, std::function<HWND()> window) {
+  return {
+      "exec", [&replies, window = std::move(window)](const std::string& reqId, const Json& args) {
+        const std::string_view command = StringArgument(args, 1);
+        if (command.empty()) return replies.Fail(reqId, "exec expects [dir, command]");
+        auto job = std::make_unique<ExecJob>(
+            ExecJob{reqId, std::string(StringArgument(args, 0)), std::string(command), window()});
+        if (StartThread<ExecThread>(job)) return;  // nobody waits for it
+        ExecResult notStarted;
+        notStarted.reqId = reqId;
+        notStarted.error = Narrow(ShellCommandLine(job->command));
+        ReplyExec(notStarted, replies);
+      }};
+}
+
+void ReplyExec(const ExecResult& result, Replies& replies) {
+  Json value = Json::Object();
+  value.members.emplace_back("exit", Json(result.exitCode));
+  value.members.emplace_back("stdout", result.output);
+  value.members.emplace_back("stderr", result.error);
+  replies.Succeed(result.reqId, value);
+}
+
+}  // namespace wendra

@@ -1,0 +1,183 @@
+#include "bridge/exec_win.h"
+
+#include <atomic>
+#include <filesystem>
+#include <thread>
+#include <vector>
+
+#include <gtest/gtest.h>
+
+#include "tests/support/recording_page.h"
+#include "tests/support/scratch_folder_win.h"
+#include "tests/support/test_window_win.h"
+#include "win/messages.h"
+#include "win/owned_message.h"
+#include "win/unique.h"
+#include "win/wide.h"
+
+namespace wendra {
+namespace {
+
+// test_child.exe lies one folder above the tests.
+std::string TestChild() {
+  wchar_t self[MAX_PATH];
+  GetModuleFileNameW(nullptr, self, MAX_PATH);
+  const auto folder = std::filesystem::path(self).parent_path().parent_path();
+  return "\"" + Narrow((folder / L"test_child.exe").wstring()) + "\" ";
+}
+
+std::string Filling(size_t bytes) {
+  std::string text(bytes, 'x');
+  for (size_t i = 79; i < bytes; i += 80) text[i] = '\n';
+  return text;
+}
+
+TEST(RunCommand, GivesExitCodeAndBothStreams) {
+  const std::string child = TestChild();
+  const struct {
+    std::string command;
+    std::int32_t exitCode;
+    std::string output, error;
+  } cases[] = {
+      {"echo hi", 0, "hi\r\n", ""},
+      {child + "out 5 err 3 exit 7", 7, "xxxxx", "xxx"},
+      {child + "exit 2147483647", 2147483647, "", ""},
+      {child + "exit 4294967295", -1, "", ""},
+      {child + "read", 0, "read 0 bytes\n", ""},  // its input ends at once
+      {child + "args \"two words\" \"a&b\" %COMSPEC:~0,2%", 0, "two words\na&b\nC:\n", ""},
+      {child + "out 3 | " + child + "read", 0, "read 3 bytes\n", ""},
+      {child + "out 2 && " + child + "err 2", 0, "xx", "xx"},
+      {child + "err 2 2>&1", 0, "xx", ""},
+  };
+  for (const auto& c : cases) {
+    const ExecResult result = RunCommand("", c.command);
+    EXPECT_EQ(result.exitCode, c.exitCode) << c.command;
+    EXPECT_EQ(result.output, c.output) << c.command;
+    EXPECT_EQ(result.error, c.error) << c.command;
+  }
+}
+
+TEST(RunCommand, ReportsACrashAsANegativeCode) {
+  // Straight from the shell, which hands the code of its last command on.
+  EXPECT_EQ(RunCommand("", TestChild() + "crash").exitCode, static_cast<std::int32_t>(0xC0000005));
+}
+
+TEST(RunCommand, RunsInTheFolder) {
+  ScratchFolder folder;
+  std::filesystem::create_directories(folder / L"mit Leer ü");
+  const std::string path = Narrow(folder / L"mit Leer ü");
+  EXPECT_EQ(RunCommand(path, TestChild() + "out 4 > made.txt").exitCode, 0);
+  EXPECT_EQ(std::filesystem::file_size(folder / L"mit Leer ü\\made.txt"), 4u);
+}
+
+TEST(RunCommand, GivesTheCommandLineThatCouldNotBeStarted) {
+  const ExecResult result = RunCommand("C:\\no\\such\\folder", "echo \"ü\"");
+  EXPECT_EQ(result.exitCode, -1);
+  EXPECT_EQ(result.output, "");
+  wchar_t shell[MAX_PATH];
+  GetEnvironmentVariableW(L"COMSPEC", shell, MAX_PATH);
+  EXPECT_EQ(result.error, Narrow(shell) + " /d /s /c \"echo \"ü\"\"");
+}
+
+TEST(RunCommand, TakesMuchOnBothStreamsAtOnce) {
+  constexpr size_t kBytes = 10u << 20;
+  const ExecResult result =
+      RunCommand("", TestChild() + "both " + std::to_string(kBytes) + " exit 3");
+  EXPECT_EQ(result.exitCode, 3);
+  EXPECT_TRUE(result.output == Filling(kBytes));
+  EXPECT_TRUE(result.error == Filling(kBytes));
+}
+
+TEST(RunCommand, MakesUtf8OfTheAnsiCodePage) {
+  const struct {
+    std::string command, output;
+  } cases[] = {
+      {"ansi", "äöü"},
+      {"bytes C3A4C3B6C3BC", "äöü"},  // UTF-8 already
+      {"bytes C3A4E4", "Ã¤ä"},        // not all of it: then none of it
+      {"bytes 80", "€"},
+      {"bytes EDA080", "\xED\xA0\x80"},  // a surrogate counts as well-formed
+      {"bytes C080", "À€"},              // overlong
+      {"bytes 410042", std::string("A\0B", 3)},
+  };
+  for (const auto& c : cases) {
+    EXPECT_EQ(RunCommand("", TestChild() + c.command).output, c.output) << c.command;
+  }
+}
+
+TEST(RunCommand, WaitsForWhoeverHoldsTheStreams) {
+  // The command itself ends at once; what it left behind keeps its output open.
+  const std::string name = "wendra-test-" + std::to_string(GetCurrentProcessId());
+  const KernelHandle event(CreateEventW(nullptr, TRUE, FALSE, Widen(name).c_str()));
+  const KernelHandle done(CreateEventW(nullptr, TRUE, FALSE, nullptr));
+  ExecResult result;
+  std::thread command([&] {
+    result = RunCommand("", TestChild() + "out 2 hold " + name + " exit 5");
+    SetEvent(done.Get());
+  });
+  EXPECT_EQ(WaitForSingleObject(done.Get(), 300), static_cast<DWORD>(WAIT_TIMEOUT));
+  SetEvent(event.Get());
+  command.join();
+  EXPECT_EQ(result.exitCode, 5);
+  EXPECT_EQ(result.output, "xx");
+}
+
+TEST(RunCommand, LosesNoEndWhereManyStartAtOnce) {
+  constexpr int kThreads = 8;
+  constexpr int kCommands = 10;
+  std::vector<std::thread> threads;
+  std::atomic<int> right = 0;
+  for (int t = 0; t < kThreads; ++t) {
+    threads.emplace_back([&, t] {
+      for (int i = 0; i < kCommands; ++i) {
+        const int code = t * kCommands + i;
+        const ExecResult result =
+            RunCommand("", TestChild() + "out 10 exit " + std::to_string(code));
+        right += result.exitCode == code && result.output == Filling(10);
+      }
+    });
+  }
+  for (auto& thread : threads) thread.join();
+  EXPECT_EQ(right, kThreads * kCommands);
+}
+
+TEST(ExecAction, PostsItsResultAndAnswersFromThere) {
+  RecordingPage page;
+  Replies replies(page);
+  const TestWindow window([&](UINT message, WPARAM, LPARAM lparam) {
+    if (message == kExecDoneMessage) ReplyExec(*TakeOwned<ExecResult>(lparam), replies);
+  });
+  const Action exec = ExecAction(replies, [&] { return window.Handle(); });
+  EXPECT_EQ(exec.name, "exec");
+  Json args;
+  ASSERT_TRUE(Parse("[\"\",\"echo \\\"a\\\" & exit 4\"]", args));
+  exec.run("r9", args);
+  EXPECT_TRUE(page.scripts.empty());  // only from the message loop
+  while (page.scripts.empty()) {
+    MSG message;
+    ASSERT_TRUE(GetMessageW(&message, nullptr, 0, 0));
+    DispatchMessageW(&message);
+  }
+  EXPECT_NE(page.scripts[0].find("__resolve('r9', 1, {\"exit\":4,\"stdout\":\"\\\"a\\\" \\r\\n\","
+                                 "\"stderr\":\"\"}) : 0;"),
+            std::string::npos)
+      << page.scripts[0];
+}
+
+TEST(ExecAction, SaysWhatItExpects) {
+  RecordingPage page;
+  Replies replies(page);
+  const Action exec = ExecAction(replies, [] { return HWND(); });
+  for (const char* text : {"[]", "[\"C:\\\\\"]", "[\"\",\"\"]", "[\"\",5]", "null"}) {
+    Json args;
+    ASSERT_TRUE(Parse(text, args));
+    page.scripts.clear();
+    exec.run("r", args);
+    ASSERT_EQ(page.scripts.size(), 1u);
+    EXPECT_NE(page.scripts[0].find("__resolve('r', 0, \"exec expects [dir, command]\") : 0;"),
+              std::string::npos);
+  }
+}
+
+}  // namespace
+}  // namespace wendra

@@ -1,0 +1,139 @@
+// A child process that does what its arguments say, in their order, for tests of whoever starts it:
+//
+//   out N        writes N bytes ('x', a line end every 80) to standard output
+//   err N        the same to standard error
+//   both N       N bytes to each, in turns of 1,000
+//   ansi         writes the Windows-1252 bytes E4 F6 FC to standard output
+//   bytes HEX    writes these bytes to standard output
+//   read         reads standard input to its end and says how many bytes there were
+//   args         prints the remaining arguments, one a line, and stops reading them
+//   hold NAME    starts a copy of itself that keeps our standard streams open until the event NAME
+//                is set, and goes on
+//   await NAME   waits until the event NAME is set
+//   exit N       ends with this code
+//   crash        ends by an access violation
+#include <algorithm>
+#include <cstdio>
+#include <cstdlib>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "win/unique.h"
+#include "win/wide.h"
+
+#include <windows.h>
+
+namespace wendra {
+namespace {
+
+void Write(DWORD stream, std::string_view bytes) {
+  while (!bytes.empty()) {
+    DWORD written = 0;
+    const auto wanted = static_cast<DWORD>(std::min<size_t>(bytes.size(), 1 << 20));
+    if (!WriteFile(GetStdHandle(stream), bytes.data(), wanted, &written, nullptr)) std::exit(99);
+    bytes.remove_prefix(written);
+  }
+}
+
+std::string Filling(size_t bytes) {
+  std::string text(bytes, 'x');
+  for (size_t i = 79; i < bytes; i += 80) text[i] = '\n';
+  return text;
+}
+
+void WriteBoth(size_t bytes) {
+  const std::string text = Filling(bytes);
+  for (size_t at = 0; at < bytes; at += 1000) {
+    Write(STD_OUTPUT_HANDLE, std::string_view(text).substr(at, 1000));
+    Write(STD_ERROR_HANDLE, std::string_view(text).substr(at, 1000));
+  }
+}
+
+void WriteHex(const std::string& hex) {
+  std::string bytes;
+  for (size_t i = 0; i + 1 < hex.size(); i += 2) {
+    bytes += static_cast<char>(std::stoi(hex.substr(i, 2), nullptr, 16));
+  }
+  Write(STD_OUTPUT_HANDLE, bytes);
+}
+
+void ReadInput() {
+  char buffer[4096];
+  size_t total = 0;
+  for (DWORD got = 0;
+       ReadFile(GetStdHandle(STD_INPUT_HANDLE), buffer, sizeof(buffer), &got, nullptr) &&
+       got > 0;) {
+    total += got;
+  }
+  Write(STD_OUTPUT_HANDLE, "read " + std::to_string(total) + " bytes\n");
+}
+
+KernelHandle OpenEventNamed(const std::string& name) {
+  return KernelHandle(CreateEventW(nullptr, TRUE, FALSE, Widen(name).c_str()));
+}
+
+void HoldStreams(const std::string& name) {
+  wchar_t self[MAX_PATH];
+  GetModuleFileNameW(nullptr, self, MAX_PATH);
+  std::wstring commandLine = L"\"" + std::wstring(self) + L"\" await " + Widen(name);
+  STARTUPINFOW startup{};
+  startup.cb = sizeof(startup);
+  PROCESS_INFORMATION process{};
+  if (!CreateProcessW(self, commandLine.data(), nullptr, nullptr, TRUE, CREATE_NO_WINDOW, nullptr,
+                      nullptr, &startup, &process)) {
+    std::exit(98);
+  }
+  CloseHandle(process.hThread);
+  CloseHandle(process.hProcess);
+}
+
+[[noreturn]] void Crash() {
+  RaiseException(EXCEPTION_ACCESS_VIOLATION, EXCEPTION_NONCONTINUABLE, 0, nullptr);
+  std::abort();
+}
+
+void Do(const std::vector<std::string>& arguments) {
+  size_t next = 0;
+  const auto take = [&] { return next < arguments.size() ? arguments[next++] : std::string(); };
+  const auto takeNumber = [&] { return static_cast<size_t>(std::stoull(take())); };
+  while (next < arguments.size()) {
+    const std::string what = take();
+    if (what == "out") {
+      Write(STD_OUTPUT_HANDLE, Filling(takeNumber()));
+    } else if (what == "err") {
+      Write(STD_ERROR_HANDLE, Filling(takeNumber()));
+    } else if (what == "both") {
+      WriteBoth(takeNumber());
+    } else if (what == "ansi") {
+      Write(STD_OUTPUT_HANDLE, "\xE4\xF6\xFC");
+    } else if (what == "bytes") {
+      WriteHex(take());
+    } else if (what == "read") {
+      ReadInput();
+    } else if (what == "args") {
+      while (next < arguments.size()) Write(STD_OUTPUT_HANDLE, take() + "\n");
+    } else if (what == "hold") {
+      HoldStreams(take());
+    } else if (what == "await") {
+      WaitForSingleObject(OpenEventNamed(take()).Get(), INFINITE);
+    } else if (what == "exit") {
+      ExitProcess(static_cast<UINT>(takeNumber()));
+    } else if (what == "crash") {
+      Crash();
+    } else {
+      Write(STD_ERROR_HANDLE, "test_child: unknown: " + what + "\n");
+      ExitProcess(97);
+    }
+  }
+}
+
+}  // namespace
+}  // namespace wendra
+
+int wmain(int count, wchar_t** arguments) {
+  std::vector<std::string> texts;
+  for (int i = 1; i < count; ++i) texts.push_back(wendra::Narrow(arguments[i]));
+  wendra::Do(texts);
+  return 0;
+}

@@ -1,0 +1,31 @@
+// Starts a child process whose three standard streams are pipes of ours. The one place where
+// inheritable handles are made.
+#pragma once
+
+#include <string>
+
+#include "win/unique.h"
+
+namespace wendra {
+
+struct ChildRequest {
+  std::wstring commandLine;
+  std::wstring directory;  // "" inherits ours
+  // A block of UTF-16 "name=value" texts, each with its zero, and one more; null inherits ours.
+  const wchar_t* environment = nullptr;
+};
+
+// Our ends. Closing `input` gives the child the end of its input.
+struct Child {
+  KernelHandle process;
+  KernelHandle input;   // we write
+  KernelHandle output;  // we read
+  KernelHandle error;   // we read
+};
+
+// Without a window. An empty `process` says that it could not be started, GetLastError() why. Any
+// thread: starts wait for one another, so that no child inherits the pipe ends of another, which
+// would keep that one's streams open.
+Child StartChild(const ChildRequest& request);
+
+}  // namespace wendra
