@@ -10,6 +10,7 @@
 //   hold NAME    starts a copy of itself that keeps our standard streams open until the event NAME
 //                is set, and goes on
 //   await NAME   waits until the event NAME is set
+//   set NAME     sets it
 //   exit N       ends with this code
 //   crash        ends by an access violation
 #include <algorithm>
@@ -117,6 +118,8 @@ void Do(const std::vector<std::string>& arguments) {
       HoldStreams(take());
     } else if (what == "await") {
       WaitForSingleObject(OpenEventNamed(take()).Get(), INFINITE);
+    } else if (what == "set") {
+      SetEvent(OpenEventNamed(take()).Get());
     } else if (what == "exit") {
       ExitProcess(static_cast<UINT>(takeNumber()));
     } else if (what == "crash") {

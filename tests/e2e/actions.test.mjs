@@ -1,0 +1,153 @@
+// The native actions through a real page: files, project folders, the folder picker.
+import assert from 'node:assert/strict';
+import { appendFile, mkdir, readFile, stat, writeFile } from 'node:fs/promises';
+import { join } from 'node:path';
+import { after, before, test } from 'node:test';
+import { startHost } from './support/host.mjs';
+import { startServer } from './support/server.mjs';
+import { until } from './support/waiting.mjs';
+
+let server;
+let host;
+let page;
+
+before(async () => {
+  server = await startServer({ '/': '<!doctype html><title>actions</title>' });
+  host = await startHost({ address: server.url });
+  page = host.page;
+});
+
+after(async () => {
+  assert.equal(await host?.close(), 0);
+  await server?.close();
+});
+
+// A file of the user's, as the host and as this machine name it.
+const hostPath = (name) => `C:\\users\\wendra\\${name.replaceAll('/', '\\')}`;
+const realPath = (name) => join(host.profile, name);
+
+const succeeds = async (action, args, value) =>
+  assert.deepEqual(await page.call(action, args), { ok: 1, value }, JSON.stringify(args));
+const fails = async (action, args, error) =>
+  assert.deepEqual(await page.call(action, args), { ok: 0, value: error }, JSON.stringify(args));
+
+test('files are written and read, with all their folders', async () => {
+  const names = ['a.txt', 'Ordner mit Leer/ü/日本/x.txt', `${'lang/'.repeat(40)}x.txt`, 'slash\\a/b.txt'];
+  for (const name of names) {
+    const content = `Inhalt — ${name}\n\u2028"\\ 😀`;
+    await succeeds('writeFile', [hostPath(name), content], 'ok');
+    assert.equal(await readFile(realPath(name.replaceAll('\\', '/')), 'utf8'), content);
+    await succeeds('readFile', [hostPath(name)], content);
+    await succeeds('readFileBase64', [hostPath(name)], Buffer.from(content).toString('base64'));
+  }
+});
+
+test('writing without content empties the file, and replaces longer content', async () => {
+  await succeeds('writeFile', [hostPath('b.txt'), 'long content'], 'ok');
+  await succeeds('writeFile', [hostPath('b.txt'), 'short'], 'ok');
+  await succeeds('readFile', [hostPath('b.txt')], 'short');
+  await succeeds('writeFile', [hostPath('b.txt')], 'ok');
+  await succeeds('readFile', [hostPath('b.txt')], '');
+  await succeeds('readFileBase64', [hostPath('b.txt')], '');
+});
+
+test('bytes that are not UTF-8 come through base64 as they are', async () => {
+  const bytes = Buffer.from(Array.from({ length: 256 }, (_, i) => i));
+  await writeFile(realPath('bytes.bin'), bytes);
+  await succeeds('readFileBase64', [hostPath('bytes.bin')], bytes.toString('base64'));
+});
+
+test('16 MiB are read, one byte more is too large', async () => {
+  const name = 'big.bin';
+  await writeFile(realPath(name), Buffer.alloc(16_777_216, 'x'));
+  for (const [action, length] of [['readFile', 16_777_216], ['readFileBase64', 22_369_624]]) {
+    // The value stays in the page: it is long.
+    const seen = await page.evaluate(
+      (wanted, path) => new Promise((resolve) => {
+        window.__wendra = { __resolve: (id, ok, value) => resolve([ok, value.length]) };
+        chrome.webview.postMessage({ __reqId: 'big', name: wanted, args: [path] });
+      }), action, hostPath(name));
+    assert.deepEqual(seen, [1, length]);
+  }
+  await page.evaluate('location.reload()');
+  await page.waitFor('!window.__wendra');
+  await appendFile(realPath(name), 'x');
+  await fails('readFile', [hostPath(name)], 'file too large');
+  await fails('readFileBase64', [hostPath(name)], 'file too large');
+});
+
+test('what cannot be read says why', async () => {
+  await mkdir(realPath('folder'), { recursive: true });
+  await writeFile(realPath('there.txt'), 'x');
+  const cases = [
+    [[], 'expects [path]'], [[7], 'expects [path]'], [[''], 'expects [path]'], [null, 'expects [path]'],
+    [['C:\\'], 'is a directory'], [[hostPath('folder')], 'is a directory'],
+    [[hostPath('missing')], 'no such file'], [[hostPath('no/such/folder')], 'no such file'],
+    [[`${hostPath('there.txt')}\0x`], 'no such file'], [['no-such-relative-file'], 'no such file'],
+    [['\\\\no-such-host.test\\share\\x'], 'no such file'],
+  ];
+  for (const [args, error] of cases) {
+    for (const action of ['readFile', 'readFileBase64']) {
+      await fails(action, args, error.startsWith('expects') ? `${action} ${error}` : error);
+    }
+  }
+});
+
+test('what cannot be written says why, and leaves what is there', async () => {
+  await mkdir(realPath('folder'), { recursive: true });
+  await fails('writeFile', [hostPath('folder'), 'x'], 'could not create file (5)');
+  await fails('writeFile', [`${hostPath('zero')}\0x`, 'x'], 'could not create file (123)');
+  await fails('writeFile', ['', 'x'], 'writeFile expects [path, content]');
+  await fails('writeFile', [5, 'x'], 'writeFile expects [path, content]');
+  assert.ok((await stat(realPath('folder'))).isDirectory());
+});
+
+test('device names are no trap', async () => {
+  for (const name of ['NUL', 'CON', 'COM9', '\\\\.\\NUL']) {
+    const { ok, value } = await page.call('readFile', [name]);
+    assert.ok(ok === 1 || /^(no such file|could not open file|is a directory)$/.test(value), `${name}: ${value}`);
+  }
+});
+
+test('project folders are kept, replaced and cleared', async () => {
+  const dirs = async () => {
+    const { ok, value } = await page.call('getProjectDirs');
+    assert.equal(ok, 1);
+    return value;
+  };
+  assert.deepEqual(await dirs(), {});
+  await succeeds('setProjectDir', ['p1', 'C:\\a'], 'ok');
+  await succeeds('setProjectDir', ['prøjekt 日', 'D:\\ü'], 'ok');
+  assert.deepEqual(await dirs(), { p1: 'C:\\a', 'prøjekt 日': 'D:\\ü' });
+  await succeeds('setProjectDir', ['p1', 'C:\\b'], 'ok');
+  await succeeds('setProjectDir', ['prøjekt 日', ''], 'ok');
+  assert.deepEqual(await dirs(), { p1: 'C:\\b' });
+  await succeeds('setProjectDir', ['p1'], 'ok');
+  await succeeds('setProjectDir', ['p1', ''], 'ok'); // not there any more
+  assert.deepEqual(await dirs(), {});
+  await fails('setProjectDir', ['', 'x'], 'setProjectDir expects [projectId, path]');
+  await fails('setProjectDir', [], 'setProjectDir expects [projectId, path]');
+});
+
+// Asks for a folder and waits until the dialog is there; gives the answer that is still to come.
+async function startPicking(title) {
+  const answer = page.call('pickDirectory', [title]);
+  await until('the dialog', async () =>
+    (await host.probe('windows')).windows.some(({ text }) => text === title), { context: host.context });
+  return { answer };
+}
+
+test('a picked folder is answered with its path, and meanwhile others are answered', async () => {
+  await mkdir(realPath('Ordner zum Wählen'), { recursive: true });
+  const { answer } = await startPicking('Wähle einen Ordner');
+  assert.equal((await page.call('platform')).ok, 1);
+  await host.type(hostPath('Ordner zum Wählen'));
+  await host.keys('Return');
+  assert.deepEqual(await answer, { ok: 1, value: hostPath('Ordner zum Wählen') });
+});
+
+test('a cancelled folder picker is answered with null', async () => {
+  const { answer } = await startPicking('Lieber nicht');
+  await host.keys('Escape');
+  assert.deepEqual(await answer, { ok: 1, value: null });
+});

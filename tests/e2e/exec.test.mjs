@@ -1,0 +1,180 @@
+// Shell commands through a real page.
+import assert from 'node:assert/strict';
+import { mkdir, readFile } from 'node:fs/promises';
+import { dirname, join } from 'node:path';
+import { after, before, test } from 'node:test';
+import { fileURLToPath } from 'node:url';
+import { windowsPath } from '../../tools/wine/prefix.mjs';
+import { startHost } from './support/host.mjs';
+import { startServer } from './support/server.mjs';
+import { until } from './support/waiting.mjs';
+
+const kRoot = join(dirname(fileURLToPath(import.meta.url)), '../..');
+const child = `"${windowsPath(join(kRoot, 'build/windows/bin/test_child.exe'))}"`;
+const kShell = 'C:\\windows\\system32\\cmd.exe';
+
+let server;
+let host;
+let page;
+
+before(async () => {
+  server = await startServer({
+    '/': '<!doctype html><title>exec</title>',
+    '/other': '<!doctype html><title>other</title>',
+  });
+  host = await startHost({ address: server.url });
+  page = host.page;
+});
+
+after(async () => {
+  await host?.close();
+  await server?.close();
+});
+
+// Event names that no other test uses.
+let events = 0;
+const newEvent = () => `wendra-e2e-${process.pid}-${(events += 1)}`;
+
+async function exec(command, dir = '') {
+  const { ok, value } = await page.call('exec', [dir, command]);
+  assert.equal(ok, 1, JSON.stringify(value));
+  return value;
+}
+
+test('a command answers with exit code and both streams', async () => {
+  const cases = [
+    ['echo hi', 0, 'hi\r\n', ''],
+    [`${child} out 3 err 2 exit 7`, 7, 'xxx', 'xx'],
+    ['echo "a" "b c"', 0, '"a" "b c"\r\n', ''],
+    [`${child} args "two words" "a&b" "c^d"`, 0, 'two words\na&b\nc^d\n', ''],
+    [`${child} out 5 | ${child} read`, 0, 'read 5 bytes\n', ''],
+    [`${child} out 2 && ${child} out 1 && ${child} exit 9`, 9, 'xxx', ''],
+    [`${child} err 2 2>&1`, 0, 'xx', ''],
+    ['echo %COMSPEC%', 0, `${kShell}\r\n`, ''],
+    [`${child} read`, 0, 'read 0 bytes\n', ''],
+    ['set /p name=', 1, undefined, ''],
+    [`${child} ansi`, 0, 'äöü', ''],
+    [`${child} bytes E697A5`, 0, '日', ''],
+    [`${child} exit 4294967295`, -1, '', ''],
+  ];
+  for (const [command, exit, stdout, stderr] of cases) {
+    const value = await exec(command);
+    if (stdout !== undefined) assert.equal(value.stdout, stdout, command);
+    if (command !== 'set /p name=') assert.equal(value.exit, exit, command);
+    assert.equal(value.stderr, stderr, command);
+  }
+});
+
+test('a crash is a negative exit code', async () => {
+  assert.equal((await exec(`${child} crash`)).exit, -1073741819);
+});
+
+test('a command that is missing its text says what is expected', async () => {
+  for (const args of [[], [''], ['C:\\'], ['', ''], ['', 5], null]) {
+    assert.deepEqual(await page.call('exec', args), { ok: 0, value: 'exec expects [dir, command]' });
+  }
+});
+
+test('the folder is the working folder; a missing one gives the command line back', async () => {
+  await mkdir(join(host.profile, 'Ordner ü'), { recursive: true });
+  const value = await exec(`${child} out 4 > made.txt`, 'C:\\users\\wendra\\Ordner ü');
+  assert.equal(value.exit, 0);
+  assert.equal(await readFile(join(host.profile, 'Ordner ü/made.txt'), 'utf8'), 'xxxx');
+  assert.deepEqual(await exec('echo "hi"', 'C:\\no\\such\\folder'), {
+    exit: -1, stdout: '', stderr: `${kShell} /d /s /c "echo "hi""`,
+  });
+});
+
+test('10 MiB on both streams at once arrive whole', async () => {
+  const bytes = 10 << 20;
+  const seen = await page.evaluate((command) => new Promise((resolve) => {
+    const before = window.__wendra;
+    window.__wendra = {
+      __resolve: (id, ok, { exit, stdout, stderr }) => {
+        window.__wendra = before;
+        resolve([ok, exit, stdout.length, stderr.length, stdout === stderr]);
+      },
+    };
+    chrome.webview.postMessage({ __reqId: 'both', name: 'exec', args: ['', command] });
+  }), `${child} both ${bytes} exit 3`);
+  assert.deepEqual(seen, [1, 3, bytes, bytes, true]);
+});
+
+test('a hundred commands at once are all answered', async () => {
+  const codes = await page.evaluate(async (command) => {
+    const waiting = new Map();
+    window.__wendra = { __resolve: (id, ok, value) => waiting.get(id)(value.exit) };
+    return Promise.all(Array.from({ length: 100 }, (_, i) => new Promise((resolve) => {
+      waiting.set(`e${i}`, resolve);
+      chrome.webview.postMessage({ __reqId: `e${i}`, name: 'exec', args: ['', `${command} exit ${i}`] });
+    })));
+  }, child);
+  assert.deepEqual(codes, Array.from({ length: 100 }, (_, i) => i));
+  await page.evaluate('location.reload()');
+  await page.waitFor('!window.__wendra');
+});
+
+test('a child that is left behind keeps the answer back as long as it holds the streams', async () => {
+  const event = newEvent();
+  const answer = exec(`${child} out 1 hold ${event} exit 6`);
+  assert.equal((await exec('echo meanwhile')).stdout, 'meanwhile\r\n');
+  assert.equal((await page.replies()).filter(({ value }) => value.exit === 6).length, 0);
+  await exec(`${child} set ${event}`);
+  assert.deepEqual(await answer, { exit: 6, stdout: 'x', stderr: '' });
+});
+
+test('a page that navigates away while a command runs is not disturbed by its answer', async () => {
+  const event = newEvent();
+  await page.post({ __reqId: 'left', name: 'exec', args: ['', `${child} await ${event}`] });
+  await host.waitForLine("action 'exec' (req left)");
+  await page.evaluate('location.href = "/other"');
+  await page.loaded('/other');
+  await page.evaluate(`window.late = []; window.__wendra = { __resolve: (...reply) => late.push(reply) }`);
+  await page.post({ __reqId: 'set', name: 'exec', args: ['', `${child} set ${event}`] });
+  await page.waitFor('late.length === 2');
+  assert.deepEqual((await page.evaluate('late.map(([id]) => id)')).sort(), ['left', 'set']);
+  await page.evaluate('location.href = "/"');
+  await page.loaded(`${server.url}/`);
+});
+
+test('handles and threads are as many after a thousand mixed actions as before', async () => {
+  const round = (count) => page.evaluate(async (command, times) => {
+    const waiting = new Map();
+    window.__wendra = { __resolve: (id) => waiting.get(id)() };
+    const ask = (id, name, args) => new Promise((resolve) => {
+      waiting.set(id, resolve);
+      chrome.webview.postMessage({ __reqId: id, name, args });
+    });
+    for (let i = 0; i < times; ++i) {
+      await Promise.all([
+        ask(`a${i}`, 'writeFile', ['C:\\users\\wendra\\h.txt', 'x'.repeat(i)]),
+        ask(`b${i}`, 'readFile', ['C:\\users\\wendra\\h.txt']),
+        ask(`c${i}`, 'readFileBase64', ['C:\\users\\wendra\\missing']),
+        ask(`d${i}`, 'setProjectDir', ['p', `C:\\${i}`]),
+        ask(`e${i}`, 'getProjectDirs', []),
+        ask(`f${i}`, 'platform', []),
+        ask(`g${i}`, 'exec', ['', `${command} exit 0`]),
+        ask(`h${i}`, 'exec', ['C:\\no\\such\\folder', 'x']),
+      ]);
+    }
+  }, child, count);
+  await round(5); // what is made once is there now
+  const before = await host.probe('process');
+  await round(125);
+  await until('the same handles and threads', async () => {
+    const now = await host.probe('process');
+    return now.handles <= before.handles && now.threads <= before.threads;
+  }, { context: () => `before: ${JSON.stringify(before)}` });
+});
+
+test('a window that is closed while commands run ends at once', async () => {
+  const other = await startHost({ address: server.url });
+  const event = newEvent();
+  for (let i = 0; i < 10; ++i) {
+    await other.page.post({ __reqId: `r${i}`, name: 'exec', args: ['', `${child} await ${event}`] });
+  }
+  await other.waitForLine('(req r9)');
+  const start = Date.now();
+  assert.equal(await other.close(), 0);
+  assert.ok(Date.now() - start < 5_000);
+});
