@@ -1,6 +1,6 @@
 // Builds and runs the suites, or those named on the command line, one after the other; ends with a
 // line of counts. The whole output of each run lies in build/test-logs/; what failed is shown.
-import { spawn } from 'node:child_process';
+import { execFileSync, spawn } from 'node:child_process';
 import { createWriteStream, existsSync, mkdirSync, readFileSync, readdirSync, rmSync } from 'node:fs';
 import { basename, dirname, join } from 'node:path';
 import { fileURLToPath } from 'node:url';
@@ -186,10 +186,17 @@ const suites = {
   },
   async runtime() {
     if (!(await build('windows'))) return;
+    const template = execFileSync(join(kRoot, 'tools/wine/make-template'), { encoding: 'utf8' }).trim();
     await runGoogleTest('runtime', (results) => ({
       command: 'node',
-      args: ['tests/runtime/run.mjs', `--gtest_output=json:Z:${results.replaceAll('/', '\\')}`],
+      args: ['tests/runtime/run.mjs', 'build/windows', `--gtest_output=json:Z:${results.replaceAll('/', '\\')}`],
+      env: { WINEPREFIX: template },
     }));
+  },
+  async page() {
+    for (const file of entries('tests/page', /\.test\.mjs$/)) {
+      await runNodeTest(`page-${basename(file, '.test.mjs')}`, `tests/page/${file}`);
+    }
   },
   async e2e() {
     if (!(await build('windows'))) return;

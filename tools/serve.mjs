@@ -1,7 +1,7 @@
-// Serves a folder's files on localhost, on a free port: `node tools/serve.mjs FOLDER`. Prints the
-// address once it listens, and stops when its standard input ends.
+// Serves a folder's files on localhost, on a free port: `node tools/serve.mjs FOLDER [PATH]`. Once
+// it listens, it prints the address of PATH, or else of "/"; it stops when its standard input ends.
 import { createServer } from 'node:http';
-import { readFile } from 'node:fs/promises';
+import { readFile, stat } from 'node:fs/promises';
 import { extname, join, normalize } from 'node:path';
 
 const kTypes = {
@@ -14,17 +14,23 @@ const kTypes = {
   '.svg': 'image/svg+xml',
 };
 
-const folder = process.argv[2];
+const [folder, start = '/'] = process.argv.slice(2);
 
 // A path cannot leave the folder: it is made absolute before it is made a file's.
-function fileOf(address) {
-  const path = normalize(decodeURIComponent(new URL(address, 'http://localhost').pathname));
-  return join(folder, path.endsWith('/') ? `${path}index.html` : path);
-}
+const pathOf = (address) =>
+  normalize(decodeURIComponent(new URL(address, 'http://localhost').pathname));
 
+const isFolder = async (path) => (await stat(join(folder, path))).isDirectory();
+
+// A folder's own address ends in a slash, or the addresses in its page would miss it.
 async function answer(request, response) {
   try {
-    const file = fileOf(request.url);
+    const path = pathOf(request.url);
+    if (!path.endsWith('/') && (await isFolder(path))) {
+      response.writeHead(302, { Location: `${encodeURI(path)}/` }).end();
+      return;
+    }
+    const file = join(folder, path.endsWith('/') ? `${path}index.html` : path);
     const body = await readFile(file);
     const type = kTypes[extname(file)] ?? 'application/octet-stream';
     response.writeHead(200, { 'Content-Type': type, 'Cache-Control': 'no-store' }).end(body);
@@ -34,6 +40,6 @@ async function answer(request, response) {
 }
 
 const server = createServer(answer).listen(0, '127.0.0.1', () => {
-  console.log(`http://localhost:${server.address().port}`);
+  console.log(`http://localhost:${server.address().port}${start}`);
 });
 process.stdin.resume().on('end', () => process.exit(0));

@@ -1,71 +1,90 @@
 // Sends any action with any arguments and shows the reply.
-import { element } from '../elements.js';
+import { Problem, duration, element, field, lineInput, onSubmit } from '../elements.js';
 
-export const title = 'Send an action';
-export const isWide = true;
+export const title = 'Any action';
+export const summary = 'Any name with any arguments, as they are: call(name, args).';
 
-// Offered as one types; any other name may be sent as well.
-const kKnownActions = ['platform'];
+/** @type {Record<string, unknown[]>} what is offered as one types; any other may be sent as well */
+const kExamples = {
+  pickDirectory: ['Choose a folder'],
+  platform: [],
+  getProjectDirs: [],
+  setProjectDir: ['my-project', 'C:\\folder'],
+  readFile: ['C:\\folder\\file.txt'],
+  readFileBase64: ['C:\\folder\\picture.png'],
+  writeFile: ['C:\\folder\\file.txt', 'Hello'],
+  exec: ['', 'echo hello'],
+  mcpServers: [],
+  mcpReadConfig: [],
+  mcpWriteConfig: ['{ "mcpServers": {} }'],
+  mcpCall: ['server', 'tool', {}],
+  checkForUpdates: [],
+};
 
-function field(text, control) {
-  return element('label', {}, text, control);
-}
-
-function makeForm(canSend) {
-  const name = element('input', { id: 'action-name', value: 'platform', spellcheck: false });
+function makeForm() {
+  const name = lineInput('action-name', { value: 'platform' });
   name.setAttribute('list', 'known-actions');
-  const args = element('textarea', { id: 'action-args', value: '[]', spellcheck: false });
-  const problem = element('p', { id: 'action-problem', className: 'problem', hidden: true });
-  const send = element('button', { id: 'action-send', textContent: 'Send', disabled: !canSend });
-  const options = kKnownActions.map((value) => element('option', { value }));
+  const args = element('textarea', { id: 'action-args', value: '[]', spellcheck: false, rows: 4 });
+  const send = element('button', { id: 'action-send', textContent: 'Send' });
+  const options = Object.keys(kExamples).map((value) => element('option', { value }));
   const form = element(
     'form',
     {},
     field('Action', name),
     element('datalist', { id: 'known-actions' }, ...options),
     field('Arguments (JSON)', args),
-    problem,
     send,
   );
-  return { form, name, args, problem };
+  name.addEventListener('input', () => {
+    const example = kExamples[name.value];
+    if (example) args.value = JSON.stringify(example);
+  });
+  args.addEventListener('keydown', (event) => {
+    if (event.ctrlKey && event.key === 'Enter') form.requestSubmit();
+  });
+  return { form, name, args };
 }
 
-function parseArguments({ args, problem }) {
-  problem.hidden = true;
+/** @param {HTMLElement} list @param {string} name */
+function addEntry(list, name) {
+  const verdict = element('span', { className: 'verdict', textContent: 'waiting…' });
+  const line = element('div', { className: 'title' }, element('b', { textContent: name }), verdict);
+  const entry = element('li', {}, line);
+  list.prepend(entry);
+  const start = performance.now();
+  return (/** @type {boolean} */ ok, /** @type {unknown} */ value) => {
+    entry.className = ok ? 'ok' : 'failed';
+    verdict.textContent = `${ok ? 'ok' : 'error'}, ${duration(performance.now() - start)}`;
+    entry.append(element('pre', { textContent: JSON.stringify(value, null, 2) }));
+  };
+}
+
+/** @param {string} text */
+function parsed(text) {
   try {
-    return { value: args.value.trim() ? JSON.parse(args.value) : [] };
+    return text.trim() ? JSON.parse(text) : [];
   } catch (error) {
-    problem.textContent = `The arguments are not JSON: ${error.message}`;
-    problem.hidden = false;
-    return null;
+    throw new Error(`The arguments are not JSON: ${/** @type {Error} */ (error).message}`);
   }
 }
 
-function addEntry(list, name) {
-  const verdict = element('span', { className: 'verdict', textContent: 'waiting…' });
-  const title = element('div', { className: 'title' }, element('b', { textContent: name }), verdict);
-  const entry = element('li', {}, title);
-  list.prepend(entry);
-  return { entry, verdict };
-}
-
-function showReply({ entry, verdict }, { ok, value }, milliseconds) {
-  entry.className = ok ? 'ok' : 'failed';
-  verdict.textContent = `${ok ? 'ok' : 'error'} after ${Math.max(1, Math.round(milliseconds))} ms`;
-  entry.append(element('pre', { textContent: JSON.stringify(value, null, 2) }));
-}
-
+/** @type {import('../playground.js').View['mount']} */
 export function mount(section, host) {
-  const parts = makeForm(host.isPresent);
+  const { form, name, args } = makeForm();
+  const problem = new Problem();
   const list = element('ol', { id: 'replies' });
-  section.append(element('div', { className: 'split' }, parts.form, list));
-  parts.form.addEventListener('submit', async (event) => {
-    event.preventDefault();
-    const args = parseArguments(parts);
-    if (!args || !host.isPresent) return;
-    const entry = addEntry(list, parts.name.value);
-    const start = performance.now();
-    const reply = await host.request(parts.name.value, args.value);
-    showReply(entry, reply, performance.now() - start);
+  section.append(form, problem.place, list);
+  onSubmit(form, () => {
+    problem.clear();
+    try {
+      const value = parsed(args.value);
+      const show = addEntry(list, name.value);
+      host.call(name.value, value).then(
+        (reply) => show(true, reply),
+        (error) => show(false, error.message),
+      );
+    } catch (error) {
+      problem.show(error);
+    }
   });
 }

@@ -1,16 +1,19 @@
 // Lists what the host tells the page unasked.
 import { element } from '../elements.js';
 
-export const title = 'Events from the host';
+export const title = 'Events';
+export const summary =
+  'What the host says unasked: mcpConfigChanged, when config.json has been loaded anew.';
 
+/** @type {import('../playground.js').View['mount']} */
 export function mount(section, host) {
   const none = element('p', { className: 'note', textContent: 'None so far.' });
   const list = element('ol', { id: 'events' });
   section.append(none, list);
-  host.onEvent((name) => {
+  host.onMcpConfigChanged(() => {
     none.remove();
     const time = element('span', { textContent: new Date().toLocaleTimeString() });
-    const title = element('div', { className: 'title' }, element('b', { textContent: name }), time);
-    list.prepend(element('li', {}, title));
+    const name = element('b', { textContent: 'mcpConfigChanged' });
+    list.prepend(element('li', {}, element('div', { className: 'title' }, name, time)));
   });
 }

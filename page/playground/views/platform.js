@@ -1,23 +1,29 @@
 // Asks for the platform's facts as soon as the page is there.
-import { element } from '../elements.js';
+import { Problem, element } from '../elements.js';
 
-export const title = 'Platform';
+export const title = 'This machine';
+export const summary = 'What the host knows of the system and its user: platform().';
 
-function list(facts) {
+/** @param {object} facts @param {string} id */
+function list(facts, id) {
   const rows = Object.entries(facts).flatMap(([name, value]) => [
     element('dt', { textContent: name }),
     element('dd', { textContent: String(value) }),
   ]);
-  return element('dl', { id: 'platform-facts' }, ...rows);
+  return element('dl', { id }, ...rows);
 }
 
-export async function mount(section, host) {
-  if (!host.isPresent) {
-    section.append(element('p', { className: 'note', textContent: 'Known only inside Wendra.' }));
-    return;
-  }
-  const { ok, value } = await host.request('platform');
-  section.append(
-    ok ? list(value) : element('p', { className: 'problem', textContent: String(value) }),
-  );
+/** @type {import('../playground.js').View['mount']} */
+export function mount(section, host) {
+  const problem = new Problem();
+  section.append(problem.place);
+  host
+    .platform()
+    .then((facts) => section.append(list(facts, 'platform-facts')))
+    .catch((error) => problem.show(error))
+    .then(() => {
+      if (!window.__wendraHost) return;
+      section.append(element('h3', { textContent: 'window.__wendraHost' }));
+      section.append(list(window.__wendraHost, 'host-facts'));
+    });
 }

@@ -1,0 +1,224 @@
+// A stand-in for the host, for developing a page in an ordinary browser. It answers from memory,
+// with the host's own error texts, and never runs inside Wendra.
+import './wendra-host.js'; // installs the door for replies
+
+/** @typedef {typeof import('./wendra-host-standin.js')} Typings */
+/** @typedef {import('./wendra-host-standin.js').StandInOptions} Options */
+/** @typedef {(...args: string[]) => unknown} Action its arguments as the host reads them */
+
+const kMaxFileBytes = 16 * 1024 * 1024;
+const kDefaultConfig = '{\r\n  "mcpServers": {}\r\n}\r\n';
+const kAccessDenied = 5; // Windows' error numbers
+const kPathNotFound = 3;
+const kInvalidName = 123;
+
+// What the host answers with an error.
+class Refusal extends Error {}
+
+/** @param {string} text @returns {never} */
+function refuse(text) {
+  throw new Refusal(text);
+}
+
+// A path as the file system compares it: parts in lower case, without "." and "..".
+/** @param {string} path */
+function partsOf(path) {
+  const parts = [];
+  for (const part of path.toLowerCase().split(/[\\/]+/)) {
+    if (part === '..') parts.pop();
+    else if (part !== '' && part !== '.') parts.push(part);
+  }
+  return parts;
+}
+
+class MemoryDisk {
+  /** @type {Map<string, Uint8Array>} */
+  #files = new Map();
+  #folders = new Set(['c:']);
+
+  /** @param {string} path */
+  read(path) {
+    const key = partsOf(path).join('\\');
+    if (this.#folders.has(key)) refuse('is a directory');
+    const bytes = this.#files.get(key) ?? refuse('no such file');
+    return bytes.length > kMaxFileBytes ? refuse('file too large') : bytes;
+  }
+
+  /** @param {string} path @param {Uint8Array} bytes */
+  write(path, bytes) {
+    const parts = partsOf(path);
+    const key = parts.join('\\');
+    if (/[<>"|?*\0]/.test(key)) this.#refuseToCreate(kInvalidName);
+    this.#makeFolders(parts.slice(0, -1));
+    if (this.#folders.has(key)) this.#refuseToCreate(kAccessDenied);
+    this.#files.set(key, bytes);
+  }
+
+  /** @param {string} path */
+  makeFolder(path) {
+    this.#makeFolders(partsOf(path));
+  }
+
+  /** @param {string[]} parts */
+  #makeFolders(parts) {
+    for (let count = 1; count <= parts.length; count += 1) {
+      const key = parts.slice(0, count).join('\\');
+      if (this.#files.has(key)) this.#refuseToCreate(kPathNotFound);
+      this.#folders.add(key);
+    }
+  }
+
+  /** @param {number} error @returns {never} */
+  #refuseToCreate(error) {
+    refuse(`could not create file (${error})`);
+  }
+}
+
+// Ids are compared without letter case and shown as they were first set.
+class ProjectDirs {
+  /** @type {Map<string, { id: string, path: string }>} */
+  #entries = new Map();
+
+  /** @param {string} id @param {string} path */
+  set(id, path) {
+    const key = id.toLowerCase();
+    if (path) this.#entries.set(key, { id: this.#entries.get(key)?.id ?? id, path });
+    else this.#entries.delete(key);
+  }
+
+  all() {
+    return Object.fromEntries(Array.from(this.#entries.values(), ({ id, path }) => [id, path]));
+  }
+}
+
+const toBytes = (/** @type {string | Uint8Array} */ content) =>
+  typeof content === 'string' ? new TextEncoder().encode(content) : content;
+
+const toText = (/** @type {Uint8Array} */ bytes) =>
+  new TextDecoder('utf-8', { ignoreBOM: true }).decode(bytes);
+
+/** @param {Uint8Array} bytes */
+function toBase64(bytes) {
+  let binary = '';
+  for (let at = 0; at < bytes.length; at += 0x8000) {
+    binary += String.fromCharCode(...bytes.subarray(at, at + 0x8000));
+  }
+  return btoa(binary);
+}
+
+/** @param {string} text */
+function isJsonObject(text) {
+  try {
+    const value = JSON.parse(text);
+    return typeof value === 'object' && value !== null && !Array.isArray(value);
+  } catch {
+    return false;
+  }
+}
+
+const askForFolder = (/** @type {string} */ home) => (/** @type {string} */ title) =>
+  window.prompt(`${title || 'Choose a folder'} (stand-in: type a path)`, home) || null;
+
+const cannotRun = (/** @type {string} */ _dir, /** @type {string} */ command) => ({
+  exit: -1,
+  stdout: '',
+  stderr: `The stand-in host cannot run commands: ${command}`,
+});
+
+// The host's actions over a memory, in the host's order.
+/** @param {Options} options @returns {Record<string, Action>} */
+function makeActions(options) {
+  const home = options.platform?.home ?? 'C:\\Users\\developer';
+  const config = `${home}\\.config\\wendra\\config.json`;
+  const { pickDirectory = askForFolder(home), exec = cannotRun } = options;
+  const disk = new MemoryDisk();
+  disk.makeFolder(home);
+  disk.write(config, toBytes(kDefaultConfig));
+  for (const [path, content] of Object.entries(options.files ?? {})) {
+    disk.write(path, toBytes(content));
+  }
+  const dirs = new ProjectDirs();
+  for (const [id, path] of Object.entries(options.projectDirs ?? {})) dirs.set(id, path);
+
+  return {
+    async pickDirectory(title) {
+      const path = await pickDirectory(title);
+      if (path) disk.makeFolder(path);
+      return path || null;
+    },
+    platform: () => ({
+      name: 'Windows',
+      version: '0.0.0',
+      user: 'developer',
+      home,
+      ...options.platform,
+    }),
+    getProjectDirs: () => dirs.all(),
+    setProjectDir(projectId, path) {
+      if (!projectId) refuse('setProjectDir expects [projectId, path]');
+      dirs.set(projectId, path);
+      return 'ok';
+    },
+    readFile: (path) => toText(disk.read(path || refuse('readFile expects [path]'))),
+    readFileBase64: (path) => toBase64(disk.read(path || refuse('readFileBase64 expects [path]'))),
+    writeFile(path, content) {
+      disk.write(path || refuse('writeFile expects [path, content]'), toBytes(content));
+      return 'ok';
+    },
+    exec: (dir, command) => exec(dir, command || refuse('exec expects [dir, command]')),
+    mcpServers: () => [],
+    mcpReadConfig: () => ({ path: config, content: toText(disk.read(config)) }),
+    mcpWriteConfig(content) {
+      if (!isJsonObject(content)) {
+        refuse('Invalid JSON — the file must contain a JSON object');
+      }
+      disk.write(config, toBytes(content));
+      setTimeout(() => document.dispatchEvent(new CustomEvent('mcpConfigChanged')));
+      return { ok: true };
+    },
+    mcpCall: (server) => ({ error: `unknown MCP server '${server}'` }),
+    checkForUpdates: () => 'ok',
+  };
+}
+
+// The host takes whatever is not a text for an empty one.
+/** @param {unknown} args */
+function textArguments(args) {
+  const given = Array.isArray(args) ? args : [];
+  return [0, 1].map((at) => (typeof given[at] === 'string' ? given[at] : ''));
+}
+
+/** @param {Record<string, Action>} actions @param {string} name @param {unknown} args */
+async function run(actions, name, args) {
+  if (!Object.hasOwn(actions, name)) refuse(`unknown native action '${name}'`);
+  if (name === 'mcpWriteConfig' && !(Array.isArray(args) && typeof args[0] === 'string')) {
+    refuse('mcpWriteConfig expects [content]'); // the one action to which an empty text is one
+  }
+  return actions[name]?.(...textArguments(args));
+}
+
+// As between page and host: neither sees the other's objects.
+const copyAsJson = (/** @type {unknown} */ value) => JSON.parse(JSON.stringify(value));
+
+/** @type {Typings['installStandIn']} */
+export const installStandIn = (options = {}) => {
+  if (window.__wendraHost) return false;
+  const actions = makeActions(options);
+  const bridge = (window.__wendra ??= {});
+  /** @param {any} request */
+  const answer = async ({ __reqId, name, args }) => {
+    try {
+      const value = await run(actions, name, args);
+      bridge.__resolve?.(__reqId, 1, copyAsJson(value));
+    } catch (error) {
+      if (!(error instanceof Refusal)) throw error;
+      bridge.__resolve?.(__reqId, 0, error.message);
+    }
+  };
+  bridge.__standIn = { postMessage: (request) => void answer(copyAsJson(request)) };
+  console.warn(
+    '[wendra-host] STAND-IN: this page is not in Wendra. Requests are answered from memory; ' +
+      'no file is read or written, no command runs.',
+  );
+  return true;
+};

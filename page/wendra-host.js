@@ -1,0 +1,136 @@
+// The page's side of Wendra's bridge: one function for each action of the host, each with a
+// promise. The typings beside this file say what every function gives and refuses.
+//
+// Importing it installs window.__wendra.__resolve, which the host calls with every reply.
+
+/** @typedef {typeof import('./wendra-host.js')} Typings what the compiler holds this file to */
+
+class ActionError extends Error {
+  /** @param {string} action @param {string} message */
+  constructor(action, message) {
+    super(message);
+    this.action = action;
+  }
+}
+
+export class HostError extends ActionError {
+  /** @type {'HostError'} */
+  name = 'HostError';
+}
+
+export class NoHostError extends ActionError {
+  /** @type {'NoHostError'} */
+  name = 'NoHostError';
+}
+
+/** @type {Map<string, (ok: boolean, value: any) => void>} request id to what settles its promise */
+const waiting = new Map();
+
+// The host puts an id between quotes as it is, so it holds letters, digits and a hyphen only. The
+// random part keeps apart the copies of this module in a document, and this document's replies from
+// those that an earlier document of the window asked for.
+const kCopy = Math.random().toString(36).slice(2);
+let lastRequest = 0;
+
+// Not every importer has a window: a server may render the page.
+const page = typeof window === 'undefined' ? undefined : window;
+
+/** @param {NonNullable<Window['__wendra']>} bridge */
+function installResolve(bridge) {
+  const earlier = bridge.__resolve; // of another copy: it knows the ids that are not ours
+  bridge.__resolve = (id, ok, value) => {
+    const settle = waiting.get(id);
+    if (!settle) return earlier?.call(bridge, id, ok, value);
+    waiting.delete(id);
+    return settle(ok === 1, value);
+  };
+}
+
+if (page) installResolve((page.__wendra ??= {}));
+
+/** @returns {{ postMessage(request: unknown): void } | undefined} */
+const webview = () => /** @type {any} */ (page)?.chrome?.webview;
+
+// The host neither hears nor answers a framed document.
+const isTop = () => page?.top === page;
+
+/** @type {Typings['isInsideHost']} */
+export const isInsideHost = () => Boolean(page?.__wendraHost && webview() && isTop());
+
+/** @type {Typings['isStandIn']} */
+export const isStandIn = () => !isInsideHost() && Boolean(page?.__wendra?.__standIn);
+
+/** @param {string} action */
+function whoAnswers(action) {
+  const found = isInsideHost() ? webview() : page?.__wendra?.__standIn;
+  if (found) return found;
+  const why =
+    page && !isTop()
+      ? "Wendra answers its window's top document only"
+      : 'the page does not run in Wendra';
+  throw new NoHostError(action, `'${action}' was not sent: ${why}`);
+}
+
+/** @type {Typings['call']} */
+export const call = (name, args = []) =>
+  new Promise((resolve, reject) => {
+    const host = whoAnswers(name);
+    lastRequest += 1;
+    const id = `${kCopy}-${lastRequest}`;
+    waiting.set(id, (ok, value) => (ok ? resolve(value) : reject(new HostError(name, value))));
+    try {
+      host.postMessage({ __reqId: id, name, args });
+    } catch (error) {
+      waiting.delete(id); // what cannot be sent is not answered
+      throw error;
+    }
+  });
+
+/** @type {(name: string, ...args: unknown[]) => Promise<any>} */
+const ask = (name, ...args) => call(name, args);
+
+/** @type {Typings['pickDirectory']} */
+export const pickDirectory = (title = '') => ask('pickDirectory', title);
+
+/** @type {Typings['platform']} */
+export const platform = () => ask('platform');
+
+/** @type {Typings['getProjectDirs']} */
+export const getProjectDirs = () => ask('getProjectDirs');
+
+/** @type {Typings['setProjectDir']} */
+export const setProjectDir = (projectId, path) => ask('setProjectDir', projectId, path);
+
+/** @type {Typings['readFile']} */
+export const readFile = (path) => ask('readFile', path);
+
+/** @type {Typings['readFileBase64']} */
+export const readFileBase64 = (path) => ask('readFileBase64', path);
+
+/** @type {Typings['writeFile']} */
+export const writeFile = (path, content) => ask('writeFile', path, content);
+
+/** @type {Typings['exec']} */
+export const exec = (dir, command) => ask('exec', dir, command);
+
+/** @type {Typings['mcpServers']} */
+export const mcpServers = () => ask('mcpServers');
+
+/** @type {Typings['mcpReadConfig']} */
+export const mcpReadConfig = () => ask('mcpReadConfig');
+
+/** @type {Typings['mcpWriteConfig']} */
+export const mcpWriteConfig = (content) => ask('mcpWriteConfig', content);
+
+/** @type {Typings['mcpCall']} */
+export const mcpCall = (server, tool, args = {}) => ask('mcpCall', server, tool, args);
+
+/** @type {Typings['checkForUpdates']} */
+export const checkForUpdates = () => ask('checkForUpdates');
+
+/** @type {Typings['onMcpConfigChanged']} */
+export const onMcpConfigChanged = (listener) => {
+  const receive = () => listener(); // one of its own, so that each subscription ends alone
+  document.addEventListener('mcpConfigChanged', receive);
+  return () => document.removeEventListener('mcpConfigChanged', receive);
+};

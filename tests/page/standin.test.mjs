@@ -1,0 +1,164 @@
+// page/wendra-host-standin.js: what a page sees of it through the module.
+import assert from 'node:assert/strict';
+import { test } from 'node:test';
+import { conversations } from './conversations.mjs';
+import { makePage } from './fake_page.mjs';
+
+const { window } = makePage({ inside: false });
+const warnings = [];
+console.warn = (text) => warnings.push(text);
+const { installStandIn } = await import('../../page/wendra-host-standin.js');
+const host = await import('../../page/wendra-host.js');
+
+const kHome = 'C:\\Users\\developer';
+
+const replyTo = (name, args) =>
+  host.call(name, args).then(
+    (value) => ({ ok: 1, value }),
+    (error) => ({ ok: 0, value: error instanceof host.HostError ? error.message : error }),
+  );
+
+test('nobody answers before it is installed', async () => {
+  await assert.rejects(host.platform(), { name: 'NoHostError' });
+});
+
+test('inside Wendra it stays away', () => {
+  window.__wendraHost = { platform: 'windows', topInset: 0 };
+  assert.equal(installStandIn(), false);
+  delete window.__wendraHost;
+  assert.equal(host.isStandIn(), false);
+  assert.deepEqual(warnings, []);
+});
+
+test('it says in the console and to the page what it is', () => {
+  assert.equal(installStandIn(), true);
+  assert.match(warnings.join(), /STAND-IN/);
+  assert.equal(host.isStandIn(), true);
+  assert.equal(host.isInsideHost(), false);
+});
+
+for (const { why, steps } of conversations(kHome)) {
+  test(`as the host: ${why}`, async () => {
+    installStandIn();
+    for (const [name, args, expected] of steps) {
+      const reply = await replyTo(name, args);
+      assert.ok(isSame(reply, expected), `${name} ${brief(args)}: ${brief(reply)}`);
+    }
+  });
+}
+
+// Without a comparison of 16 MiB, line by line, when it fails.
+const brief = (value) => JSON.stringify(value).slice(0, 200);
+const isSame = (a, b) => {
+  const sorted = ({ ok, value }) =>
+    typeof value === 'object' && value ? [ok, Object.entries(value).sort()] : [ok, value];
+  return JSON.stringify(sorted(a)) === JSON.stringify(sorted(b));
+};
+
+test('it begins with what it is given', async () => {
+  installStandIn({
+    platform: { user: 'eve', home: 'D:\\eve' },
+    files: { 'D:\\eve\\t.txt': 'text', 'D:\\eve\\b.bin': new Uint8Array([0, 255, 128]) },
+    projectDirs: { one: 'D:\\one' },
+  });
+  assert.deepEqual(await host.platform(), {
+    name: 'Windows',
+    version: '0.0.0',
+    user: 'eve',
+    home: 'D:\\eve',
+  });
+  assert.equal(await host.readFile('d:/EVE/t.txt'), 'text');
+  assert.equal(await host.readFileBase64('D:\\eve\\b.bin'), 'AP+A');
+  assert.equal(await host.readFile('D:\\eve\\b.bin'), '\0\ufffd\ufffd');
+  assert.deepEqual(await host.getProjectDirs(), { one: 'D:\\one' });
+});
+
+test('installed again it has forgotten', async () => {
+  installStandIn();
+  await host.writeFile('C:\\x', 'x');
+  installStandIn();
+  await assert.rejects(host.readFile('C:\\x'), { message: 'no such file' });
+});
+
+test('a command is not run, and the reply says so', async () => {
+  installStandIn();
+  assert.deepEqual(await host.exec('C:\\', 'format c:'), {
+    exit: -1,
+    stdout: '',
+    stderr: 'The stand-in host cannot run commands: format c:',
+  });
+});
+
+test('commands and the folder dialog may be played', async () => {
+  const asked = [];
+  const chosen = [`${kHome}\\src`, null];
+  installStandIn({
+    exec: (dir, command) => {
+      asked.push([dir, command]);
+      return { exit: 0, stdout: 'clean\n', stderr: '' };
+    },
+    pickDirectory: async (title) => {
+      asked.push(title);
+      return chosen.shift();
+    },
+  });
+  const result = await host.exec('C:\\', 'git status');
+  assert.deepEqual(result, { exit: 0, stdout: 'clean\n', stderr: '' });
+  assert.equal(await host.pickDirectory('Where?'), `${kHome}\\src`);
+  assert.equal(await host.pickDirectory(), null);
+  assert.deepEqual(asked, [['C:\\', 'git status'], 'Where?', '']);
+  await assert.rejects(host.readFile(`${kHome}\\src`), { message: 'is a directory' });
+});
+
+test("without a dialog the browser's prompt asks; empty or cancelled is null", async () => {
+  installStandIn();
+  const prompts = [];
+  const answers = ['C:\\typed', '', null];
+  window.prompt = (...args) => {
+    prompts.push(args);
+    return answers.shift();
+  };
+  assert.equal(await host.pickDirectory('Where?'), 'C:\\typed');
+  assert.equal(await host.pickDirectory(), null);
+  assert.equal(await host.pickDirectory(), null);
+  assert.match(prompts[0][0], /^Where\?/);
+  assert.equal(prompts[0][1], kHome);
+});
+
+test('there are no MCP servers, but a configuration that can be read and written', async () => {
+  installStandIn();
+  assert.deepEqual(await host.mcpServers(), []);
+  assert.deepEqual(await host.mcpCall('a b', 'tool'), { error: "unknown MCP server 'a b'" });
+  assert.deepEqual(await host.mcpReadConfig(), {
+    path: `${kHome}\\.config\\wendra\\config.json`,
+    content: '{\r\n  "mcpServers": {}\r\n}\r\n',
+  });
+  const refused = [
+    [[], 'mcpWriteConfig expects [content]'],
+    [[{}], 'mcpWriteConfig expects [content]'],
+    [[''], 'Invalid JSON — the file must contain a JSON object'],
+    [['[]'], 'Invalid JSON — the file must contain a JSON object'],
+    [['null'], 'Invalid JSON — the file must contain a JSON object'],
+    [['{'], 'Invalid JSON — the file must contain a JSON object'],
+  ];
+  for (const [args, message] of refused) {
+    await assert.rejects(host.call('mcpWriteConfig', args), { name: 'HostError', message });
+  }
+  const changed = new Promise((resolve) => host.onMcpConfigChanged(resolve));
+  assert.deepEqual(await host.mcpWriteConfig('{"a":1}'), { ok: true });
+  await changed;
+  assert.equal((await host.mcpReadConfig()).content, '{"a":1}');
+});
+
+test('the check for updates answers', async () => {
+  installStandIn();
+  assert.equal(await host.checkForUpdates(), 'ok');
+});
+
+test('page and stand-in share no objects', async () => {
+  const result = { exit: 0, stdout: '', stderr: '' };
+  installStandIn({ exec: () => result });
+  const got = await host.exec('', 'x');
+  assert.deepEqual(got, result);
+  assert.notEqual(got, result);
+});
