@@ -3,7 +3,7 @@
 #include <utility>
 #include <vector>
 
-#include "runtime/webview2/devtools_connection_win.h"
+#include "runtime/webview2/protocol_json.h"
 
 namespace wendra {
 namespace {

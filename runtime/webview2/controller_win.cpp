@@ -20,6 +20,8 @@ class Controller::Creation {
     if (--missing_ > 0) return;
     const auto controller = std::exchange(controller_, {});
     const auto handler = std::exchange(handler_, {});
+    // The parent may have gone while the page was on its way.
+    if (SUCCEEDED(result_) && !controller->HasParent()) result_ = E_ABORT;
     if (FAILED(result_)) controller->Shut();
     handler->Invoke(result_, SUCCEEDED(result_) ? controller.Get() : nullptr);
   }
@@ -30,16 +32,16 @@ class Controller::Creation {
   int missing_ = 2;
 };
 
-void Controller::Create(ComRef<IUnknown> environment, std::shared_ptr<UiQueue> queue,
+void Controller::Create(ComRef<IUnknown> environment, const std::shared_ptr<UiQueue>& queue,
                         std::shared_ptr<DevToolsConnection> connection, const Settings& settings,
                         HWND parent, ComRef<CreatedHandler> handler) {
   if (settings.creation == CreationMode::kControllerFail) {
-    queue->Post([handler] { handler->Invoke(E_FAIL, nullptr); });
+    queue->Post([queue, handler] { handler->Invoke(E_FAIL, nullptr); });
     return;
   }
   const auto controller =
       ComRef<Controller>::Adopt(new Controller(std::move(environment), queue, settings, parent));
-  controller->Open(std::move(queue), std::move(connection), settings,
+  controller->Open(queue, std::move(connection), settings,
                    std::make_shared<Creation>(controller, std::move(handler)));
 }
 
@@ -52,9 +54,9 @@ Controller::Controller(ComRef<IUnknown> environment, std::shared_ptr<UiQueue> qu
 
 Controller::~Controller() { Shut(); }
 
-void Controller::Open(std::shared_ptr<UiQueue> queue,
+void Controller::Open(const std::shared_ptr<UiQueue>& queue,
                       std::shared_ptr<DevToolsConnection> connection, const Settings& settings,
-                      std::shared_ptr<Creation> creation) {
+                      const std::shared_ptr<Creation>& creation) {
   webView_ = ComRef<WebView>::Adopt(new WebView(
       gate_, record_, settings, [creation](bool usable) { creation->PageOpened(usable); }));
   window_ = PageWindow::Open(parent_, record_->Events(), [queue, creation](bool opened) {
@@ -73,6 +75,8 @@ void Controller::Open(std::shared_ptr<UiQueue> queue,
   webView_->Connect(page_);
   window_->Connect(page_);
 }
+
+bool Controller::HasParent() const { return parent_ == HWND_MESSAGE || IsWindow(parent_) != FALSE; }
 
 void Controller::Shut() {
   if (gate_->IsClosed()) return;

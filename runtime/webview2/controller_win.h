@@ -17,7 +17,7 @@ class Controller final : public UnofferedController {
   using CreatedHandler = ICoreWebView2CreateCoreWebView2ControllerCompletedHandler;
 
   // Invokes `handler` once, later, from the queue. `environment` is held as long as the controller.
-  static void Create(ComRef<IUnknown> environment, std::shared_ptr<UiQueue> queue,
+  static void Create(ComRef<IUnknown> environment, const std::shared_ptr<UiQueue>& queue,
                      std::shared_ptr<DevToolsConnection> connection, const Settings& settings,
                      HWND parent, ComRef<CreatedHandler> handler);
 
@@ -40,8 +40,9 @@ class Controller final : public UnofferedController {
              HWND parent);
   ~Controller() override;
 
-  void Open(std::shared_ptr<UiQueue> queue, std::shared_ptr<DevToolsConnection> connection,
-            const Settings& settings, std::shared_ptr<Creation> creation);
+  void Open(const std::shared_ptr<UiQueue>& queue, std::shared_ptr<DevToolsConnection> connection,
+            const Settings& settings, const std::shared_ptr<Creation>& creation);
+  bool HasParent() const;
   void Shut();
 
   const ComRef<IUnknown> environment_;

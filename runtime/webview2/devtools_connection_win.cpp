@@ -10,6 +10,8 @@
 namespace wendra {
 namespace {
 
+constexpr size_t kMaxTraceBytes = 500;
+
 // The network events are many and only two of them matter: the others are not even parsed.
 // Chromium writes the method first.
 bool IsOfInterest(std::string_view message) {
@@ -28,19 +30,6 @@ bool ParseMessage(std::string_view text, Json& message) {
 }
 
 }  // namespace
-
-Json Params(std::initializer_list<std::pair<const char*, Json>> members) {
-  Json object = Json::Object();
-  object.members.reserve(members.size());
-  for (const auto& [key, value] : members) object.members.emplace_back(key, value);
-  return object;
-}
-
-const std::string& TextOf(const Json& object, std::string_view key) {
-  static const std::string kNone;
-  const Json* member = object.Find(key);
-  return member && member->kind == kJsonString ? member->text : kNone;
-}
 
 std::string VersionOfProduct(std::string_view product) {
   const size_t slash = product.find('/');
@@ -68,6 +57,7 @@ void DevToolsConnection::Run(const Settings& settings, std::function<void(bool)>
 }
 
 bool DevToolsConnection::Connect(const Settings& settings) {
+  if (!settings.traceFile.empty()) trace_ = std::make_unique<EventFile>(settings.traceFile);
   const auto where = WaitForBrowserPort(settings.browserPortFile, settings.browserWaitMs);
   if (!where || !socket_.Connect(where->port, where->path)) {
     SetState(State::kGone);
@@ -94,22 +84,29 @@ bool DevToolsConnection::WaitUntilConnected() {
   return state_ == State::kOpen;
 }
 
+bool DevToolsConnection::IsOpen() {
+  const std::lock_guard lock(mutex_);
+  return state_ == State::kOpen;
+}
+
 std::string DevToolsConnection::BrowserVersion() {
   const std::lock_guard lock(mutex_);
   return browserVersion_;
 }
 
+// The number of a new call, and its reply is taken; 0 if the connection is gone.
+std::int64_t DevToolsConnection::Register(std::string_view sessionId, Reply& reply) {
+  const std::lock_guard lock(mutex_);
+  if (state_ != State::kOpen) return 0;
+  const std::int64_t id = ++lastId_;
+  if (reply) pending_.emplace(id, Pending{std::string(sessionId), std::move(reply)});
+  return id;
+}
+
 void DevToolsConnection::Call(std::string_view sessionId, std::string_view method,
                               const Json& params, Reply reply) {
-  std::int64_t id = 0;
-  bool open = false;
-  {
-    const std::lock_guard lock(mutex_);
-    id = ++lastId_;
-    open = state_ == State::kOpen;
-    if (open && reply) pending_.emplace(id, std::move(reply));
-  }
-  if (!open) {
+  const std::int64_t id = Register(sessionId, reply);
+  if (id == 0) {
     if (reply) reply(nullptr);
     return;
   }
@@ -120,6 +117,7 @@ void DevToolsConnection::Call(std::string_view sessionId, std::string_view metho
   message += '}';
   // A send that fails needs no answer here: the receiving thread finds the socket dead as well and
   // fails whatever is pending.
+  Trace(" -> ", message);
   socket_.Send(message);
 }
 
@@ -133,9 +131,27 @@ void DevToolsConnection::StopListening(const std::string& sessionId) {
   listeners_.erase(sessionId);
 }
 
+void DevToolsConnection::Abandon(const std::string& sessionId) {
+  std::vector<Reply> replies;
+  {
+    const std::lock_guard lock(mutex_);
+    for (auto& [id, call] : pending_)
+      if (call.sessionId == sessionId) replies.push_back(std::move(call.reply));
+    std::erase_if(pending_, [&](const auto& entry) { return entry.second.sessionId == sessionId; });
+  }
+  for (const Reply& reply : replies) reply(nullptr);
+}
+
 void DevToolsConnection::Close() { socket_.Shutdown(); }
 
+void DevToolsConnection::Trace(const char* direction, std::string_view message) {
+  if (!trace_) return;
+  trace_->WriteLine(std::to_string(GetTickCount64()) + direction +
+                    std::string(message.substr(0, kMaxTraceBytes)));
+}
+
 void DevToolsConnection::Dispatch(std::string_view message) {
+  Trace(" <- ", message);
   Json parsed;
   if (!IsOfInterest(message) || !ParseMessage(message, parsed)) return;
   if (const Json* id = parsed.Find("id")) {
@@ -151,7 +167,7 @@ void DevToolsConnection::DispatchReply(std::int64_t id, const Json& message) {
     const std::lock_guard lock(mutex_);
     const auto found = pending_.find(id);
     if (found == pending_.end()) return;
-    reply = std::move(found->second);
+    reply = std::move(found->second.reply);
     pending_.erase(found);
   }
   reply(message.Find("result"));
@@ -173,7 +189,7 @@ void DevToolsConnection::DispatchEvent(Json& message) {
 }
 
 void DevToolsConnection::FailEverything() {
-  std::unordered_map<std::int64_t, Reply> pending;
+  std::unordered_map<std::int64_t, Pending> pending;
   std::unordered_map<std::string, std::shared_ptr<const Listener>> listeners;
   {
     const std::lock_guard lock(mutex_);
@@ -181,7 +197,7 @@ void DevToolsConnection::FailEverything() {
     pending.swap(pending_);
     listeners.swap(listeners_);
   }
-  for (const auto& [id, reply] : pending) reply(nullptr);
+  for (const auto& [id, call] : pending) call.reply(nullptr);
   for (const auto& [id, listener] : listeners)
     if (listener->onClosed) listener->onClosed();
 }

@@ -7,7 +7,6 @@
 #include <condition_variable>
 #include <cstdint>
 #include <functional>
-#include <initializer_list>
 #include <memory>
 #include <mutex>
 #include <string>
@@ -15,16 +14,12 @@
 #include <unordered_map>
 
 #include "json/json.h"
+#include "runtime/webview2/event_file_win.h"
+#include "runtime/webview2/protocol_json.h"
 #include "runtime/webview2/settings_win.h"
 #include "runtime/webview2/web_socket_win.h"
 
 namespace wendra {
-
-// An object of the given members, in order: the parameters of a call.
-Json Params(std::initializer_list<std::pair<const char*, Json>> members);
-
-// The member's text, or "" if it is missing or no string.
-const std::string& TextOf(const Json& object, std::string_view key);
 
 class DevToolsConnection : public std::enable_shared_from_this<DevToolsConnection> {
  public:
@@ -49,32 +44,44 @@ class DevToolsConnection : public std::enable_shared_from_this<DevToolsConnectio
   void Listen(const std::string& sessionId, Listener listener);
   void StopListening(const std::string& sessionId);
 
+  // Answers every call of that session which is still open with null. Any thread.
+  void Abandon(const std::string& sessionId);
+
   // Ends the connection; listeners hear of it. Any thread.
   void Close();
 
   // Blocks until connecting has succeeded or failed; true if it has succeeded.
   bool WaitUntilConnected();
 
+  bool IsOpen();  // any thread
+
   // Like "156.0.1.2"; "" before the connection stands. Any thread.
   std::string BrowserVersion();
 
  private:
   enum class State { kConnecting, kOpen, kGone };
+  struct Pending {
+    std::string sessionId;
+    Reply reply;
+  };
 
   void Run(const Settings& settings, std::function<void(bool)> onConnected);
   bool Connect(const Settings& settings);
   void SetState(State state);
+  std::int64_t Register(std::string_view sessionId, Reply& reply);
+  void Trace(const char* direction, std::string_view message);
   void Dispatch(std::string_view message);
   void DispatchReply(std::int64_t id, const Json& message);
   void DispatchEvent(Json& message);
   void FailEverything();
 
   WebSocket socket_;
-  std::mutex mutex_;  // guards what follows
+  std::unique_ptr<const EventFile> trace_;  // null: none; set before the connection stands
+  std::mutex mutex_;                        // guards what follows
   std::condition_variable stateChanged_;
   State state_ = State::kConnecting;
   std::int64_t lastId_ = 0;
-  std::unordered_map<std::int64_t, Reply> pending_;
+  std::unordered_map<std::int64_t, Pending> pending_;
   std::unordered_map<std::string, std::shared_ptr<const Listener>> listeners_;
   std::string browserVersion_;
 };

@@ -7,7 +7,7 @@
 
 namespace wendra {
 
-HRESULT Environment::Create(const Settings& settings, ComRef<CreatedHandler> handler) {
+HRESULT Environment::Create(const Settings& settings, const ComRef<CreatedHandler>& handler) {
   auto queue = UiQueue::Create();
   if (!queue) return E_FAIL;
   if (settings.creation == CreationMode::kNever) return S_OK;

@@ -16,7 +16,7 @@ class Environment final : public ComObject<ICoreWebView2Environment> {
 
   // Invokes `handler` once, later, from the message loop of this thread; as the settings say, it
   // may also be before this returns, with a failure, or never.
-  static HRESULT Create(const Settings& settings, ComRef<CreatedHandler> handler);
+  static HRESULT Create(const Settings& settings, const ComRef<CreatedHandler>& handler);
 
   HRESULT STDMETHODCALLTYPE CreateCoreWebView2Controller(
       HWND parentWindow,

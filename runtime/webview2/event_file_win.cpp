@@ -1,5 +1,7 @@
 #include "runtime/webview2/event_file_win.h"
 
+#include <utility>
+
 namespace wendra {
 
 EventFile::EventFile(const std::wstring& path) {
@@ -10,9 +12,14 @@ EventFile::EventFile(const std::wstring& path) {
 }
 
 void EventFile::Write(const Json& event) const {
-  if (!file_) return;
+  if (!IsOn()) return;
   std::string line;
   Serialize(event, line);
+  WriteLine(std::move(line));
+}
+
+void EventFile::WriteLine(std::string line) const {
+  if (!IsOn()) return;
   line += '\n';
   DWORD written = 0;  // one append is one piece, whatever other threads do
   WriteFile(file_.Get(), line.data(), static_cast<DWORD>(line.size()), &written, nullptr);

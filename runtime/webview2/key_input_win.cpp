@@ -2,7 +2,7 @@
 
 #include <string_view>
 
-#include "runtime/webview2/devtools_connection_win.h"
+#include "runtime/webview2/protocol_json.h"
 #include "runtime/webview2/mouse_input_win.h"
 #include "win/wide.h"
 

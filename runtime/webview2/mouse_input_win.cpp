@@ -5,7 +5,7 @@
 
 #include <windowsx.h>
 
-#include "runtime/webview2/devtools_connection_win.h"
+#include "runtime/webview2/protocol_json.h"
 
 namespace wendra {
 namespace {

@@ -3,19 +3,10 @@
 #include <algorithm>
 #include <utility>
 
+#include "runtime/webview2/protocol_json.h"
+
 namespace wendra {
 namespace {
-
-const std::string& Text(const Json& object, std::string_view key) {
-  static const std::string kNone;
-  const Json* member = object.Find(key);
-  return member && member->kind == kJsonString ? member->text : kNone;
-}
-
-bool Truth(const Json& object, std::string_view key) {
-  const Json* member = object.Find(key);
-  return member && member->boolean;
-}
 
 bool HasScheme(std::string_view uri, std::string_view scheme) {
   return uri.starts_with(scheme) && uri.substr(scheme.size()).starts_with(":");
@@ -79,13 +70,13 @@ std::vector<PageEvent> Navigations::Take(std::string_view method, const Json& pa
     if (method == each.method) (this->*each.handler)(params, events);
   if (method == "Page.loadEventFired") Loaded(events);
   if (method == "Page.windowOpen") {
-    events.push_back(WindowWanted{Text(params, "url"), Truth(params, "userGesture")});
+    events.push_back(WindowWanted{TextOf(params, "url"), TruthOf(params, "userGesture")});
   }
   return events;
 }
 
 bool Navigations::IsMainFrameRequest(const Json& params) const {
-  return Text(params, "frameId") == mainFrameId_;
+  return TextOf(params, "frameId") == mainFrameId_;
 }
 
 void Navigations::Cancel(std::uint64_t id) {
@@ -95,22 +86,22 @@ void Navigations::Cancel(std::uint64_t id) {
 
 // A click with Ctrl, Shift or the middle button asks for a window, in whatever frame.
 void Navigations::Requested(const Json& params, Events& events) {
-  if (IsNewWindow(Text(params, "disposition"))) {
-    events.push_back(WindowWanted{Text(params, "url"), true});
-  } else if (Text(params, "frameId") == mainFrameId_ &&
-             Text(params, "disposition") == "currentTab") {
-    requested_ = {Text(params, "url"), Text(params, "reason")};
+  if (IsNewWindow(TextOf(params, "disposition"))) {
+    events.push_back(WindowWanted{TextOf(params, "url"), true});
+  } else if (TextOf(params, "frameId") == mainFrameId_ &&
+             TextOf(params, "disposition") == "currentTab") {
+    requested_ = {TextOf(params, "url"), TextOf(params, "reason")};
   }
 }
 
 void Navigations::Started(const Json& params, Events& events) {
-  if (Text(params, "frameId") != mainFrameId_) return;
-  const std::string& type = Text(params, "navigationType");
+  if (TextOf(params, "frameId") != mainFrameId_) return;
+  const std::string& type = TextOf(params, "navigationType");
   // Compared by address: what the page asked for may never have started.
   const Request asked = std::exchange(requested_, {});
-  const bool byPage = asked.uri == Text(params, "url") && !asked.reason.empty();
+  const bool byPage = asked.uri == TextOf(params, "url") && !asked.reason.empty();
   if (type == "sameDocument" || type == "historySameDocument") return;
-  Navigation& navigation = Begin(Text(params, "loaderId"), Text(params, "url"));
+  Navigation& navigation = Begin(TextOf(params, "loaderId"), TextOf(params, "url"));
   navigation.byApi = !byPage && type != "historyDifferentDocument";
   if (!IsWithoutRequest(navigation.uri)) return;
   navigation.gesture = byPage && asked.reason == "anchorClick";
@@ -118,51 +109,52 @@ void Navigations::Started(const Json& params, Events& events) {
 }
 
 void Navigations::RequestSent(const Json& params, Events& events) {
-  if (Text(params, "type") != "Document" || Text(params, "frameId") != mainFrameId_) return;
-  Navigation* navigation = Find(Text(params, "requestId"));
+  if (TextOf(params, "type") != "Document" || TextOf(params, "frameId") != mainFrameId_) return;
+  Navigation* navigation = Find(TextOf(params, "requestId"));
   if (!navigation) return;
-  if (const Json* request = params.Find("request")) navigation->uri = Text(*request, "url");
-  navigation->gesture = Truth(params, "hasUserGesture");
+  if (const Json* request = params.Find("request")) navigation->uri = TextOf(*request, "url");
+  navigation->gesture = TruthOf(params, "hasUserGesture");
   if (!IsPausable(navigation->uri) && !navigation->announced) Announce(*navigation, {}, events);
 }
 
 void Navigations::Paused(const Json& params, Events& events) {
   if (!IsMainFrameRequest(params)) return;
-  const std::string& loaderId = Text(params, "networkId");
+  const std::string& loaderId = TextOf(params, "networkId");
   Navigation* navigation = Find(loaderId);
   if (!navigation) navigation = &Begin(loaderId, {});
   if (const Json* request = params.Find("request")) {
-    navigation->uri = Text(*request, "url") + Text(*request, "urlFragment");
+    navigation->uri = TextOf(*request, "url") + TextOf(*request, "urlFragment");
   }
-  Announce(*navigation, Text(params, "requestId"), events);
+  Announce(*navigation, TextOf(params, "requestId"), events);
 }
 
 void Navigations::Failed(const Json& params, Events& events) {
-  Navigation* navigation = Find(Text(params, "requestId"));
+  Navigation* navigation = Find(TextOf(params, "requestId"));
   if (!navigation || navigation->committed) return;
   navigation->failure =
-      navigation->cancelled ? WebError::kOperationCanceled : ErrorOf(Text(params, "errorText"));
+      navigation->cancelled ? WebError::kOperationCanceled : ErrorOf(TextOf(params, "errorText"));
   // Every failure but an abort is followed by a document that tells of it.
-  if (Text(params, "errorText") == "net::ERR_ABORTED") Finish(*navigation, events);
+  if (TextOf(params, "errorText") == "net::ERR_ABORTED") Finish(*navigation, events);
 }
 
 void Navigations::Committed(const Json& params, Events& events) {
   const Json* frame = params.Find("frame");
-  if (!frame || Text(*frame, "id") != mainFrameId_) return;
-  const std::string& errorAddress = Text(*frame, "unreachableUrl");
-  source_ = errorAddress.empty() ? Text(*frame, "url") + Text(*frame, "urlFragment") : errorAddress;
+  if (!frame || TextOf(*frame, "id") != mainFrameId_) return;
+  const std::string& errorAddress = TextOf(*frame, "unreachableUrl");
+  source_ =
+      errorAddress.empty() ? TextOf(*frame, "url") + TextOf(*frame, "urlFragment") : errorAddress;
   AbandonCommitted(events);
-  Navigation* navigation = Find(Text(*frame, "loaderId"));
-  if (!navigation) navigation = &Begin(Text(*frame, "loaderId"), source_);
+  Navigation* navigation = Find(TextOf(*frame, "loaderId"));
+  if (!navigation) navigation = &Begin(TextOf(*frame, "loaderId"), source_);
   if (!navigation->announced) Announce(*navigation, {}, events);
   navigation->committed = true;
   events.push_back(DocumentCommitted{navigation->id, source_, !errorAddress.empty()});
 }
 
 void Navigations::MovedWithin(const Json& params, Events& events) {
-  if (Text(params, "frameId") != mainFrameId_) return;
-  source_ = Text(params, "url");
-  if (rules_.fragmentRaisesStarting && Text(params, "navigationType") == "fragment") {
+  if (TextOf(params, "frameId") != mainFrameId_) return;
+  source_ = TextOf(params, "url");
+  if (rules_.fragmentRaisesStarting && TextOf(params, "navigationType") == "fragment") {
     events.push_back(NavigationWanted{++lastId_, source_, false, false, {}});
     events.push_back(NavigationDone{lastId_, true, WebError::kUnknown});
   }

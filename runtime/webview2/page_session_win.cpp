@@ -2,23 +2,10 @@
 
 #include <utility>
 
-#include "runtime/webview2/dialogs_win.h"
 #include "runtime/webview2/page_shim.h"
 
 namespace wendra {
 namespace {
-
-const Json& MemberOf(const Json& object, std::string_view key) {
-  static const Json kNull;
-  const Json* member = object.Find(key);
-  return member ? *member : kNull;
-}
-
-std::int64_t IntegerOf(const Json& object, std::string_view key) {
-  return static_cast<std::int64_t>(MemberOf(object, key).number);
-}
-
-Json Fetch(const std::string& id) { return Params({{"requestId", id}}); }
 
 // The result of Runtime.evaluate as the text that a host sees: exceptions, undefined and what has
 // no JSON form are all `null`.
@@ -117,28 +104,34 @@ void PageSession::SetUp(const Json& attached) {
   EnableDomains();
 }
 
-// All at once: the browser keeps the order, and the last reply means that all are done.
+// All at once. Some are answered by the browser and some by the page's process, in no common order:
+// the page is ready when every one has its answer.
 void PageSession::EnableDomains() {
   ready_ = true;
-  Call("Page.enable", Json::Object());
-  Call("Runtime.enable", Json::Object());
-  Call("Network.enable", Params({{"maxTotalBufferSize", 0}, {"maxResourceBufferSize", 0}}));
+  SetUpCall("Page.enable", Json::Object());
+  SetUpCall("Runtime.enable", Json::Object());
+  SetUpCall("Network.enable", Params({{"maxTotalBufferSize", 0}, {"maxResourceBufferSize", 0}}));
   Json patterns = Json::Array();
   patterns.items.push_back(Params({{"urlPattern", "*"}, {"resourceType", "Document"}}));
-  Call("Fetch.enable", Params({{"patterns", patterns}}));
-  Call("Runtime.addBinding", Params({{"name", kBindingName}}));
-  Call("Page.addScriptToEvaluateOnNewDocument", Params({{"source", kPageShim}}));
-  Call("Runtime.evaluate", Params({{"expression", kPageShim}}));  // the document that is there
+  SetUpCall("Fetch.enable", Params({{"patterns", patterns}}));
+  SetUpCall("Runtime.addBinding", Params({{"name", kBindingName}}));
+  SetUpCall("Page.addScriptToEvaluateOnNewDocument", Params({{"source", kPageShim}}));
+  SetUpCall("Runtime.evaluate", Params({{"expression", kPageShim}}));  // the document now there
   // Without it the page believes itself in the background: no caret, no autofocus.
-  Call("Emulation.setFocusEmulationEnabled", Params({{"enabled", true}}));
-  Call("Page.startScreencast", Params({{"format", "png"}}),
-       [self = shared_from_this()](const Json* result) {
-         if (result) {
-           self->Tell(PageReady{});
-         } else {
-           self->Tell(PageGone{});
-         }
-       });
+  SetUpCall("Emulation.setFocusEmulationEnabled", Params({{"enabled", true}}));
+  SetUpCall("Page.startScreencast", Params({{"format", "png"}}));
+}
+
+void PageSession::SetUpCall(std::string_view method, const Json& params) {
+  ++unansweredSetUp_;
+  Call(method, params, [self = shared_from_this()](const Json* result) {
+    if (!result) self->Tell(PageGone{});
+    self->SetUpAnswered();
+  });
+}
+
+void PageSession::SetUpAnswered() {
+  if (--unansweredSetUp_ == 0) Tell(PageReady{});
 }
 
 void PageSession::Call(std::string_view method, const Json& params,
@@ -150,11 +143,32 @@ void PageSession::Call(std::string_view method, const Json& params,
   }
 }
 
-void PageSession::Navigate(const std::string& uri) {
-  Call("Page.navigate", Params({{"url", uri}}));
+// At once, unless scripts are still on their way.
+void PageSession::CallAfterScripts(std::string_view method, Json params) {
+  {
+    const std::lock_guard lock(scriptsMutex_);
+    if (unansweredScripts_ > 0) {
+      callsAfterScripts_.emplace_back(method, std::move(params));
+      return;
+    }
+  }
+  Call(method, params);
 }
 
-void PageSession::Reload() { Call("Page.reload", Json::Object()); }
+void PageSession::ScriptAnswered() {
+  std::vector<std::pair<std::string, Json>> calls;
+  {
+    const std::lock_guard lock(scriptsMutex_);
+    if (--unansweredScripts_ == 0) calls.swap(callsAfterScripts_);
+  }
+  for (const auto& [method, params] : calls) Call(method, params);
+}
+
+void PageSession::Navigate(const std::string& uri) {
+  CallAfterScripts("Page.navigate", Params({{"url", uri}}));
+}
+
+void PageSession::Reload() { CallAfterScripts("Page.reload", Json::Object()); }
 
 void PageSession::Stop() { Call("Page.stopLoading", Json::Object()); }
 
@@ -167,7 +181,7 @@ void PageSession::Decide(const NavigationWanted& navigation, bool allow) {
     if (!allow) Stop();  // nothing waits for us: the best that can be done
     return;
   }
-  Json params = Fetch(navigation.fetchId);
+  Json params = Params({{"requestId", navigation.fetchId}});
   if (!allow) params.members.emplace_back("errorReason", "Aborted");
   Call(allow ? "Fetch.continueRequest" : "Fetch.failRequest", params);
 }
@@ -179,19 +193,31 @@ void PageSession::Execute(std::string script, ScriptDone done) {
   params.members.emplace_back("returnByValue", true);
   params.members.emplace_back("silent", true);
   params.members.emplace_back("userGesture", settings_.scriptGivesActivation);
-  Call("Runtime.evaluate", params, [done = std::move(done)](const Json* result) {
-    if (!done) return;
-    if (result) {
-      done(ScriptResult(*result));
-    } else {
-      done(std::nullopt);
-    }
-  });
+  if (crashed_) {  // nobody would answer
+    if (done) done(std::nullopt);
+    return;
+  }
+  Call("Runtime.evaluate", params,
+       [self = shared_from_this(), done = std::move(done)](const Json* result) {
+         if (!done) return;
+         if (result) {
+           done(ScriptResult(*result));
+         } else if (self->crashed_ || !self->connection_->IsOpen()) {
+           done(std::nullopt);
+         } else {
+           done("null");  // refused: the value has no JSON form
+         }
+       });
 }
 
 void PageSession::AddScript(std::string script, ScriptAdded done) {
+  {
+    const std::lock_guard lock(scriptsMutex_);
+    ++unansweredScripts_;
+  }
   Call("Page.addScriptToEvaluateOnNewDocument", Params({{"source", std::move(script)}}),
-       [done = std::move(done)](const Json* result) {
+       [self = shared_from_this(), done = std::move(done)](const Json* result) {
+         self->ScriptAnswered();
          if (!done) return;
          if (result) {
            done(TextOf(*result, "identifier"));
@@ -213,7 +239,7 @@ void PageSession::Resize(int width, int height) {
 
 void PageSession::SendInput(std::string_view method, const Json& params) { Call(method, params); }
 
-void PageSession::ReadSelection(std::function<void(std::string)> done) {
+void PageSession::ReadSelection(std::function<void(const std::string&)> done) {
   constexpr char kScript[] =
       "(() => { const e = document.activeElement;"
       " return e && typeof e.value === 'string' && typeof e.selectionStart === 'number'"
@@ -244,95 +270,6 @@ void PageSession::EndTarget() {
     connection_->Call({}, "Target.disposeBrowserContext",
                       Params({{"browserContextId", contextId_}}));
   }
-}
-
-void PageSession::OnEvent(std::string_view method, Json& params) {
-  if (method == "Runtime.bindingCalled") return OnBinding(params);
-  if (method == "Page.screencastFrame") return OnScreencastFrame(params);
-  if (method == "Page.javascriptDialogOpening") return OnDialog(params);
-  if (method == "Runtime.executionContextCreated") return OnContextCreated(params);
-  if (method == "Runtime.executionContextsCleared") return contextIsMain_.clear();
-  if (method == "Inspector.targetCrashed") return Tell(PageGone{});
-  std::vector<PageEvent> events;
-  {
-    const std::lock_guard lock(navigationsMutex_);
-    if (method == "Fetch.requestPaused" && !navigations_->IsMainFrameRequest(params)) {
-      return ContinueSubframe(params);
-    }
-    events = navigations_->Take(method, params);
-  }
-  for (PageEvent& event : events) Tell(std::move(event));
-  if (method == "Page.loadEventFired") TakePictureAfterLoad();
-}
-
-// What a frame inside the page loads is the page's own affair.
-void PageSession::ContinueSubframe(const Json& params) {
-  Call("Fetch.continueRequest", Fetch(TextOf(params, "requestId")));
-}
-
-void PageSession::OnContextCreated(const Json& params) {
-  const Json& context = MemberOf(params, "context");
-  const bool isMain = TextOf(MemberOf(context, "auxData"), "frameId") == targetId_;
-  contextIsMain_[IntegerOf(context, "id")] = isMain;
-}
-
-// Messages of frames inside the page go to objects that are not offered here.
-void PageSession::OnBinding(Json& params) {
-  const auto context = contextIsMain_.find(IntegerOf(params, "executionContextId"));
-  if (context == contextIsMain_.end() || !context->second) return;
-  std::string source;
-  {
-    const std::lock_guard lock(navigationsMutex_);
-    source = navigations_->Source();
-  }
-  for (auto& [key, value] : params.members)
-    if (key == "payload") return Tell(MessagePosted{std::move(value.text), std::move(source)});
-}
-
-void PageSession::OnDialog(const Json& params) {
-  AnswerDialog(settings_.dialogs, TextOf(params, "type"), TextOf(params, "message"),
-               TextOf(params, "defaultPrompt"),
-               [weak = weak_from_this()](bool accept, const std::string& text) {
-                 const auto self = weak.lock();
-                 if (!self) return;
-                 self->Call("Page.handleJavaScriptDialog",
-                            Params({{"accept", accept}, {"promptText", text}}));
-               });
-}
-
-void PageSession::OnScreencastFrame(Json& params) {
-  Call("Page.screencastFrameAck", Params({{"sessionId", MemberOf(params, "sessionId")}}));
-  for (auto& [key, value] : params.members)
-    if (key == "data") return Show({std::move(value.text), false});
-}
-
-// A page that stays still sends no frame after its load. Tools that wait for the painted page need
-// one that certainly shows it.
-void PageSession::TakePictureAfterLoad() {
-  if (settings_.eventsFile.empty()) return;
-  Call("Page.captureScreenshot", Params({{"format", "png"}, {"optimizeForSpeed", true}}),
-       [weak = weak_from_this()](const Json* result) {
-         const auto self = weak.lock();
-         if (self && result) self->Show({TextOf(*result, "data"), true});
-       });
-}
-
-void PageSession::Tell(PageEvent event) {
-  std::function<void(PageEvent)> receiver;
-  {
-    const std::lock_guard lock(receiversMutex_);
-    receiver = receivers_.onEvent;
-  }
-  if (receiver) receiver(std::move(event));
-}
-
-void PageSession::Show(PageFrame frame) {
-  std::function<void(PageFrame)> receiver;
-  {
-    const std::lock_guard lock(receiversMutex_);
-    receiver = receivers_.onFrame;
-  }
-  if (receiver) receiver(std::move(frame));
 }
 
 }  // namespace wendra

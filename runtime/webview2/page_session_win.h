@@ -12,6 +12,8 @@
 #include <optional>
 #include <string>
 #include <unordered_map>
+#include <utility>
+#include <vector>
 
 #include "runtime/webview2/devtools_connection_win.h"
 #include "runtime/webview2/navigations.h"
@@ -61,7 +63,7 @@ class PageSession : public std::enable_shared_from_this<PageSession> {
   void SendInput(std::string_view method, const Json& params);
 
   // The text that is selected in the page; nothing if there is no page.
-  void ReadSelection(std::function<void(std::string)> done);
+  void ReadSelection(std::function<void(const std::string&)> done);
 
   // Ends the page. Nothing is told from now on, except what is already on its way.
   void Close();
@@ -79,10 +81,15 @@ class PageSession : public std::enable_shared_from_this<PageSession> {
   void AttachTo(const std::string& targetId);
   void SetUp(const Json& attached);
   void EnableDomains();
+  void SetUpCall(std::string_view method, const Json& params);
+  void SetUpAnswered();
   void EndTarget();
   void Call(std::string_view method, const Json& params, DevToolsConnection::Reply reply = {});
+  void CallAfterScripts(std::string_view method, Json params);
+  void ScriptAnswered();
 
   void OnEvent(std::string_view method, Json& params);
+  void OnCrash();
   void OnBinding(Json& params);
   void OnDialog(const Json& params);
   void OnScreencastFrame(Json& params);
@@ -99,12 +106,21 @@ class PageSession : public std::enable_shared_from_this<PageSession> {
   std::string sessionId_;  // likewise
   std::atomic<bool> ready_ = false;
   std::atomic<bool> closed_ = false;
+  std::atomic<bool> crashed_ = false;  // the page, until it is loaded anew
 
   std::mutex receiversMutex_;
   Receivers receivers_;
 
   std::mutex navigationsMutex_;
   std::optional<Navigations> navigations_;
+
+  // A script reaches the page's process and a navigation the browser's: without care the second
+  // could overtake the first.
+  std::mutex scriptsMutex_;
+  int unansweredScripts_ = 0;
+  std::vector<std::pair<std::string, Json>> callsAfterScripts_;
+
+  int unansweredSetUp_ = 0;  // connection's thread only
 
   // Connection's thread only: which contexts belong to the top-level document.
   std::unordered_map<std::int64_t, bool> contextIsMain_;

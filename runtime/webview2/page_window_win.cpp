@@ -125,7 +125,7 @@ bool PageWindow::TakeEditingKey(WPARAM key) {
     return true;
   }
   if (control && (key == 'C' || key == 'X')) {
-    page->ReadSelection([window = window_.load()](std::string selection) {
+    page->ReadSelection([window = window_.load()](const std::string& selection) {
       if (selection.empty() || !window) return;
       auto text = std::make_unique<std::wstring>(Widen(selection));
       if (PostMessageW(window, kCopyMessage, 0, reinterpret_cast<LPARAM>(text.get()))) {

@@ -29,6 +29,7 @@ struct Settings {
   DialogAnswer dialogs = DialogAnswer::kAsk;
   std::wstring eventsFile;   // empty: none
   std::wstring timingsFile;  // empty: none
+  std::wstring traceFile;    // empty: none
 
   // Not checked against the real control, therefore switchable.
   bool apiIsUserInitiated = true;       // IsUserInitiated of Navigate and Reload

@@ -6,8 +6,8 @@ namespace wendra {
 namespace {
 
 constexpr wchar_t kHost[] = L"127.0.0.1";
-constexpr size_t kReceiveBytes = 1024 * 1024;
-constexpr size_t kMaxTextBytes = 64 * 1024;
+constexpr size_t kReceiveBytes = size_t{1024} * 1024;
+constexpr size_t kMaxTextBytes = size_t{64} * 1024;
 
 // No proxy, whatever the environment says: the browser is always on this machine.
 InternetHandle OpenSession() {

@@ -106,9 +106,8 @@ void WebView::TellSourceChanged(bool isNewDocument) {
 
 void WebView::On(NavigationDone& done) {
   DocumentIsDecided(done.id);
-  if (done.success) {
-    record_->Events()->Write(Params({{"event", "loaded"}, {"uri", source_}}));
-  }
+  record_->Events()->Write(
+      Params({{"event", done.success ? "loaded" : "failed"}, {"uri", source_}}));
   const auto args = ComRef<NavigationCompletedArgs>::Adopt(new NavigationCompletedArgs(done));
   navigationCompleted_.Invoke(this, args.Get());
 }

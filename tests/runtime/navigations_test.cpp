@@ -161,15 +161,14 @@ TEST(Navigations, OfOtherFramesAreNobodysAffair) {
 
 TEST(Navigations, ReplacedBeforeTheyHaveLoadedAreAborted) {
   Navigations navigations("M", {});
-  ExpectConversation(
-      navigations,
-      {{"Page.frameNavigated",
-        R"({"frame":{"id":"M","loaderId":"L1","url":"about:blank"}})",
-        {"wanted 1 about:blank", "committed 1 about:blank"}},
-       {"Page.frameNavigated",
-        R"({"frame":{"id":"M","loaderId":"L2","url":"about:srcdoc"}})",
-        {"done 1 failed:9", "wanted 2 about:srcdoc", "committed 2 about:srcdoc"}},
-       {"Page.loadEventFired", "{}", {"done 2 well"}}});
+  ExpectConversation(navigations,
+                     {{"Page.frameNavigated",
+                       R"({"frame":{"id":"M","loaderId":"L1","url":"about:blank"}})",
+                       {"wanted 1 about:blank", "committed 1 about:blank"}},
+                      {"Page.frameNavigated",
+                       R"({"frame":{"id":"M","loaderId":"L2","url":"about:srcdoc"}})",
+                       {"done 1 failed:9", "wanted 2 about:srcdoc", "committed 2 about:srcdoc"}},
+                      {"Page.loadEventFired", "{}", {"done 2 well"}}});
 }
 
 TEST(Navigations, NewWindowsAreWantedFromAnyFrame) {

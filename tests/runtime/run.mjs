@@ -18,6 +18,7 @@ const kBrowserFlags = [
   '--remote-debugging-port=0', '--no-first-run', '--disable-background-networking',
   '--disable-component-update', '--disable-sync', '--mute-audio',
   '--host-resolver-rules=MAP *.test 127.0.0.1',
+  '--allow-pre-commit-input',  // or a click that comes before the first picture is lost
 ];
 
 const [buildDirectory, ...testArguments] = process.argv.slice(2);
@@ -70,7 +71,8 @@ function copyPrefix() {
 }
 
 async function startDisplay() {
-  const display = start('Xvfb', ['-displayfd', '3', '-screen', '0', '1400x1000x24', '-nolisten', 'tcp'],
+  const display = start('Xvfb',
+                        ['-displayfd', '3', '-screen', '0', '1400x1000x24', '-nolisten', 'tcp'],
                         { stdio: ['ignore', 'ignore', 'ignore', 'pipe'] });
   environment.DISPLAY = `:${await firstLine(display.stdio[3])}`;
 }
@@ -105,7 +107,8 @@ async function main() {
   environment.RUNTIME_TEST_SCRATCH = scratch;
   await startWine();
   const program = path.join(buildDirectory, 'bin', 'tests', 'runtime_test.exe');
-  const tests = start('wine', [program, ...testArguments], { stdio: ['ignore', 'inherit', 'inherit'] });
+  const tests = start('wine', [program, ...testArguments],
+                      { stdio: ['ignore', 'inherit', 'inherit'] });
   return ended(tests);
 }
 

@@ -15,6 +15,7 @@ namespace wendra {
 namespace {
 
 constexpr wchar_t kClassName[] = L"RuntimeTestWindow";
+constexpr DWORD kAskAgainMs = 20;  // for what no message announces: files, the web server
 constexpr wchar_t kPageClassName[] = L"WendraDevRuntimePage";
 
 // The tests' thread is what a host's UI thread is: a single-threaded apartment.
@@ -47,7 +48,8 @@ std::string Escaped(const std::string& text) {
   std::string escaped;
   for (const char c : text) {
     char code[4] = {};
-    std::snprintf(code, sizeof code, "%%%02X", static_cast<unsigned>(static_cast<unsigned char>(c)));
+    std::snprintf(code, sizeof code, "%%%02X",
+                  static_cast<unsigned>(static_cast<unsigned char>(c)));
     escaped += code;
   }
   return escaped;
@@ -89,9 +91,8 @@ SeenCompletion Read(ICoreWebView2NavigationCompletedEventArgs* args) {
 bool PumpUntil(const std::function<bool()>& done, DWORD timeoutMs) {
   const ULONGLONG deadline = GetTickCount64() + timeoutMs;
   while (!done()) {
-    const ULONGLONG now = GetTickCount64();
-    if (now >= deadline) return false;
-    MsgWaitForMultipleObjects(0, nullptr, FALSE, static_cast<DWORD>(deadline - now), QS_ALLINPUT);
+    if (GetTickCount64() >= deadline) return false;
+    MsgWaitForMultipleObjectsEx(0, nullptr, kAskAgainMs, QS_ALLINPUT, MWMO_INPUTAVAILABLE);
     MSG message;
     while (PeekMessageW(&message, nullptr, 0, 0, PM_REMOVE)) {
       TranslateMessage(&message);
@@ -201,23 +202,21 @@ void TestControl::Create() {
 
 void TestControl::Register() {
   EventRegistrationToken token{};
-  view_->add_WebMessageReceived(
-      MakeHandler<MessageHandler>([this](auto, auto* args) {
-        LPWSTR text = nullptr;
-        args->get_WebMessageAsJson(&text);
-        messages.push_back(NarrowAndFree(text));
-        args->get_Source(&text);
-        sources.push_back(NarrowAndFree(text));
-        order.push_back("message");
-      }).Get(),
-      &token);
-  view_->add_NavigationStarting(
-      MakeHandler<NavigationHandler>([this](auto, auto* args) {
-        navigations.push_back(Read(args));
-        order.push_back("starting");
-        if (cancel && cancel(navigations.back())) args->put_Cancel(TRUE);
-      }).Get(),
-      &token);
+  view_->add_WebMessageReceived(MakeHandler<MessageHandler>([this](auto, auto* args) {
+                                  LPWSTR text = nullptr;
+                                  args->get_WebMessageAsJson(&text);
+                                  messages.push_back(NarrowAndFree(text));
+                                  args->get_Source(&text);
+                                  sources.push_back(NarrowAndFree(text));
+                                  order.push_back("message");
+                                }).Get(),
+                                &token);
+  view_->add_NavigationStarting(MakeHandler<NavigationHandler>([this](auto, auto* args) {
+                                  navigations.push_back(Read(args));
+                                  order.push_back("starting");
+                                  if (cancel && cancel(navigations.back())) args->put_Cancel(TRUE);
+                                }).Get(),
+                                &token);
   view_->add_NavigationCompleted(MakeHandler<CompletedHandler>([this](auto, auto* args) {
                                    completions.push_back(Read(args));
                                    order.push_back("completed");

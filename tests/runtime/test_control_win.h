@@ -16,14 +16,13 @@
 
 namespace wendra {
 
-using CompletedHandler =
-    TestHandler<ICoreWebView2NavigationCompletedEventHandler, ICoreWebView2*,
-                ICoreWebView2NavigationCompletedEventArgs*>;
+using CompletedHandler = TestHandler<ICoreWebView2NavigationCompletedEventHandler, ICoreWebView2*,
+                                     ICoreWebView2NavigationCompletedEventArgs*>;
 
 inline constexpr DWORD kTestTimeoutMs = 20'000;  // only a failing test waits that long
 
-// Runs the thread's message loop until `done`, which is asked after every message. False when the
-// time is over.
+// Runs the thread's message loop until `done`, which is asked after every message and, since not
+// everything comes with a message, now and then. False when the time is over.
 bool PumpUntil(const std::function<bool()>& done, DWORD timeoutMs = kTestTimeoutMs);
 
 // Runs the message loop until everything that was posted before has been handled.

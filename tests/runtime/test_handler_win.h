@@ -46,15 +46,12 @@ class TestHandler final : public Interface {
   Callable callable_;
 };
 
-using EnvironmentHandler =
-    TestHandler<ICoreWebView2CreateCoreWebView2EnvironmentCompletedHandler, HRESULT,
-                ICoreWebView2Environment*>;
-using ControllerHandler =
-    TestHandler<ICoreWebView2CreateCoreWebView2ControllerCompletedHandler, HRESULT,
-                ICoreWebView2Controller*>;
+using EnvironmentHandler = TestHandler<ICoreWebView2CreateCoreWebView2EnvironmentCompletedHandler,
+                                       HRESULT, ICoreWebView2Environment*>;
+using ControllerHandler = TestHandler<ICoreWebView2CreateCoreWebView2ControllerCompletedHandler,
+                                      HRESULT, ICoreWebView2Controller*>;
 using ScriptAddedHandler =
-    TestHandler<ICoreWebView2AddScriptToExecuteOnDocumentCreatedCompletedHandler, HRESULT,
-                LPCWSTR>;
+    TestHandler<ICoreWebView2AddScriptToExecuteOnDocumentCreatedCompletedHandler, HRESULT, LPCWSTR>;
 using ScriptHandler = TestHandler<ICoreWebView2ExecuteScriptCompletedHandler, HRESULT, LPCWSTR>;
 using MessageHandler = TestHandler<ICoreWebView2WebMessageReceivedEventHandler, ICoreWebView2*,
                                    ICoreWebView2WebMessageReceivedEventArgs*>;

@@ -15,19 +15,15 @@ COLORREF PixelAt(HWND window, int x, int y) {
 }
 
 bool WaitForPixel(HWND window, int x, int y, COLORREF color) {
-  const ULONGLONG deadline = GetTickCount64() + kTestTimeoutMs;
-  while (PixelAt(window, x, y) != color) {
-    if (GetTickCount64() > deadline) return false;
-    PumpUntil([] { return false; }, 20);  // frames come without any message to this thread
-  }
-  return true;
+  return PumpUntil([=] { return PixelAt(window, x, y) == color; });
 }
 
 TEST(Painting, ShowsThePageInTheWindow) {
   TestControl control;
-  ASSERT_TRUE(control.LoadBody("<style>html{background:rgb(10,20,30)}</style>"
-                               "<div style='position:absolute;left:50px;top:40px;width:100px;"
-                               "height:100px;background:rgb(200,100,0)'></div>"));
+  ASSERT_TRUE(
+      control.LoadBody("<style>html{background:rgb(10,20,30)}</style>"
+                       "<div style='position:absolute;left:50px;top:40px;width:100px;"
+                       "height:100px;background:rgb(200,100,0)'></div>"));
   const HWND page = control.PageWindow();
   EXPECT_TRUE(WaitForPixel(page, 5, 5, RGB(10, 20, 30)));
   EXPECT_TRUE(WaitForPixel(page, 51, 41, RGB(200, 100, 0)));

@@ -40,7 +40,7 @@ using CreateEnvironment = HRESULT (*)(const wchar_t*, const wchar_t*, Object*, O
 
 constexpr std::uint8_t kUnknownIid[16] = {0x00, 0x00, 0x00, 0x00, 0x00, 0x00, 0x00, 0x00,
                                           0xc0, 0x00, 0x00, 0x00, 0x00, 0x00, 0x00, 0x46};
-constexpr std::uint8_t kEnvironmentIid[16] = {0x5e, 0xd7, 0x6e, 0xb9, 0x19, 0x03, 0x92, 0x4e,
+constexpr std::uint8_t kEnvironmentIid[16] = {0x5e, 0x75, 0x6d, 0xb9, 0x19, 0x03, 0x92, 0x4e,
                                               0xa2, 0x96, 0x23, 0x43, 0x6f, 0x46, 0xa1, 0xfc};
 constexpr std::uint8_t kControllerIid[16] = {0xd1, 0xc0, 0x00, 0x4d, 0x34, 0x94, 0xb6, 0x4e,
                                              0x80, 0x78, 0x86, 0x97, 0xa5, 0x60, 0x33, 0x4f};
@@ -108,7 +108,8 @@ bool PumpFor(const Handler& handler) {
   while (handler.invocations == 0) {
     const ULONGLONG now = GetTickCount64();
     if (now >= deadline) return false;
-    MsgWaitForMultipleObjects(0, nullptr, FALSE, static_cast<DWORD>(deadline - now), QS_ALLINPUT);
+    MsgWaitForMultipleObjectsEx(0, nullptr, static_cast<DWORD>(deadline - now), QS_ALLINPUT,
+                                MWMO_INPUTAVAILABLE);
     MSG message;
     while (PeekMessageW(&message, nullptr, 0, 0, PM_REMOVE)) DispatchMessageW(&message);
   }

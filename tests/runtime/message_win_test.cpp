@@ -127,8 +127,10 @@ TEST(WebMessages, FramesInsideThePageAreNotHeard) {
   TestControl control;
   const std::string inner =
       "<script>chrome.webview.postMessage('inner'); parent.postMessage('done', '*')</script>";
-  const std::string body = "<script>onmessage = () => chrome.webview.postMessage('outer')</script>"
-                           "<iframe src='" + PageUrl(inner) + "'></iframe>";
+  const std::string body =
+      "<script>onmessage = () => chrome.webview.postMessage('outer')</script>"
+      "<iframe src='" +
+      PageUrl(inner) + "'></iframe>";
   ASSERT_TRUE(control.LoadBody(body));
   ASSERT_TRUE(PumpUntil([&] { return !control.messages.empty(); }));
   ASSERT_EQ(control.messages.size(), 1u);

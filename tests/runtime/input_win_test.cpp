@@ -41,8 +41,9 @@ class Input : public testing::Test {
 
 TEST_F(Input, CharactersArriveWhateverTheyAre) {
   Type(L"a \u00e4\u00f6\u00fc\u00df \u20ac \u65e5 \U0001f600");
-  EXPECT_TRUE(FieldBecomes("\"a \xc3\xa4\xc3\xb6\xc3\xbc\xc3\x9f \xe2\x82\xac \xe6\x97\xa5 "
-                           "\xf0\x9f\x98\x80\""));
+  EXPECT_TRUE(
+      FieldBecomes("\"a \xc3\xa4\xc3\xb6\xc3\xbc\xc3\x9f \xe2\x82\xac \xe6\x97\xa5 "
+                   "\xf0\x9f\x98\x80\""));
 }
 
 TEST_F(Input, KeysTypeAndAreNamed) {
@@ -68,7 +69,8 @@ TEST_F(Input, TabMovesTheFocus) {
 }
 
 TEST_F(Input, EnterSubmitsTheForm) {
-  ASSERT_TRUE(control_.LoadBody("<form action='/submitted'><input id=field name=q autofocus></form>"));
+  ASSERT_TRUE(
+      control_.LoadBody("<form action='/submitted'><input id=field name=q autofocus></form>"));
   control_.ClickElement("field");
   ASSERT_TRUE(control_.WaitFor("document.activeElement.id", "\"field\""));
   Type(L"x");

@@ -61,7 +61,8 @@ TEST(Scripts, CompletionIsNotInsideTheCall) {
 TEST(Scripts, SixteenMebibytesRunWhole) {
   TestControl control;
   ASSERT_TRUE(control.LoadBody("hello"));
-  const std::string script = "window.big = '" + std::string(16 * 1024 * 1024, 'x') + "'; big.length";
+  const std::string script =
+      "window.big = '" + std::string(16 * 1024 * 1024, 'x') + "'; big.length";
   EXPECT_EQ(control.Evaluate(script), "16777216");
 }
 

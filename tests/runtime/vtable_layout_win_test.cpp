@@ -34,12 +34,11 @@ HRESULT STDMETHODCALLTYPE Integers(void*, std::uintptr_t a, std::uintptr_t b, st
   return 0x100 + kSlot;
 }
 
-using Function = HRESULT(STDMETHODCALLTYPE*)(void*, std::uintptr_t, std::uintptr_t,
-                                             std::uintptr_t, std::uintptr_t, std::uintptr_t);
+using Function = HRESULT(STDMETHODCALLTYPE*)(void*, std::uintptr_t, std::uintptr_t, std::uintptr_t,
+                                             std::uintptr_t, std::uintptr_t);
 
 template <int... kSlots>
-constexpr std::array<Function, sizeof...(kSlots)> MakeTable(
-    std::integer_sequence<int, kSlots...>) {
+constexpr std::array<Function, sizeof...(kSlots)> MakeTable(std::integer_sequence<int, kSlots...>) {
   return {&Integers<kSlots>...};
 }
 
@@ -171,8 +170,7 @@ TEST(VtableLayout, WebViewHasSixtyOneSlots) {
       {14, "remove_HistoryChanged", [](I& v) { return v.remove_HistoryChanged(kToken); }},
       {15, "add_NavigationCompleted",
        [](I& v) { return v.add_NavigationCompleted(nullptr, nullptr); }},
-      {16, "remove_NavigationCompleted",
-       [](I& v) { return v.remove_NavigationCompleted(kToken); }},
+      {16, "remove_NavigationCompleted", [](I& v) { return v.remove_NavigationCompleted(kToken); }},
       {17, "add_FrameNavigationStarting",
        [](I& v) { return v.add_FrameNavigationStarting(nullptr, nullptr); }},
       {18, "remove_FrameNavigationStarting",
@@ -183,12 +181,10 @@ TEST(VtableLayout, WebViewHasSixtyOneSlots) {
        [](I& v) { return v.remove_FrameNavigationCompleted(kToken); }},
       {21, "add_ScriptDialogOpening",
        [](I& v) { return v.add_ScriptDialogOpening(nullptr, nullptr); }},
-      {22, "remove_ScriptDialogOpening",
-       [](I& v) { return v.remove_ScriptDialogOpening(kToken); }},
+      {22, "remove_ScriptDialogOpening", [](I& v) { return v.remove_ScriptDialogOpening(kToken); }},
       {23, "add_PermissionRequested",
        [](I& v) { return v.add_PermissionRequested(nullptr, nullptr); }},
-      {24, "remove_PermissionRequested",
-       [](I& v) { return v.remove_PermissionRequested(kToken); }},
+      {24, "remove_PermissionRequested", [](I& v) { return v.remove_PermissionRequested(kToken); }},
       {25, "add_ProcessFailed", [](I& v) { return v.add_ProcessFailed(nullptr, nullptr); }},
       {26, "remove_ProcessFailed", [](I& v) { return v.remove_ProcessFailed(kToken); }},
       {27, "AddScriptToExecuteOnDocumentCreated",
@@ -324,8 +320,8 @@ TEST(VtableLayout, HandlersAreInvokedThroughSlotThree) {
       S_OK, Pointer<ICoreWebView2Controller>(0x1240));
   ExpectInvokeAtThree<ICoreWebView2AddScriptToExecuteOnDocumentCreatedCompletedHandler>(
       S_OK, Pointer<const wchar_t>(0x1250));
-  ExpectInvokeAtThree<ICoreWebView2ExecuteScriptCompletedHandler>(
-      S_OK, Pointer<const wchar_t>(0x1260));
+  ExpectInvokeAtThree<ICoreWebView2ExecuteScriptCompletedHandler>(S_OK,
+                                                                  Pointer<const wchar_t>(0x1260));
   auto* const sender = Pointer<ICoreWebView2>(0x4560);
   ExpectInvokeAtThree<ICoreWebView2WebMessageReceivedEventHandler>(
       sender, Pointer<ICoreWebView2WebMessageReceivedEventArgs>(0x1270));
@@ -386,9 +382,7 @@ class ControllerByValue : public testing::Test {
     table_[8] = reinterpret_cast<void*>(&TakesDouble);
     table_[11] = reinterpret_cast<void*>(&TakesRectAndDouble);
   }
-  ICoreWebView2Controller& Controller() {
-    return *static_cast<ICoreWebView2Controller*>(address_);
-  }
+  ICoreWebView2Controller& Controller() { return *static_cast<ICoreWebView2Controller*>(address_); }
   void ExpectRect(LONG left, LONG top, LONG right, LONG bottom) {
     EXPECT_EQ(recorded.rect.left, left);
     EXPECT_EQ(recorded.rect.top, top);
@@ -427,12 +421,9 @@ TEST(VtableLayout, IdentifiersAreThoseOfThePlatform) {
       {L"{b96d755e-0319-4e92-a296-23436f46a1fc}", kIidOf<ICoreWebView2Environment>},
       {L"{4d00c0d1-9434-4eb6-8078-8697a560334f}", kIidOf<ICoreWebView2Controller>},
       {L"{76eceacb-0462-4d94-ac83-423a6793775e}", kIidOf<ICoreWebView2>},
-      {L"{5b495469-e119-438a-9b18-7604f25f2e49}",
-       kIidOf<ICoreWebView2NavigationStartingEventArgs>},
-      {L"{34acb11c-fc37-4418-9132-f9c21d1eafb9}",
-       kIidOf<ICoreWebView2NewWindowRequestedEventArgs>},
-      {L"{0f99a40c-e962-4207-9e92-e3d542eff849}",
-       kIidOf<ICoreWebView2WebMessageReceivedEventArgs>},
+      {L"{5b495469-e119-438a-9b18-7604f25f2e49}", kIidOf<ICoreWebView2NavigationStartingEventArgs>},
+      {L"{34acb11c-fc37-4418-9132-f9c21d1eafb9}", kIidOf<ICoreWebView2NewWindowRequestedEventArgs>},
+      {L"{0f99a40c-e962-4207-9e92-e3d542eff849}", kIidOf<ICoreWebView2WebMessageReceivedEventArgs>},
       {L"{4e8a3389-c9d8-4bd2-b6b5-124fee6cc14d}",
        kIidOf<ICoreWebView2CreateCoreWebView2EnvironmentCompletedHandler>},
       {L"{6c4819f3-c9b7-4260-8127-c9f5bde7f68c}",

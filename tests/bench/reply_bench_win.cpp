@@ -1,0 +1,75 @@
+// The host's own way of a file to the page: read it, write it as JSON into the reply's script,
+// widen that for the control. In MB/s of the file's bytes; the reach is 400 for each kind of reply.
+#include <algorithm>
+#include <chrono>
+#include <cstdio>
+#include <cstring>
+#include <functional>
+#include <string>
+
+#include "bridge/file_actions.h"
+#include "tests/bench/documents.h"
+#include "tests/support/scratch_folder_win.h"
+#include "win/file.h"
+#include "win/wide.h"
+
+namespace wendra {
+namespace {
+
+// Does what the control's side does with a script, short of the control.
+class WideningPage : public PageScripts {
+ public:
+  void Run(std::string_view script) override { units += Widen(script).size(); }
+  size_t units = 0;
+};
+
+// The file that is in the request of a page that writes source text.
+std::string SourceText(size_t bytes) {
+  Json request;
+  (void)Parse(SourceFileRequest(bytes), request);
+  return request.Find("args")->Find("content")->text;
+}
+
+double BestSeconds(int rounds, const std::function<void()>& work) {
+  double best = 1e300;
+  for (int i = 0; i < rounds; ++i) {
+    const auto start = std::chrono::steady_clock::now();
+    work();
+    const std::chrono::duration<double> time = std::chrono::steady_clock::now() - start;
+    best = std::min(best, time.count());
+  }
+  return best;
+}
+
+}  // namespace
+
+int Main(bool isOnce) {
+  constexpr size_t kBytes = 16'000'000;
+  constexpr size_t kMaxFileBytes = 16'777'216;  // that the actions read
+  constexpr double kBytesPerMb = 1e6;
+  const ScratchFolder folder;
+  const std::wstring path = folder / L"source.txt";
+  const std::string content = SourceText(kBytes);
+  if (content.size() > kMaxFileBytes) return 1;
+  if (!WriteBytes(CreateForWriting(path), content)) return 1;
+
+  WideningPage page;
+  Replies replies(page);
+  Json args = Json::Array();
+  args.items.emplace_back(Narrow(path));
+  const Action actions[] = {ReadFileAction(replies), ReadFileBase64Action(replies)};
+  for (const Action& action : actions) {
+    page.units = 0;
+    const double seconds = BestSeconds(isOnce ? 1 : 7, [&] { action.run("r", args); });
+    if (page.units < content.size()) return 1;
+    std::printf("%-16s 16 MB of source text: %6.0f MB/s (reach: 400)\n", action.name.c_str(),
+                static_cast<double>(content.size()) / kBytesPerMb / seconds);
+  }
+  return 0;
+}
+
+}  // namespace wendra
+
+int main(int argc, char** argv) {
+  return wendra::Main(argc > 1 && std::strcmp(argv[1], "--once") == 0);
+}
