@@ -12,7 +12,7 @@ void PageSession::OnEvent(std::string_view method, Json& params) {
   if (method == "Page.screencastFrame") return OnScreencastFrame(params);
   if (method == "Page.javascriptDialogOpening") return OnDialog(params);
   if (method == "Runtime.executionContextCreated") return OnContextCreated(params);
-  if (method == "Runtime.executionContextsCleared") return contextIsMain_.clear();
+  if (method == "Runtime.executionContextsCleared") return OnContextsCleared();
   if (method == "Inspector.targetCrashed") return OnCrash();
   if (method == "Inspector.targetReloadedAfterCrash") crashed_ = false;
   std::vector<PageEvent> events;
@@ -43,6 +43,15 @@ void PageSession::OnContextCreated(const Json& params) {
   const Json& context = MemberOf(params, "context");
   const bool isMain = TextOf(MemberOf(context, "auxData"), "frameId") == targetId_;
   contextIsMain_[IntegerOf(context, "id")] = isMain;
+  if (!isMain || !MemberOf(MemberOf(context, "auxData"), "isDefault").boolean) return;
+  const std::lock_guard lock(navigationsMutex_);
+  documentContext_ = TextOf(context, "uniqueId");
+}
+
+void PageSession::OnContextsCleared() {
+  contextIsMain_.clear();
+  const std::lock_guard lock(navigationsMutex_);
+  documentContext_.clear();
 }
 
 // Messages of frames inside the page go to objects that are not offered here.

@@ -188,11 +188,18 @@ void PageSession::Decide(const NavigationWanted& navigation, bool allow) {
 
 void PageSession::Execute(std::string script, ScriptDone done) {
   Json params = Json::Object();
-  params.members.reserve(4);
+  params.members.reserve(5);
   params.members.emplace_back("expression", std::move(script));  // may be many megabytes
   params.members.emplace_back("returnByValue", true);
   params.members.emplace_back("silent", true);
   params.members.emplace_back("userGesture", settings_.scriptGivesActivation);
+  {
+    // Chromium would hand a script that the page's process has not taken yet to the next document.
+    const std::lock_guard lock(navigationsMutex_);
+    if (!documentContext_.empty()) {
+      params.members.emplace_back("uniqueContextId", documentContext_);
+    }
+  }
   if (crashed_) {  // nobody would answer
     if (done) done(std::nullopt);
     return;

@@ -94,6 +94,7 @@ class PageSession : public std::enable_shared_from_this<PageSession> {
   void OnDialog(const Json& params);
   void OnScreencastFrame(Json& params);
   void OnContextCreated(const Json& params);
+  void OnContextsCleared();
   void TakePictureAfterLoad();
   void ContinueSubframe(const Json& params);
   void Tell(PageEvent event);
@@ -121,6 +122,10 @@ class PageSession : public std::enable_shared_from_this<PageSession> {
   std::vector<std::pair<std::string, Json>> callsAfterScripts_;
 
   int unansweredSetUp_ = 0;  // connection's thread only
+
+  // Where scripts run: the top-level document's own context, "" while there is none.
+  // Under navigationsMutex_.
+  std::string documentContext_;
 
   // Connection's thread only: which contexts belong to the top-level document.
   std::unordered_map<std::int64_t, bool> contextIsMain_;
