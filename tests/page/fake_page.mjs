@@ -2,6 +2,9 @@
 
 let copies = 0;
 
+// Node 18 has the other kinds of event only; every browser has this one.
+globalThis.CustomEvent ??= class CustomEvent extends Event {};
+
 // What may differ from Wendra's own window: `inside` (what the host adds is there), `framed`,
 // `bridge` (window.__wendra as another script left it), `post` (what postMessage does besides).
 export function makePage({ inside = true, framed = false, bridge, post = () => {} } = {}) {
