@@ -39,8 +39,8 @@ std::optional<std::string> ChooseFolder(const std::string& title, HWND owner) {
 Action PickDirectoryAction(Replies& replies, std::function<HWND()> window) {
   return {"pickDirectory",
           [&replies, window = std::move(window)](const std::string& reqId, const Json& args) {
-            auto request =
-                std::make_unique<PickDirectoryRequest>(reqId, std::string(StringArgument(args, 0)));
+            auto request = std::make_unique<PickDirectoryRequest>(
+                PickDirectoryRequest{reqId, std::string(StringArgument(args, 0))});
             if (!PostOwned(window(), kPickDirectoryMessage, 0, std::move(request))) {
               replies.Succeed(reqId, Json());  // no dialog to be had
             }

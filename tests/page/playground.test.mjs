@@ -1,12 +1,15 @@
 // How the playground is served, and what its views work out without a document.
 import assert from 'node:assert/strict';
 import { spawn } from 'node:child_process';
+import { setDefaultResultOrder } from 'node:dns';
 import { once } from 'node:events';
 import { dirname, join } from 'node:path';
 import { after, before, test } from 'node:test';
 import { fileURLToPath } from 'node:url';
 import { entriesOf, joined, parentOf } from '../../page/playground/views/folder_list.js';
 import { describe, forEditor, forFile, isFaithful } from '../../page/playground/views/text_file.js';
+
+setDefaultResultOrder('ipv4first'); // Node 18 tries one address of a name only
 
 const kRoot = join(dirname(fileURLToPath(import.meta.url)), '../..');
 let server;

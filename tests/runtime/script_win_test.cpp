@@ -91,6 +91,29 @@ TEST(Scripts, WaitForTheDocumentThatIsOnItsWay) {
   EXPECT_EQ(result, "\"" + PageUrl("<p id=second>") + "\"");
 }
 
+// Hundreds of scripts are still on their way to the old page when it is replaced, since it needs a
+// millisecond for each; none may be delivered to the page that replaces it. Those given later are
+// meant for the new one.
+TEST(Scripts, GivenBeforeANavigationDoNotReachTheDocumentAfterIt) {
+  TestControl control;
+  ASSERT_TRUE(control.LoadBody("hello"));
+  const std::wstring mark =
+      L"for (const end = performance.now() + 1; performance.now() < end;);"
+      L"(window.marks = window.marks || []).push(";
+  const auto run = [&](const wchar_t* when) {
+    control.View().ExecuteScript((mark + when + L")").c_str(), nullptr);
+  };
+  const std::string target = PageUrl("other", "other.test");
+  // By the page, for then both documents live in one process.
+  control.View().ExecuteScript(Widen("location.href = '" + target + "'").c_str(), nullptr);
+  for (int i = 0; i < 1000; ++i) run(L"'before'");
+  ASSERT_TRUE(PumpUntil([&] { return control.navigations.size() == 2; }));
+  run(L"'later'");
+  ASSERT_TRUE(PumpUntil([&] { return control.completions.size() == 2; }));
+  EXPECT_EQ(control.Evaluate("location.href"), "\"" + target + "\"");
+  EXPECT_EQ(control.Evaluate("marks"), R"(["later"])");
+}
+
 TEST(Scripts, RunAgainAfterANavigationThatCameToNothing) {
   TestControl control;
   ASSERT_TRUE(control.LoadBody("stays"));
