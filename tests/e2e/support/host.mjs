@@ -145,7 +145,10 @@ class Host {
   }
 
   async keys(...combinations) {
-    await (await this.screen()).keys(...combinations);
+    const screen = await this.screen();
+    // A window is there a moment before it gets the keyboard; keys until then are lost.
+    await until('a window with the keyboard', () => screen.focusedWindow(), { context: this.context });
+    await screen.keys(...combinations);
   }
 
   async type(text) {

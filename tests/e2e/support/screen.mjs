@@ -17,6 +17,12 @@ export class Screen {
     await this.#run('xdotool', 'key', ...combinations);
   }
 
+  // The title of the window that gets the keys; fails while there is none.
+  async focusedWindow() {
+    const { stdout } = await this.#run('xdotool', 'getwindowfocus', 'getwindowname');
+    return stdout.trim();
+  }
+
   async type(text) {
     if (!kTypable.test(text)) throw new Error(`no keys for ${text}`);
     await this.#run('xdotool', 'type', '--delay', '5', '--', text);
