@@ -41,8 +41,7 @@ after(async () => {
 });
 
 beforeEach(async () => {
-  await page.evaluate('location.href = "/"');
-  await page.loaded(`${server.url}/`);
+  await page.visit(`${server.url}/`);
   await page.waitFor('window.replies?.length > 0');
 });
 

@@ -65,8 +65,7 @@ after(async () => {
 });
 
 beforeEach(async () => {
-  await page.evaluate((url) => void (location.href = url), `${server.url}/`);
-  await page.loaded(`${server.url}/`);
+  await page.visit(`${server.url}/`);
 });
 
 const foreign = (path) => `http://foreign.test:${other.port}${path}`;

@@ -99,6 +99,16 @@ export class Page {
     );
   }
 
+  // Loads the address anew, even if it is the present one, and waits for its document.
+  async visit(address) {
+    await this.evaluate((url) => {
+      window.isLeft = true;
+      location.href = url;
+    }, address);
+    await this.waitFor('!window.isLeft');
+    return this.loaded(address);
+  }
+
   // One request to the host; resolves with {ok, value} as the page gets them. `args` is left out of
   // the message when undefined.
   async call(action, args) {
