@@ -60,11 +60,14 @@ test('Ctrl+R loads the page anew', async () => {
   const asked = server.requests.filter(({ url }) => url === '/').length;
   await host.keys('ctrl+r');
   await host.page.waitFor('!window.isOld && document.title === "page"');
+  await host.page.loaded();
   assert.equal(server.requests.filter(({ url }) => url === '/').length, asked + 1);
 });
 
 test('page and panel follow the window', async () => {
+  const from = host.log.length;
   await host.keys('ctrl+l');
+  await host.waitForLine('[Log] log panel shown (Ctrl+L)', { from });
   for (const [width, height] of [[1000, 700], [1300, 950], [800, 600]]) {
     await host.probe('move', 0, 0, width, height);
     await checkLayout(await host.window(), 200);
