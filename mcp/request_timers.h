@@ -1,0 +1,17 @@
+// Time-outs of requests, as the session sees them.
+#pragma once
+
+#include <cstdint>
+
+namespace wendra {
+
+// UI thread only.
+class RequestTimers {
+ public:
+  virtual ~RequestTimers() = default;
+  // Fires after `periodMs`, and again until it is killed. Ids are the session's, from 101 upward.
+  virtual void Start(std::uint64_t id, std::uint32_t periodMs) = 0;
+  virtual void Kill(std::uint64_t id) = 0;
+};
+
+}  // namespace wendra
