@@ -1,0 +1,149 @@
+#include "mcp/command_line.h"
+
+#include <filesystem>
+#include <fstream>
+#include <random>
+
+#include <gtest/gtest.h>
+
+#include "tests/support/generated_arguments.h"
+#include "tests/support/scratch_folder_win.h"
+#include "win/child_process.h"
+#include "win/wide.h"
+
+#include <windows.h>
+#include <shellapi.h>
+
+namespace wendra {
+namespace {
+
+using Words = std::vector<std::wstring>;
+
+// 2,000 arguments each way; cmd.exe takes lines of 8,191 characters.
+constexpr int kRuns = 40;
+constexpr int kArgumentsEach = 50;
+
+std::filesystem::path TestChild() {  // lies one folder above the tests
+  wchar_t self[MAX_PATH];
+  GetModuleFileNameW(nullptr, self, MAX_PATH);
+  return std::filesystem::path(self).parent_path().parent_path() / L"test_child.exe";
+}
+
+Words Split(const std::wstring& line) {
+  int count = 0;
+  wchar_t** words = CommandLineToArgvW(line.c_str(), &count);
+  Words split(words, words + count);
+  LocalFree(words);
+  return split;
+}
+
+std::string OutputOf(const std::wstring& line, const std::wstring& folder) {
+  Child child = StartChild({.commandLine = line, .directory = folder});
+  EXPECT_TRUE(child.process) << Narrow(line);
+  child.input.Reset();
+  std::string output;
+  char buffer[4096];
+  for (DWORD got = 0;
+       ReadFile(child.output.Get(), buffer, sizeof(buffer), &got, nullptr) && got > 0;) {
+    output.append(buffer, got);
+  }
+  WaitForSingleObject(child.process.Get(), INFINITE);
+  return output;
+}
+
+std::string OneALine(const Words& words) {
+  std::string lines;
+  for (const auto& word : words) lines += Narrow(word) + "\n";
+  return lines;
+}
+
+Words GeneratedArguments(std::mt19937& random, int count) {
+  Words arguments;
+  for (int i = 0; i < count; ++i) arguments.push_back(GeneratedArgument(random));
+  return arguments;
+}
+
+std::vector<std::string> FilesIn(const std::wstring& folder) {
+  std::vector<std::string> names;
+  for (const auto& file : std::filesystem::directory_iterator(folder)) {
+    names.push_back(file.path().filename().string());
+  }
+  return names;
+}
+
+TEST(QuoteArgument, IsUndoneByTheSystem) {
+  std::mt19937 random(1);
+  for (int i = 0; i < 20'000; ++i) {
+    const Words arguments = GeneratedArguments(random, 3);
+    const auto line = ChildCommandLine(L"C:\\my tools\\a.exe", arguments);
+    Words words = Split(*line);
+    ASSERT_EQ(words.front(), L"C:\\my tools\\a.exe");
+    words.erase(words.begin());
+    ASSERT_EQ(words, arguments) << Printable(*line);
+  }
+}
+
+TEST(ChildCommandLine, BringsArgumentsToAProgram) {
+  const ScratchFolder folder;
+  std::mt19937 random(2);
+  for (int run = 0; run < kRuns; ++run) {
+    const Words arguments = GeneratedArguments(random, kArgumentsEach);
+    Words words = arguments;
+    words.insert(words.begin(), L"args");
+    const auto line = ChildCommandLine(TestChild().wstring(), words);
+    ASSERT_EQ(OutputOf(*line, folder / L"."), OneALine(arguments)) << Printable(*line);
+  }
+  EXPECT_EQ(FilesIn(folder / L"."), std::vector<std::string>());
+}
+
+// A batch file as package managers write them: it passes on what it gets.
+std::wstring PassingBatchFile(const ScratchFolder& folder) {
+  std::filesystem::create_directories(folder / L"my tools & more");
+  std::filesystem::copy_file(TestChild(), folder / L"my tools & more\\child.exe");
+  const std::wstring path = folder / L"my tools & more\\passes on.cmd";
+  std::ofstream(std::filesystem::path(path)) << "@ECHO off\n\"%~dp0\\child.exe\" args %*\n";
+  return path;
+}
+
+Words ForBatchFiles(Words arguments) {
+  for (auto& argument : arguments) {
+    argument = WithoutLineBreaks(argument);
+    // Wine's cmd.exe expands variables once more where %* stands; Windows' does not. What the
+    // command line itself does with them is the matter of the next test.
+    std::erase(argument, L'%');
+  }
+  return arguments;
+}
+
+TEST(ChildCommandLine, BringsArgumentsThroughABatchFile) {
+  const ScratchFolder folder;
+  const std::wstring script = PassingBatchFile(folder);
+  std::filesystem::create_directories(folder / L"work");
+  std::mt19937 random(3);
+  for (int run = 0; run < kRuns; ++run) {
+    const Words arguments = ForBatchFiles(GeneratedArguments(random, kArgumentsEach));
+    const auto line = ChildCommandLine(script, arguments);
+    ASSERT_TRUE(line);
+    ASSERT_EQ(OutputOf(*line, folder / L"work"), OneALine(arguments)) << Printable(*line);
+  }
+  EXPECT_EQ(FilesIn(folder / L"work"), std::vector<std::string>());
+}
+
+TEST(ChildCommandLine, LetsTheShellExpandNothing) {
+  const ScratchFolder folder;
+  const std::wstring script = L"C:\\script.cmd";
+  std::mt19937 random(4);
+  for (int run = 0; run < kRuns; ++run) {
+    Words arguments = GeneratedArguments(random, kArgumentsEach);
+    for (auto& argument : arguments) argument = WithoutLineBreaks(argument);
+    auto line = ChildCommandLine(script, arguments);
+    ASSERT_TRUE(line);
+    // The same line with a program in the script's place: it prints what cmd.exe made of the words.
+    line->replace(line->find(script), script.size() + 1, TestChild().wstring() + L"\" args");
+    ASSERT_EQ(OutputOf(*line, folder / L"."), OneALine(arguments)) << Printable(*line);
+  }
+  EXPECT_EQ(FilesIn(folder / L"."), std::vector<std::string>());
+}
+
+}  // namespace
+}  // namespace wendra
