@@ -63,7 +63,7 @@ std::wstring ShellCommandLine(const std::string& command) {
 void ExecThread(std::unique_ptr<ExecJob> job) {
   auto result = std::make_unique<ExecResult>(RunCommand(job->directory, job->command));
   result->reqId = std::move(job->reqId);
-  (void)PostOwned(job->replyWindow, kExecDoneMessage, 0, std::move(result));
+  (void)DeliverOwned(job->replyWindow, kExecDoneMessage, 0, std::move(result));
 }
 
 }  // namespace

@@ -11,7 +11,7 @@ struct Pipe {
   KernelHandle write;
 };
 
-// Both ends inheritable. Empty ends where the system refuses: the start then fails, and says so.
+// Both ends inheritable; empty ends where the system refuses.
 Pipe MakeInheritablePipe() {
   SECURITY_ATTRIBUTES inheritable{sizeof(SECURITY_ATTRIBUTES), nullptr, TRUE};
   Pipe pipe;
@@ -39,6 +39,11 @@ Child StartChild(const ChildRequest& request) {
   Pipe input = MakeInheritablePipe();
   Pipe output = MakeInheritablePipe();
   Pipe error = MakeInheritablePipe();
+  Child child;
+  if (!input.read || !output.read || !error.read) {
+    child.start = ChildStart::kNoPipes;
+    return child;
+  }
   KeepFromChildren(input.write);
   KeepFromChildren(output.read);
   KeepFromChildren(error.read);
@@ -51,20 +56,21 @@ Child StartChild(const ChildRequest& request) {
   startup.hStdError = error.write.Get();
 
   std::wstring commandLine = request.commandLine;  // the system writes into it
+  const wchar_t* program = request.program.empty() ? nullptr : request.program.c_str();
   const wchar_t* directory = request.directory.empty() ? nullptr : request.directory.c_str();
   PROCESS_INFORMATION process{};
-  if (!CreateProcessW(nullptr, commandLine.data(), nullptr, nullptr, TRUE, CreationFlags(request),
+  if (!CreateProcessW(program, commandLine.data(), nullptr, nullptr, TRUE, CreationFlags(request),
                       const_cast<wchar_t*>(request.environment), directory, &startup, &process)) {
-    const DWORD reason = GetLastError();
-    input = Pipe();
-    output = Pipe();
-    error = Pipe();
-    SetLastError(reason);  // closing may have changed it
-    return {};
+    child.reason = GetLastError();
+    return child;
   }
   CloseHandle(process.hThread);
-  return {KernelHandle(process.hProcess), std::move(input.write), std::move(output.read),
-          std::move(error.read)};
+  child.start = ChildStart::kStarted;
+  child.process.Reset(process.hProcess);
+  child.input = std::move(input.write);
+  child.output = std::move(output.read);
+  child.error = std::move(error.read);
+  return child;
 }
 
 }  // namespace wendra

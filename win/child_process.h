@@ -9,23 +9,31 @@
 namespace wendra {
 
 struct ChildRequest {
-  std::wstring commandLine;
-  std::wstring directory;  // "" inherits ours
+  std::wstring program = {};  // full path; "" lets the system find it by the command line's first word
+  std::wstring commandLine = {};
+  std::wstring directory = {};  // "" inherits ours
   // A block of UTF-16 "name=value" texts, each with its zero, and one more; null inherits ours.
   const wchar_t* environment = nullptr;
 };
 
-// Our ends. Closing `input` gives the child the end of its input.
-struct Child {
-  KernelHandle process;
-  KernelHandle input;   // we write
-  KernelHandle output;  // we read
-  KernelHandle error;   // we read
+enum class ChildStart {
+  kStarted,
+  kNoPipes,     // the system had no pipe left for its streams
+  kNotCreated,  // the system refused to start it; Child::reason says why
 };
 
-// Without a window. An empty `process` says that it could not be started, GetLastError() why. Any
-// thread: starts wait for one another, so that no child inherits the pipe ends of another, which
-// would keep that one's streams open.
+// Our ends. Closing `input` gives the child the end of its input.
+struct Child {
+  ChildStart start = ChildStart::kNotCreated;
+  KernelHandle process;
+  KernelHandle input;            // we write
+  KernelHandle output;           // we read
+  KernelHandle error;            // we read
+  DWORD reason = ERROR_SUCCESS;  // a system error code, where it was not created
+};
+
+// Without a window. Any thread: starts wait for one another, so that no child inherits the pipe
+// ends of another, which would keep that one's streams open.
 Child StartChild(const ChildRequest& request);
 
 }  // namespace wendra

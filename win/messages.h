@@ -3,6 +3,8 @@
 // | message                  | wParam | lParam                            | sender     | receiver |
 // |--------------------------|--------|-----------------------------------|------------|----------|
 // | kExecDoneMessage         | 0      | owned ExecResult                  | a worker   | bridge   |
+// | kMcpMessage              | server | owned std::string, one JSON text  | a reader   | mcp      |
+// | kMcpClosedMessage        | server | 0                                 | a reader   | mcp      |
 // | kCreateWebViewMessage    | 0      | 0                                 | app        | webview  |
 // | kLogLineMessage          | 0      | owned std::string, one UTF-8 line | any thread | log      |
 // | kPickDirectoryMessage    | 0      | owned PickDirectoryRequest        | bridge     | bridge   |
@@ -17,6 +19,8 @@
 namespace wendra {
 
 inline constexpr UINT kExecDoneMessage = WM_APP + 1;
+inline constexpr UINT kMcpMessage = WM_APP + 2;
+inline constexpr UINT kMcpClosedMessage = WM_APP + 3;
 inline constexpr UINT kCreateWebViewMessage = WM_APP + 4;
 inline constexpr UINT kLogLineMessage = WM_APP + 5;
 inline constexpr UINT kPickDirectoryMessage = WM_APP + 6;

@@ -6,6 +6,8 @@
 //   ansi         writes the Windows-1252 bytes E4 F6 FC to standard output
 //   bytes HEX    writes these bytes to standard output
 //   read         reads standard input to its end and says how many bytes there were
+//   echo         copies standard input to standard output, to its end
+//   env NAME     prints the environment variable, "-" when it is not set, and the current folder
 //   args         prints the remaining arguments, one a line, and stops reading them
 //   hold NAME    starts a copy of itself that keeps our standard streams open until the event NAME
 //                is set, and goes on
@@ -70,6 +72,22 @@ void ReadInput() {
   Write(STD_OUTPUT_HANDLE, "read " + std::to_string(total) + " bytes\n");
 }
 
+void EchoInput() {
+  char buffer[4096];
+  for (DWORD got = 0;
+       ReadFile(GetStdHandle(STD_INPUT_HANDLE), buffer, sizeof(buffer), &got, nullptr) &&
+       got > 0;) {
+    Write(STD_OUTPUT_HANDLE, {buffer, got});
+  }
+}
+
+void PrintEnvironment(const std::string& name) {
+  const wchar_t* value = _wgetenv(Widen(name).c_str());
+  wchar_t folder[MAX_PATH];
+  GetCurrentDirectoryW(MAX_PATH, folder);
+  Write(STD_OUTPUT_HANDLE, (value ? Narrow(value) : "-") + "\n" + Narrow(folder) + "\n");
+}
+
 KernelHandle OpenEventNamed(const std::string& name) {
   return KernelHandle(CreateEventW(nullptr, TRUE, FALSE, Widen(name).c_str()));
 }
@@ -112,6 +130,10 @@ void Do(const std::vector<std::string>& arguments) {
       WriteHex(take());
     } else if (what == "read") {
       ReadInput();
+    } else if (what == "echo") {
+      EchoInput();
+    } else if (what == "env") {
+      PrintEnvironment(take());
     } else if (what == "args") {
       while (next < arguments.size()) Write(STD_OUTPUT_HANDLE, take() + "\n");
     } else if (what == "hold") {

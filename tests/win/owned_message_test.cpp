@@ -1,6 +1,9 @@
 #include "win/owned_message.h"
 
+#include <atomic>
 #include <memory>
+#include <thread>
+#include <vector>
 
 #include <gtest/gtest.h>
 
@@ -45,6 +48,39 @@ TEST(PostOwned, FreesThePayloadWhereNobodyTakesIt) {
   }
   EXPECT_FALSE(PostOwned(gone, kTestMessage, 0, std::make_unique<Payload>(alive)));
   EXPECT_EQ(alive, 0);
+}
+
+TEST(DeliverOwned, WaitsForRoomInAFullQueue) {
+  constexpr int kMoreThanAQueueHolds = 12'000;
+  std::vector<int> taken;
+  const TestWindow window([&](UINT message, WPARAM, LPARAM lparam) {
+    if (message == kTestMessage) taken.push_back(*TakeOwned<int>(lparam));
+  });
+  std::atomic<bool> delivered{true};
+  std::thread worker([&] {
+    for (int i = 0; i < kMoreThanAQueueHolds; ++i) {
+      if (!DeliverOwned(window.Handle(), kTestMessage, 0, std::make_unique<int>(i))) {
+        delivered = false;
+      }
+    }
+  });
+  MSG message;
+  while (taken.size() < kMoreThanAQueueHolds && GetMessageW(&message, nullptr, 0, 0) > 0) {
+    DispatchMessageW(&message);
+  }
+  worker.join();
+  EXPECT_TRUE(delivered);
+  for (int i = 0; i < kMoreThanAQueueHolds; ++i) ASSERT_EQ(taken[static_cast<size_t>(i)], i);
+}
+
+TEST(DeliverOwned, GivesUpWhenTheWindowIsGone) {
+  HWND gone;
+  {
+    const TestWindow window;
+    gone = window.Handle();
+  }
+  EXPECT_FALSE(DeliverOwned(gone, kTestMessage, 0, std::make_unique<int>(1)));
+  EXPECT_FALSE(DeliverOwned(nullptr, kTestMessage, 0, std::make_unique<int>(1)));
 }
 
 }  // namespace
