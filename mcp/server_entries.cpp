@@ -1,0 +1,95 @@
+#include "mcp/server_entries.h"
+
+#include <utility>
+
+#include "config/server_address.h"
+
+namespace wendra {
+namespace {
+
+// The text of a string member; "" for anything else.
+std::string_view Text(const Json& object, std::string_view key) {
+  const Json* member = object.Find(key);
+  return member && member->kind == kJsonString ? member->text : std::string_view();
+}
+
+bool IsDisabled(const Json& entry) {
+  const Json* enabled = entry.Find("enabled");
+  if (!enabled) return false;
+  return (enabled->kind == kJsonBool && !enabled->boolean) ||
+         (enabled->kind == kJsonNumber && enabled->number == 0);
+}
+
+// The string members of an object member.
+NamedValues NamedTexts(const Json& entry, std::string_view key) {
+  NamedValues values;
+  const Json* object = entry.Find(key);
+  if (!object) return values;
+  for (const auto& [name, value] : object->members) {
+    if (value.kind == kJsonString) values.emplace_back(name, value.text);
+  }
+  return values;
+}
+
+// The string elements of an array member.
+std::vector<std::string> Texts(const Json& entry, std::string_view key) {
+  std::vector<std::string> texts;
+  const Json* array = entry.Find(key);
+  if (!array) return texts;
+  for (const Json& item : array->items) {
+    if (item.kind == kJsonString) texts.push_back(item.text);
+  }
+  return texts;
+}
+
+ServerEntry Skipped(const std::string& name, const std::string& reason) {
+  return {"[MCP] server '" + name + "'" + reason, std::nullopt};
+}
+
+ServerEntry RemoteEntry(const std::string& name, const Json& entry) {
+  const std::string url = ParseHttpUrl(Text(entry, "url"));
+  if (url.empty()) return Skipped(name, " has an invalid url — skipped");
+  ServerSettings server;
+  server.name = name;
+  server.kind = TransportKind::kHttp;
+  server.url = url;
+  server.headers = NamedTexts(entry, "headers");
+  return {"[MCP] " + name + " -> " + url + " (http)", std::move(server)};
+}
+
+ServerEntry LocalEntry(const std::string& name, const Json& entry, const CommandResolver& resolve) {
+  const std::string command(Text(entry, "command"));
+  ServerSettings server;
+  server.name = name;
+  server.command = resolve(command);
+  if (server.command.empty()) return Skipped(name, ": command not found: " + command);
+  server.args = Texts(entry, "args");
+  server.env = NamedTexts(entry, "env");
+  std::erase_if(server.env, [](const auto& variable) { return variable.first.empty(); });
+  return {"", std::move(server)};  // its start is logged by whoever starts it
+}
+
+ServerEntry ReadEntry(const std::string& name, const Json& entry, const CommandResolver& resolve) {
+  if (entry.kind != kJsonObject) return {};
+  if (IsDisabled(entry)) return Skipped(name, " is disabled — skipped");
+  if (!Text(entry, "url").empty()) return RemoteEntry(name, entry);
+  if (!Text(entry, "command").empty()) return LocalEntry(name, entry, resolve);
+  return Skipped(name, " has no command or url — skipped");
+}
+
+}  // namespace
+
+const Json* FindConfiguredServers(const Json& config) {
+  const Json* servers = config.Find("mcpServers");
+  return servers && !servers->members.empty() ? servers : nullptr;
+}
+
+std::vector<ServerEntry> ReadServerEntries(const Json& mcpServers, const CommandResolver& resolve) {
+  std::vector<ServerEntry> entries;
+  for (const auto& [name, entry] : mcpServers.members) {
+    entries.push_back(ReadEntry(name, entry, resolve));
+  }
+  return entries;
+}
+
+}  // namespace wendra
