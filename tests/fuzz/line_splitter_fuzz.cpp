@@ -1,0 +1,53 @@
+// Any bytes, cut anywhere: the lines are those of the whole.
+#include <cstdint>
+#include <cstdlib>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "mcp/line_splitter.h"
+
+namespace {
+
+using Lines = std::vector<std::string>;
+
+// By the definition: pieces between line feeds that are neither empty nor too long.
+Lines Expected(std::string_view text, size_t maxBytes) {
+  Lines lines;
+  for (bool isLast = false; !isLast;) {
+    const size_t end = text.find('\n');
+    isLast = end == text.npos;
+    const std::string_view line = text.substr(0, end);
+    if (!line.empty() && line.size() <= maxBytes) lines.emplace_back(line);
+    if (!isLast) text.remove_prefix(end + 1);
+  }
+  return lines;
+}
+
+// Cuts as long as `cuts` says, byte by byte and over again.
+Lines Split(std::string_view text, size_t maxBytes, std::string_view cuts) {
+  wendra::LineSplitter splitter(maxBytes);
+  Lines lines;
+  for (size_t i = 0; !text.empty(); ++i) {
+    const auto chunk = text.substr(0, static_cast<std::uint8_t>(cuts[i % cuts.size()]) % 64 + 1u);
+    text.remove_prefix(chunk.size());
+    for (auto& line : splitter.Feed(chunk)) lines.push_back(std::move(line));
+  }
+  if (std::string last = splitter.Finish(); !last.empty()) lines.push_back(std::move(last));
+  return lines;
+}
+
+}  // namespace
+
+// The first byte is the limit, the next four say how to cut the rest.
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+  if (size < 5) return 0;
+  const std::string_view input(reinterpret_cast<const char*>(data), size);
+  const size_t maxBytes = data[0];
+  const std::string_view text = input.substr(5);
+  const Lines expected = Expected(text, maxBytes);
+  for (const std::string_view cuts : {input.substr(1, 4), std::string_view("\0", 1)}) {
+    if (Split(text, maxBytes, cuts) != expected) std::abort();
+  }
+  return 0;
+}
