@@ -54,7 +54,9 @@ std::wstring BuildChildEnvironment(std::wstring_view hostBlock,
     if (!plainName.empty()) variables[UpperAscii(plainName)] = UntilZero(value);
   }
   std::wstring block;
-  for (const auto& [name, value] : variables) block += name + L'=' + value + L'\0';
+  for (const auto& [name, value] : variables) {
+    block.append(name).append(1, L'=').append(value).append(1, L'\0');
+  }
   return block + L'\0';
 }
 

@@ -7,8 +7,8 @@
 #include <gtest/gtest.h>
 
 #include "tests/support/generated_arguments.h"
+#include "tests/support/run_child_win.h"
 #include "tests/support/scratch_folder_win.h"
-#include "win/child_process.h"
 #include "win/wide.h"
 
 #include <windows.h>
@@ -23,12 +23,6 @@ using Words = std::vector<std::wstring>;
 constexpr int kRuns = 40;
 constexpr int kArgumentsEach = 50;
 
-std::filesystem::path TestChild() {  // lies one folder above the tests
-  wchar_t self[MAX_PATH];
-  GetModuleFileNameW(nullptr, self, MAX_PATH);
-  return std::filesystem::path(self).parent_path().parent_path() / L"test_child.exe";
-}
-
 Words Split(const std::wstring& line) {
   int count = 0;
   wchar_t** words = CommandLineToArgvW(line.c_str(), &count);
@@ -38,17 +32,7 @@ Words Split(const std::wstring& line) {
 }
 
 std::string OutputOf(const std::wstring& line, const std::wstring& folder) {
-  Child child = StartChild({.commandLine = line, .directory = folder});
-  EXPECT_TRUE(child.process) << Narrow(line);
-  child.input.Reset();
-  std::string output;
-  char buffer[4096];
-  for (DWORD got = 0;
-       ReadFile(child.output.Get(), buffer, sizeof(buffer), &got, nullptr) && got > 0;) {
-    output.append(buffer, got);
-  }
-  WaitForSingleObject(child.process.Get(), INFINITE);
-  return output;
+  return RunToEnd({.commandLine = line, .directory = folder}).output;
 }
 
 std::string OneALine(const Words& words) {
@@ -90,7 +74,7 @@ TEST(ChildCommandLine, BringsArgumentsToAProgram) {
     const Words arguments = GeneratedArguments(random, kArgumentsEach);
     Words words = arguments;
     words.insert(words.begin(), L"args");
-    const auto line = ChildCommandLine(TestChild().wstring(), words);
+    const auto line = ChildCommandLine(BuiltProgram(L"test_child.exe"), words);
     ASSERT_EQ(OutputOf(*line, folder / L"."), OneALine(arguments)) << Printable(*line);
   }
   EXPECT_EQ(FilesIn(folder / L"."), std::vector<std::string>());
@@ -99,7 +83,8 @@ TEST(ChildCommandLine, BringsArgumentsToAProgram) {
 // A batch file as package managers write them: it passes on what it gets.
 std::wstring PassingBatchFile(const ScratchFolder& folder) {
   std::filesystem::create_directories(folder / L"my tools & more");
-  std::filesystem::copy_file(TestChild(), folder / L"my tools & more\\child.exe");
+  std::filesystem::copy_file(BuiltProgram(L"test_child.exe"),
+                             folder / L"my tools & more\\child.exe");
   const std::wstring path = folder / L"my tools & more\\passes on.cmd";
   std::ofstream(std::filesystem::path(path)) << "@ECHO off\n\"%~dp0\\child.exe\" args %*\n";
   return path;
@@ -139,7 +124,8 @@ TEST(ChildCommandLine, LetsTheShellExpandNothing) {
     auto line = ChildCommandLine(script, arguments);
     ASSERT_TRUE(line);
     // The same line with a program in the script's place: it prints what cmd.exe made of the words.
-    line->replace(line->find(script), script.size() + 1, TestChild().wstring() + L"\" args");
+    line->replace(line->find(script), script.size() + 1,
+                  BuiltProgram(L"test_child.exe") + L"\" args");
     ASSERT_EQ(OutputOf(*line, folder / L"."), OneALine(arguments)) << Printable(*line);
   }
   EXPECT_EQ(FilesIn(folder / L"."), std::vector<std::string>());

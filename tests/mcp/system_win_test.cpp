@@ -7,8 +7,8 @@
 
 #include <gtest/gtest.h>
 
+#include "tests/support/run_child_win.h"
 #include "tests/support/scratch_folder_win.h"
-#include "win/child_process.h"
 #include "win/wide.h"
 
 #include <windows.h>
@@ -136,15 +136,8 @@ TEST(ChildEnvironmentBlock, HoldsTheHostsVariablesAndTheServers) {
 TEST(ChildEnvironmentBlock, ReachesTheChild) {
   const ScopedVariable searchPath(L"PATH", L"C:\\windows\\system32");
   const std::wstring block = ChildEnvironmentBlock({{"wendra_a", "1"}, {"WENDRA_B", "x & y = z"}});
-  Child child = StartChild({.commandLine = L"cmd.exe /d /c set", .environment = block.c_str()});
-  ASSERT_TRUE(child.process);
-  child.input.Reset();
-  std::string output;
-  char buffer[4096];
-  for (DWORD got = 0;
-       ReadFile(child.output.Get(), buffer, sizeof(buffer), &got, nullptr) && got > 0;) {
-    output.append(buffer, got);
-  }
+  const std::string output =
+      RunToEnd({.commandLine = L"cmd.exe /d /c set", .environment = block.c_str()}).output;
   EXPECT_NE(output.find("\r\nWENDRA_A=1\r\n"), output.npos) << output;
   EXPECT_NE(output.find("\r\nWENDRA_B=x & y = z\r\n"), output.npos) << output;
   EXPECT_NE(output.find("C:\\Program Files\\nodejs;"), output.npos) << output;
