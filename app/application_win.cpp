@@ -1,5 +1,6 @@
 #include "app/application_win.h"
 
+#include <span>
 #include <utility>
 
 #include "bridge/exec_win.h"
@@ -8,6 +9,8 @@
 #include "bridge/platform.h"
 #include "bridge/project_dirs.h"
 #include "config/server_address.h"
+#include "mcp/config_actions_win.h"
+#include "mcp/tool_actions.h"
 #include "win/messages.h"
 
 namespace wendra {
@@ -15,6 +18,7 @@ namespace wendra {
 Application::Application(HINSTANCE instance, std::string server, WindowLog& log, ConfigFile& config)
     : server_(std::move(server)),
       log_(log),
+      config_(config),
       page_(server_,
             {.onMessage = [this](const std::optional<std::string>& source,
                                  std::string_view json) { OnPageMessage(source, json); },
@@ -23,12 +27,14 @@ Application::Application(HINSTANCE instance, std::string server, WindowLog& log,
                  [this](std::string_view address) { return IsTrustedPage(address, server_); }},
             log),
       replies_(page_),
+      mcp_(config, log),
       bridge_(MakeActions(), replies_, log),
-      window_(instance, log, config, page_, replies_) {}
+      window_(instance, log, mcp_, page_, replies_) {}
 
 // The order is the order in which names are compared.
 ActionTable Application::MakeActions() {
   const auto window = [this] { return window_.Handle(); };
+  const auto servers = [this] { return std::span(mcp_.Registry().Servers()); };
   return {
       PickDirectoryAction(replies_, window),
       PlatformAction(replies_),
@@ -38,6 +44,10 @@ ActionTable Application::MakeActions() {
       ReadFileBase64Action(replies_),
       WriteFileAction(replies_),
       ExecAction(replies_, window),
+      McpServersAction(replies_, servers, mcp_.Session()),
+      McpReadConfigAction(replies_, config_),
+      McpWriteConfigAction(replies_, config_, log_, [this] { mcp_.LoadMcpServers(); }),
+      McpCallAction(replies_, servers, mcp_.Session()),
   };
 }
 

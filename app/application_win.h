@@ -10,6 +10,7 @@
 #include "bridge/bridge.h"
 #include "bridge/replies.h"
 #include "config/config_file_win.h"
+#include "mcp/mcp_client_win.h"
 #include "webview/page_host_win.h"
 
 #include <windows.h>
@@ -31,8 +32,10 @@ class Application {
 
   const std::string server_;
   WindowLog& log_;
+  ConfigFile& config_;
   PageHost page_;
   Replies replies_;
+  McpClient mcp_;
   Bridge bridge_;
   MainWindow window_;
 };

@@ -53,7 +53,8 @@ int WINAPI wWinMain(HINSTANCE instance, HINSTANCE, PWSTR, int) {
   InitializeCommonControls();
   (void)SetCurrentProcessExplicitAppUserModelID(wendra::kApplicationId);
 
-  wendra::WindowLog log;
+  // Never freed: reading threads may log until the process ends.
+  auto& log = *new wendra::WindowLog;
   wendra::ConfigFile config(wendra::ConfigFilePath(), log);
   wendra::CancelledPrompt prompt;
   wendra::ServerChoice choice(FirstArgument(), config, prompt, log);

@@ -3,11 +3,12 @@
 #include <iterator>
 #include <memory>
 #include <string>
+#include <utility>
 
 #include "app/layout.h"
 #include "bridge/exec_win.h"
 #include "bridge/pick_directory_win.h"
-#include "config/json_object.h"
+#include "mcp/server.h"
 #include "win/messages.h"
 #include "win/owned_message.h"
 
@@ -47,14 +48,13 @@ RECT ToRect(const Box& box) { return {box.left, box.top, box.right, box.bottom};
 
 }  // namespace
 
-MainWindow::MainWindow(HINSTANCE instance, WindowLog& log, ConfigFile& config, PageHost& page,
+MainWindow::MainWindow(HINSTANCE instance, WindowLog& log, McpClient& mcp, PageHost& page,
                        Replies& replies)
-    : instance_(instance), log_(log), config_(config), page_(page), replies_(replies) {
+    : instance_(instance), log_(log), mcp_(mcp), page_(page), replies_(replies) {
   RegisterWindowClass(instance, &MainWindow::WindowProcedure);
   CreateWindowExW(0, kWindowClass, L"Wendra", WS_OVERLAPPEDWINDOW, CW_USEDEFAULT, CW_USEDEFAULT,
                   kWidthPx, kHeightPx, nullptr, nullptr, instance, this);
   isCreated_ = window_ != nullptr;
-  log_.SetWindow(window_);
 }
 
 MainWindow::~MainWindow() {
@@ -105,8 +105,7 @@ void MainWindow::OnMessage(UINT message, WPARAM wparam, LPARAM lparam) {
     case WM_COMMAND:
       return OnCommand(LOWORD(wparam));
     case WM_TIMER:
-      if (wparam == kConfigWatchTimer) OnConfigWatch();
-      return;
+      return OnTimer(wparam);
     case WM_DPICHANGED:
       return OnDpiChanged(*reinterpret_cast<const RECT*>(lparam));
     case kCreateWebViewMessage:
@@ -119,6 +118,12 @@ void MainWindow::OnMessage(UINT message, WPARAM wparam, LPARAM lparam) {
       const auto result = TakeOwned<ExecResult>(lparam);
       return ReplyExec(*result, replies_);
     }
+    case kMcpMessage: {
+      auto text = TakeOwned<std::string>(lparam);
+      return mcp_.OnMessage(*reinterpret_cast<McpServer*>(wparam), std::move(text));
+    }
+    case kMcpClosedMessage:
+      return mcp_.OnClosed(*reinterpret_cast<McpServer*>(wparam));
     case kPickDirectoryMessage: {
       const auto request = TakeOwned<PickDirectoryRequest>(lparam);
       return AnswerPickDirectory(*request, window_, replies_);
@@ -129,8 +134,8 @@ void MainWindow::OnMessage(UINT message, WPARAM wparam, LPARAM lparam) {
 }
 
 void MainWindow::OnCreate() {
-  config_.EnsureDefaultConfig();
-  configWatch_.emplace(config_.Path());
+  log_.SetWindow(window_);
+  mcp_.Start(window_);
   panel_.emplace(window_, instance_, log_.Text());
   log_.SetPanel(&*panel_);
   if (const HICON icon = LoadProgramIcon(instance_)) {
@@ -141,6 +146,7 @@ void MainWindow::OnCreate() {
 }
 
 void MainWindow::OnDestroy() {
+  mcp_.Stop();
   log_.SetWindow(nullptr);
   page_.Close();  // while its parent still exists
   log_.SetPanel(nullptr);
@@ -183,9 +189,9 @@ void MainWindow::OnDpiChanged(const RECT& suggested) {
   LayOut();
 }
 
-void MainWindow::OnConfigWatch() {
-  if (!configWatch_->HasChanged()) return;
-  if (ParseJsonObject(config_.ReadConfigText())) page_.Run(kConfigChangedScript);
+void MainWindow::OnTimer(UINT_PTR timer) {
+  if (timer != kConfigWatchTimer) return mcp_.OnTimer(timer);
+  if (mcp_.CheckMcpConfigChanged()) page_.Run(kConfigChangedScript);
 }
 
 }  // namespace wendra

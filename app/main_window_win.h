@@ -6,8 +6,7 @@
 #include "app/log_panel_win.h"
 #include "app/window_log_win.h"
 #include "bridge/replies.h"
-#include "config/config_file_win.h"
-#include "config/config_watch_win.h"
+#include "mcp/mcp_client_win.h"
 #include "webview/page_host_win.h"
 
 #include <windows.h>
@@ -18,8 +17,7 @@ namespace wendra {
 class MainWindow {
  public:
   // Makes the window, still hidden; Handle() is null if that failed. Borrows everything.
-  MainWindow(HINSTANCE instance, WindowLog& log, ConfigFile& config, PageHost& page,
-             Replies& replies);
+  MainWindow(HINSTANCE instance, WindowLog& log, McpClient& mcp, PageHost& page, Replies& replies);
   ~MainWindow();
   MainWindow(const MainWindow&) = delete;
   MainWindow& operator=(const MainWindow&) = delete;
@@ -39,20 +37,19 @@ class MainWindow {
   void OnCreate();
   void OnDestroy();
   void OnCommand(WORD command);
-  void OnConfigWatch();
+  void OnTimer(UINT_PTR timer);
   void OnGetMinMaxInfo(MINMAXINFO& info) const;
   void OnDpiChanged(const RECT& suggested);
   void ToggleLogPanel();
 
   const HINSTANCE instance_;
   WindowLog& log_;
-  ConfigFile& config_;
+  McpClient& mcp_;
   PageHost& page_;
   Replies& replies_;
-  HWND window_ = nullptr;                   // from WM_NCCREATE to WM_NCDESTROY
-  bool isCreated_ = false;                  // the window has been made: its DPI can be asked for
-  std::optional<LogPanel> panel_;           // from WM_CREATE to WM_DESTROY
-  std::optional<ConfigWatch> configWatch_;  // from WM_CREATE on
+  HWND window_ = nullptr;          // from WM_NCCREATE to WM_NCDESTROY
+  bool isCreated_ = false;         // the window has been made: its DPI can be asked for
+  std::optional<LogPanel> panel_;  // from WM_CREATE to WM_DESTROY
 };
 
 }  // namespace wendra

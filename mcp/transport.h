@@ -13,9 +13,9 @@ struct OutgoingMessage {
   std::string text;  // compact JSON without a line end
   // The id of our request; "" for a notification and for an answer to the server's request.
   std::string requestId;
-  // Called on the UI thread when the transport has done what it can for the order of messages: what
-  // is sent from here on reaches the server later than this message. At once for a transport that
-  // keeps order by itself. Dropped uncalled when the server is stopped first. May be empty.
+  // Called once, on the UI thread, when the transport has done what it can for the order of
+  // messages: what is sent from here on reaches the server later than this message. At once for a
+  // transport that keeps order by itself; also when sending failed and after a stop. May be empty.
   std::function<void()> onSent;
 };
 

@@ -1,0 +1,51 @@
+#include "mcp/mcp_client_win.h"
+
+#include "config/json_object.h"
+
+namespace wendra {
+
+McpClient::McpClient(ConfigFile& config, Log& log)
+    : config_(config), log_(log), registry_(config, log), session_(timers_, log) {}
+
+void McpClient::Start(HWND window) {
+  window_ = window;
+  timers_.window = window;
+  LoadMcpServers();
+  watch_.emplace(config_.Path());
+}
+
+void McpClient::Stop() {
+  session_.KillTimers();
+  registry_.StopMcpServers();
+}
+
+bool McpClient::CheckMcpConfigChanged() {
+  if (!watch_ || !watch_->HasChanged()) return false;
+  if (!ParseJsonObject(config_.ReadConfigText())) {
+    log_.Line("[MCP] config.json changed but is not valid JSON - keeping current servers");
+    return false;
+  }
+  log_.Line("[MCP] config.json changed on disk - reloading servers");
+  LoadMcpServers();
+  return true;
+}
+
+void McpClient::OnMessage(McpServer& server, std::unique_ptr<std::string> text) {
+  if (server.running) session_.HandleMcpText(server, *text);
+}
+
+void McpClient::OnClosed(McpServer& server) {
+  if (!server.running) return;  // stopped on purpose
+  server.running = false;
+  server.exited = true;
+  log_.Line("[MCP " + server.name + "] subprocess exited / closed stdout");
+  session_.FailMcpPending(server, "MCP server '" + server.name + "' exited unexpectedly");
+}
+
+void McpClient::WindowTimers::Start(std::uint64_t id, std::uint32_t periodMs) {
+  (void)SetTimer(window, id, periodMs, nullptr);
+}
+
+void McpClient::WindowTimers::Kill(std::uint64_t id) { (void)KillTimer(window, id); }
+
+}  // namespace wendra

@@ -1,0 +1,48 @@
+// Writes messages to a child's standard input without making the sender wait for the child.
+#pragma once
+
+#include <condition_variable>
+#include <deque>
+#include <memory>
+#include <mutex>
+#include <string>
+
+#include "win/unique.h"
+
+namespace wendra {
+
+// A thread of its own with a queue: the pipe holds 4 KiB, and a child that does not read must not
+// stop the window. UI thread only.
+class MessageWriter {
+ public:
+  // Takes the write end of the pipe.
+  explicit MessageWriter(KernelHandle pipe);
+  ~MessageWriter() { Stop(); }
+  MessageWriter(const MessageWriter&) = delete;
+  MessageWriter& operator=(const MessageWriter&) = delete;
+
+  // One write of all of `bytes`, in order of the calls. What the pipe does not take is lost: the
+  // end of the child's output tells why.
+  void Write(std::string bytes);
+
+  // Closes the pipe; what waits is dropped. A write that is blocked is cancelled and its thread
+  // closes the pipe. Does not wait. A second call does nothing.
+  void Stop();
+
+ private:
+  struct Queue {
+    std::mutex mutex;
+    std::condition_variable changed;
+    std::deque<std::string> waiting;
+    bool isWriting = false;
+    bool isStopped = false;
+    KernelHandle pipe;  // closed by whoever sees first that it is stopped and nobody writes
+  };
+  using Job = std::shared_ptr<Queue>;
+
+  static void Run(std::unique_ptr<Job> job);
+
+  const Job queue_;
+};
+
+}  // namespace wendra

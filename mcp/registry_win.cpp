@@ -1,0 +1,67 @@
+#include "mcp/registry_win.h"
+
+#include <string>
+#include <utility>
+
+#include "config/json_object.h"
+#include "mcp/server_entries.h"
+#include "mcp/stdio_transport_win.h"
+#include "mcp/system_win.h"
+
+namespace wendra {
+namespace {
+
+std::unique_ptr<McpServer> MakeRecord(ServerSettings settings) {
+  auto server = std::make_unique<McpServer>();
+  server->name = std::move(settings.name);
+  server->kind = settings.kind;
+  server->command = std::move(settings.command);
+  server->url = std::move(settings.url);
+  server->args = std::move(settings.args);
+  server->env = std::move(settings.env);
+  server->headers = std::move(settings.headers);
+  return server;
+}
+
+}  // namespace
+
+McpRegistry::~McpRegistry() {
+  // Threads that have not yet noticed the stop go on using their record until the process ends.
+  for (auto& record : records_) (void)record.release();
+}
+
+void McpRegistry::LoadMcpServers(HWND window) {
+  StopMcpServers();
+  servers_.clear();
+  config_.EnsureDefaultConfig();
+  const std::string text = config_.ReadConfigText();
+  if (text.empty()) return log_.Line("[MCP] could not read config.json — skipping client MCP");
+  const auto config = ParseJsonObject(text);
+  if (!config) return log_.Line("[MCP] config.json is not a JSON object — skipping client MCP");
+  const Json* configured = FindConfiguredServers(*config);
+  if (!configured) return log_.Line("[MCP] no mcpServers configured");
+
+  for (ServerEntry& entry : ReadServerEntries(*configured, &ResolveCommandOnSystem)) {
+    if (!entry.logLine.empty()) log_.Line(entry.logLine);
+    if (entry.server) Add(MakeRecord(std::move(*entry.server)), window);
+  }
+  log_.Line("[MCP] loaded " + std::to_string(servers_.size()) + " server(s)");
+}
+
+void McpRegistry::Add(std::unique_ptr<McpServer> record, HWND window) {
+  McpServer& server = *records_.emplace_back(std::move(record));
+  servers_.push_back(&server);
+  if (server.kind == TransportKind::kStdio) StartStdioServer(server, window, log_);
+}
+
+void McpRegistry::StopMcpServers() {
+  for (McpServer* server : servers_) StopMcpServer(*server);
+}
+
+// A server whose output has ended by itself is not running any more, but may still live.
+void McpRegistry::StopMcpServer(McpServer& server) {
+  server.running = false;
+  if (server.transport) server.transport->Stop();
+}
+
+}  // namespace wendra

@@ -1,0 +1,45 @@
+// The MCP servers that config.json lists: reads it, starts them, stops them.
+#pragma once
+
+#include <memory>
+#include <vector>
+
+#include "base/log.h"
+#include "config/config_file_win.h"
+#include "mcp/server.h"
+
+#include <windows.h>
+
+namespace wendra {
+
+// UI thread only. Each outcome is a log line.
+class McpRegistry {
+ public:
+  // Borrows both.
+  McpRegistry(ConfigFile& config, Log& log) : config_(config), log_(log) {}
+  ~McpRegistry();
+  McpRegistry(const McpRegistry&) = delete;
+  McpRegistry& operator=(const McpRegistry&) = delete;
+
+  // Stops what runs and starts what config.json lists now. `window` gets the servers' messages.
+  void LoadMcpServers(HWND window);
+
+  // In the order of the list; the list stays.
+  void StopMcpServers();
+
+  // In the order of config.json; also those that could not be started.
+  const std::vector<McpServer*>& Servers() const { return servers_; }
+
+ private:
+  void StopMcpServer(McpServer& server);
+  void Add(std::unique_ptr<McpServer> record, HWND window);
+
+  ConfigFile& config_;
+  Log& log_;
+  std::vector<McpServer*> servers_;
+  // Every record since the start of the program: posted messages and waiting requests may name one
+  // that is stopped.
+  std::vector<std::unique_ptr<McpServer>> records_;
+};
+
+}  // namespace wendra

@@ -1,0 +1,95 @@
+#include "mcp/server_process_win.h"
+
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "mcp/command_line.h"
+#include "mcp/system_win.h"
+#include "win/child_process.h"
+#include "win/environment.h"
+#include "win/wide.h"
+
+namespace wendra {
+namespace {
+
+std::vector<std::wstring> WideArguments(const McpServer& server) {
+  std::vector<std::wstring> wide;
+  wide.reserve(server.args.size());
+  for (const std::string& argument : server.args) wide.push_back(Widen(argument));
+  return wide;
+}
+
+// A job whose processes end with its last handle; empty where the system has none to give.
+KernelHandle MakeKillingJob() {
+  KernelHandle job(CreateJobObjectW(nullptr, nullptr));
+  JOBOBJECT_EXTENDED_LIMIT_INFORMATION limits{};
+  limits.BasicLimitInformation.LimitFlags = JOB_OBJECT_LIMIT_KILL_ON_JOB_CLOSE;
+  (void)SetInformationJobObject(job.Get(), JobObjectExtendedLimitInformation, &limits,
+                                sizeof(limits));
+  return job;
+}
+
+struct Launch {
+  Child child;
+  std::wstring commandLine;  // "" when an argument was refused
+};
+
+Launch LaunchProgram(const std::wstring& program, const std::vector<std::wstring>& arguments,
+                     const std::wstring& environment) {
+  Launch launch;
+  auto commandLine = ChildCommandLine(program, arguments);
+  if (!commandLine) return launch;
+  launch.commandLine = std::move(*commandLine);
+  launch.child = StartChild({
+      // cmd.exe, which runs batch files, is found by the system.
+      .program = IsBatchScript(program) ? std::wstring() : program,
+      .commandLine = launch.commandLine,
+      .directory = EnvironmentText(L"USERPROFILE"),
+      .environment = environment.c_str(),
+  });
+  return launch;
+}
+
+}  // namespace
+
+std::optional<ServerProcess> StartServerProcess(McpServer& server, Log& log) {
+  const std::string tag = "[MCP " + server.name + "] ";
+  const std::vector<std::wstring> arguments = WideArguments(server);
+  const std::wstring environment = ChildEnvironmentBlock(server.env);
+  Launch launch = LaunchProgram(Widen(server.command), arguments, environment);
+  if (launch.child.reason == ERROR_BAD_EXE_FORMAT) {
+    const std::wstring program =
+        FindWithExtension(Widen(server.command), SystemEnvironment(), SystemFiles());
+    if (!program.empty()) {
+      server.command = Narrow(program);
+      launch = LaunchProgram(program, arguments, environment);
+    }
+  }
+
+  if (launch.commandLine.empty()) {
+    log.Line(tag +
+             "launch failed: a batch file takes no argument with a line break: " + server.command);
+    return std::nullopt;
+  }
+  if (launch.child.start == ChildStart::kNoPipes) {
+    log.Line(tag + "failed to create pipes");
+    return std::nullopt;
+  }
+  if (launch.child.start != ChildStart::kStarted) {
+    log.Line(tag + "launch failed: " + Narrow(launch.commandLine));
+    return std::nullopt;
+  }
+
+  ServerProcess process;
+  process.job = MakeKillingJob();
+  // At once, before the child can start others. A refusal leaves only this process to be ended.
+  (void)AssignProcessToJobObject(process.job.Get(), launch.child.process.Get());
+  process.process = std::move(launch.child.process);
+  process.input = std::move(launch.child.input);
+  process.output = std::move(launch.child.output);
+  process.error = std::move(launch.child.error);
+  return process;
+}
+
+}  // namespace wendra

@@ -1,0 +1,116 @@
+#include "mcp/stdio_transport_win.h"
+
+#include <string>
+#include <utility>
+
+#include "mcp/error_text.h"
+#include "mcp/line_splitter.h"
+#include "win/messages.h"
+#include "win/owned_message.h"
+#include "win/thread.h"
+
+namespace wendra {
+namespace {
+
+constexpr size_t kOutputReadBytes = 4096;
+constexpr size_t kErrorReadBytes = 2048;
+constexpr size_t kMaxUnfinishedLineBytes = 1'048'576;  // a longer message is lost, not buffered
+
+}  // namespace
+
+struct StdioTransport::OutputJob {
+  std::shared_ptr<PipeEnd> end;
+  WPARAM server;  // only named in messages, never looked into
+  HWND window;
+};
+
+struct StdioTransport::ErrorJob {
+  std::shared_ptr<PipeEnd> end;
+  std::string server;
+  Log& log;
+};
+
+StdioTransport::StdioTransport(const McpServer& server, ServerProcess process, HWND window,
+                               Log& log)
+    : job_(std::move(process.job)),
+      process_(std::move(process.process)),
+      writer_(std::move(process.input)),
+      output_(std::make_shared<PipeEnd>()),
+      error_(std::make_shared<PipeEnd>()) {
+  output_->pipe = std::move(process.output);
+  error_->pipe = std::move(process.error);
+  auto outputJob =
+      std::unique_ptr<OutputJob>(new OutputJob{output_, reinterpret_cast<WPARAM>(&server), window});
+  auto errorJob = std::unique_ptr<ErrorJob>(new ErrorJob{error_, server.name, log});
+  // Without a thread the server does not answer, and each request says so after its time.
+  (void)StartThread<ReadOutput>(outputJob);
+  (void)StartThread<ReadError>(errorJob);
+}
+
+void StdioTransport::Send(OutgoingMessage message) {
+  message.text += '\n';
+  writer_.Write(std::move(message.text));
+  if (message.onSent) message.onSent();  // the queue keeps the order
+}
+
+void StdioTransport::Stop() {
+  writer_.Stop();
+  if (process_) {
+    (void)TerminateProcess(process_.Get(), 0);
+    process_.Reset();
+  }
+  StopReading(output_);
+  StopReading(error_);
+  job_.Reset();
+}
+
+// A thread that is just about to read finds the pipe broken: whoever held its other end is gone.
+void StdioTransport::StopReading(std::shared_ptr<PipeEnd>& end) {
+  if (!end) return;
+  end->isStopped = true;
+  (void)CancelIoEx(end->pipe.Get(), nullptr);
+  end.reset();
+}
+
+// 0 at the end of the stream and after a stop.
+size_t StdioTransport::ReadSome(PipeEnd& end, char* buffer, size_t bytes) {
+  DWORD got = 0;
+  if (end.isStopped) return 0;
+  if (!ReadFile(end.pipe.Get(), buffer, static_cast<DWORD>(bytes), &got, nullptr)) return 0;
+  return got;
+}
+
+void StdioTransport::ReadOutput(std::unique_ptr<OutputJob> job) {
+  const auto post = [&](std::string line) {
+    (void)DeliverOwned(job->window, kMcpMessage, job->server,
+                       std::make_unique<std::string>(std::move(line)));
+  };
+  LineSplitter splitter(kMaxUnfinishedLineBytes);
+  char buffer[kOutputReadBytes];
+  while (const size_t bytes = ReadSome(*job->end, buffer, sizeof(buffer))) {
+    for (std::string& line : splitter.Feed({buffer, bytes})) post(std::move(line));
+  }
+  if (std::string rest = splitter.Finish(); !rest.empty()) post(std::move(rest));
+  (void)Deliver(job->window, kMcpClosedMessage, job->server);
+}
+
+void StdioTransport::ReadError(std::unique_ptr<ErrorJob> job) {
+  ErrorText collected;
+  char buffer[kErrorReadBytes];
+  while (const size_t bytes = ReadSome(*job->end, buffer, sizeof(buffer))) {
+    collected.Add({buffer, bytes});
+  }
+  const std::string text = collected.Take();
+  if (text.empty()) return;
+  job->log.LineFromAnyThread("[MCP " + job->server + "] stderr: " + text);
+}
+
+void StartStdioServer(McpServer& server, HWND window, Log& log) {
+  auto process = StartServerProcess(server, log);
+  if (!process) return;
+  server.transport = std::make_unique<StdioTransport>(server, std::move(*process), window, log);
+  server.running = true;
+  log.Line("[MCP " + server.name + "] started " + server.command);
+}
+
+}  // namespace wendra

@@ -1,0 +1,211 @@
+#include "mcp/stdio_transport_win.h"
+
+#include <condition_variable>
+#include <filesystem>
+#include <mutex>
+#include <string>
+#include <vector>
+
+#include <gtest/gtest.h>
+
+#include "tests/support/scratch_folder_win.h"
+#include "tests/support/test_window_win.h"
+#include "win/messages.h"
+#include "win/owned_message.h"
+#include "win/wide.h"
+
+namespace wendra {
+namespace {
+
+// test_child.exe lies one folder above the tests.
+std::string TestChild() {
+  wchar_t self[MAX_PATH];
+  GetModuleFileNameW(nullptr, self, MAX_PATH);
+  const auto folder = std::filesystem::path(self).parent_path().parent_path();
+  return Narrow((folder / L"test_child.exe").wstring());
+}
+
+// A log whose lines come from several threads.
+class SharedLog : public Log {
+ public:
+  void Line(std::string_view line) override { Add(line); }
+  void LineFromAnyThread(std::string_view line) override { Add(line); }
+
+  std::vector<std::string> WaitForLines(size_t count) {
+    std::unique_lock<std::mutex> lock(mutex_);
+    added_.wait(lock, [&] { return lines_.size() >= count; });
+    return lines_;
+  }
+
+ private:
+  void Add(std::string_view line) {
+    const std::lock_guard<std::mutex> lock(mutex_);
+    lines_.emplace_back(line);
+    added_.notify_all();
+  }
+
+  std::mutex mutex_;
+  std::condition_variable added_;
+  std::vector<std::string> lines_;
+};
+
+// One server and the window that its messages go to.
+class StdioServer : public testing::Test {
+ protected:
+  StdioServer()
+      : window_([this](UINT message, WPARAM wparam, LPARAM lparam) {
+          if (message == kMcpMessage) {
+            received_.push_back(*TakeOwned<std::string>(lparam));
+            EXPECT_EQ(wparam, reinterpret_cast<WPARAM>(&server_));
+          }
+          if (message == kMcpClosedMessage) ++closed_;
+        }) {
+    server_.name = "test";
+    server_.command = TestChild();
+  }
+
+  void Start(std::vector<std::string> args) {
+    server_.args = std::move(args);
+    StartStdioServer(server_, window_.Handle(), log_);
+  }
+
+  void WaitUntil(const std::function<bool()>& isDone) {
+    MSG message;
+    while (!isDone() && GetMessageW(&message, nullptr, 0, 0) > 0) DispatchMessageW(&message);
+  }
+  void WaitForEnd() {
+    WaitUntil([this] { return closed_ > 0; });
+  }
+
+  McpServer server_;
+  SharedLog log_;
+  std::vector<std::string> received_;
+  int closed_ = 0;
+  const TestWindow window_;
+};
+
+using Lines = std::vector<std::string>;
+
+TEST_F(StdioServer, SendsEachLineAndThenTheEnd) {
+  const struct {
+    const char* why;
+    const char* hex;
+    Lines want;
+  } cases[] = {
+      {"two in one write", "610a620a", {"a", "b"}},
+      {"blank lines vanish", "0a0a780a", {"x"}},
+      {"a carriage return is kept", "780d0a", {"x\r"}},
+      {"last line without line feed", "780a79", {"x", "y"}},
+      {"nothing", "", {}},
+  };
+  for (const auto& c : cases) {
+    received_.clear();
+    closed_ = 0;
+    Start({"bytes", c.hex});
+    WaitForEnd();
+    EXPECT_EQ(received_, c.want) << c.why;
+    EXPECT_EQ(closed_, 1) << c.why;
+    server_.transport.reset();
+  }
+}
+
+TEST_F(StdioServer, SaysThatItHasStarted) {
+  Start({"exit", "0"});
+  EXPECT_TRUE(server_.running);
+  EXPECT_EQ(log_.WaitForLines(1), Lines{"[MCP test] started " + TestChild()});
+  WaitForEnd();
+}
+
+TEST_F(StdioServer, WritesOneLineAMessageInOrder) {
+  Start({"echo"});
+  int sent = 0;
+  server_.transport->Send({"{\"a\":1}", "1", {}});
+  server_.transport->Send({std::string(900'000, 'x'), "", [&] { ++sent; }});
+  server_.transport->Send({"last", "", {}});
+  EXPECT_EQ(sent, 1);
+  WaitUntil([this] { return received_.size() == 3; });
+  EXPECT_EQ(received_, (Lines{"{\"a\":1}", std::string(900'000, 'x'), "last"}));
+}
+
+TEST_F(StdioServer, DropsALineOfMoreThanAMebibyte) {
+  constexpr size_t kMebibyte = 1'048'576;
+  Start({"echo"});
+  // The child's output comes in pieces of 4,096 bytes, so that a line is seen unfinished at each.
+  server_.transport->Send({std::string(kMebibyte, 'a'), "", {}});
+  server_.transport->Send({std::string(kMebibyte + 4096, 'b'), "", {}});
+  server_.transport->Send({"after", "", {}});
+  WaitUntil([this] { return !received_.empty() && received_.back() == "after"; });
+  EXPECT_EQ(received_.front(), std::string(kMebibyte, 'a'));
+  for (const std::string& line : received_) EXPECT_LE(line.size(), kMebibyte);
+}
+
+TEST_F(StdioServer, DoesNotWaitForAChildThatDoesNotRead) {
+  Start({"await", "wendra-stdio-never"});
+  for (int i = 0; i < 8; ++i) server_.transport->Send({std::string(1 << 20, 'x'), "", {}});
+  server_.transport->Stop();
+  WaitForEnd();
+  EXPECT_EQ(received_, Lines());
+}
+
+TEST_F(StdioServer, EndsTheChildAndWhatItHasStarted) {
+  // The grandchild keeps the streams and its event until it is ended.
+  Start({"hold", "wendra-stdio-grandchild", "out", "1", "await", "wendra-stdio-never"});
+  KernelHandle grandchild;
+  WaitUntil([&] {
+    grandchild.Reset(OpenEventW(SYNCHRONIZE, FALSE, L"wendra-stdio-grandchild"));
+    if (!grandchild) PostMessageW(window_.Handle(), WM_NULL, 0, 0);  // look again
+    return static_cast<bool>(grandchild);
+  });
+  grandchild.Reset();
+  server_.transport->Stop();
+  WaitForEnd();
+  WaitUntil([&] {
+    KernelHandle still(OpenEventW(SYNCHRONIZE, FALSE, L"wendra-stdio-grandchild"));
+    if (still) PostMessageW(window_.Handle(), WM_NULL, 0, 0);
+    return !still;
+  });
+}
+
+TEST_F(StdioServer, LogsItsStandardErrorAtTheEnd) {
+  Start({"err", "3", "out", "2", "err", "3"});
+  EXPECT_EQ(log_.WaitForLines(2).back(), "[MCP test] stderr: xxxxxx");
+  WaitForEnd();
+}
+
+TEST_F(StdioServer, GivesTheChildItsEnvironmentAndTheProfileFolder) {
+  server_.env = {{"wendra_test", "grün"}};
+  Start({"env", "WENDRA_TEST"});
+  WaitForEnd();
+  wchar_t profile[MAX_PATH];
+  GetEnvironmentVariableW(L"USERPROFILE", profile, MAX_PATH);
+  EXPECT_EQ(received_, (Lines{"grün", Narrow(profile)}));
+}
+
+TEST_F(StdioServer, RunsABatchFile) {
+  ScratchFolder folder;
+  const std::wstring batch = folder / L"mit Leer\\server.cmd";
+  std::filesystem::create_directories(folder / L"mit Leer");
+  FileHandle file(CreateFileW(batch.c_str(), GENERIC_WRITE, 0, nullptr, CREATE_ALWAYS, 0, nullptr));
+  ASSERT_TRUE(static_cast<bool>(file));
+  const std::string text = "@\"" + TestChild() + "\" args %*\r\n";
+  DWORD written = 0;
+  WriteFile(file.Get(), text.data(), static_cast<DWORD>(text.size()), &written, nullptr);
+  file.Reset();
+  server_.command = Narrow(batch);
+  Start({"two words", "a&b"});
+  WaitForEnd();
+  EXPECT_EQ(received_, (Lines{"two words", "a&b"}));
+}
+
+TEST_F(StdioServer, SaysWhatCouldNotBeStarted) {
+  ScratchFolder folder;
+  server_.command = Narrow(folder / L"none.exe");
+  Start({"a b"});
+  EXPECT_FALSE(server_.running);
+  EXPECT_EQ(server_.transport, nullptr);
+  EXPECT_EQ(log_.WaitForLines(1),
+            Lines{"[MCP test] launch failed: " + server_.command + " \"a b\""});
+}
+
+}  // namespace
+}  // namespace wendra
