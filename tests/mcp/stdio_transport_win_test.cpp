@@ -2,6 +2,7 @@
 
 #include <condition_variable>
 #include <filesystem>
+#include <functional>
 #include <mutex>
 #include <string>
 #include <vector>
@@ -10,12 +11,15 @@
 
 #include "tests/support/scratch_folder_win.h"
 #include "tests/support/test_window_win.h"
+#include "win/child_process.h"
 #include "win/messages.h"
 #include "win/owned_message.h"
 #include "win/wide.h"
 
 namespace wendra {
 namespace {
+
+constexpr char kKilledGrandchild[] = "wendra-stdio-killed";
 
 // test_child.exe lies one folder above the tests.
 std::string TestChild() {
@@ -72,6 +76,15 @@ class StdioServer : public testing::Test {
   void WaitUntil(const std::function<bool()>& isDone) {
     MSG message;
     while (!isDone() && GetMessageW(&message, nullptr, 0, 0) > 0) DispatchMessageW(&message);
+  }
+  // Until a process holds the event of that name, or none does any more. Nothing tells that an
+  // event has gone: look again and again.
+  static void WaitForEvent(const std::string& name, bool isHeld) {
+    const std::wstring wideName = Widen(name);
+    while (static_cast<bool>(KernelHandle(OpenEventW(SYNCHRONIZE, FALSE, wideName.c_str()))) !=
+           isHeld) {
+      Sleep(1);
+    }
   }
   void WaitForEnd() {
     WaitUntil([this] { return closed_ > 0; });
@@ -150,20 +163,28 @@ TEST_F(StdioServer, DoesNotWaitForAChildThatDoesNotRead) {
 TEST_F(StdioServer, EndsTheChildAndWhatItHasStarted) {
   // The grandchild keeps the streams and its event until it is ended.
   Start({"hold", "wendra-stdio-grandchild", "out", "1", "await", "wendra-stdio-never"});
-  KernelHandle grandchild;
-  WaitUntil([&] {
-    grandchild.Reset(OpenEventW(SYNCHRONIZE, FALSE, L"wendra-stdio-grandchild"));
-    if (!grandchild) PostMessageW(window_.Handle(), WM_NULL, 0, 0);  // look again
-    return static_cast<bool>(grandchild);
-  });
-  grandchild.Reset();
+  WaitForEvent("wendra-stdio-grandchild", true);
   server_.transport->Stop();
   WaitForEnd();
-  WaitUntil([&] {
-    KernelHandle still(OpenEventW(SYNCHRONIZE, FALSE, L"wendra-stdio-grandchild"));
-    if (still) PostMessageW(window_.Handle(), WM_NULL, 0, 0);
-    return !still;
-  });
+  WaitForEvent("wendra-stdio-grandchild", false);
+}
+
+// Not a test by itself: the program that KillingTheHost starts and kills.
+TEST_F(StdioServer, DISABLED_HostThatIsKilled) {
+  Start({"hold", kKilledGrandchild, "await", "wendra-stdio-never"});
+  WaitUntil([] { return false; });
+}
+
+TEST_F(StdioServer, KillingTheHostEndsEverything) {
+  wchar_t self[MAX_PATH];
+  GetModuleFileNameW(nullptr, self, MAX_PATH);
+  Child host = StartChild({.program = self,
+                           .commandLine = L"host --gtest_also_run_disabled_tests "
+                                          L"--gtest_filter=StdioServer.DISABLED_HostThatIsKilled"});
+  ASSERT_EQ(host.start, ChildStart::kStarted);
+  WaitForEvent(kKilledGrandchild, true);
+  TerminateProcess(host.process.Get(), 1);
+  WaitForEvent(kKilledGrandchild, false);
 }
 
 TEST_F(StdioServer, LogsItsStandardErrorAtTheEnd) {

@@ -3,6 +3,7 @@ import { existsSync, mkdirSync, readFileSync, realpathSync } from 'node:fs';
 import { mkdtemp, readFile, rm, writeFile } from 'node:fs/promises';
 import { tmpdir } from 'node:os';
 import { dirname, join } from 'node:path';
+import { after } from 'node:test';
 import { fileURLToPath } from 'node:url';
 import {
   openedInBrowserFile,
@@ -20,6 +21,10 @@ import { inTime, kPatienceMs, until } from './waiting.mjs';
 
 const kRoot = join(dirname(fileURLToPath(import.meta.url)), '../../..');
 const kShownLines = 40; // of the log, in an error
+
+// A test that fails leaves its host to this: without it the file would never end.
+const kRunning = new Set();
+if (process.env.NODE_TEST_CONTEXT) after(() => Promise.all([...kRunning].map((host) => host.kill())));
 
 export const configFile = (profile) => join(profile, '.config/wendra/config.json');
 
@@ -86,6 +91,7 @@ class Host {
       stdio: ['ignore', 'pipe', 'pipe'],
     });
     this.exit = ended(this.#child);
+    kRunning.add(this);
     this.#out = new Lines(this.#child.stdout);
     this.#messages = new Lines(this.#child.stderr);
   }
@@ -223,6 +229,7 @@ class Host {
   }
 
   async #cleanUp() {
+    kRunning.delete(this);
     this.page?.close();
     await this.#probe?.close();
     const gone = () => this.processes().length === 0;
