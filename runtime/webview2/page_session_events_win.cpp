@@ -87,10 +87,17 @@ void PageSession::OnScreencastFrame(Json& params) {
 // A page that stays still sends no frame after its load, and seldom none at all: the first picture
 // of a new document can get lost on its way. This one certainly shows it.
 void PageSession::TakePictureAfterLoad() {
+  int resizes;
+  {
+    const std::lock_guard lock(sizeMutex_);
+    resizes = resizes_;
+  }
   Call("Page.captureScreenshot", Params({{"format", "png"}, {"optimizeForSpeed", true}}),
-       [weak = weak_from_this()](const Json* result) {
+       [weak = weak_from_this(), resizes](const Json* result) {
          const auto self = weak.lock();
-         if (self && result) self->Show({TextOf(*result, "data"), true});
+         if (!self) return;
+         self->ResizeAgain(resizes);
+         if (result) self->Show({TextOf(*result, "data"), true});
        });
 }
 

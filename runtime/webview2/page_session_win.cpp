@@ -240,8 +240,24 @@ void PageSession::RemoveScript(const std::string& id) {
 
 void PageSession::Resize(int width, int height) {
   if (width <= 0 || height <= 0) return;
-  Call("Emulation.setDeviceMetricsOverride",
-       Params({{"width", width}, {"height", height}, {"deviceScaleFactor", 1}, {"mobile", false}}));
+  Json size =
+      Params({{"width", width}, {"height", height}, {"deviceScaleFactor", 1}, {"mobile", false}});
+  {
+    const std::lock_guard lock(sizeMutex_);
+    size_ = size;
+    ++resizes_;
+  }
+  Call("Emulation.setDeviceMetricsOverride", std::move(size));
+}
+
+void PageSession::ResizeAgain(int resizesBefore) {
+  Json size;
+  {
+    const std::lock_guard lock(sizeMutex_);
+    if (resizes_ == resizesBefore) return;
+    size = size_;
+  }
+  Call("Emulation.setDeviceMetricsOverride", std::move(size));
 }
 
 void PageSession::SendInput(std::string_view method, const Json& params) { Call(method, params); }

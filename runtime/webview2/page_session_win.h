@@ -96,6 +96,7 @@ class PageSession : public std::enable_shared_from_this<PageSession> {
   void OnContextCreated(const Json& params);
   void OnContextsCleared();
   void TakePictureAfterLoad();
+  void ResizeAgain(int resizesBefore);
   void ContinueSubframe(const Json& params);
   void Tell(PageEvent event);
   void Show(PageFrame frame);
@@ -120,6 +121,12 @@ class PageSession : public std::enable_shared_from_this<PageSession> {
   std::mutex scriptsMutex_;
   int unansweredScripts_ = 0;
   std::vector<std::pair<std::string, Json>> callsAfterScripts_;
+
+  // Taking a picture, the browser changes the page's size for a moment and then restores the one
+  // that it found: a new size given meanwhile would get lost.
+  std::mutex sizeMutex_;
+  Json size_;        // the last one given, as the browser takes it
+  int resizes_ = 0;  // how many have been given
 
   int unansweredSetUp_ = 0;  // connection's thread only
 

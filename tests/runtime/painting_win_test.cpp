@@ -58,6 +58,20 @@ TEST(Bounds, ArePixelsOfTheParent) {
   EXPECT_TRUE(PumpUntil(placed, 5'000) || placed());
 }
 
+// The picture that is taken after a load must not bring back the size from before.
+TEST(Bounds, HoldWhenGivenRightAfterALoad) {
+  TestControl control;
+  for (int i = 0; i < 20; ++i) {
+    const int width = 300 + i;
+    ASSERT_TRUE(control.LoadBody("hello"));
+    ASSERT_EQ(control.Controller().put_Bounds(RECT{0, 0, width, 200}), S_OK);
+    // Asked for after the pictures that are on their way.
+    ASSERT_TRUE(control.WaitFor("innerWidth", std::to_string(width)));
+    ASSERT_TRUE(WaitForPixel(control.PageWindow(), 250, 150, RGB(255, 255, 255)));
+    ASSERT_TRUE(control.WaitFor("innerWidth", std::to_string(width)));
+  }
+}
+
 TEST(Bounds, WithoutAreaHideThePage) {
   TestControl control;
   ASSERT_TRUE(control.LoadBody("hello"));
