@@ -4,7 +4,8 @@ import './wendra-host.js'; // installs the door for replies
 
 /** @typedef {typeof import('./wendra-host-standin.js')} Typings */
 /** @typedef {import('./wendra-host-standin.js').StandInOptions} Options */
-/** @typedef {(...args: string[]) => unknown} Action its arguments as the host reads them */
+/** @typedef {import('./wendra-host-standin.js').StandInServer} StandInServer */
+/** @typedef {(first: string, second: string, third: unknown) => unknown} Action its arguments as the host reads them */
 
 const kMaxFileBytes = 16 * 1024 * 1024;
 const kDefaultConfig = '{\r\n  "mcpServers": {}\r\n}\r\n';
@@ -106,13 +107,95 @@ function toBase64(bytes) {
   return btoa(binary);
 }
 
+/** @param {unknown} value @returns {value is Record<string, unknown>} */
+const isObject = (value) => typeof value === 'object' && value !== null && !Array.isArray(value);
+
+// What a text holds that is a JSON object, or null.
 /** @param {string} text */
-function isJsonObject(text) {
+function parsedObject(text) {
   try {
     const value = JSON.parse(text);
-    return typeof value === 'object' && value !== null && !Array.isArray(value);
+    return isObject(value) ? value : null;
   } catch {
-    return false;
+    return null;
+  }
+}
+
+/** @param {unknown} value */
+const textOf = (value) => (typeof value === 'string' ? value : '');
+
+// "" when it is none that the host takes.
+/** @param {string} text */
+function normalisedUrl(text) {
+  const trimmed = text.trim();
+  const url = (trimmed.includes('://') ? trimmed : `https://${trimmed}`).replace(/\/+$/, '');
+  return /^https?:\/\/[^/?#]/i.test(url) ? url : '';
+}
+
+// One server of config.json as the host would load it, or null where the host skips it.
+/** @param {string} name @param {unknown} entry @param {StandInServer | undefined} played */
+function loadedServer(name, entry, played) {
+  if (!isObject(entry) || entry.enabled === false || entry.enabled === 0) return null;
+  const [url, command] = [normalisedUrl(textOf(entry.url)), textOf(entry.command)];
+  if (textOf(entry.url)) return url ? { name, command: '', url, played } : null;
+  return command ? { name, command, url, played } : null;
+}
+
+// The servers of config.json, each played by what the page's author gave under its name.
+class PlayedServers {
+  #played;
+  /** @type {NonNullable<ReturnType<typeof loadedServer>>[]} */
+  #loaded = [];
+
+  /** @param {Record<string, StandInServer>} played */
+  constructor(played) {
+    this.#played = played;
+  }
+
+  // A configuration that names them all.
+  config() {
+    const entries = Object.entries(this.#played).map(([name, { config }]) => [
+      name,
+      config ?? { command: name },
+    ]);
+    if (entries.length === 0) return kDefaultConfig;
+    const text = JSON.stringify({ mcpServers: Object.fromEntries(entries) }, null, 2);
+    return `${text}\n`.replaceAll('\n', '\r\n');
+  }
+
+  /** @param {string} configText */
+  load(configText) {
+    const entries = parsedObject(configText)?.mcpServers;
+    this.#loaded = Object.entries(isObject(entries) ? entries : {}).flatMap(([name, entry]) => {
+      const played = Object.hasOwn(this.#played, name) ? this.#played[name] : undefined;
+      return loadedServer(name, entry, played) ?? [];
+    });
+  }
+
+  list() {
+    return this.#loaded.map(({ name, command, url, played }) => ({
+      name: name.toLowerCase().replace(/[^a-z0-9_-]/g, '_'),
+      command,
+      ...(url && { url }),
+      ...this.#failure(name, played) ?? { tools: played?.tools ?? [] },
+    }));
+  }
+
+  /** @param {string} name @param {string} tool @param {unknown} args */
+  call(name, tool, args) {
+    const server = this.#loaded.find((one) => one.name === name);
+    if (!server) return { error: `unknown MCP server '${name}'` };
+    const failure = this.#failure(name, server.played);
+    if (failure) return failure;
+    const answer = server.played?.call;
+    return answer ? answer(tool, isObject(args) ? args : {}) : { error: 'MCP call failed' };
+  }
+
+  // A server that nobody plays is one that could not be started.
+  /** @param {string} name @param {StandInServer | undefined} played */
+  #failure(name, played) {
+    const error = played ? played.error : `MCP server '${name}' is not running`;
+    return error === undefined ? null : { error };
   }
 }
 
@@ -132,11 +215,13 @@ function makeActions(options) {
   const config = `${home}\\.config\\wendra\\config.json`;
   const { pickDirectory = askForFolder(home), exec = cannotRun } = options;
   const disk = new MemoryDisk();
+  const servers = new PlayedServers(options.mcpServers ?? {});
   disk.makeFolder(home);
-  disk.write(config, toBytes(kDefaultConfig));
+  disk.write(config, toBytes(servers.config()));
   for (const [path, content] of Object.entries(options.files ?? {})) {
     disk.write(path, toBytes(content));
   }
+  servers.load(toText(disk.read(config)));
   const dirs = new ProjectDirs();
   for (const [id, path] of Object.entries(options.projectDirs ?? {})) dirs.set(id, path);
 
@@ -166,26 +251,28 @@ function makeActions(options) {
       return 'ok';
     },
     exec: (dir, command) => exec(dir, command || refuse('exec expects [dir, command]')),
-    mcpServers: () => [],
+    mcpServers: () => servers.list(),
     mcpReadConfig: () => ({ path: config, content: toText(disk.read(config)) }),
     mcpWriteConfig(content) {
-      if (!isJsonObject(content)) {
+      if (!parsedObject(content)) {
         refuse('Invalid JSON — the file must contain a JSON object');
       }
       disk.write(config, toBytes(content));
+      servers.load(content);
       setTimeout(() => document.dispatchEvent(new CustomEvent('mcpConfigChanged')));
       return { ok: true };
     },
-    mcpCall: (server) => ({ error: `unknown MCP server '${server}'` }),
+    mcpCall: (server, tool, args) => servers.call(server, tool, args),
     checkForUpdates: () => 'ok',
   };
 }
 
-// The host takes whatever is not a text for an empty one.
-/** @param {unknown} args */
-function textArguments(args) {
+// The host takes whatever is not a text for an empty one; a third is an object.
+/** @param {unknown} args @returns {[string, string, unknown]} */
+function argumentsOf(args) {
   const given = Array.isArray(args) ? args : [];
-  return [0, 1].map((at) => (typeof given[at] === 'string' ? given[at] : ''));
+  const text = (/** @type {number} */ at) => (typeof given[at] === 'string' ? given[at] : '');
+  return [text(0), text(1), given[2]];
 }
 
 /** @param {Record<string, Action>} actions @param {string} name @param {unknown} args */
@@ -194,7 +281,7 @@ async function run(actions, name, args) {
   if (name === 'mcpWriteConfig' && !(Array.isArray(args) && typeof args[0] === 'string')) {
     refuse('mcpWriteConfig expects [content]'); // the one action to which an empty text is one
   }
-  return actions[name]?.(...textArguments(args));
+  return actions[name]?.(...argumentsOf(args));
 }
 
 // As between page and host: neither sees the other's objects.

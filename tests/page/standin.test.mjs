@@ -150,6 +150,69 @@ test('there are no MCP servers, but a configuration that can be read and written
   assert.equal((await host.mcpReadConfig()).content, '{"a":1}');
 });
 
+const kEcho = {
+  tools: [{ name: 'echo', inputSchema: { type: 'object' } }],
+  call: (tool, args) => ({ text: `${tool} ${JSON.stringify(args)}` }),
+};
+
+test('MCP servers may be played, and stand in the configuration', async () => {
+  const far = { config: { url: 'far.example/mcp/', headers: { A: 'b' } }, error: 'HTTP 401' };
+  installStandIn({ mcpServers: { 'My Echo': kEcho, far, bare: {} } });
+  assert.deepEqual(JSON.parse((await host.mcpReadConfig()).content), {
+    mcpServers: {
+      'My Echo': { command: 'My Echo' },
+      far: far.config,
+      bare: { command: 'bare' },
+    },
+  });
+  assert.deepEqual(await host.mcpServers(), [
+    { name: 'my_echo', command: 'My Echo', tools: kEcho.tools },
+    { name: 'far', command: '', url: 'https://far.example/mcp', error: 'HTTP 401' },
+    { name: 'bare', command: 'bare', tools: [] },
+  ]);
+  const calls = [
+    ['My Echo', { a: [1] }, { text: 'echo {"a":[1]}' }],
+    ['My Echo', undefined, { text: 'echo {}' }],
+    ['My Echo', [1], { text: 'echo {}' }],
+    ['my_echo', {}, { error: "unknown MCP server 'my_echo'" }],
+    ['far', {}, { error: 'HTTP 401' }],
+    ['bare', {}, { error: 'MCP call failed' }],
+  ];
+  for (const [server, args, reply] of calls) {
+    assert.deepEqual(await host.mcpCall(server, 'echo', args), reply, server);
+  }
+});
+
+test('a rewritten configuration decides which MCP servers are there', async () => {
+  const cases = [
+    [{ command: 'x' }, ['echo']],
+    [{ command: 'x', disabled: true }, ['echo']],
+    [{ command: 'x', enabled: 'false' }, ['echo']],
+    [{ url: '', command: 'x' }, ['echo']],
+    [{ url: ' ', command: 'x' }, []],
+    [{ url: 'ftp://a', command: 'x' }, []],
+    [{ command: 'x', enabled: false }, []],
+    [{ command: 'x', enabled: 0 }, []],
+    [{ command: 5 }, []],
+    [{}, []],
+    ['x', []],
+  ];
+  installStandIn({ mcpServers: { echo: kEcho } });
+  for (const [echo, names] of cases) {
+    await host.mcpWriteConfig(JSON.stringify({ mcpServers: { echo } }));
+    const found = await host.mcpServers();
+    assert.deepEqual(found.map(({ name }) => name), names, JSON.stringify(echo));
+  }
+  for (const text of ['{}', '{"mcpServers":[1]}']) {
+    await host.mcpWriteConfig(text);
+    assert.deepEqual(await host.mcpServers(), [], text);
+  }
+  await host.mcpWriteConfig('{"mcpServers":{"other":{"command":"other.exe"}}}');
+  const error = "MCP server 'other' is not running";
+  assert.deepEqual(await host.mcpServers(), [{ name: 'other', command: 'other.exe', error }]);
+  assert.deepEqual(await host.mcpCall('other', 'x'), { error });
+});
+
 test('the check for updates answers', async () => {
   installStandIn();
   assert.equal(await host.checkForUpdates(), 'ok');

@@ -86,6 +86,10 @@ const isInstalled: boolean = installStandIn({
   files: { 'C:\\a': 'text', 'C:\\b': new Uint8Array(2) },
   pickDirectory: async (title) => (title === '' ? null : 'C:\\'),
   exec: (dir, command) => ({ exit: 0, stdout: dir + command, stderr: '' }),
+  mcpServers: {
+    far: { config: { url: 'https://a' }, error: 'HTTP 401' },
+    echo: { tools: [{ name: 'echo' }], call: async (tool, args) => ({ text: tool + args.a }) },
+  },
 });
 // @ts-expect-error: an unknown option
 installStandIn({ speed: isInstalled });
