@@ -5,14 +5,18 @@ import { installStandIn } from '../wendra-host-standin.js';
 import { element } from './elements.js';
 import { host, onRequest } from './recorded_host.js';
 import { kSampleFiles } from './sample_files.js';
+import { kSampleServers } from './sample_servers.js';
 import { mountTraffic } from './traffic.js';
 import * as actions from './views/actions.js';
 import * as commands from './views/commands.js';
 import * as events from './views/events.js';
 import * as files from './views/files.js';
 import * as folderPicker from './views/folder_picker.js';
+import * as mcpConfig from './views/mcp_config.js';
+import * as mcpServers from './views/mcp_servers.js';
 import * as platform from './views/platform.js';
 import * as projects from './views/projects.js';
+import * as updates from './views/updates.js';
 
 /** @typedef {import('./recorded_host.js').Host} Host */
 /** @typedef {(section: HTMLElement, host: Host) => void | (() => void)} Mount */
@@ -25,6 +29,9 @@ const kViews = {
   files,
   projects,
   commands,
+  servers: mcpServers,
+  config: mcpConfig,
+  updates,
   events,
   actions,
 };
@@ -53,7 +60,7 @@ function add(id, view) {
   return { id, link, heading, section, onShow };
 }
 
-installStandIn({ files: kSampleFiles });
+installStandIn({ files: kSampleFiles, mcpServers: kSampleServers });
 showHostState();
 mountTraffic(byId('traffic'), onRequest);
 const views = Object.entries(kViews).map(([id, view]) => add(id, view));

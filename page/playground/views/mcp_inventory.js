@@ -1,0 +1,83 @@
+// What is known of every MCP server: what config.json says of it beside what the host answered. The
+// host's answer alone lacks the servers that are switched off or could not be loaded, and its names
+// are reduced, while a call needs the name that config.json has.
+
+/** @typedef {import('../../wendra-host.js').McpServerEntry} McpServerEntry */
+/** @typedef {import('../../wendra-host.js').McpTool} McpTool */
+/** @typedef {'asked' | 'ready' | 'failed' | 'off' | 'missing'} State */
+/**
+ * @typedef {object} Server
+ * @property {string} name as config.json spells it
+ * @property {State} state
+ * @property {string} where the program or the address
+ * @property {string} why what there is to say of a server that is not ready
+ * @property {McpTool[]} tools
+ */
+
+/** @param {unknown} value @returns {value is Record<string, unknown>} */
+const isObject = (value) => typeof value === 'object' && value !== null && !Array.isArray(value);
+
+/** @param {string} text */
+function configured(text) {
+  try {
+    const servers = JSON.parse(text).mcpServers;
+    return isObject(servers) ? Object.entries(servers) : [];
+  } catch {
+    return [];
+  }
+}
+
+// Equal for a name and for what the host makes of it.
+/** @param {string} name */
+const reduced = (name) => name.toLowerCase().replace(/[^a-z0-9]/g, '');
+
+/** @param {unknown} entry */
+const isOff = (entry) => isObject(entry) && (entry.enabled === false || entry.enabled === 0);
+
+/** @param {unknown} entry */
+const isRemote = (entry) => isObject(entry) && typeof entry.url === 'string' && entry.url !== '';
+
+/** @param {unknown} value */
+const textOf = (value) => (typeof value === 'string' ? value : '');
+
+/** @param {string} name @param {McpServerEntry} answer @returns {Server} */
+function answered(name, { command, url, tools, error }) {
+  const where = url ?? command;
+  return tools
+    ? { name, state: 'ready', where, why: '', tools }
+    : { name, state: 'failed', where, why: error, tools: [] };
+}
+
+/** @param {string} name @param {unknown} entry @returns {Server} */
+function unanswered(name, entry) {
+  const where = isObject(entry) ? textOf(entry.url) || textOf(entry.command) : '';
+  return isOff(entry)
+    ? { name, state: 'off', where, why: 'config.json has it switched off', tools: [] }
+    : { name, state: 'missing', where, why: 'not loaded: the log (Ctrl+L) says why', tools: [] };
+}
+
+/**
+ * What can be shown before the host has answered.
+ * @param {string} configText @returns {Server[]}
+ */
+export const expected = (configText) =>
+  configured(configText).map(([name, entry]) => {
+    const server = unanswered(name, entry);
+    return isOff(entry) ? server : { ...server, state: 'asked', why: '' };
+  });
+
+/**
+ * One server for each entry of config.json, in its order; after them those answers that belong to
+ * none, as when the file has just been changed.
+ * @param {string} configText @param {McpServerEntry[]} answers @returns {Server[]}
+ */
+export function inventory(configText, answers) {
+  const rest = [...answers];
+  const servers = configured(configText).map(([name, entry]) => {
+    const at = isOff(entry) ? -1 : rest.findIndex((answer) =>
+      reduced(answer.name) === reduced(name) && (answer.url !== undefined) === isRemote(entry));
+    const [answer] = at < 0 ? [] : rest.splice(at, 1);
+    return answer ? answered(name, answer) : unanswered(name, entry);
+  });
+  return [...servers, ...rest.map((answer) => answered(answer.name, answer))];
+}
