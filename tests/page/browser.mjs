@@ -1,9 +1,9 @@
 // An ordinary browser with one page in it, driven over Chromium's own pipe.
-import { mkdtempSync, rmSync, writeFileSync } from 'node:fs';
+import { mkdtempSync, rmSync } from 'node:fs';
 import { tmpdir } from 'node:os';
 import { join } from 'node:path';
 import { ended, spawnTied } from '../../tools/wine/processes.mjs';
-import { until } from '../e2e/support/waiting.mjs';
+import { inTime, until } from '../e2e/support/waiting.mjs';
 
 const kChromium = '/usr/lib/chromium/chromium-headless-shell'; // the one in /usr/bin is a wrapper
 const kFlags = [
@@ -30,6 +30,7 @@ class Browser {
   errors = []; // what the page's scripts threw, and what its console took for an error
 
   async attach() {
+    this.#child.stdio[3].on('error', () => {}); // it has gone, and answers nothing
     this.#child.stdio[4].setEncoding('utf8').on('data', (text) => this.#receive(text));
     const { targetInfos } = await this.#send('Target.getTargets');
     const { targetId } = targetInfos.find(({ type }) => type === 'page');
@@ -45,7 +46,7 @@ class Browser {
 
   async visit(address) {
     await this.send('Page.navigate', { url: address });
-    await this.waitFor('document.readyState === "complete" && location.href !== "about:blank"');
+    await this.waitFor(`document.readyState === "complete" && location.href === "${address}"`);
   }
 
   // The value of an expression, or of a function of the page with JSON arguments.
@@ -60,8 +61,13 @@ class Browser {
     return result.value;
   }
 
-  async waitFor(expression, context) {
-    return until(`the page to fulfil ${expression}`, () => this.evaluate(expression), { context });
+  // Until the condition gives something truthy.
+  until(what, condition, context) {
+    return until(what, condition, { context });
+  }
+
+  waitFor(expression) {
+    return this.until(`the page to fulfil ${expression}`, () => this.evaluate(expression));
   }
 
   // What the user sees of the elements, one text each.
@@ -93,11 +99,6 @@ class Browser {
     await this.send('Input.insertText', { text });
   }
 
-  async screenshot(file) {
-    const { data } = await this.send('Page.captureScreenshot', { captureBeyondViewport: true });
-    writeFileSync(file, Buffer.from(data, 'base64'));
-  }
-
   async close() {
     const end = ended(this.#child);
     this.#child.kill('SIGKILL');
@@ -108,7 +109,10 @@ class Browser {
   #send(method, params = {}, sessionId = undefined) {
     const id = (this.#lastId += 1);
     this.#child.stdio[3].write(`${JSON.stringify({ id, method, params, sessionId })}\0`);
-    return new Promise((resolve, reject) => this.#waiting.set(id, { method, resolve, reject }));
+    const reply = new Promise((resolve, reject) => {
+      this.#waiting.set(id, { method, resolve, reject });
+    });
+    return inTime(`the browser's reply to ${method}`, reply);
   }
 
   #receive(text) {
