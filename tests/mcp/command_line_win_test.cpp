@@ -1,5 +1,6 @@
 #include "mcp/command_line.h"
 
+#include <algorithm>
 #include <filesystem>
 #include <fstream>
 #include <random>
@@ -80,14 +81,14 @@ TEST(ChildCommandLine, BringsArgumentsToAProgram) {
   EXPECT_EQ(FilesIn(folder / L"."), std::vector<std::string>());
 }
 
-// A batch file as package managers write them: it passes on what it gets.
-std::wstring PassingBatchFile(const ScratchFolder& folder) {
-  std::filesystem::create_directories(folder / L"my tools & more");
-  std::filesystem::copy_file(BuiltProgram(L"test_child.exe"),
-                             folder / L"my tools & more\\child.exe");
-  const std::wstring path = folder / L"my tools & more\\passes on.cmd";
-  std::ofstream(std::filesystem::path(path)) << "@ECHO off\n\"%~dp0\\child.exe\" args %*\n";
-  return path;
+// A batch file beside a child that prints what it gets.
+std::wstring BatchFile(const ScratchFolder& folder, const std::wstring& name, const char* text) {
+  const std::filesystem::path tools = folder / L"my tools & more";
+  std::filesystem::create_directories(tools);
+  std::filesystem::copy_file(BuiltProgram(L"test_child.exe"), tools / L"child.exe",
+                             std::filesystem::copy_options::skip_existing);
+  std::ofstream(tools / name) << text;
+  return (tools / name).wstring();
 }
 
 Words ForBatchFiles(Words arguments) {
@@ -100,16 +101,40 @@ Words ForBatchFiles(Words arguments) {
   return arguments;
 }
 
+Words WithQuotesInPairs(Words arguments) {
+  for (auto& argument : arguments) {
+    if (std::ranges::count(argument, L'"') % 2 != 0) argument += L'"';
+  }
+  return arguments;
+}
+
+// As package managers write them, and wrote them: with more behind the arguments.
 TEST(ChildCommandLine, BringsArgumentsThroughABatchFile) {
   const ScratchFolder folder;
-  const std::wstring script = PassingBatchFile(folder);
   std::filesystem::create_directories(folder / L"work");
+  const std::wstring plain =
+      BatchFile(folder, L"new.cmd", "@ECHO off\n\"%~dp0\\child.exe\" args %*\n");
+  const std::wstring block =
+      BatchFile(folder, L"old.cmd",
+                "@ECHO off\nIF EXIST \"%~dp0\\child.exe\" (\n"
+                "  \"%~dp0\\child.exe\"  args %*\n) ELSE (\n  child.exe  args %*\n)\n");
+  const std::wstring redirected = BatchFile(
+      folder, L"more.bat", "@\"%~dp0child.exe\" args %* 2>&1 && \"%~dp0child.exe\" args end\n");
   std::mt19937 random(3);
   for (int run = 0; run < kRuns; ++run) {
-    const Words arguments = ForBatchFiles(GeneratedArguments(random, kArgumentsEach));
-    const auto line = ChildCommandLine(script, arguments);
-    ASSERT_TRUE(line);
-    ASSERT_EQ(OutputOf(*line, folder / L"work"), OneALine(arguments)) << Printable(*line);
+    const Words any = ForBatchFiles(GeneratedArguments(random, kArgumentsEach));
+    const Words paired = WithQuotesInPairs(any);
+    const struct {
+      const std::wstring& script;
+      const Words& arguments;
+      std::string after;
+    } cases[] = {{plain, any, ""}, {block, paired, ""}, {redirected, paired, "end\n"}};
+    for (const auto& c : cases) {
+      const auto line = ChildCommandLine(c.script, c.arguments);
+      ASSERT_TRUE(line);
+      ASSERT_EQ(OutputOf(*line, folder / L"work"), OneALine(c.arguments) + c.after)
+          << Printable(*line);
+    }
   }
   EXPECT_EQ(FilesIn(folder / L"work"), std::vector<std::string>());
 }

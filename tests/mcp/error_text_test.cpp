@@ -10,9 +10,11 @@ TEST(ErrorText, IsWholeOrNothing) {
     size_t bytes, pieceBytes;
     bool isShown;
   } cases[] = {
-      {0, 1, false},           {1, 1, true},            {65'535, 2048, true},
-      {65'536, 2048, false},   {65'537, 2048, false},   {70'000, 2048, false},
-      {65'535, 65'535, true},  {70'000, 70'000, false}, {10 << 20, 2048, false},
+      {0, 1, false},           {1, 1, true},
+      {65'535, 2048, true},    {65'536, 2048, false},
+      {65'537, 2048, false},   {70'000, 2048, false},
+      {65'535, 65'535, true},  {70'000, 70'000, false},
+      {10 << 20, 2048, false},
   };
   for (const auto& c : cases) {
     const std::string all(c.bytes, 'e');
