@@ -1,0 +1,53 @@
+// A transport and timers that note in one list what the session does with them.
+#pragma once
+
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "mcp/request_timers.h"
+#include "mcp/transport.h"
+
+namespace wendra {
+
+using Record = std::vector<std::string>;
+
+class RecordingTransport : public Transport {
+ public:
+  RecordingTransport(std::string name, Record& record) : name_(std::move(name)), record_(record) {}
+
+  void Send(OutgoingMessage message) override {
+    record_.push_back(name_ + " <- " + message.text);
+    requestIds.push_back(message.requestId);
+    if (!message.onSent) return;
+    if (keepsOrder) {
+      message.onSent();
+    } else {
+      held.push_back(std::move(message.onSent));
+    }
+  }
+  void Stop() override { record_.push_back(name_ + " stopped"); }
+
+  bool keepsOrder = true;                   // like a pipe; else what is sent waits in `held`
+  std::vector<std::function<void()>> held;  // for the test to call
+  std::vector<std::string> requestIds;
+
+ private:
+  const std::string name_;
+  Record& record_;
+};
+
+class RecordingTimers : public RequestTimers {
+ public:
+  explicit RecordingTimers(Record& record) : record_(record) {}
+
+  void Start(std::uint64_t id, std::uint32_t periodMs) override {
+    record_.push_back("start " + std::to_string(id) + " " + std::to_string(periodMs));
+  }
+  void Kill(std::uint64_t id) override { record_.push_back("kill " + std::to_string(id)); }
+
+ private:
+  Record& record_;
+};
+
+}  // namespace wendra
