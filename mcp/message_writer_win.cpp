@@ -1,5 +1,6 @@
 #include "mcp/message_writer_win.h"
 
+#include <mutex>
 #include <utility>
 
 #include "win/thread.h"
@@ -13,14 +14,14 @@ MessageWriter::MessageWriter(KernelHandle pipe) : queue_(std::make_shared<Queue>
 }
 
 void MessageWriter::Write(std::string bytes) {
-  const std::lock_guard<std::mutex> lock(queue_->mutex);
+  const std::lock_guard<Lock> lock(queue_->lock);
   if (queue_->isStopped) return;
   queue_->waiting.push_back(std::move(bytes));
-  queue_->changed.notify_one();
+  queue_->changed.WakeOne();
 }
 
 void MessageWriter::Stop() {
-  const std::lock_guard<std::mutex> lock(queue_->mutex);
+  const std::lock_guard<Lock> lock(queue_->lock);
   if (queue_->isStopped) return;
   queue_->isStopped = true;
   queue_->waiting.clear();
@@ -29,14 +30,14 @@ void MessageWriter::Stop() {
   } else {
     queue_->pipe.Reset();
   }
-  queue_->changed.notify_one();
+  queue_->changed.WakeOne();
 }
 
 void MessageWriter::Run(std::unique_ptr<Job> job) {
   Queue& queue = **job;
-  std::unique_lock<std::mutex> lock(queue.mutex);
+  std::unique_lock<Lock> lock(queue.lock);
   for (;;) {
-    queue.changed.wait(lock, [&] { return queue.isStopped || !queue.waiting.empty(); });
+    queue.changed.Wait(queue.lock, [&] { return queue.isStopped || !queue.waiting.empty(); });
     if (queue.isStopped) return;
     const std::string bytes = std::move(queue.waiting.front());
     queue.waiting.pop_front();

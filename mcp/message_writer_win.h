@@ -1,12 +1,11 @@
 // Writes messages to a child's standard input without making the sender wait for the child.
 #pragma once
 
-#include <condition_variable>
 #include <deque>
 #include <memory>
-#include <mutex>
 #include <string>
 
+#include "win/lock.h"
 #include "win/unique.h"
 
 namespace wendra {
@@ -31,8 +30,8 @@ class MessageWriter {
 
  private:
   struct Queue {
-    std::mutex mutex;
-    std::condition_variable changed;
+    Lock lock;
+    Condition changed;
     std::deque<std::string> waiting;
     bool isWriting = false;
     bool isStopped = false;

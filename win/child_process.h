@@ -9,7 +9,8 @@
 namespace wendra {
 
 struct ChildRequest {
-  std::wstring program = {};  // full path; "" lets the system find it by the command line's first word
+  std::wstring program =
+      {};  // full path; "" lets the system find it by the command line's first word
   std::wstring commandLine = {};
   std::wstring directory = {};  // "" inherits ours
   // A block of UTF-16 "name=value" texts, each with its zero, and one more; null inherits ours.
