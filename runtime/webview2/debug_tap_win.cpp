@@ -7,6 +7,7 @@
 
 #include <windows.h>
 
+#include "runtime/webview2/handler_timings_win.h"
 #include "runtime/webview2/settings_win.h"
 #include "win/wide.h"
 
@@ -30,6 +31,7 @@ void WriteLine(const std::string& line) {
 }
 
 void WINAPI TappedOutput(LPCWSTR text) {
+  const HandlerTimings::DebuggerOutput timing;
   const DWORD error = GetLastError();  // the real function keeps it, and so must this one
   if (text) WriteLine(Narrow(text));
   SetLastError(error);

@@ -21,19 +21,43 @@ std::int64_t Microseconds(std::int64_t ticks) {
   return ticks * kMicrosecondsPerSecond / perSecond.QuadPart;
 }
 
+// Whose handler this thread runs.
+thread_local HandlerTimings* current = nullptr;
+
+std::string Percentiles(std::vector<std::int64_t>& times) {
+  std::sort(times.begin(), times.end());
+  const size_t count = times.size();
+  const auto percentile = [&](size_t percent) {
+    return count == 0 ? 0 : Microseconds(times[std::min(count - 1, count * percent / 100)]);
+  };
+  return "\"p50\":" + std::to_string(percentile(50)) +
+         ",\"p99\":" + std::to_string(percentile(99)) +
+         ",\"max\":" + std::to_string(percentile(100));
+}
+
 }  // namespace
+
+HandlerTimings::DebuggerOutput::DebuggerOutput() : timings_(current), start_(Ticks()) {}
+
+HandlerTimings::DebuggerOutput::~DebuggerOutput() {
+  if (timings_) timings_->inDebugger_ += Ticks() - start_;
+}
 
 void HandlerTimings::BeginHandler() {
   if (!IsOn()) return;
+  current = this;
   inHandler_ = true;
   inCalls_ = 0;
+  inDebugger_ = 0;
   handlerStart_ = Ticks();
 }
 
 void HandlerTimings::EndHandler() {
   if (!inHandler_) return;
-  shares_.push_back(Ticks() - handlerStart_ - inCalls_);
+  shares_.push_back(Ticks() - handlerStart_ - inCalls_ - inDebugger_);
+  debugger_.push_back(inDebugger_);
   inHandler_ = false;
+  current = nullptr;
 }
 
 void HandlerTimings::BeginCall() {
@@ -45,14 +69,8 @@ void HandlerTimings::EndCall() {
 }
 
 std::string HandlerTimings::Report() {
-  std::sort(shares_.begin(), shares_.end());
-  const size_t count = shares_.size();
-  const auto percentile = [&](size_t percent) {
-    return count == 0 ? 0 : Microseconds(shares_[std::min(count - 1, count * percent / 100)]);
-  };
-  return "{\"count\":" + std::to_string(count) + ",\"p50\":" + std::to_string(percentile(50)) +
-         ",\"p99\":" + std::to_string(percentile(99)) +
-         ",\"max\":" + std::to_string(percentile(100)) + "}\n";
+  return "{\"count\":" + std::to_string(shares_.size()) + "," + Percentiles(shares_) +
+         ",\"debugger\":{" + Percentiles(debugger_) + "}}\n";
 }
 
 void HandlerTimings::Write() {

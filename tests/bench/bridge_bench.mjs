@@ -3,6 +3,7 @@
 //   platform   from the page's postMessage to its resolve, one after the other
 //   evaluate   a bare script evaluation in the same page, there and back, over the same protocol
 //   host       the host's own share of it: its message handler less the calls into the control
+//              and less the system's debugger output, which is shown by itself
 //
 // node tests/bench/bridge_bench.mjs [--once]    build/windows must be built
 import { mkdtemp, readFile, rm } from 'node:fs/promises';
@@ -83,6 +84,7 @@ async function run(title, before) {
     show('  platform', platform);
     show('  evaluate', evaluate);
     show(`  host, all ${share.count} requests`, share);
+    show('  debugger output in it', share.debugger);
     console.log(`  host / evaluate at p50: ${(share.p50 / evaluate.p50).toFixed(3)} (reach: below 0.1)`);
   } finally {
     await server.close();
