@@ -275,6 +275,98 @@ TEST_F(Session, LetsAReplyAskAgain) {
   EXPECT_EQ(replies, 3);
 }
 
+TEST_F(Session, KeepsRecordsOfOneNameApart) {
+  McpServer later;
+  MakeRunning(later, "a", TransportKind::kStdio);
+  Ask(a, "x");
+  Ask(later, "y");
+  Taken();
+  session.HandleMcpText(later, R"({"id":"1"})");
+  EXPECT_EQ(Taken(), Record());
+  session.FailMcpPending(later, "gone");
+  EXPECT_EQ(Taken(), (Record{"kill 102", R"(y = {"error":{"message":"gone"}})"}));
+  session.HandleMcpText(a, R"({"id":"1"})");
+  EXPECT_EQ(Taken(), (Record{"kill 101", R"(x = {"id":"1"})"}));
+}
+
+TEST_F(Session, LeavesRequestsOfAStoppedServerToTheirTimeOut) {
+  Ask(a, "x");
+  Ensure(a, "first");
+  Taken();
+  a.running = false;
+  Ask(a, "y");
+  EXPECT_EQ(Taken(), Record{R"(y = {"error":{"message":"MCP server 'a' is not running"}})"});
+  session.OnTimer(101);
+  session.OnTimer(102);
+  const std::string reply = R"({"error":{"message":"MCP request timed out"}})";
+  EXPECT_EQ(Taken(), (Record{"kill 101", "x = " + reply, "kill 102", "first failed " + reply}));
+}
+
+TEST_F(Session, CutsATimeOutToWholeMilliseconds) {
+  session.SendMcpRequest(a, "m", Json::Object(), 1.9999, [](const Json&) {});
+  EXPECT_EQ(Taken().back(), "start 101 1999");
+}
+
+TEST_F(Session, SendsANotificationWithoutIdAndTimer) {
+  const auto notify = [&] {
+    session.SendMcpNotification(a, "n", Json::Object(), [&] { record.push_back("sent"); });
+  };
+  notify();
+  EXPECT_EQ(Taken(), (Record{R"(a <- {"jsonrpc":"2.0","method":"n","params":{}})", "sent"}));
+  EXPECT_EQ(TransportOf(a).requestIds, Record{""});
+  a.running = false;
+  notify();
+  EXPECT_EQ(Taken(), Record{"sent"}) << "who waits for it goes on";
+}
+
+TEST_F(Session, FailsAllWhoWaitWhenTheServerExitsDuringTheHandshake) {
+  Ensure(a, "first");
+  Ensure(a, "second");
+  Taken();
+  a.running = false;
+  session.FailMcpPending(a, "MCP server 'a' exited unexpectedly");
+  const std::string reply = R"({"error":{"message":"MCP server 'a' exited unexpectedly"}})";
+  EXPECT_EQ(Taken(), (Record{"kill 101", "first failed " + reply, "second failed " + reply}));
+}
+
+TEST_F(Session, LetsWhoWaitedInVainTryAgainAtOnce) {
+  session.EnsureMcpInitialized(a, [this](const Json*) { Ensure(a, "again"); });
+  Ensure(a, "second");
+  Taken();
+  session.HandleMcpText(a, R"({"id":"1","error":{}})");
+  const Record record = Taken();
+  EXPECT_NE(record.at(1).find(R"("method":"initialize","id":"2")"), std::string::npos);
+  EXPECT_EQ(record.at(2), "start 102 45000");
+  EXPECT_EQ(record.at(3), R"(second failed {"id":"1","error":{}})");
+  session.HandleMcpText(a, R"({"id":"2"})");
+  EXPECT_EQ(Taken().back(), "again goes on");
+}
+
+TEST_F(Session, AnswersTheOthersWhenOneWhoWaitedStopsTheServer) {
+  session.EnsureMcpInitialized(a, [this](const Json*) { a.running = false; });
+  session.EnsureMcpInitialized(a, [this](const Json* failure) {
+    EXPECT_FALSE(failure);
+    Ask(a, "x");
+  });
+  session.HandleMcpText(a, R"({"id":"1"})");
+  EXPECT_EQ(Taken().back(), R"(x = {"error":{"message":"MCP server 'a' is not running"}})");
+}
+
+TEST_F(Session, LetsAReplyReplaceAllServers) {
+  Ask(b, "y");
+  session.SendMcpRequest(a, "m", Json::Object(), 1, [this](const Json&) {
+    session.FailMcpPending(b, "gone");
+    session.FailMcpPending(a, "gone");
+    record.push_back("replaced");
+  });
+  Ask(a, "x");
+  Taken();
+  session.HandleMcpText(a, R"({"id":"2"})");
+  const std::string reply = R"( = {"error":{"message":"gone"}})";
+  EXPECT_EQ(Taken(),
+            (Record{"kill 102", "kill 101", "y" + reply, "kill 103", "x" + reply, "replaced"}));
+}
+
 // Whatever comes in whatever order, each request ends once.
 TEST_F(Session, EndsEachRequestOnce) {
   std::mt19937 random(7);

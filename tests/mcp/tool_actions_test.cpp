@@ -5,7 +5,6 @@
 
 #include <gtest/gtest.h>
 
-#include "mcp/tool_list.h"
 #include "tests/support/recording_log.h"
 #include "tests/support/recording_page.h"
 #include "tests/support/recording_transport.h"
@@ -149,16 +148,75 @@ TEST_F(ToolActions, FindsAServerByTheNameThatTheListShows) {
   EXPECT_TRUE(record.at(0).starts_with("My Server <- "));
 }
 
-TEST(SafeServerName, KeepsWhatFitsIntoTheNameOfATool) {
+TEST_F(ToolActions, MakesEachHandshakeBeforeItsList) {
+  McpServer& local = Add("l");
+  McpServer& remote = Add("r", TransportKind::kHttp);
+  local.initialized = remote.initialized = false;
+  auto& http = static_cast<RecordingTransport&>(*remote.transport);
+  http.keepsOrder = false;
+  listing.run("r", Json());
+  session.HandleMcpText(remote, R"({"id":"2","result":{}})");
+  session.HandleMcpText(local, R"({"id":"1","error":{"code":-32000}})");
+  EXPECT_EQ(page.scripts, Record());
+  record.clear();
+  http.held.at(0)();
+  EXPECT_EQ(record, (Record{R"(r <- {"jsonrpc":"2.0","method":"tools/list","id":"3","params":{}})",
+                            "start 103 30000"}));
+  session.HandleMcpText(remote, R"({"id":"3","result":{"tools":[]}})");
+  EXPECT_EQ(OnlyReply(), R"([{"name":"l","command":"","error":"MCP server failed"},)"
+                         R"({"name":"r","command":"","tools":[]}])");
+}
+
+TEST_F(ToolActions, SaysWhyAListFailed) {
+  McpServer& server = Add("s");
   const struct {
-    const char* name;
+    const char* error;
     const char* want;
-  } cases[] = {{"", ""},
-               {"abc-1_2", "abc-1_2"},
-               {"ABC", "abc"},
-               {"a b.c/d", "a_b_c_d"},
-               {"grün 日", "gr_n__"}};
-  for (const auto& c : cases) EXPECT_EQ(SafeServerName(c.name), c.want);
+  } cases[] = {
+      {R"({"code":-32601,"message":"Method not found"})", "Method not found"},
+      {R"({"message":""})", ""},
+      {R"({"message":5})", "MCP server failed"},
+      {R"({})", "MCP server failed"},
+      {R"("text")", "MCP server failed"},
+      {R"(null)", "MCP server failed"},
+  };
+  int id = 0;
+  for (const auto& c : cases) {
+    listing.run("r", Json());
+    const std::string reply = R"({"id":")" + std::to_string(++id) + R"(","error":)";
+    session.HandleMcpText(server, reply + c.error + "}");
+    EXPECT_EQ(OnlyReply(), std::string(R"([{"name":"s","command":"","error":")") + c.want + "\"}]");
+  }
+}
+
+TEST_F(ToolActions, RepliesOnceWhenNoServerRuns) {
+  Add("s").running = false;
+  Add("t").running = false;
+  listing.run("r", Json());
+  EXPECT_EQ(OnlyReply(), R"([{"name":"s","command":"","error":"MCP server 's' is not running"},)"
+                         R"({"name":"t","command":"","error":"MCP server 't' is not running"}])");
+}
+
+TEST_F(ToolActions, FinishesAListOfServersThatWereReplaced) {
+  McpServer& server = Add("s");
+  listing.run("r", Json());
+  server.running = false;
+  servers.clear();
+  Add("s");
+  EXPECT_EQ(page.scripts, Record());
+  session.OnTimer(101);
+  EXPECT_EQ(OnlyReply(), R"([{"name":"s","command":"","error":"MCP request timed out"}])");
+}
+
+TEST_F(ToolActions, AnswersTheRequestThatAsked) {
+  McpServer& server = Add("s");
+  call.run("first", Parsed(R"(["s","t"])"));
+  call.run("second", Parsed(R"(["s","t"])"));
+  session.HandleMcpText(server, R"({"id":"2"})");
+  session.HandleMcpText(server, R"({"id":"1"})");
+  ASSERT_EQ(page.scripts.size(), 2u);
+  EXPECT_NE(page.scripts[0].find("'second'"), std::string::npos);
+  EXPECT_NE(page.scripts[1].find("'first'"), std::string::npos);
 }
 
 }  // namespace
