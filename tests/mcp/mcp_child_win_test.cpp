@@ -65,8 +65,8 @@ TEST(McpChild, DoesWhatItsWordsSay) {
        greeting + "{\"jsonrpc\":\"2.0\",\"id\":\"2\",\"error\":{\"code\":-32000,"
                   "\"message\":\"\\\"no\\\"\"}}\n",
        0},
-      {{L"call", L"line", L"<$ID,$ID>", L"text", L"x", L"bytes", L"C30a", L"fill", L"2", L"call"},
-       greeting + "<\"2\",\"2\">\nx\xC3\nxx",
+      {{L"call", L"line", L"<$ID,$BARE>", L"text", L"x", L"bytes", L"C30a", L"fill", L"2", L"call"},
+       greeting + "<\"2\",2>\nx\xC3\nxx",
        0},
       {{L"hold", L"initialize", L"answer", L"flush", L"bytewise", L"call", L"answer", L"call"},
        greeting + first,

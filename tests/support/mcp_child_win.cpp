@@ -13,11 +13,12 @@
 //
 //   answer       answers the request at hand as it should be
 //   answer-of N  the same in a line of exactly N bytes
-//   answer-as ID the same to another id, written as JSON: "x", 7
+//   answer-as ID the same to another id, written as JSON: "x", 7, $BARE
 //   result JSON  answers with this result, whatever it is
 //   nest N       answers with N arrays, one in the other
 //   error TEXT   answers with an error
-//   line TEXT    writes TEXT and a line feed; $ID in it is the id of the request at hand, as JSON
+//   line TEXT    writes TEXT and a line feed; $ID in it is the id of the request at hand, as JSON,
+//                and $BARE the same without quotes
 //   text TEXT    the same without a line feed
 //   bytes HEX    writes these bytes
 //   fill N       writes N bytes, no line feed among them
@@ -96,15 +97,18 @@ class McpChild {
   void ReadToEnd();
   void Write(std::string_view bytes);
   void WriteResult(const std::string& id, const std::string& result);
+  std::string WithId(std::string text) const;
 
   void Answer(const std::string&) { WriteResult(id_, Text(UsualResult(request_, words_))); }
   void AnswerOf(const std::string& bytes);
-  void AnswerAs(const std::string& id) { WriteResult(id, Text(UsualResult(request_, words_))); }
+  void AnswerAs(const std::string& id) {
+    WriteResult(WithId(id), Text(UsualResult(request_, words_)));
+  }
   void Result(const std::string& json) { WriteResult(id_, json); }
   void Nest(const std::string& depth);
   void Error(const std::string& text);
   void Line(const std::string& text) { Plain(text + "\n"); }
-  void Plain(const std::string& text);
+  void Plain(const std::string& text) { Write(WithId(text)); }
   void Bytes(const std::string& hex);
   void Fill(const std::string& bytes) { Write(std::string(std::stoull(bytes), 'x')); }
   void Hold(const std::string&) { isHeld_ = true; }
@@ -259,13 +263,16 @@ void McpChild::Error(const std::string& text) {
         ",\"error\":{\"code\":-32000,\"message\":" + Text(Json(text)) + "}}\n");
 }
 
-void McpChild::Plain(const std::string& text) {
-  std::string filled = text;
-  const std::string_view place = "$ID";
-  for (size_t at = 0; (at = filled.find(place, at)) != filled.npos; at += id_.size()) {
-    filled.replace(at, place.size(), id_);
+std::string McpChild::WithId(std::string text) const {
+  std::string bare = id_;
+  std::erase(bare, '"');
+  const std::pair<std::string_view, const std::string&> places[] = {{"$ID", id_}, {"$BARE", bare}};
+  for (const auto& [place, id] : places) {
+    for (size_t at = 0; (at = text.find(place, at)) != text.npos; at += id.size()) {
+      text.replace(at, place.size(), id);
+    }
   }
-  Write(filled);
+  return text;
 }
 
 void McpChild::Bytes(const std::string& hex) {
