@@ -27,7 +27,7 @@ void LineSplitter::Keep(std::string_view piece) {
     return;
   }
   isTooLong_ = true;
-  pending_ = {};
+  pending_ = std::string();  // gives its memory back
 }
 
 }  // namespace wendra

@@ -9,7 +9,7 @@
 namespace wendra {
 
 // The same bytes give the same lines, however they are cut into pieces. Time linear in the bytes;
-// memory never above the limit and one piece.
+// no more is kept than one unfinished line within the limit.
 class LineSplitter {
  public:
   // A line longer than `maxPendingBytes` is lost, all of it, up to its line feed.

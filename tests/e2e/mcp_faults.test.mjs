@@ -118,6 +118,31 @@ test('a server that misbehaves harms nobody but itself', async () => {
   });
 });
 
+test('what cannot be started is said, counted or left out', async (t) => {
+  const profile = await ownProfile(t);
+  const inProfile = (name) => windowsPath(join(profile, name));
+  await writeFile(join(profile, 'my notes.txt'), 'no program');
+  const servers = {
+    text: { command: inProfile('my notes.txt'), args: ['-y', 'two words'] },
+    folder: { command: windowsPath(profile) },
+    gone: { command: inProfile('gone.exe') },
+    good: mcpChild(),
+  };
+  await withServers(servers, async (host) => {
+    assert.deepEqual(host.log.filter((line) => line.startsWith('[MCP')), [
+      `[MCP text] launch failed: "${inProfile('my notes.txt')}" -y "two words"`,
+      `[MCP] server 'folder': command not found: ${windowsPath(profile)}`,
+      `[MCP] server 'gone': command not found: ${inProfile('gone.exe')}`,
+      `[MCP good] started ${kChild}`,
+      '[MCP] loaded 2 server(s)',
+    ]);
+    assert.deepEqual(await callEcho(host, 'text'), { ok: 1, value: notRunning('text') });
+    assert.deepEqual(await callEcho(host, 'gone'),
+      { ok: 1, value: { error: "unknown MCP server 'gone'" } });
+    assert.deepEqual(await callEcho(host, 'good'), { ok: 1, value: kEcho });
+  }, { profile });
+});
+
 test('a line may hold one mebibyte and not more', async () => {
   const sizes = [kMebibyte - 1, kMebibyte, kMebibyte + 1];
   // What is lost is not missed: the second answer is taken instead.
