@@ -132,6 +132,13 @@ function normalisedUrl(text) {
   return /^https?:\/\/[^/?#]/i.test(url) ? url : '';
 }
 
+// As the list of servers has a name.
+/** @param {string} name */
+const reduced = (name) =>
+  name
+    .replace(/[A-Z]/g, (letter) => letter.toLowerCase())
+    .replace(/[^a-z0-9_-]/gu, '_');
+
 // One server of config.json as the host would load it, or null where the host skips it.
 /** @param {string} name @param {unknown} entry @param {StandInServer | undefined} played */
 function loadedServer(name, entry, played) {
@@ -174,7 +181,7 @@ class PlayedServers {
 
   list() {
     return this.#loaded.map(({ name, command, url, played }) => ({
-      name: name.toLowerCase().replace(/[^a-z0-9_-]/g, '_'),
+      name: reduced(name),
       command,
       ...(url && { url }),
       ...this.#failure(name, played) ?? { tools: played?.tools ?? [] },
@@ -183,9 +190,11 @@ class PlayedServers {
 
   /** @param {string} name @param {string} tool @param {unknown} args */
   call(name, tool, args) {
-    const server = this.#loaded.find((one) => one.name === name);
+    const server =
+      this.#loaded.find((one) => one.name === name) ??
+      this.#loaded.find((one) => reduced(one.name) === name);
     if (!server) return { error: `unknown MCP server '${name}'` };
-    const failure = this.#failure(name, server.played);
+    const failure = this.#failure(server.name, server.played);
     if (failure) return failure;
     const answer = server.played?.call;
     return answer ? answer(tool, isObject(args) ? args : {}) : { error: 'MCP call failed' };

@@ -151,7 +151,7 @@ export interface McpTool {
 }
 
 interface McpServerFacts {
-  /** The name in config.json reduced to lower-case letters, digits, "_" and "-". */
+  /** The name in config.json in lower case; each character but a-z, 0-9, "_", "-" became "_". */
   name: string;
   /** The program that was started; "" for a remote server. */
   command: string;
@@ -237,7 +237,7 @@ export type McpCallResult = McpCallAnswer | McpCallFailure;
  * only) and 120 s for the answer. Never rejects with a HostError, not even for an unknown server:
  * look at `error` first.
  *
- * @param server the server's name as config.json spells it
+ * @param server the server's name as config.json spells it, or as mcpServers gives it
  * @param tool the tool's name
  * @param args the tool's arguments; {} when left out
  */

@@ -3,6 +3,10 @@
 const kOk = (value) => ({ ok: 1, value });
 const kFails = (value) => ({ ok: 0, value });
 
+const kDefaultConfig = '{\r\n  "mcpServers": {}\r\n}\r\n';
+const kInvalid = 'Invalid JSON — the file must contain a JSON object';
+const configPath = (home) => `${home}\\.config\\wendra\\config.json`;
+
 export const conversations = (home) => [
   {
     why: 'a text comes back as it was written',
@@ -96,6 +100,34 @@ export const conversations = (home) => [
     steps: [
       ['exec', ['', ''], kFails('exec expects [dir, command]')],
       ['exec', ['C:\\'], kFails('exec expects [dir, command]')],
+    ],
+  },
+  {
+    why: 'the configuration is read and written whole',
+    steps: [
+      ['mcpReadConfig', [], kOk({ path: configPath(home), content: kDefaultConfig })],
+      ['mcpWriteConfig', [], kFails('mcpWriteConfig expects [content]')],
+      ['mcpWriteConfig', [{}], kFails('mcpWriteConfig expects [content]')],
+      ['mcpWriteConfig', [''], kFails(kInvalid)],
+      ['mcpWriteConfig', ['[]'], kFails(kInvalid)],
+      ['mcpWriteConfig', ['null'], kFails(kInvalid)],
+      ['mcpWriteConfig', ['{'], kFails(kInvalid)],
+      ['mcpReadConfig', [], kOk({ path: configPath(home), content: kDefaultConfig })],
+      ['mcpWriteConfig', ['{"a":"ü"} \n'], kOk({ ok: true })],
+      ['mcpReadConfig', [], kOk({ path: configPath(home), content: '{"a":"ü"} \n' })],
+      ['mcpWriteConfig', [kDefaultConfig], kOk({ ok: true })],
+    ],
+  },
+  {
+    why: 'without MCP servers the list is empty, and every one is unknown',
+    steps: [
+      ['mcpServers', [], kOk([])],
+      ['mcpWriteConfig', ['{"mcpServers":{"x":{"command":"x","enabled":false}}}'], kOk({ ok: true })],
+      ['mcpServers', [], kOk([])],
+      ['mcpCall', ['x', 'tool', {}], kOk({ error: "unknown MCP server 'x'" })],
+      ['mcpCall', ["it's"], kOk({ error: "unknown MCP server 'it's'" })],
+      ['mcpCall', [5], kOk({ error: "unknown MCP server ''" })],
+      ['mcpWriteConfig', [kDefaultConfig], kOk({ ok: true })],
     ],
   },
   {

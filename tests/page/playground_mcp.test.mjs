@@ -49,23 +49,24 @@ test('every server of the configuration is shown, whether the host answers for i
   ]); // prettier-ignore
 });
 
-test('a reduced name finds its server, so that a call has the full one', () => {
-  for (const name of ['my_server', 'my-server', 'myserver']) {
-    const answers = [{ name, command: 'a', tools: [] }];
-    const [server] = inventory(config({ 'My Server': { command: 'a' } }), answers);
-    assert.equal(server.name, 'My Server', name);
+test('a reduced name finds its server, so that it is shown with the full one', () => {
+  const names = [['My Server', 'my_server'], ['a-B_9', 'a-b_9'], ['Übel 😀!', '_bel___'], ['', '']];
+  for (const [name, reduced] of names) {
+    const answers = [{ name: reduced, command: 'a', tools: [] }];
+    const servers = inventory(config({ [name]: { command: 'a' } }), answers);
+    assert.deepEqual(states(servers), [`${name}: ready`]);
   }
 });
 
 test('names that are reduced to the same are told apart by kind, then by order', () => {
-  const text = config({ 'a b': { command: 'x' }, 'A-B': { url: 'https://u' }, a_b: { command: 'y' } });
+  const text = config({ 'a b': { command: 'x' }, A_B: { url: 'https://u' }, a_b: { command: 'y' } });
   const answers = [
-    { name: 'a-b', command: '', url: 'https://u', tools: [] },
+    { name: 'a_b', command: '', url: 'https://u', tools: [] },
     { name: 'a_b', command: 'X', tools: [] },
     { name: 'a_b', command: 'Y', tools: [] },
   ];
   const found = inventory(text, answers).map(({ name, where }) => `${name}: ${where}`);
-  assert.deepEqual(found, ['a b: X', 'A-B: https://u', 'a_b: Y']);
+  assert.deepEqual(found, ['a b: X', 'A_B: https://u', 'a_b: Y']);
 });
 
 test('an answer for which the configuration has no server is shown after the others', () => {

@@ -1,6 +1,6 @@
 // What is known of every MCP server: what config.json says of it beside what the host answered. The
 // host's answer alone lacks the servers that are switched off or could not be loaded, and its names
-// are reduced, while a call needs the name that config.json has.
+// are reduced.
 
 /** @typedef {import('../../wendra-host.js').McpServerEntry} McpServerEntry */
 /** @typedef {import('../../wendra-host.js').McpTool} McpTool */
@@ -27,9 +27,12 @@ function configured(text) {
   }
 }
 
-// Equal for a name and for what the host makes of it.
+// What the host's answer makes of a name.
 /** @param {string} name */
-const reduced = (name) => name.toLowerCase().replace(/[^a-z0-9]/g, '');
+const reduced = (name) =>
+  name
+    .replace(/[A-Z]/g, (letter) => letter.toLowerCase())
+    .replace(/[^a-z0-9_-]/gu, '_');
 
 /** @param {unknown} entry */
 const isOff = (entry) => isObject(entry) && (entry.enabled === false || entry.enabled === 0);
@@ -75,7 +78,7 @@ export function inventory(configText, answers) {
   const rest = [...answers];
   const servers = configured(configText).map(([name, entry]) => {
     const at = isOff(entry) ? -1 : rest.findIndex((answer) =>
-      reduced(answer.name) === reduced(name) && (answer.url !== undefined) === isRemote(entry));
+      answer.name === reduced(name) && (answer.url !== undefined) === isRemote(entry));
     const [answer] = at < 0 ? [] : rest.splice(at, 1);
     return answer ? answered(name, answer) : unanswered(name, entry);
   });
