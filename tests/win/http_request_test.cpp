@@ -1,0 +1,346 @@
+#include "win/http_request.h"
+
+#include <atomic>
+#include <functional>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include <gtest/gtest.h>
+
+#include "tests/support/http_test_server_win.h"
+
+namespace wendra {
+namespace {
+
+constexpr HttpTimeouts kTimeouts{8000, 8000, 30'000, 30'000};
+using Headers = std::vector<std::pair<std::string, std::string>>;
+
+HttpRequest Request(std::string url, const wchar_t* verb = L"GET") {
+  HttpRequest request;
+  request.url = std::move(url);
+  request.verb = verb;
+  request.userAgent = L"test/1.0";
+  request.timeouts = kTimeouts;
+  return request;
+}
+
+std::string ReadBody(HttpExchange& exchange) {
+  std::string body;
+  while (const size_t bytes = exchange.WaitForPiece()) body += exchange.ReadPiece(bytes);
+  return body;
+}
+
+// What comes back, as one text: the status or why there is none, then the body.
+std::string Exchanged(HttpRequest request) {
+  HttpExchange exchange;
+  const auto status = exchange.Send(std::move(request));
+  if (!status) return status.Error();
+  return std::to_string(status.Value()) + " " + ReadBody(exchange);
+}
+
+HttpTestServer::Handler Answering(std::string statusLine, std::string headers = {},
+                                  std::string body = {}) {
+  return [=](const HttpTestRequest&, HttpTestConnection& connection) {
+    connection.Answer(statusLine, headers, body);
+  };
+}
+
+TEST(HttpRequest, SendsWhatItIsGiven) {
+  HttpTestServer server(Answering("200 OK", {}, "yes"));
+  HttpRequest request = Request(server.Url("/a/b?c=d&e"), L"POST");
+  request.headers = {{"X-First", "1"}, {"Accept", "a, b"}, {"X-First", "2"}, {"X-Name", "Müller"}};
+  request.body = "{\"a\":1}";
+  EXPECT_EQ(Exchanged(std::move(request)), "200 yes");
+
+  ASSERT_EQ(server.Requests().size(), 1u);
+  const HttpTestRequest got = server.Requests().front();
+  EXPECT_EQ(got.verb, "POST");
+  EXPECT_EQ(got.path, "/a/b?c=d&e");
+  EXPECT_EQ(got.body, "{\"a\":1}");
+  EXPECT_EQ(got.Header("User-Agent"), "test/1.0");
+  EXPECT_EQ(got.Header("Content-Length"), "7");
+  Headers own;
+  for (const auto& header : got.headers) {
+    if (header.first[0] == 'X' || header.first == "Accept") own.push_back(header);
+  }
+  EXPECT_EQ(own.size(), 4u);
+  EXPECT_EQ(own[0], Headers::value_type("X-First", "1"));
+  EXPECT_EQ(own[1], Headers::value_type("Accept", "a, b"));
+  EXPECT_EQ(own[2], Headers::value_type("X-First", "2"));
+  EXPECT_EQ(own[3].first, "X-Name");
+}
+
+TEST(HttpRequest, GivesEveryStatusAsItIs) {
+  for (const char* line :
+       {"200 OK", "202 Accepted", "304 Not Modified", "400 Bad Request", "401 Unauthorized",
+        "403 Forbidden", "404 Not Found", "405 Method Not Allowed", "429 Too Many Requests",
+        "500 Internal Server Error", "503 Service Unavailable"}) {
+    HttpTestServer server(Answering(line));
+    EXPECT_EQ(Exchanged(Request(server.Url())), std::string(line, 3) + " ") << line;
+    EXPECT_EQ(server.Requests().size(), 1u) << line;
+  }
+}
+
+TEST(HttpRequest, ReadsABodyHoweverItIsFramed) {
+  const std::string big(3'000'000, 'x');
+  const struct {
+    const char* why;
+    std::string answer;
+    std::string want;
+  } cases[] = {
+      {"length", "HTTP/1.1 200 OK\r\nContent-Length: 3\r\n\r\nabc", "200 abc"},
+      {"until the end", "HTTP/1.1 200 OK\r\nConnection: close\r\n\r\nabc", "200 abc"},
+      {"chunks",
+       "HTTP/1.1 200 OK\r\nTransfer-Encoding: chunked\r\n\r\n2\r\nab\r\n1\r\nc\r\n0\r\n\r\n",
+       "200 abc"},
+      {"none", "HTTP/1.1 200 OK\r\nContent-Length: 0\r\n\r\n", "200 "},
+      {"no content", "HTTP/1.1 204 No Content\r\n\r\n", "204 "},
+      {"large", "HTTP/1.1 200 OK\r\nContent-Length: 3000000\r\n\r\n" + big, "200 " + big},
+      {"cut short", "HTTP/1.1 200 OK\r\nContent-Length: 9\r\n\r\nabc", "200 abc"},
+      {"compressed although not asked for",
+       "HTTP/1.1 200 OK\r\nContent-Encoding: gzip\r\nContent-Length: 3\r\n\r\nabc", "200 abc"},
+  };
+  for (const auto& c : cases) {
+    HttpTestServer server(
+        [&](const HttpTestRequest&, HttpTestConnection& connection) { connection.Send(c.answer); });
+    EXPECT_EQ(Exchanged(Request(server.Url())), c.want) << c.why;
+  }
+}
+
+TEST(HttpRequest, LetsTheCallerStopInTheMiddleOfAPiece) {
+  HttpTestServer server(Answering("200 OK", {}, "abcdef"));
+  HttpExchange exchange;
+  ASSERT_TRUE(static_cast<bool>(exchange.Send(Request(server.Url()))));
+  std::string body;
+  while (body.size() < 4 && exchange.WaitForPiece() > 0) body += exchange.ReadPiece(1);
+  EXPECT_EQ(body, "abcd");
+}
+
+TEST(HttpRequest, ReadsAHeaderOfAtMost1023Characters) {
+  const struct {
+    std::string header;
+    std::optional<std::string> want;
+  } cases[] = {
+      {"", {}},
+      {"Mcp-Session-Id: abc\r\n", "abc"},
+      {"mcp-session-id: " + std::string(1023, 'x') + "\r\n", std::string(1023, 'x')},
+      {"Mcp-Session-Id: " + std::string(1024, 'x') + "\r\n", {}},
+      {"Mcp-Session-Id: " + std::string(2048, 'x') + "\r\n", {}},
+  };
+  for (const auto& c : cases) {
+    HttpTestServer server(Answering("200 OK", c.header));
+    HttpExchange exchange;
+    ASSERT_TRUE(static_cast<bool>(exchange.Send(Request(server.Url()))));
+    EXPECT_EQ(exchange.ResponseHeader(L"Mcp-Session-Id"), c.want) << c.header;
+  }
+}
+
+TEST(HttpRequest, SaysWhyThereIsNoResponse) {
+  std::string closed;
+  {
+    HttpTestServer server(Answering("200 OK"));
+    closed = server.Url();
+  }
+  HttpTestServer dropping([](const HttpTestRequest&, HttpTestConnection&) {});
+  const struct {
+    const char* why;
+    std::string url;
+    std::string want;
+  } cases[] = {
+      {"empty", "", "invalid URL"},
+      {"no scheme", "localhost/mcp", "invalid URL"},
+      {"other scheme", "ftp://localhost/mcp", "invalid URL"},
+      {"long host", "http://" + std::string(255, 'a') + "/", "invalid URL"},
+      {"long path", "http://localhost/" + std::string(4094, 'a'), "invalid URL"},
+      {"refused", closed, "request failed (offline?)"},
+      {"dropped", dropping.Url(), "request failed (offline?)"},
+      {"unknown host", "http://nowhere.invalid/", "request failed (offline?)"},
+  };
+  for (const auto& c : cases) EXPECT_EQ(Exchanged(Request(c.url)), c.want) << c.why;
+}
+
+TEST(HttpRequest, TakesALongPathWithItsQuery) {
+  HttpTestServer server(Answering("200 OK"));
+  const std::string path = "/" + std::string(4000, 'a') + "?" + std::string(92, 'b');
+  EXPECT_EQ(Exchanged(Request(server.Url(path))), "200 ");
+  EXPECT_EQ(server.Requests().front().path, path);
+}
+
+TEST(HttpRequest, RepeatsItselfWithinTheOrigin) {
+  const struct {
+    const wchar_t* verb;
+    const char* statusLine;
+    const char* location;
+    const char* want;  // the path of the repeated request, or "" where the redirect is the response
+  } cases[] = {
+      {L"POST", "307 Temporary Redirect", "/new?a=b", "/new?a=b"},
+      {L"POST", "308 Permanent Redirect", "new", "/dir/new"},
+      {L"POST", "308 Permanent Redirect", "../new", "/new"},
+      {L"POST", "301 Moved Permanently", "/new", ""},
+      {L"POST", "302 Found", "/new", ""},
+      {L"POST", "303 See Other", "/new", ""},
+      {L"POST", "300 Multiple Choices", "/new", ""},
+      {L"DELETE", "307 Temporary Redirect", "/new", "/new"},
+      {L"DELETE", "302 Found", "/new", ""},
+      {L"GET", "301 Moved Permanently", "/new", "/new"},
+      {L"GET", "302 Found", "/new", "/new"},
+      {L"GET", "303 See Other", "/new", "/new"},
+      {L"GET", "307 Temporary Redirect", "/new", "/new"},
+      {L"GET", "308 Permanent Redirect", "/new", "/new"},
+      {L"GET", "304 Not Modified", "/new", ""},
+  };
+  for (const auto& c : cases) {
+    HttpTestServer server([&](const HttpTestRequest& request, HttpTestConnection& connection) {
+      if (request.path != "/dir/old") return (void)connection.Answer("200 OK", {}, "new");
+      connection.Answer(c.statusLine, "Location: " + std::string(c.location) + "\r\n", "");
+    });
+    HttpRequest request = Request(server.Url("/dir/old"), c.verb);
+    request.headers = {{"Authorization", "secret"}};
+    if (*c.verb == L'P') request.body = "body";
+    const std::string got = Exchanged(std::move(request));
+    const auto requests = server.Requests();
+    if (!*c.want) {
+      EXPECT_EQ(got, std::string(c.statusLine, 3) + " ") << c.statusLine;
+      EXPECT_EQ(requests.size(), 1u) << c.statusLine;
+      continue;
+    }
+    EXPECT_EQ(got, "200 new") << c.statusLine;
+    ASSERT_EQ(requests.size(), 2u) << c.statusLine;
+    EXPECT_EQ(requests[1].verb, requests[0].verb) << c.statusLine;
+    EXPECT_EQ(requests[1].path, c.want) << c.statusLine;
+    EXPECT_EQ(requests[1].body, requests[0].body) << c.statusLine;
+    EXPECT_EQ(requests[1].Header("Authorization"), "secret") << c.statusLine;
+  }
+}
+
+TEST(HttpRequest, TellsNoOtherHostItsHeaders) {
+  HttpTestServer other(Answering("200 OK"));
+  for (const wchar_t* verb : {L"GET", L"POST", L"DELETE"}) {
+    for (const char* statusLine : {"301 Moved Permanently", "302 Found", "303 See Other",
+                                   "307 Temporary Redirect", "308 Permanent Redirect"}) {
+      std::string location;
+      HttpTestServer server([&](const HttpTestRequest&, HttpTestConnection& connection) {
+        connection.Answer(statusLine, "Location: " + location + "\r\n", "");
+      });
+      const std::string port = server.Url("", "").substr(std::string_view("http://").size());
+      for (const std::string& target :
+           {other.Url(), server.Url("/mcp", "127.0.0.1"), "//127.0.0.1" + port + "/mcp",
+            "https://localhost" + port + "/mcp", std::string("ftp://localhost/"),
+            std::string("http://")}) {
+        location = target;
+        const size_t before = server.Requests().size();
+        HttpRequest request = Request(server.Url(), verb);
+        request.headers = {{"Authorization", "secret"}};
+        EXPECT_EQ(Exchanged(std::move(request)), std::string(statusLine, 3) + " ")
+            << statusLine << " to " << target;
+        EXPECT_EQ(server.Requests().size(), before + 1) << statusLine << " to " << target;
+      }
+    }
+  }
+  EXPECT_TRUE(other.Requests().empty());
+}
+
+TEST(HttpRequest, EndsAfterTenRedirects) {
+  HttpTestServer server(Answering("307 Temporary Redirect", "Location: /mcp\r\n"));
+  EXPECT_EQ(Exchanged(Request(server.Url())), "307 ");
+  EXPECT_EQ(server.Requests().size(), 11u);
+}
+
+TEST(HttpRequest, FollowsAnywhereWhenItMay) {
+  HttpTestServer other(Answering("200 OK", {}, "there"));
+  HttpTestServer server(Answering("302 Found", "Location: " + other.Url("/feed") + "\r\n"));
+  HttpRequest request = Request(server.Url());
+  request.redirects = HttpRedirects::kAnywhere;
+  EXPECT_EQ(Exchanged(std::move(request)), "200 there");
+  ASSERT_EQ(other.Requests().size(), 1u);
+  EXPECT_EQ(other.Requests().front().path, "/feed");
+}
+
+// A server that has a request, perhaps the beginning of an answer to it, and then says no more.
+class SilentServer {
+ public:
+  explicit SilentServer(std::string beginning = {})
+      : server_([this, beginning](const HttpTestRequest&, HttpTestConnection& connection) {
+          connection.Send(beginning);
+          hasRequest_ = true;
+          hasRequest_.notify_all();
+          connection.WaitForClose();
+        }) {}
+
+  std::string Url() const { return server_.Url(); }
+  void WaitForRequest() { hasRequest_.wait(false); }
+
+ private:
+  std::atomic<bool> hasRequest_ = false;
+  HttpTestServer server_;
+};
+
+constexpr char kOpenStream[] = "HTTP/1.1 200 OK\r\nConnection: close\r\n\r\nabc";
+
+TEST(HttpExchange, StopsWaitingForHeadersAtOnce) {
+  SilentServer server;
+  HttpExchange exchange;
+  std::string error;
+  std::thread worker([&] { error = exchange.Send(Request(server.Url())).Error(); });
+  server.WaitForRequest();
+  exchange.Abort();
+  worker.join();
+  EXPECT_EQ(error, "request failed (offline?)");
+}
+
+TEST(HttpExchange, StopsWaitingForTheBodyAtOnce) {
+  SilentServer server(kOpenStream);
+  HttpExchange exchange;
+  std::atomic<bool> hasBody = false;
+  std::string body;
+  std::thread worker([&] {
+    ASSERT_TRUE(static_cast<bool>(exchange.Send(Request(server.Url()))));
+    while (const size_t bytes = exchange.WaitForPiece()) {
+      body += exchange.ReadPiece(bytes);
+      hasBody = body == "abc";
+      hasBody.notify_all();
+    }
+  });
+  hasBody.wait(false);
+  exchange.Abort();
+  worker.join();
+  EXPECT_EQ(body, "abc");
+}
+
+TEST(HttpExchange, DoesNothingAfterAnAbort) {
+  HttpTestServer server(Answering("200 OK", {}, "abc"));
+  HttpExchange before;
+  before.Abort();
+  before.Abort();
+  EXPECT_EQ(before.Send(Request(server.Url())).Error(), "request failed (offline?)");
+  EXPECT_TRUE(server.Requests().empty());
+
+  HttpExchange within;
+  ASSERT_TRUE(static_cast<bool>(within.Send(Request(server.Url()))));
+  ASSERT_EQ(within.WaitForPiece(), 3u);
+  within.Abort();
+  EXPECT_EQ(within.ReadPiece(3), "");
+  EXPECT_EQ(within.WaitForPiece(), 0u);
+}
+
+// Whenever the abort comes, both threads end, and every other exchange gets its own answer.
+TEST(HttpExchange, MayBeAbortedAtAnyMoment) {
+  HttpTestServer server([](const HttpTestRequest& request, HttpTestConnection& connection) {
+    connection.Answer("200 OK", {}, request.path);
+  });
+  for (int round = 0; round < 40; ++round) {
+    const std::string path = "/" + std::to_string(round);
+    HttpExchange aborted;
+    std::thread worker([&] {
+      if (aborted.Send(Request(server.Url("/aborted")))) (void)ReadBody(aborted);
+    });
+    for (int i = 0; i < round * 20; ++i) SwitchToThread();
+    aborted.Abort();
+    EXPECT_EQ(Exchanged(Request(server.Url(path))), "200 " + path);
+    worker.join();
+  }
+}
+
+}  // namespace
+}  // namespace wendra

@@ -1,0 +1,88 @@
+// One HTTP request and its response: the only code of the program that talks WinHTTP.
+//
+// Redirects. WinHTTP by itself follows them to any host and takes all headers along. That is right
+// for a download and wrong for a request that carries secrets, so the request says which it is; see
+// HttpRedirects.
+//
+// Proxies are those of the machine (`netsh winhttp`); no cookies, no stored passwords, no
+// compression.
+#pragma once
+
+#include <memory>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <utility>
+#include <vector>
+
+#include "base/outcome.h"
+
+#include <windows.h>
+
+namespace wendra {
+
+struct HttpTimeouts {  // in milliseconds
+  int resolveMs;
+  int connectMs;
+  int sendMs;
+  int receiveMs;  // for the response's headers, and again for each piece of its body
+};
+
+enum class HttpRedirects {
+  // WinHTTP's own rules: anywhere, but not from https to http.
+  kAnywhere,
+  // Only to the same scheme, host and port, at most ten times, and only as the same request again:
+  // 307 and 308, for GET also 301, 302 and 303. Any other redirect is the response.
+  kSameOrigin,
+};
+
+struct HttpRequest {
+  std::string url;
+  const wchar_t* verb = L"GET";
+  const wchar_t* userAgent = L"";
+  HttpTimeouts timeouts{};
+  std::vector<std::pair<std::string, std::string>> headers;  // sent in this order
+  std::string body;
+  HttpRedirects redirects = HttpRedirects::kSameOrigin;
+};
+
+// One exchange belongs to one worker thread, which waits in it; only Abort may come from another.
+// Whatever comes after Abort fails at once. Handles are closed by the worker alone (request,
+// connection, session), so that none is closed while a call is about to use it.
+class HttpExchange {
+ public:
+  HttpExchange();
+  ~HttpExchange();
+  HttpExchange(const HttpExchange&) = delete;
+  HttpExchange& operator=(const HttpExchange&) = delete;
+
+  // Sends and waits for the response's headers: its status, or "invalid URL", "WinHttpOpen failed",
+  // "connect failed", "request failed", "request failed (offline?)". Host names longer than 254 and
+  // paths with their query longer than 4,094 characters are invalid. Once.
+  Outcome<DWORD> Send(HttpRequest request);
+
+  // Once Send has succeeded: a header of the response. None if it is missing or longer than 1,023
+  // characters (2,048 bytes with its end).
+  std::optional<std::string> ResponseHeader(const wchar_t* name) const;
+
+  // Once Send has succeeded: waits for the next piece of the body and says how many bytes it has; 0
+  // at the end, after a failure and after Abort.
+  size_t WaitForPiece();
+
+  // Reads `bytes` bytes of the piece that has been waited for; "" when that fails. Valid until the
+  // next call of this object.
+  std::string_view ReadPiece(size_t bytes);
+
+  // Ends the waiting of the worker at once, now and later. Any thread, any time, any number of
+  // times.
+  void Abort();
+
+ private:
+  struct Operation;
+  class Connection;
+
+  std::shared_ptr<Operation> operation_;  // also held by WinHTTP, until it lets go of the request
+  std::unique_ptr<Connection> connection_;
+};
+
+}  // namespace wendra
