@@ -334,10 +334,10 @@ TEST_F(Session, LetsWhoWaitedInVainTryAgainAtOnce) {
   Ensure(a, "second");
   Taken();
   session.HandleMcpText(a, R"({"id":"1","error":{}})");
-  const Record record = Taken();
-  EXPECT_NE(record.at(1).find(R"("method":"initialize","id":"2")"), std::string::npos);
-  EXPECT_EQ(record.at(2), "start 102 45000");
-  EXPECT_EQ(record.at(3), R"(second failed {"id":"1","error":{}})");
+  const Record taken = Taken();
+  EXPECT_NE(taken.at(1).find(R"("method":"initialize","id":"2")"), std::string::npos);
+  EXPECT_EQ(taken.at(2), "start 102 45000");
+  EXPECT_EQ(taken.at(3), R"(second failed {"id":"1","error":{}})");
   session.HandleMcpText(a, R"({"id":"2"})");
   EXPECT_EQ(Taken().back(), "again goes on");
 }
