@@ -1,7 +1,9 @@
 #include "base/utf8.h"
 
+#include <algorithm>
 #include <cstddef>
 #include <cstdint>
+#include <cstring>
 
 namespace wendra {
 namespace {
@@ -25,6 +27,17 @@ std::uint32_t Decode(std::string_view sequence) {
   return value;
 }
 
+// Bytes below 80 at the start of `text`, counted in whole words: most text is nothing else.
+size_t AsciiWords(std::string_view text) {
+  constexpr std::uint64_t kHighBits = 0x8080808080808080;
+  size_t bytes = 0;
+  for (std::uint64_t word = 0; text.size() - bytes >= sizeof(word); bytes += sizeof(word)) {
+    std::memcpy(&word, text.data() + bytes, sizeof(word));
+    if (word & kHighBits) break;
+  }
+  return bytes;
+}
+
 }  // namespace
 
 bool IsWellFormedUtf8(std::string_view text) {
@@ -32,7 +45,7 @@ bool IsWellFormedUtf8(std::string_view text) {
   for (size_t at = 0; at < text.size();) {
     const auto lead = static_cast<unsigned char>(text[at]);
     if (lead < 0x80) {
-      ++at;
+      at += std::max<size_t>(1, AsciiWords(text.substr(at)));
       continue;
     }
     const size_t length = SequenceLength(lead);

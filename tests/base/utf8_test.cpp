@@ -1,5 +1,8 @@
 #include "base/utf8.h"
 
+#include <string>
+#include <string_view>
+
 #include <gtest/gtest.h>
 
 namespace wendra {
@@ -39,6 +42,16 @@ TEST(IsWellFormedUtf8, RefusesTheRest) {
                            "\xFF",
                            "gr\xFC\xDF"}) {
     EXPECT_FALSE(IsWellFormedUtf8(text)) << text;
+  }
+}
+
+TEST(IsWellFormedUtf8, SeesTheOddByteWhereverItStands) {
+  for (size_t at = 0; at < 40; ++at) {
+    std::string text(40, 'a');
+    text[at] = '\xFF';
+    EXPECT_FALSE(IsWellFormedUtf8(text)) << at;
+    text.replace(at, 1, "ü");
+    EXPECT_TRUE(IsWellFormedUtf8(text)) << at;
   }
 }
 

@@ -1,6 +1,10 @@
 #include "win/wide.h"
 
+#include <string>
+
 #include <gtest/gtest.h>
+
+#include <windows.h>
 
 namespace wendra {
 namespace {
@@ -27,7 +31,23 @@ TEST(Wide, GoesThereAndBack) {
 TEST(Wide, ReplacesWhatIsNotWellFormed) {
   EXPECT_EQ(Widen("a\xFFz"), L"a\xFFFDz");
   EXPECT_EQ(Widen("\xC3"), L"\xFFFD");
+  EXPECT_EQ(Widen("\xC3z"), L"\xFFFDz");
   EXPECT_EQ(Narrow(L"a\xD83Dz"), "a\xEF\xBF\xBDz");
+}
+
+// Whatever stands before and behind, the system's own conversion is the measure.
+TEST(Wide, AgreesWithTheSystem) {
+  for (const std::string odd : {"ü", "😀", "\xC3", "\xE2\x82", "\xF0\x9F\x98", "\x80\x80", "ü日"}) {
+    for (size_t before = 0; before < 40; ++before) {
+      const std::string text =
+          std::string(before, 'a') + odd + std::string(40 - before, 'b') + odd + odd + "c" + odd;
+      std::wstring want(text.size(), L'\0');
+      want.resize(static_cast<size_t>(
+          MultiByteToWideChar(CP_UTF8, 0, text.data(), static_cast<int>(text.size()), want.data(),
+                              static_cast<int>(want.size()))));
+      EXPECT_EQ(Widen(text), want) << before << " " << odd;
+    }
+  }
 }
 
 TEST(Wide, TakesSixteenMebibytes) {
