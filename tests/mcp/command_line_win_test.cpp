@@ -108,31 +108,45 @@ Words WithQuotesInPairs(Words arguments) {
   return arguments;
 }
 
-// As package managers write them, and wrote them: with more behind the arguments.
 TEST(ChildCommandLine, BringsArgumentsThroughABatchFile) {
   const ScratchFolder folder;
   std::filesystem::create_directories(folder / L"work");
-  const std::wstring plain =
-      BatchFile(folder, L"new.cmd", "@ECHO off\n\"%~dp0\\child.exe\" args %*\n");
-  const std::wstring block =
-      BatchFile(folder, L"old.cmd",
-                "@ECHO off\nIF EXIST \"%~dp0\\child.exe\" (\n"
-                "  \"%~dp0\\child.exe\"  args %*\n) ELSE (\n  child.exe  args %*\n)\n");
-  const std::wstring redirected = BatchFile(
-      folder, L"more.bat", "@\"%~dp0child.exe\" args %* 2>&1 && \"%~dp0child.exe\" args end\n");
+  const std::wstring script =
+      BatchFile(folder, L"passes on.cmd", "@ECHO off\n\"%~dp0\\child.exe\" args %*\n");
   std::mt19937 random(3);
   for (int run = 0; run < kRuns; ++run) {
-    const Words any = ForBatchFiles(GeneratedArguments(random, kArgumentsEach));
-    const Words paired = WithQuotesInPairs(any);
-    const struct {
-      const std::wstring& script;
-      const Words& arguments;
-      std::string after;
-    } cases[] = {{plain, any, ""}, {block, paired, ""}, {redirected, paired, "end\n"}};
+    const Words arguments = ForBatchFiles(GeneratedArguments(random, kArgumentsEach));
+    const auto line = ChildCommandLine(script, arguments);
+    ASSERT_TRUE(line);
+    ASSERT_EQ(OutputOf(*line, folder / L"work"), OneALine(arguments)) << Printable(*line);
+  }
+  EXPECT_EQ(FilesIn(folder / L"work"), std::vector<std::string>());
+}
+
+// The shims of older package managers stand in a block; people redirect and chain.
+TEST(ChildCommandLine, LeavesAloneWhatStandsBehindTheArguments) {
+  const ScratchFolder folder;
+  std::filesystem::create_directories(folder / L"work");
+  const struct {
+    std::wstring script;
+    std::string after;
+  } cases[] = {
+      {BatchFile(folder, L"block.cmd",
+                 "@ECHO off\nIF EXIST \"%~dp0\\child.exe\" (\n"
+                 "  \"%~dp0\\child.exe\"  args %*\n) ELSE (\n  child.exe  args %*\n)\n"),
+       ""},
+      {BatchFile(folder, L"chain.bat",
+                 "@\"%~dp0child.exe\" args %* 2>&1 && \"%~dp0child.exe\" args end\n"),
+       "end\n"},
+  };
+  std::mt19937 random(5);
+  for (int run = 0; run < 10; ++run) {
+    const Words arguments =
+        WithQuotesInPairs(ForBatchFiles(GeneratedArguments(random, kArgumentsEach)));
     for (const auto& c : cases) {
-      const auto line = ChildCommandLine(c.script, c.arguments);
+      const auto line = ChildCommandLine(c.script, arguments);
       ASSERT_TRUE(line);
-      ASSERT_EQ(OutputOf(*line, folder / L"work"), OneALine(c.arguments) + c.after)
+      ASSERT_EQ(OutputOf(*line, folder / L"work"), OneALine(arguments) + c.after)
           << Printable(*line);
     }
   }
