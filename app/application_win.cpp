@@ -11,6 +11,7 @@
 #include "config/server_address.h"
 #include "mcp/config_actions_win.h"
 #include "mcp/tool_actions.h"
+#include "update/check_action.h"
 #include "win/messages.h"
 
 namespace wendra {
@@ -29,7 +30,7 @@ Application::Application(HINSTANCE instance, std::string server, WindowLog& log,
       replies_(page_),
       mcp_(config, log),
       bridge_(MakeActions(), replies_, log),
-      window_(instance, log, mcp_, page_, replies_) {}
+      window_(instance, log, mcp_, page_, replies_, [this] { CheckForUpdates(); }) {}
 
 // The order is the order in which names are compared.
 ActionTable Application::MakeActions() {
@@ -48,6 +49,7 @@ ActionTable Application::MakeActions() {
       McpReadConfigAction(replies_, config_),
       McpWriteConfigAction(replies_, config_, log_, [this] { mcp_.LoadMcpServers(); }),
       McpCallAction(replies_, servers, mcp_.Session()),
+      CheckForUpdatesAction(replies_, [this] { CheckForUpdates(); }),
   };
 }
 
@@ -56,6 +58,7 @@ int Application::Run() {
   window_.Show();
   // From the loop, so that the window is there before the control takes its time.
   (void)PostMessageW(window_.Handle(), kCreateWebViewMessage, 0, 0);
+  updater_.emplace(log_, config_.Path(), window_.Handle());
 
   const AcceleratorTable accelerators = MainWindow::MakeAccelerators();
   MSG message{};
@@ -66,6 +69,10 @@ int Application::Run() {
     DispatchMessageW(&message);
   }
   return static_cast<int>(message.wParam);
+}
+
+void Application::CheckForUpdates() {
+  if (updater_) updater_->CheckNow();
 }
 
 void Application::OnPageMessage(const std::optional<std::string>& source, std::string_view json) {

@@ -11,6 +11,7 @@
 #include "bridge/replies.h"
 #include "config/config_file_win.h"
 #include "mcp/mcp_client_win.h"
+#include "update/updater_win.h"
 #include "webview/page_host_win.h"
 
 #include <windows.h>
@@ -28,6 +29,7 @@ class Application {
 
  private:
   ActionTable MakeActions();
+  void CheckForUpdates();
   void OnPageMessage(const std::optional<std::string>& source, std::string_view json);
 
   const std::string server_;
@@ -38,6 +40,7 @@ class Application {
   McpClient mcp_;
   Bridge bridge_;
   MainWindow window_;
+  std::optional<Updater> updater_;  // from the window's showing to the end
 };
 
 }  // namespace wendra

@@ -22,6 +22,7 @@ constexpr int kIconId = 1;
 
 constexpr WORD kToggleLogPanelCommand = 100;
 constexpr WORD kReloadCommand = 101;
+constexpr WORD kCheckForUpdatesCommand = 102;
 
 // The page asks again for what it shows of the configuration; the event carries nothing.
 constexpr char kConfigChangedScript[] =
@@ -49,8 +50,13 @@ RECT ToRect(const Box& box) { return {box.left, box.top, box.right, box.bottom};
 }  // namespace
 
 MainWindow::MainWindow(HINSTANCE instance, WindowLog& log, McpClient& mcp, PageHost& page,
-                       Replies& replies)
-    : instance_(instance), log_(log), mcp_(mcp), page_(page), replies_(replies) {
+                       Replies& replies, std::function<void()> checkForUpdates)
+    : instance_(instance),
+      log_(log),
+      mcp_(mcp),
+      page_(page),
+      replies_(replies),
+      checkForUpdates_(std::move(checkForUpdates)) {
   RegisterWindowClass(instance, &MainWindow::WindowProcedure);
   CreateWindowExW(0, kWindowClass, L"Wendra", WS_OVERLAPPEDWINDOW, CW_USEDEFAULT, CW_USEDEFAULT,
                   kWidthPx, kHeightPx, nullptr, nullptr, instance, this);
@@ -68,7 +74,8 @@ void MainWindow::Show() {
 
 AcceleratorTable MainWindow::MakeAccelerators() {
   ACCEL keys[] = {{FVIRTKEY | FCONTROL, 'L', kToggleLogPanelCommand},
-                  {FVIRTKEY | FCONTROL, 'R', kReloadCommand}};
+                  {FVIRTKEY | FCONTROL, 'R', kReloadCommand},
+                  {FVIRTKEY | FCONTROL, 'U', kCheckForUpdatesCommand}};
   return AcceleratorTable(CreateAcceleratorTableW(keys, static_cast<int>(std::size(keys))));
 }
 
@@ -157,6 +164,7 @@ void MainWindow::OnDestroy() {
 void MainWindow::OnCommand(WORD command) {
   if (command == kToggleLogPanelCommand) ToggleLogPanel();
   if (command == kReloadCommand) page_.Reload();
+  if (command == kCheckForUpdatesCommand) checkForUpdates_();
 }
 
 void MainWindow::ToggleLogPanel() {

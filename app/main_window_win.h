@@ -1,6 +1,7 @@
 // The one top-level window: its messages, its keys, and what lies in it.
 #pragma once
 
+#include <functional>
 #include <optional>
 
 #include "app/log_panel_win.h"
@@ -17,7 +18,9 @@ namespace wendra {
 class MainWindow {
  public:
   // Makes the window, still hidden; Handle() is null if that failed. Borrows everything.
-  MainWindow(HINSTANCE instance, WindowLog& log, McpClient& mcp, PageHost& page, Replies& replies);
+  // `checkForUpdates` is what Ctrl+U does.
+  MainWindow(HINSTANCE instance, WindowLog& log, McpClient& mcp, PageHost& page, Replies& replies,
+             std::function<void()> checkForUpdates);
   ~MainWindow();
   MainWindow(const MainWindow&) = delete;
   MainWindow& operator=(const MainWindow&) = delete;
@@ -28,7 +31,7 @@ class MainWindow {
   // Gives the page and the log panel their places.
   void LayOut();
 
-  // The keys Ctrl+L and Ctrl+R, as the commands that OnCommand takes.
+  // The keys Ctrl+L, Ctrl+R and Ctrl+U, as the commands that OnCommand takes.
   static AcceleratorTable MakeAccelerators();
 
  private:
@@ -47,6 +50,7 @@ class MainWindow {
   McpClient& mcp_;
   PageHost& page_;
   Replies& replies_;
+  const std::function<void()> checkForUpdates_;
   HWND window_ = nullptr;          // from WM_NCCREATE to WM_NCDESTROY
   bool isCreated_ = false;         // the window has been made: its DPI can be asked for
   std::optional<LogPanel> panel_;  // from WM_CREATE to WM_DESTROY

@@ -27,6 +27,14 @@ std::wstring ProfileFolder() {
 
 std::wstring ConfigFilePath() { return ProfileFolder() + L"\\.config\\wendra\\config.json"; }
 
+std::string ReadConfigText(const std::wstring& path) {
+  const FileHandle file = OpenForReading(path);
+  if (!file) return {};
+  const auto bytes = FileSize(file);
+  if (!bytes || *bytes > kMaxConfigBytes) return {};
+  return ReadBytes(file, static_cast<size_t>(*bytes));
+}
+
 std::string ConfigFile::ConfigPathText() { return Narrow(path_); }
 
 std::wstring ConfigFile::ConfigDirectory() const {
@@ -55,13 +63,7 @@ bool ConfigFile::HasContent() const {
   return file && FileSize(file).value_or(0) > 0;
 }
 
-std::string ConfigFile::ReadConfigText() {
-  const FileHandle file = OpenForReading(path_);
-  if (!file) return {};
-  const auto bytes = FileSize(file);
-  if (!bytes || *bytes > kMaxConfigBytes) return {};
-  return ReadBytes(file, static_cast<size_t>(*bytes));
-}
+std::string ConfigFile::ReadConfigText() { return wendra::ReadConfigText(path_); }
 
 bool ConfigFile::WriteConfigAtomically(std::string_view text) {
   CreateDirectories();

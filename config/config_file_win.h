@@ -13,6 +13,10 @@ namespace wendra {
 // ".config\wendra\config.json" below the user's profile folder; the folder need not exist.
 std::wstring ConfigFilePath();
 
+// The whole file at `path`, at most 1 MiB, no byte-order mark stripped; missing, unreadable or
+// larger gives "". Any thread.
+std::string ReadConfigText(const std::wstring& path);
+
 class ConfigFile : public ServerStore {
  public:
   // Borrows `log`. `path` is the file's full path, normally ConfigFilePath().
@@ -28,8 +32,7 @@ class ConfigFile : public ServerStore {
   // that. Failures are not reported: the next reading tells.
   void EnsureDefaultConfig();
 
-  // The whole file, at most 1 MiB, no byte-order mark stripped; missing, unreadable or larger
-  // gives "".
+  // As the function of that name, for this file.
   std::string ReadConfigText() override;
 
   // Replaces the whole content through a temporary file beside it, so that a reader sees the old

@@ -1,0 +1,20 @@
+#include "update/outlet.h"
+
+namespace wendra {
+
+void UpdateOutlet::Line(std::string_view line) {
+  const std::lock_guard lock(mutex_);
+  if (log_) log_->LineFromAnyThread(line);
+}
+
+void UpdateOutlet::CloseWindow() {
+  const std::lock_guard lock(mutex_);
+  if (log_) closeWindow_();
+}
+
+void UpdateOutlet::Shut() {
+  const std::lock_guard lock(mutex_);
+  log_ = nullptr;
+}
+
+}  // namespace wendra

@@ -1,0 +1,102 @@
+#include "update/updater_win.h"
+
+#include <ctime>
+
+#include "config/config_file_win.h"
+#include "update/app_version_win.h"
+#include "update/feed_address.h"
+#include "update/outlet.h"
+#include "update/winsparkle_win.h"
+
+namespace wendra {
+namespace {
+
+constexpr int kCheckIntervalSeconds = 3600;
+
+// The library's callbacks carry no data of ours, so this is where they find the program. Set before
+// the library knows any of them; never freed, since its threads may call until the process ends.
+UpdateOutlet* outlet = nullptr;
+
+int __cdecl MayShutDown() { return 1; }  // nothing here needs saving first
+
+void __cdecl OnShutdownRequest() { outlet->CloseWindow(); }
+
+void __cdecl OnDidFindUpdate() {
+  outlet->Line("[Update] WinSparkle: update available -> prompting");
+}
+
+void __cdecl OnDidNotFindUpdate() {
+  outlet->Line("[Update] WinSparkle: no newer version -> not prompting");
+}
+
+void __cdecl OnError() {
+  outlet->Line("[Update] WinSparkle: update check failed (network / feed / signature)");
+}
+
+void __cdecl OnUpdatePostponed() { outlet->Line("[Update] WinSparkle: user postponed the update"); }
+
+void __cdecl OnUpdateSkipped() { outlet->Line("[Update] WinSparkle: user skipped this version"); }
+
+void __cdecl OnUpdateCancelled() { outlet->Line("[Update] WinSparkle: update cancelled"); }
+
+void __cdecl OnUpdateDismissed() { outlet->Line("[Update] WinSparkle: update dialog dismissed"); }
+
+void SetCallbacks() {
+  win_sparkle_set_can_shutdown_callback(&MayShutDown);
+  win_sparkle_set_shutdown_request_callback(&OnShutdownRequest);
+  win_sparkle_set_did_find_update_callback(&OnDidFindUpdate);
+  win_sparkle_set_did_not_find_update_callback(&OnDidNotFindUpdate);
+  win_sparkle_set_error_callback(&OnError);
+  win_sparkle_set_update_postponed_callback(&OnUpdatePostponed);
+  win_sparkle_set_update_skipped_callback(&OnUpdateSkipped);
+  win_sparkle_set_update_cancelled_callback(&OnUpdateCancelled);
+  win_sparkle_set_update_dismissed_callback(&OnUpdateDismissed);
+}
+
+std::string LocalTimeText(std::time_t time) {
+  std::tm local{};
+  char text[64];
+  if (localtime_s(&local, &time) != 0) return {};  // beyond the calendar
+  return std::string(text, std::strftime(text, sizeof(text), "%Y-%m-%d %H:%M:%S", &local));
+}
+
+}  // namespace
+
+Updater::Updater(Log& log, const std::wstring& configPath, HWND window) : log_(log) {
+  const FeedAddress feed = ReadFeedAddress(ReadConfigText(configPath));
+  if (!feed.complaint.empty()) log_.Line(feed.complaint);
+  outlet = new UpdateOutlet(log, [window] { (void)PostMessageW(window, WM_CLOSE, 0, 0); });
+
+  win_sparkle_set_appcast_url(feed.address.c_str());
+  SetCallbacks();
+  // On every start: what a user chose in the library's own dialog holds for that run only.
+  win_sparkle_set_automatic_check_for_updates(1);
+  win_sparkle_set_update_check_interval(kCheckIntervalSeconds);
+  win_sparkle_init();
+  LogState(feed.address);
+}
+
+Updater::~Updater() {
+  outlet->Shut();
+  win_sparkle_cleanup();
+}
+
+void Updater::LogState(const std::string& feedAddress) {
+  const std::string version = CurrentVersion();
+  log_.Line("[Update] current app version: " + (version.empty() ? "(unknown)" : version));
+  log_.Line("[Update] feed: " + feedAddress);
+  const bool isAutomatic = win_sparkle_get_automatic_check_for_updates() != 0;
+  log_.Line(std::string("[Update] automatic checks ") + (isAutomatic ? "enabled" : "disabled") +
+            ", interval " + std::to_string(win_sparkle_get_update_check_interval()) +
+            "s, WinSparkle " + kWinSparkleVersion);
+  const std::time_t last = win_sparkle_get_last_check_time();
+  log_.Line("[Update] last successful check: " + (last < 1 ? "never" : LocalTimeText(last)));
+  log_.Line("[Update] updater ready");
+}
+
+void Updater::CheckNow() {
+  log_.Line("[Update] manual update check");
+  win_sparkle_check_update_with_ui();
+}
+
+}  // namespace wendra
