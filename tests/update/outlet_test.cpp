@@ -1,0 +1,57 @@
+#include "update/outlet.h"
+
+#include <atomic>
+#include <memory>
+#include <thread>
+#include <vector>
+
+#include <gtest/gtest.h>
+
+#include "tests/support/recording_log.h"
+
+namespace wendra {
+namespace {
+
+TEST(UpdateOutlet, LetsThroughUntilItIsShut) {
+  RecordingLog log;
+  int closed = 0;
+  UpdateOutlet outlet(log, [&] { ++closed; });
+  outlet.Line("one");
+  outlet.CloseWindow();
+  outlet.Shut();
+  outlet.Line("two");
+  outlet.CloseWindow();
+  outlet.Shut();
+  EXPECT_EQ(log.lines, std::vector<std::string>{"one"});
+  EXPECT_EQ(closed, 1);
+}
+
+// Also for ThreadSanitizer: the log goes right after Shut, while threads still call.
+TEST(UpdateOutletThreads, NobodyTouchesTheLogOnceShutHasReturned) {
+  for (int round = 0; round < 200; ++round) {
+    auto log = std::make_unique<RecordingLog>();
+    UpdateOutlet outlet(*log, [] {});
+    std::atomic<bool> isOver = false;
+    std::atomic<int> calls = 0;
+    std::thread caller([&] {
+      while (!isOver) {
+        outlet.Line("x");
+        outlet.CloseWindow();
+        ++calls;
+      }
+    });
+    while (calls < 3) std::this_thread::yield();
+    outlet.Shut();
+    const size_t lines = log->lines.size();
+    const int callsAtShut = calls;
+    while (calls < callsAtShut + 3) std::this_thread::yield();
+    EXPECT_GE(lines, 3u);
+    EXPECT_EQ(log->lines.size(), lines);
+    log.reset();
+    isOver = true;
+    caller.join();
+  }
+}
+
+}  // namespace
+}  // namespace wendra
