@@ -74,10 +74,12 @@ Updater::Updater(Log& log, const std::wstring& configPath, HWND window) : log_(l
   win_sparkle_set_update_check_interval(kCheckIntervalSeconds);
   win_sparkle_init();
   LogState(feed.address);
+  feedCheck_.emplace(configPath, *outlet);
 }
 
 Updater::~Updater() {
   outlet->Shut();
+  feedCheck_.reset();
   win_sparkle_cleanup();
 }
 

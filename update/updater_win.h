@@ -1,9 +1,11 @@
 // The update library, set up and let go again, and the host's own look at the feed.
 #pragma once
 
+#include <optional>
 #include <string>
 
 #include "base/log.h"
+#include "update/feed_check_win.h"
 
 #include <windows.h>
 
@@ -30,6 +32,7 @@ class Updater {
   void LogState(const std::string& feedAddress);
 
   Log& log_;
+  std::optional<FeedCheck> feedCheck_;  // from the library's set-up to its clean-up
 };
 
 }  // namespace wendra

@@ -22,6 +22,7 @@ test('without a browser runtime the window stays empty and the log panel works',
   await host.keys('ctrl+r'); // nothing to reload
   await host.keys('ctrl+l');
   await host.waitForLine('[Log] log panel shown (Ctrl+L)');
+  await host.feedChecked(); // nothing more comes by itself
   const panel = await host.panel();
   assert.equal(panel.visible, true);
   assert.equal(panel.text, host.log.map((line) => `${line}\r\n`).join(''));

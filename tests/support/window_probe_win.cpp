@@ -94,6 +94,7 @@ Json WindowJson(HWND window) {
        static_cast<long long>(static_cast<DWORD>(GetWindowLongPtrW(window, GWL_EXSTYLE)))},
       {"dpi", static_cast<long long>(GetDpiForWindow(window))},
       {"foreground", GetForegroundWindow() == window},
+      {"thread", static_cast<long long>(GetWindowThreadProcessId(window, nullptr))},
   });
 }
 

@@ -56,7 +56,11 @@ export async function startHost(wanted = {}) {
   host.start();
   const runtime = wanted.env?.WENDRA_DEV_NO_RUNTIME !== '1';
   try {
-    if (runtime && (wanted.page ?? wanted.address !== undefined)) await host.connectPage();
+    if (runtime && (wanted.page ?? wanted.address !== undefined)) {
+      await host.connectPage();
+      // Of the built-in feed there is nothing to be had; the lines that say so come from a thread.
+      await host.feedChecked();
+    }
   } catch (error) {
     await host.kill();
     throw error;
@@ -113,6 +117,13 @@ class Host {
   // The first log line that contains the text or matches the expression; `from`: index in log.
   waitForLine(pattern, options) {
     return this.#out.waitFor(pattern, { context: this.context, ...options });
+  }
+
+  // The last line of the look at the update feed that the host takes at each start.
+  async feedChecked() {
+    return this.waitForLine(
+      /^\[Update\] (could not fetch feed|decision: feed|cannot compare versions) /,
+    );
   }
 
   waitForMessage(pattern, options) {

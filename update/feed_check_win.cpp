@@ -1,0 +1,36 @@
+#include "update/feed_check_win.h"
+
+#include "config/config_file_win.h"
+#include "update/app_version_win.h"
+#include "update/feed_address.h"
+#include "update/feed_check.h"
+#include "update/feed_fetch_win.h"
+#include "win/thread.h"
+
+namespace wendra {
+namespace {
+
+struct FeedCheckJob {
+  std::wstring configPath;
+  UpdateOutlet* outlet;  // borrowed, for as long as the process lives
+  std::shared_ptr<HttpExchange> exchange;
+};
+
+void FeedCheckThread(std::unique_ptr<FeedCheckJob> job) {
+  const FeedAddress feed = ReadFeedAddress(ReadConfigText(job->configPath));
+  if (!feed.complaint.empty()) job->outlet->Line(feed.complaint);
+  const Outcome<std::string> text = FetchFeed(feed.address, *job->exchange);
+  for (const std::string& line : ReportFeed(text, CurrentVersion())) job->outlet->Line(line);
+}
+
+}  // namespace
+
+FeedCheck::FeedCheck(const std::wstring& configPath, UpdateOutlet& outlet)
+    : exchange_(std::make_shared<HttpExchange>()) {
+  auto job = std::make_unique<FeedCheckJob>(FeedCheckJob{configPath, &outlet, exchange_});
+  (void)StartThread<FeedCheckThread>(job);  // nobody waits for it
+}
+
+FeedCheck::~FeedCheck() { exchange_->Abort(); }
+
+}  // namespace wendra
