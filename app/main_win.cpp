@@ -8,7 +8,7 @@
 #include "base/product.h"
 #include "config/config_file_win.h"
 #include "config/server_choice.h"
-#include "config/server_prompt.h"
+#include "config/server_prompt_win.h"
 #include "win/wide.h"
 
 #include <windows.h>
@@ -56,7 +56,7 @@ int WINAPI wWinMain(HINSTANCE instance, HINSTANCE, PWSTR, int) {
   // Never freed: reading threads may log until the process ends.
   auto& log = *new wendra::WindowLog;
   wendra::ConfigFile config(wendra::ConfigFilePath(), log);
-  wendra::CancelledPrompt prompt;
+  wendra::WindowServerPrompt prompt(instance);
   wendra::ServerChoice choice(FirstArgument(), config, prompt, log);
   std::string server = choice.SelectServerAtStartup();
   if (server.empty()) return 0;  // nothing chosen: no window

@@ -14,10 +14,4 @@ class ServerPrompt {
   virtual std::string Ask() = 0;
 };
 
-// Cancels at once: the program cannot ask yet.
-class CancelledPrompt : public ServerPrompt {
- public:
-  std::string Ask() override { return {}; }
-};
-
 }  // namespace wendra

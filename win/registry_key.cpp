@@ -9,6 +9,19 @@ RegistryKey OpenUserKey(const std::wstring& path) {
   return key;
 }
 
+std::string UserValueBytes(const std::wstring& path, const std::wstring& name) {
+  const auto read = [&](void* data, DWORD& bytes) {
+    return RegGetValueW(HKEY_CURRENT_USER, path.c_str(), name.c_str(), RRF_RT_ANY, nullptr, data,
+                        &bytes) == ERROR_SUCCESS;
+  };
+  DWORD bytes = 0;
+  if (!read(nullptr, bytes)) return {};
+  std::string value(bytes, '\0');
+  if (!read(value.data(), bytes)) return {};
+  value.resize(bytes);
+  return value;
+}
+
 std::vector<std::pair<std::wstring, std::wstring>> TextValues(const RegistryKey& key) {
   DWORD longestName = 0;  // in characters, without the zero
   DWORD longestData = 0;  // in bytes

@@ -20,6 +20,10 @@ using RegistryKey = Unique<RegistryTraits>;
 // that fails.
 RegistryKey OpenUserKey(const std::wstring& path);
 
+// The bytes of one value below HKEY_CURRENT_USER, whatever its type; "" when there is none. Makes
+// nothing.
+std::string UserValueBytes(const std::wstring& path, const std::wstring& name);
+
 // Every value's name and its data as UTF-16 text, up to the first zero, in the system's order. The
 // type is not looked at.
 std::vector<std::pair<std::wstring, std::wstring>> TextValues(const RegistryKey& key);

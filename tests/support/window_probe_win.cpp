@@ -3,6 +3,7 @@
 //
 //   window [CLASS]          the visible top-level window of that class (default: the host's)
 //   panel                   its log panel
+//   controls CLASS          the children of the visible top-level window of that class
 //   windows                 all visible top-level windows of the window's process
 //   send WHO MSG W L        SendMessage with numbers only; WHO is window or panel
 //   post WHO MSG W L        PostMessage
@@ -96,6 +97,21 @@ Json WindowJson(HWND window) {
       {"foreground", GetForegroundWindow() == window},
       {"thread", static_cast<long long>(GetWindowThreadProcessId(window, nullptr))},
   });
+}
+
+HWND FocusOf(HWND window) {
+  GUITHREADINFO info{};
+  info.cbSize = sizeof(info);
+  GetGUIThreadInfo(GetWindowThreadProcessId(window, nullptr), &info);
+  return info.hwndFocus;
+}
+
+BOOL CALLBACK AddControl(HWND control, LPARAM parameter) {
+  Json json = WindowJson(control);
+  json.members.emplace_back("id", static_cast<long long>(GetDlgCtrlID(control)));
+  json.members.emplace_back("focused", FocusOf(control) == control);
+  reinterpret_cast<Json*>(parameter)->items.push_back(std::move(json));
+  return TRUE;
 }
 
 DWORD ProcessOf(HWND window) {
@@ -205,6 +221,16 @@ Json DescribeWindow(std::istream& arguments) {
   return window ? WindowJson(window) : Error("no window");
 }
 
+Json DescribeControls(std::istream& arguments) {
+  std::string name;
+  arguments >> name;
+  const HWND window = FindVisible(Widen(name).c_str());
+  if (!window) return Error("no window");
+  Json controls = Json::Array();
+  EnumChildWindows(window, &AddControl, reinterpret_cast<LPARAM>(&controls));
+  return Object({{"controls", std::move(controls)}});
+}
+
 Json DescribePanel(std::istream&) {
   const HWND panel = Addressee("panel");
   return panel ? WindowJson(panel) : Error("no panel");
@@ -253,6 +279,7 @@ Json Answer(const std::string& line) {
   static const std::map<std::string, std::function<Json(std::istream&)>> commands = {
       {"window", DescribeWindow},
       {"panel", DescribePanel},
+      {"controls", DescribeControls},
       {"windows", DescribeWindows},
       {"send", Send},
       {"post", Post},
