@@ -65,6 +65,7 @@ struct Json {
   // The first member with this key, compared byte for byte; null if there is none, or if this is
   // no object. Lives as long as `members` does not change. Takes time linear in the members.
   const Json* Find(std::string_view key) const;
+  Json* Find(std::string_view key) { return const_cast<Json*>(std::as_const(*this).Find(key)); }
 
  private:
   static Json OfKind(std::uint32_t kind) {

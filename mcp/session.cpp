@@ -1,7 +1,8 @@
 #include "mcp/session.h"
 
-#include <stdexcept>
 #include <utility>
+
+#include "config/json_object.h"
 
 namespace wendra {
 namespace {
@@ -118,20 +119,14 @@ void McpSession::ReleaseWaiting(McpServer& server, const Json* failure) {
 }
 
 void McpSession::HandleMcpText(McpServer& server, std::string_view text) {
-  Json message;
-  try {
-    if (!Parse(text, message)) return;
-  } catch (const std::out_of_range&) {  // a number like 1e400: such a text does not parse
-    return;
-  }
-  HandleMcpMessage(server, message);
+  if (auto message = ParseJsonObject(text)) HandleMcpMessage(server, std::move(*message));
 }
 
-void McpSession::HandleMcpMessage(McpServer& server, const Json& message) {
+void McpSession::HandleMcpMessage(McpServer& server, Json message) {
   if (message.kind != kJsonObject) return;
   const auto request = timerOfRequest_.find(std::string(IdOfResponse(message)));
   if (request != timerOfRequest_.end() && pending_.at(request->second).server == &server) {
-    return Complete(request->second, message);
+    return Complete(request->second, std::move(message));
   }
   if (!message.Find("method")) return;  // a response that nobody waits for any more
   if (const Json* id = message.Find("id")) return Refuse(server, *id);
@@ -174,12 +169,12 @@ void McpSession::OnTimer(std::uint64_t timer) {
 }
 
 // The entry goes before the call: whatever comes of it, the request has ended.
-void McpSession::Complete(std::uint64_t timer, const Json& reply) {
+void McpSession::Complete(std::uint64_t timer, Json reply) {
   auto pending = pending_.extract(timer);
   if (pending.empty()) return;
   timers_.Kill(timer);
   timerOfRequest_.erase(pending.mapped().id);
-  pending.mapped().onReply(reply);
+  pending.mapped().onReply(std::move(reply));
 }
 
 void McpSession::KillTimers() {

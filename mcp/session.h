@@ -20,9 +20,9 @@ namespace wendra {
 // UI thread only. One for all servers: the ids of requests count through.
 class McpSession {
  public:
-  // Gets the whole response, or {"error": {"message": …}} made here. Called exactly once, unless
-  // the program ends first; may send, fail and reload whatever it likes.
-  using OnReply = std::function<void(const Json& reply)>;
+  // Gets the whole response for its own, or {"error": {"message": …}} made here. Called exactly
+  // once, unless the program ends first; may send, fail and reload whatever it likes.
+  using OnReply = std::function<void(Json reply)>;
   // `failure` is null when the server is initialized, else the reply that says why it is not.
   using OnInitialized = std::function<void(const Json* failure)>;
 
@@ -43,7 +43,7 @@ class McpSession {
 
   // One incoming message. A text that is no JSON object is ignored.
   void HandleMcpText(McpServer& server, std::string_view text);
-  void HandleMcpMessage(McpServer& server, const Json& message);
+  void HandleMcpMessage(McpServer& server, Json message);
 
   // Ends every waiting request of the server with an error of that text.
   void FailMcpPending(const McpServer& server, std::string_view text);
@@ -66,7 +66,7 @@ class McpSession {
 
   void OnInitializeReply(McpServer& server, const Json& reply);
   void ReleaseWaiting(McpServer& server, const Json* failure);
-  void Complete(std::uint64_t timer, const Json& reply);
+  void Complete(std::uint64_t timer, Json reply);
   void Refuse(McpServer& server, const Json& id);
 
   RequestTimers& timers_;

@@ -30,7 +30,7 @@ struct Listing {
   Json entries = Json::Array();
 };
 
-Json EntryOf(const McpServer& server, const Json& reply) {
+Json EntryOf(const McpServer& server, Json reply) {
   Json entry = Json::Object();
   entry.members.emplace_back("name", SafeServerName(server.name));
   entry.members.emplace_back("command", server.command);
@@ -38,7 +38,7 @@ Json EntryOf(const McpServer& server, const Json& reply) {
   if (reply.Find("error")) {
     entry.members.emplace_back("error", ErrorText(reply));
   } else {
-    entry.members.emplace_back("tools", ToolList(reply));
+    entry.members.emplace_back("tools", ToolList(std::move(reply)));
   }
   return entry;
 }
@@ -77,8 +77,8 @@ Action McpServersAction(Replies& replies, ServerList servers, McpSession& sessio
         const auto listing = std::make_shared<Listing>(Listing{std::move(reqId), current.size()});
         // A copy: what an answer leads to may change the list.
         for (McpServer* server : std::vector<McpServer*>(current.begin(), current.end())) {
-          ListTools(*server, session, [&replies, listing, server](const Json& reply) {
-            listing->entries.items.push_back(EntryOf(*server, reply));
+          ListTools(*server, session, [&replies, listing, server](Json reply) {
+            listing->entries.items.push_back(EntryOf(*server, std::move(reply)));
             if (--listing->outstanding == 0) replies.Succeed(listing->reqId, listing->entries);
           });
         }
@@ -102,8 +102,8 @@ Action McpCallAction(Replies& replies, ServerList servers, McpSession& session) 
                           params = std::move(params)](const Json* failure) mutable {
                   if (failure) return replies.Succeed(reqId, ToolFailure(ErrorText(*failure)));
                   session.SendMcpRequest(*server, "tools/call", std::move(params),
-                                         kCallTimeoutSeconds, [&replies, reqId](const Json& reply) {
-                                           replies.Succeed(reqId, ToolResult(reply));
+                                         kCallTimeoutSeconds, [&replies, reqId](Json reply) {
+                                           replies.Succeed(reqId, ToolResult(std::move(reply)));
                                          });
                 });
           }};

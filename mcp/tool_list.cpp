@@ -5,17 +5,17 @@
 namespace wendra {
 namespace {
 
-void CopyMember(const Json& from, const char* key, Json& to) {
-  if (const Json* value = from.Find(key)) to.members.emplace_back(key, *value);
+void MoveMember(Json& from, const char* key, Json& to) {
+  if (Json* value = from.Find(key)) to.members.emplace_back(key, std::move(*value));
 }
 
-Json ToolEntry(const Json& tool) {
+Json ToolEntry(Json& tool) {
   const Json* name = tool.Find("name");
   const bool hasName = name && name->kind == kJsonString;
   Json entry = Json::Object();
   entry.members.emplace_back("name", hasName ? name->text : "tool");
-  CopyMember(tool, "description", entry);
-  CopyMember(tool, "inputSchema", entry);
+  MoveMember(tool, "description", entry);
+  MoveMember(tool, "inputSchema", entry);
   return entry;
 }
 
@@ -23,13 +23,13 @@ bool IsContinuationByte(char c) { return (static_cast<unsigned char>(c) & 0xC0) 
 
 }  // namespace
 
-Json ToolList(const Json& reply) {
+Json ToolList(Json reply) {
   Json list = Json::Array();
-  const Json* result = reply.Find("result");
-  const Json* tools = result ? result->Find("tools") : nullptr;
+  Json* result = reply.Find("result");
+  Json* tools = result ? result->Find("tools") : nullptr;
   if (!tools) return list;
   list.items.reserve(tools->items.size());
-  for (const Json& tool : tools->items) list.items.push_back(ToolEntry(tool));
+  for (Json& tool : tools->items) list.items.push_back(ToolEntry(tool));
   return list;
 }
 

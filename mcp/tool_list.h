@@ -11,7 +11,7 @@ namespace wendra {
 // The tools of a server's response to tools/list, in its order: an array of objects with `name`
 // ("tool" where the server gives none) and, where the server gives them, `description` and
 // `inputSchema`. Empty when the response lists none.
-Json ToolList(const Json& reply);
+Json ToolList(Json reply);
 
 // The form of a server's name that fits into the name of a tool: a to z, 0 to 9, "_" and "-".
 // Capitals become small, every other character becomes "_".

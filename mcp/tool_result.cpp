@@ -6,19 +6,20 @@
 namespace wendra {
 namespace {
 
-const Json* FindOfKind(const Json& object, std::string_view key, std::uint32_t kind) {
-  const Json* value = object.Find(key);
+Json* FindOfKind(Json& object, std::string_view key, std::uint32_t kind) {
+  Json* value = object.Find(key);
   return value && value->kind == kind ? value : nullptr;
 }
 
-const Json* FindString(const Json& object, std::string_view key) {
+Json* FindString(Json& object, std::string_view key) {
   return FindOfKind(object, key, kJsonString);
 }
 
-// The text pieces and pictures of a result, in the order of its content.
+// The text pieces and pictures of a result, in the order of its content. Takes texts out of the
+// items, for they can be long.
 class Content {
  public:
-  void Add(const Json& item) {
+  void Add(Json& item) {
     const Json* type = FindString(item, "type");
     if (!type) return;
     if (type->text == "text") return AddText(item);
@@ -37,42 +38,45 @@ class Content {
     return mimeType && mimeType->text.starts_with("image/");
   }
 
-  void AddPiece(std::string_view piece) {
-    if (hasText_) text_ += '\n';
-    text_ += piece;
+  void AddPiece(std::string piece) {
+    if (hasText_) {
+      text_.append(1, '\n').append(piece);
+    } else {
+      text_ = std::move(piece);
+    }
     hasText_ = true;
   }
 
-  void AddPicture(std::string_view mimeType, std::string_view base64) {
+  void AddPicture(std::string mimeType, std::string base64) {
     Json image = Json::Object();
-    image.members.emplace_back("mimeType", mimeType);
-    image.members.emplace_back("data", base64);
+    image.members.emplace_back("mimeType", std::move(mimeType));
+    image.members.emplace_back("data", std::move(base64));
     images_.items.push_back(std::move(image));
   }
 
-  void AddText(const Json& item) {
-    if (const Json* text = FindString(item, "text")) AddPiece(text->text);
+  void AddText(Json& item) {
+    if (Json* text = FindString(item, "text")) AddPiece(std::move(text->text));
   }
 
-  void AddImage(const Json& item) {
-    const Json* data = FindString(item, "data");
+  void AddImage(Json& item) {
+    Json* data = FindString(item, "data");
     if (!data) return AddPiece("[image content could not be attached]");
     const Json* mimeType = FindString(item, "mimeType");
-    AddPicture(IsImage(mimeType) ? mimeType->text : "image/png", data->text);
+    AddPicture(IsImage(mimeType) ? mimeType->text : "image/png", std::move(data->text));
   }
 
-  void AddResource(const Json& item) {
-    const Json* resource = item.Find("resource");
+  void AddResource(Json& item) {
+    Json* resource = item.Find("resource");
     if (!resource) return AddPiece("[resource content]");
-    if (const Json* text = FindString(*resource, "text")) return AddPiece(text->text);
-    const Json* blob = FindString(*resource, "blob");
+    if (Json* text = FindString(*resource, "text")) return AddPiece(std::move(text->text));
+    Json* blob = FindString(*resource, "blob");
     if (!blob) return AddPiece("[resource content]");
     const Json* mimeType = FindString(*resource, "mimeType");
-    if (IsImage(mimeType)) return AddPicture(mimeType->text, blob->text);
+    if (IsImage(mimeType)) return AddPicture(mimeType->text, std::move(blob->text));
     AddPiece("[binary resource: " + (mimeType ? mimeType->text : "unknown type") + "]");
   }
 
-  void AddLink(const Json& item) {
+  void AddLink(Json& item) {
     const Json* name = FindString(item, "name");
     if (name && name->text.empty()) name = nullptr;
     const Json* shown = name ? name : FindString(item, "uri");
@@ -84,25 +88,25 @@ class Content {
   Json images_ = Json::Array();
 };
 
-std::string_view FailureText(const Json& error) {
+std::string_view FailureText(Json& error) {
   const Json* message = FindString(error, "message");
   return message ? std::string_view(message->text) : "MCP call failed";
 }
 
 }  // namespace
 
-Json ToolResult(const Json& reply) {
-  if (const Json* error = reply.Find("error")) return ToolFailure(FailureText(*error));
+Json ToolResult(Json reply) {
+  if (Json* error = reply.Find("error")) return ToolFailure(FailureText(*error));
   Json converted = Json::Object();
   Content content;
-  if (const Json* result = reply.Find("result")) {
+  if (Json* result = reply.Find("result")) {
     const Json* isError = FindOfKind(*result, "isError", kJsonBool);
     if (isError && isError->boolean) converted.members.emplace_back("isError", Json(true));
-    if (const Json* structured = result->Find("structuredContent")) {
-      converted.members.emplace_back("structuredContent", *structured);
+    if (Json* structured = result->Find("structuredContent")) {
+      converted.members.emplace_back("structuredContent", std::move(*structured));
     }
-    if (const Json* items = FindOfKind(*result, "content", kJsonArray)) {
-      for (const Json& item : items->items) content.Add(item);
+    if (Json* items = FindOfKind(*result, "content", kJsonArray)) {
+      for (Json& item : items->items) content.Add(item);
     }
   }
   content.MoveInto(converted);
