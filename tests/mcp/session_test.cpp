@@ -252,13 +252,19 @@ TEST_F(Session, MakesANewHandshakeAfterASessionThatWasForgotten) {
 }
 
 TEST_F(Session, CallsNobodyAtTheEndOfTheProgram) {
+  McpServer slow;
+  MakeRunning(slow, "slow", TransportKind::kHttp);
+  TransportOf(slow).keepsOrder = false;
+  Ensure(slow, "z");
+  session.HandleMcpText(slow, R"({"id":"1"})");
   Ask(a, "x");
   Ensure(b, "y");
   Taken();
   session.KillTimers();
-  EXPECT_EQ(Taken(), (Record{"kill 101", "kill 102"}));
-  session.OnTimer(101);
-  session.HandleMcpText(a, R"({"id":"1"})");
+  EXPECT_EQ(Taken(), (Record{"kill 102", "kill 103"}));
+  session.OnTimer(102);
+  session.HandleMcpText(a, R"({"id":"2"})");
+  TransportOf(slow).held.at(0)();
   EXPECT_EQ(Taken(), Record());
 }
 
