@@ -22,9 +22,11 @@ import { inTime, kPatienceMs, until } from './waiting.mjs';
 const kRoot = join(dirname(fileURLToPath(import.meta.url)), '../../..');
 const kShownLines = 40; // of the log, in an error
 
-// A test that fails leaves its host to this: without it the file would never end.
+// A test that fails leaves its host to this: without it the file would never end. Hooks run in the
+// order in which they were made, and the file's own, which may close the host, have to come first.
 const kRunning = new Set();
-if (process.env.NODE_TEST_CONTEXT) after(() => Promise.all([...kRunning].map((host) => host.kill())));
+const killRunning = () => Promise.all([...kRunning].map((host) => host.kill()));
+if (process.env.NODE_TEST_CONTEXT) queueMicrotask(() => after(killRunning));
 
 export const configFile = (profile) => join(profile, '.config/wendra/config.json');
 
