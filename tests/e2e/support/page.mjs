@@ -111,9 +111,10 @@ export class Page {
 
   // One request to the host; resolves with {ok, value} as the page gets them. `args` is left out of
   // the message when undefined.
-  async call(action, args) {
+  async call(action, args, { timeoutMs } = {}) {
     return inTime(`the reply to ${action}`, this.evaluate(postRequest, action, args), {
       context: this.#context,
+      timeoutMs,
     });
   }
 
