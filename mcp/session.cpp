@@ -107,8 +107,10 @@ void McpSession::OnInitializeReply(McpServer& server, const Json& reply) {
   }
   server.initialized = true;
   // Some servers refuse a request that overtakes this one.
-  SendMcpNotification(server, "notifications/initialized", Json::Object(),
-                      [this, &server] { ReleaseWaiting(server, nullptr); });
+  SendMcpNotification(server, "notifications/initialized", Json::Object(), [this, &server] {
+    if (server.transport) server.transport->OnInitialized();
+    ReleaseWaiting(server, nullptr);
+  });
 }
 
 void McpSession::ReleaseWaiting(McpServer& server, const Json* failure) {

@@ -2,6 +2,7 @@
 // the main window's message queue, one JSON text at a time.
 #pragma once
 
+#include <cstdint>
 #include <functional>
 #include <string>
 #include <string_view>
@@ -19,7 +20,7 @@ struct OutgoingMessage {
   std::function<void()> onSent;
 };
 
-// UI thread only; nothing here waits for the server.
+// UI thread only; nothing here waits for the server, but for what says so.
 class Transport {
  public:
   virtual ~Transport() = default;
@@ -28,9 +29,16 @@ class Transport {
   // fails is dropped.
   virtual void Send(OutgoingMessage message) = 0;
 
+  // The handshake has completed: from here on the server may speak by itself.
+  virtual void OnInitialized() {}
+
   // Ends the connection and everything that was started for it. Nothing is sent afterwards; threads
   // that still run only post messages, which are dropped. Once.
   virtual void Stop() = 0;
+
+  // After Stop, at the end of the program: gives a last word to the server that is still on its way
+  // at most `maxMs`.
+  virtual void WaitForFarewell(std::uint32_t /*maxMs*/) {}
 };
 
 }  // namespace wendra

@@ -8,6 +8,7 @@
 // | kCreateWebViewMessage    | 0      | 0                                 | app        | webview  |
 // | kLogLineMessage          | 0      | owned std::string, one UTF-8 line | any thread | log      |
 // | kPickDirectoryMessage    | 0      | owned PickDirectoryRequest        | bridge     | bridge   |
+// | kHttpPostedMessage       | server | owned HttpPosted                  | a worker   | mcp      |
 //
 // An owned payload belongs to the window procedure as soon as the post has succeeded
 // (win/owned_message.h); it frees the payload whatever else it does with it. What is still queued
@@ -24,6 +25,7 @@ inline constexpr UINT kMcpClosedMessage = WM_APP + 3;
 inline constexpr UINT kCreateWebViewMessage = WM_APP + 4;
 inline constexpr UINT kLogLineMessage = WM_APP + 5;
 inline constexpr UINT kPickDirectoryMessage = WM_APP + 6;
+inline constexpr UINT kHttpPostedMessage = WM_APP + 7;
 
 // Looks every two seconds whether config.json has changed.
 inline constexpr UINT_PTR kConfigWatchTimer = 1;

@@ -1,0 +1,104 @@
+#include "mcp/http_link_win.h"
+
+#include <chrono>
+#include <memory>
+#include <utility>
+
+#include "win/messages.h"
+#include "win/owned_message.h"
+
+namespace wendra {
+namespace {
+
+constexpr wchar_t kUserAgent[] = L"Wendra-Windows-MCP/1.0";
+
+}  // namespace
+
+HttpLink::HttpLink(McpServer& server, HWND window)
+    : server_(server), url_(server.url), headers_(server.headers), window_(window) {}
+
+HttpRequest HttpLink::Request(const wchar_t* verb, NamedValues headers,
+                              HttpTimeouts timeouts) const {
+  HttpRequest request;
+  request.url = url_;
+  request.verb = verb;
+  request.userAgent = kUserAgent;
+  request.timeouts = timeouts;
+  request.headers = std::move(headers);
+  request.headers.insert(request.headers.end(), headers_.begin(), headers_.end());
+  request.redirects = HttpRedirects::kSameOrigin;  // the headers are secrets
+  return request;
+}
+
+HttpLink::Session HttpLink::CurrentSession() const {
+  const std::lock_guard<std::mutex> lock(server_.shared.mutex);
+  return {server_.shared.sessionId, server_.shared.protocolVersion};
+}
+
+void HttpLink::StoreSessionId(const Session& session, std::string id) {
+  if (id.empty() || id == session.id) return;
+  const std::lock_guard<std::mutex> lock(server_.shared.mutex);
+  server_.shared.sessionId = std::move(id);
+}
+
+bool HttpLink::ForgetSession(const Session& session) {
+  const std::lock_guard<std::mutex> lock(server_.shared.mutex);
+  if (server_.shared.sessionId != session.id) return false;
+  server_.shared.sessionId.clear();
+  server_.shared.protocolVersion.clear();
+  return true;
+}
+
+void HttpLink::Deliver(std::string message) const {
+  if (IsStopped()) return;
+  (void)DeliverOwned(window_, kMcpMessage, reinterpret_cast<WPARAM>(&server_),
+                     std::make_unique<std::string>(std::move(message)));
+}
+
+void HttpLink::DeliverPosted(HttpPosted posted) const {
+  (void)DeliverOwned(window_, kHttpPostedMessage, reinterpret_cast<WPARAM>(&server_),
+                     std::make_unique<HttpPosted>(std::move(posted)));
+}
+
+void HttpLink::Stop() {
+  const std::lock_guard<std::mutex> lock(mutex_);
+  isStopped_ = true;
+  for (HttpExchange* exchange : exchanges_) exchange->Abort();
+  changed_.notify_all();
+}
+
+bool HttpLink::IsStopped() const {
+  const std::lock_guard<std::mutex> lock(mutex_);
+  return isStopped_;
+}
+
+void HttpLink::OpenForListening() {
+  const std::lock_guard<std::mutex> lock(mutex_);
+  isOpen_ = true;
+  changed_.notify_all();
+}
+
+bool HttpLink::WaitForHandshake() {
+  std::unique_lock<std::mutex> lock(mutex_);
+  changed_.wait(lock, [this] { return isOpen_ || isStopped_; });
+  return !isStopped_;
+}
+
+bool HttpLink::Pause(std::uint32_t pauseMs) {
+  std::unique_lock<std::mutex> lock(mutex_);
+  return !changed_.wait_for(lock, std::chrono::milliseconds(pauseMs),
+                            [this] { return isStopped_; });
+}
+
+LinkedExchange::LinkedExchange(HttpLink& link) : link_(link) {
+  const std::lock_guard<std::mutex> lock(link_.mutex_);
+  link_.exchanges_.push_back(&exchange_);
+  if (link_.isStopped_) exchange_.Abort();
+}
+
+LinkedExchange::~LinkedExchange() {
+  const std::lock_guard<std::mutex> lock(link_.mutex_);
+  std::erase(link_.exchanges_, &exchange_);
+}
+
+}  // namespace wendra

@@ -1,0 +1,95 @@
+// What the transport of one remote server and its threads share.
+#pragma once
+
+#include <condition_variable>
+#include <cstdint>
+#include <functional>
+#include <mutex>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "mcp/server.h"
+#include "win/http_request.h"
+
+#include <windows.h>
+
+namespace wendra {
+
+// Payload of kHttpPostedMessage: a message has got its status, or will get none.
+struct HttpPosted {
+  bool sessionIsOver = false;    // the server does not know the session any more
+  std::function<void()> onSent;  // of the message; may be empty
+};
+
+// Any thread, but for what says otherwise. Nothing here waits for the network.
+class HttpLink {
+ public:
+  struct Session {
+    std::string id;               // "" when there is none
+    std::string protocolVersion;  // "" before the handshake
+  };
+
+  // `server` lives until the program ends; `window` gets the messages.
+  HttpLink(McpServer& server, HWND window);
+
+  // A request to the server with the headers that are listed for it; the configured ones follow
+  // them.
+  HttpRequest Request(const wchar_t* verb, NamedValues headers, HttpTimeouts timeouts) const;
+
+  Session CurrentSession() const;
+
+  // The server has answered a message of `session` with the session id `id`. An id that it merely
+  // repeats changes nothing: the session may have been replaced meanwhile.
+  void StoreSessionId(const Session& session, std::string id);
+
+  // The server does not know `session` any more. False when it was over already.
+  bool ForgetSession(const Session& session);
+
+  // Post to the window; nothing once the server is stopped. Worker threads only, since they wait
+  // while the window's queue is full.
+  void Deliver(std::string message) const;
+  void DeliverPosted(HttpPosted posted) const;  // also when it is stopped
+
+  // Ends every exchange and all waiting, now and later.
+  void Stop();
+  bool IsStopped() const;
+
+  // From here on the server may speak by itself.
+  void OpenForListening();
+
+  // Wait for OpenForListening, and for a pause. False: the server has been stopped.
+  bool WaitForHandshake();
+  bool Pause(std::uint32_t pauseMs);
+
+ private:
+  friend class LinkedExchange;
+
+  McpServer& server_;
+  const std::string url_;
+  const NamedValues headers_;
+  const HWND window_;
+
+  mutable std::mutex mutex_;
+  std::condition_variable changed_;
+  bool isStopped_ = false;
+  bool isOpen_ = false;
+  std::vector<HttpExchange*> exchanges_;  // under way
+};
+
+// An exchange that ends when its server is stopped. One worker thread.
+class LinkedExchange {
+ public:
+  explicit LinkedExchange(HttpLink& link);
+  ~LinkedExchange();
+  LinkedExchange(const LinkedExchange&) = delete;
+  LinkedExchange& operator=(const LinkedExchange&) = delete;
+
+  HttpExchange* operator->() { return &exchange_; }
+
+ private:
+  HttpLink& link_;
+  HttpExchange exchange_;
+};
+
+}  // namespace wendra

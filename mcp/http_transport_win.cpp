@@ -1,0 +1,58 @@
+#include "mcp/http_transport_win.h"
+
+#include <string>
+#include <utility>
+
+#include "mcp/http_listener_win.h"
+#include "mcp/http_post_win.h"
+#include "mcp/http_session_end_win.h"
+#include "win/messages.h"
+#include "win/owned_message.h"
+#include "win/thread.h"
+
+namespace wendra {
+
+HttpTransport::HttpTransport(McpServer& server, HWND window)
+    : link_(std::make_shared<HttpLink>(server, window)),
+      server_(reinterpret_cast<WPARAM>(&server)),
+      window_(window) {
+  StartHttpListener(link_);
+}
+
+void HttpTransport::Send(OutgoingMessage message) {
+  if (!link_) {
+    if (message.onSent) message.onSent();
+    return;
+  }
+  auto post = std::make_unique<HttpPost>(HttpPost{
+      link_, std::move(message.text), std::move(message.requestId), std::move(message.onSent)});
+  if (StartThread<HttpRequestWorker>(post)) return;
+  // No thread could be made: the request fails as on a bad line, through the window's queue. When
+  // that is full too, it times out.
+  if (!post->requestId.empty()) {
+    (void)PostOwned(window_, kMcpMessage, server_,
+                    std::make_unique<std::string>(HttpErrorResponse(post->requestId, "")));
+  }
+  if (post->onSent) post->onSent();
+}
+
+void HttpTransport::OnInitialized() {
+  if (link_) link_->OpenForListening();
+}
+
+void HttpTransport::Stop() {
+  if (!link_) return;
+  farewell_ = EndHttpSession(*link_);
+  link_->Stop();
+  link_.reset();
+}
+
+void HttpTransport::WaitForFarewell(std::uint32_t maxMs) {
+  if (farewell_) (void)WaitForSingleObject(farewell_.Get(), maxMs);
+}
+
+std::unique_ptr<Transport> MakeHttpTransport(McpServer& server, HWND window) {
+  return std::make_unique<HttpTransport>(server, window);
+}
+
+}  // namespace wendra
