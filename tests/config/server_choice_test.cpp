@@ -170,7 +170,5 @@ TEST(ServerChoice, ConsidersTheCommandLineOnce) {
   EXPECT_EQ(choice.SelectServerAtStartup(), "https://localhost");
 }
 
-TEST(CancelledPrompt, GivesNoAddress) { EXPECT_EQ(CancelledPrompt().Ask(), ""); }
-
 }  // namespace
 }  // namespace wendra
