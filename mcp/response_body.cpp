@@ -25,6 +25,7 @@ std::vector<std::string> ResponseBody::Feed(std::string_view bytes) {
   scanner_.Feed(bytes);
   if (FindDataLine()) {
     isEventStream_ = true;
+    isAnswered_ = false;  // what comes before the first such line is no message
     return FeedEvents(std::exchange(text_, {}).substr(lineStart_));
   }
   isAnswered_ = scanner_.IsAnswer();

@@ -70,6 +70,7 @@ TEST(ResponseBody, SameMessagesForEveryChunkSize) {
       {"JSON said to be a stream", kStreamType, R"({"id":"1"})", {}, false},
       {"type with a parameter", "Text/Event-Stream ; charset=utf-8", "x\ndata:{}\n", {"{}"}, false},
       {"another type", "text/event-streams", R"({"id":"1"})", {R"({"id":"1"})"}, true},
+      {"JSON before a stream", kJsonType, "{\"id\":\"1\"}\ndata: x\n", {"x"}, false},
       {"data: within a line", kJsonType, R"({"a":"data: x"})", {R"({"a":"data: x"})"}, false},
   };
   for (const auto& c : cases) {

@@ -1,0 +1,74 @@
+// Any bytes, cut anywhere: the fields are those of the whole.
+#include <cstdint>
+#include <cstdlib>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "mcp/event_stream.h"
+
+namespace {
+
+using wendra::EventField;
+using Fields = std::vector<std::string>;
+
+constexpr std::string_view kBlanks = " \t\r\n";
+
+void Append(const std::vector<EventField>& fields, Fields& all) {
+  for (const EventField& field : fields) {
+    all.push_back((field.kind == EventField::Kind::kEventId ? "i" : "m") + field.text);
+  }
+}
+
+std::string Trimmed(std::string_view text) {
+  const size_t begin = text.find_first_not_of(kBlanks);
+  if (begin == text.npos) return {};
+  return std::string(text.substr(begin, text.find_last_not_of(kBlanks) + 1 - begin));
+}
+
+// By the definition: line by line.
+Fields Expected(std::string_view text, size_t maxBytes) {
+  Fields fields;
+  for (bool isLast = false; !isLast;) {
+    const size_t end = text.find('\n');
+    isLast = end == text.npos;
+    const std::string_view line = text.substr(0, end);
+    if (line.size() <= maxBytes && line.substr(0, 5) == "data:") {
+      if (const std::string message = Trimmed(line.substr(5)); !message.empty()) {
+        fields.push_back("m" + message);
+      }
+    } else if (line.size() <= maxBytes && line.substr(0, 3) == "id:") {
+      fields.push_back("i" + Trimmed(line.substr(3)));
+    }
+    if (!isLast) text.remove_prefix(end + 1);
+  }
+  return fields;
+}
+
+// Cuts as long as `cuts` says, byte by byte and over again.
+Fields Read(std::string_view text, size_t maxBytes, std::string_view cuts) {
+  wendra::EventStream stream(maxBytes);
+  Fields fields;
+  for (size_t i = 0; !text.empty(); ++i) {
+    const auto chunk = text.substr(0, static_cast<std::uint8_t>(cuts[i % cuts.size()]) % 64 + 1u);
+    text.remove_prefix(chunk.size());
+    Append(stream.Feed(chunk), fields);
+  }
+  Append(stream.Finish(), fields);
+  return fields;
+}
+
+}  // namespace
+
+// The first byte is the limit, the next four say how to cut the rest.
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+  if (size < 5) return 0;
+  const std::string_view input(reinterpret_cast<const char*>(data), size);
+  const size_t maxBytes = data[0];
+  const std::string_view text = input.substr(5);
+  const Fields expected = Expected(text, maxBytes);
+  for (const std::string_view cuts : {input.substr(1, 4), std::string_view("\0", 1)}) {
+    if (Read(text, maxBytes, cuts) != expected) std::abort();
+  }
+  return 0;
+}
