@@ -68,6 +68,7 @@ int Application::Run() {
     TranslateMessage(&message);
     DispatchMessageW(&message);
   }
+  mcp_.WaitForFarewells();
   return static_cast<int>(message.wParam);
 }
 

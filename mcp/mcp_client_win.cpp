@@ -3,6 +3,12 @@
 #include "config/json_object.h"
 
 namespace wendra {
+namespace {
+
+// Closing a window is to end the program within two seconds.
+constexpr std::uint32_t kFarewellMs = 1500;
+
+}  // namespace
 
 McpClient::McpClient(ConfigFile& config, Log& log)
     : config_(config), log_(log), registry_(config, log), session_(timers_, log) {}
@@ -18,6 +24,8 @@ void McpClient::Stop() {
   session_.KillTimers();
   registry_.StopMcpServers();
 }
+
+void McpClient::WaitForFarewells() { registry_.WaitForFarewells(kFarewellMs); }
 
 bool McpClient::CheckMcpConfigChanged() {
   if (!watch_ || !watch_->HasChanged()) return false;
@@ -40,6 +48,11 @@ void McpClient::OnClosed(McpServer& server) {
   server.exited = true;
   log_.Line("[MCP " + server.name + "] subprocess exited / closed stdout");
   session_.FailMcpPending(server, "MCP server '" + server.name + "' exited unexpectedly");
+}
+
+void McpClient::OnHttpPosted(McpServer& server, const HttpPosted& posted) {
+  if (posted.sessionIsOver && server.running) session_.ForgetSession(server);
+  if (posted.onSent) posted.onSent();
 }
 
 void McpClient::WindowTimers::Start(std::uint64_t id, std::uint32_t periodMs) {

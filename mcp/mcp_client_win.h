@@ -9,6 +9,7 @@
 #include "base/log.h"
 #include "config/config_file_win.h"
 #include "config/config_watch_win.h"
+#include "mcp/http_link_win.h"
 #include "mcp/registry_win.h"
 #include "mcp/request_timers.h"
 #include "mcp/session.h"
@@ -30,6 +31,10 @@ class McpClient {
   // Requests that wait are dropped without an answer.
   void Stop();
 
+  // After Stop and after the message loop, when the user sees nothing any more: lets remote servers
+  // hear that their sessions are over. Returns as soon as they have, at the latest after 1.5 s.
+  void WaitForFarewells();
+
   void LoadMcpServers() { registry_.LoadMcpServers(window_); }
 
   // Reloads the servers when config.json has been written since the last look and holds a JSON
@@ -39,6 +44,8 @@ class McpClient {
   // What the window was sent. A message of a server that has been stopped is dropped.
   void OnMessage(McpServer& server, std::unique_ptr<std::string> text);
   void OnClosed(McpServer& server);
+  // A message to a remote server has got its status, or will get none.
+  void OnHttpPosted(McpServer& server, const HttpPosted& posted);
   // A timer that is no request's is ignored.
   void OnTimer(std::uint64_t id) { session_.OnTimer(id); }
 

@@ -1,9 +1,11 @@
 #include "mcp/registry_win.h"
 
+#include <algorithm>
 #include <string>
 #include <utility>
 
 #include "config/json_object.h"
+#include "mcp/http_transport_win.h"
 #include "mcp/server_entries.h"
 #include "mcp/stdio_transport_win.h"
 #include "mcp/system_win.h"
@@ -51,11 +53,21 @@ void McpRegistry::LoadMcpServers(HWND window) {
 void McpRegistry::Add(std::unique_ptr<McpServer> record, HWND window) {
   McpServer& server = *records_.emplace_back(std::move(record));
   servers_.push_back(&server);
-  if (server.kind == TransportKind::kStdio) StartStdioServer(server, window, log_);
+  if (server.kind == TransportKind::kStdio) return StartStdioServer(server, window, log_);
+  server.transport = MakeHttpTransport(server, window);
+  server.running = true;
 }
 
 void McpRegistry::StopMcpServers() {
   for (McpServer* server : servers_) StopMcpServer(*server);
+}
+
+void McpRegistry::WaitForFarewells(std::uint32_t maxMs) {
+  const ULONGLONG endMs = GetTickCount64() + maxMs;
+  for (const auto& record : records_) {
+    const ULONGLONG leftMs = endMs - std::min(endMs, GetTickCount64());
+    if (record->transport) record->transport->WaitForFarewell(static_cast<std::uint32_t>(leftMs));
+  }
 }
 
 // A server whose output has ended by itself is not running any more, but may still live.

@@ -1,6 +1,7 @@
 // The MCP servers that config.json lists: reads it, starts them, stops them.
 #pragma once
 
+#include <cstdint>
 #include <memory>
 #include <vector>
 
@@ -26,6 +27,10 @@ class McpRegistry {
 
   // In the order of the list; the list stays.
   void StopMcpServers();
+
+  // After StopMcpServers, at the end of the program: gives the last words to remote servers that
+  // are still on their way at most `maxMs` in all.
+  void WaitForFarewells(std::uint32_t maxMs);
 
   // In the order of config.json; also those that could not be started.
   const std::vector<McpServer*>& Servers() const { return servers_; }
