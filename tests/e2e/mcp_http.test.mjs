@@ -155,7 +155,8 @@ test('each remote server is understood as far as it can be', async () => {
       const got = await callTool(host, name);
       if (wanted) return assert.deepEqual(got, { ok: 1, value: wanted }, name);
       assert.equal(got.ok, 1, name);
-      assert.match(got.value.text, /^x{8000000,}$/, name);
+      assert.ok(got.value.text.length > kMaxBodyBytes - 1000, name);
+      assert.equal(got.value.text.replaceAll('x', ''), '', name);
     }));
     assert.deepEqual(elsewhere.requests, []);
     for (const { headers } of remotes.requests) assert.equal(headers['x-secret'], 'mine');
