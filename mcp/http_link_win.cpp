@@ -1,7 +1,7 @@
 #include "mcp/http_link_win.h"
 
-#include <chrono>
 #include <memory>
+#include <mutex>
 #include <utility>
 
 #include "win/messages.h"
@@ -61,43 +61,42 @@ void HttpLink::DeliverPosted(HttpPosted posted) const {
 }
 
 void HttpLink::Stop() {
-  const std::lock_guard<std::mutex> lock(mutex_);
+  const std::lock_guard<Lock> lock(lock_);
   isStopped_ = true;
   for (HttpExchange* exchange : exchanges_) exchange->Abort();
-  changed_.notify_all();
+  changed_.WakeAll();
 }
 
 bool HttpLink::IsStopped() const {
-  const std::lock_guard<std::mutex> lock(mutex_);
+  const std::lock_guard<Lock> lock(lock_);
   return isStopped_;
 }
 
 void HttpLink::OpenForListening() {
-  const std::lock_guard<std::mutex> lock(mutex_);
+  const std::lock_guard<Lock> lock(lock_);
   isOpen_ = true;
-  changed_.notify_all();
+  changed_.WakeAll();
 }
 
 bool HttpLink::WaitForHandshake() {
-  std::unique_lock<std::mutex> lock(mutex_);
-  changed_.wait(lock, [this] { return isOpen_ || isStopped_; });
+  std::lock_guard<Lock> lock(lock_);
+  changed_.Wait(lock_, [this] { return isOpen_ || isStopped_; });
   return !isStopped_;
 }
 
 bool HttpLink::Pause(std::uint32_t pauseMs) {
-  std::unique_lock<std::mutex> lock(mutex_);
-  return !changed_.wait_for(lock, std::chrono::milliseconds(pauseMs),
-                            [this] { return isStopped_; });
+  std::lock_guard<Lock> lock(lock_);
+  return !changed_.WaitFor(lock_, pauseMs, [this] { return isStopped_; });
 }
 
 LinkedExchange::LinkedExchange(HttpLink& link) : link_(link) {
-  const std::lock_guard<std::mutex> lock(link_.mutex_);
+  const std::lock_guard<Lock> lock(link_.lock_);
   link_.exchanges_.push_back(&exchange_);
   if (link_.isStopped_) exchange_.Abort();
 }
 
 LinkedExchange::~LinkedExchange() {
-  const std::lock_guard<std::mutex> lock(link_.mutex_);
+  const std::lock_guard<Lock> lock(link_.lock_);
   std::erase(link_.exchanges_, &exchange_);
 }
 

@@ -1,16 +1,15 @@
 // What the transport of one remote server and its threads share.
 #pragma once
 
-#include <condition_variable>
 #include <cstdint>
 #include <functional>
-#include <mutex>
 #include <string>
 #include <string_view>
 #include <vector>
 
 #include "mcp/server.h"
 #include "win/http_request.h"
+#include "win/lock.h"
 
 #include <windows.h>
 
@@ -70,8 +69,8 @@ class HttpLink {
   const NamedValues headers_;
   const HWND window_;
 
-  mutable std::mutex mutex_;
-  std::condition_variable changed_;
+  mutable Lock lock_;
+  Condition changed_;
   bool isStopped_ = false;
   bool isOpen_ = false;
   std::vector<HttpExchange*> exchanges_;  // under way

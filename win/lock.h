@@ -33,6 +33,18 @@ class Condition {
   void Wait(Lock& lock, IsTrue isTrue) {
     while (!isTrue()) (void)SleepConditionVariableSRW(&condition_, &lock.lock_, INFINITE, 0);
   }
+  // The same for at most `maxMs`; false when the time is over before it is true.
+  template <typename IsTrue>
+  bool WaitFor(Lock& lock, DWORD maxMs, IsTrue isTrue) {
+    const ULONGLONG end = GetTickCount64() + maxMs;
+    while (!isTrue()) {
+      const ULONGLONG now = GetTickCount64();
+      if (now >= end) return false;
+      (void)SleepConditionVariableSRW(&condition_, &lock.lock_, static_cast<DWORD>(end - now), 0);
+    }
+    return true;
+  }
+  void WakeAll() { WakeAllConditionVariable(&condition_); }
   void WakeOne() { WakeConditionVariable(&condition_); }
 
  private:
