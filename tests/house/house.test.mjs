@@ -142,6 +142,36 @@ test('the program imports system libraries and the two of its vendors only', () 
   assert.match(headers, /Base Relocation Directory \[\.reloc\]/);
 });
 
+test('of the update library the program imports what it calls and no more', () => {
+  const exe = join(kRoot, 'build/windows/bin/wendra.exe');
+  const headers = execFileSync('x86_64-w64-mingw32-objdump', ['-p', exe], {
+    encoding: 'utf8',
+    maxBuffer: 1 << 26,
+  });
+  const table = headers.slice(headers.indexOf('DLL Name: WinSparkle.dll'));
+  const imports = table.slice(0, table.indexOf('\n\n')).matchAll(/^\s+[0-9a-f]+\s+\d+\s+(\w+)/gm);
+  assert.deepEqual(Array.from(imports, ([, name]) => name).sort(), [
+    'win_sparkle_check_update_with_ui',
+    'win_sparkle_cleanup',
+    'win_sparkle_get_automatic_check_for_updates',
+    'win_sparkle_get_last_check_time',
+    'win_sparkle_get_update_check_interval',
+    'win_sparkle_init',
+    'win_sparkle_set_appcast_url',
+    'win_sparkle_set_automatic_check_for_updates',
+    'win_sparkle_set_can_shutdown_callback',
+    'win_sparkle_set_did_find_update_callback',
+    'win_sparkle_set_did_not_find_update_callback',
+    'win_sparkle_set_error_callback',
+    'win_sparkle_set_shutdown_request_callback',
+    'win_sparkle_set_update_cancelled_callback',
+    'win_sparkle_set_update_check_interval',
+    'win_sparkle_set_update_dismissed_callback',
+    'win_sparkle_set_update_postponed_callback',
+    'win_sparkle_set_update_skipped_callback',
+  ]);
+});
+
 test('a release is refused without a key of its own', () => {
   const configure = (...options) =>
     spawnSync('cmake', ['-S', kRoot, '-B', join(kRoot, 'build/release-check'), '-G', 'Ninja',
