@@ -162,8 +162,11 @@ const suites = {
     }
   },
   async tsan() {
-    if (!(await build('tsan', ['json_test']))) return;
-    await runGoogleTest('tsan-json_test', native('tsan', 'json_test', '--gtest_filter=*Thread*'));
+    const programs = ['json_test', 'update_test'];
+    if (!(await build('tsan', programs))) return;
+    for (const program of programs) {
+      await runGoogleTest(`tsan-${program}`, native('tsan', program, '--gtest_filter=*Thread*'));
+    }
   },
   async fuzz() {
     if (!(await build('fuzz'))) return;
@@ -192,6 +195,12 @@ const suites = {
       args: ['tests/runtime/run.mjs', 'build/windows', `--gtest_output=json:Z:${results.replaceAll('/', '\\')}`],
       env: { WINEPREFIX: template },
     }));
+  },
+  async tools() {
+    if (!(await build('windows', ['runnable']))) return; // they look into the built program
+    for (const file of entries('tests/tools', /\.test\.mjs$/)) {
+      await runNodeTest(`tools-${basename(file, '.test.mjs')}`, `tests/tools/${file}`);
+    }
   },
   async page() {
     for (const file of entries('tests/page', /\.test\.mjs$/)) {
