@@ -1,5 +1,7 @@
 #include "update/feed_check.h"
 
+#include <compare>
+
 #include "update/appcast.h"
 #include "update/version.h"
 
@@ -19,9 +21,10 @@ std::string Decision(std::string_view version, std::string_view current) {
     return "[Update] cannot compare versions (current='" + std::string(current) + "')";
   }
   const auto order = CompareVersions(ParseVersion(version), ParseVersion(current));
-  const char* sign = order > 0 ? " > " : order == 0 ? " == " : " < ";
+  const bool isNewer = std::is_gt(order);
+  const char* sign = isNewer ? " > " : std::is_eq(order) ? " == " : " < ";
   const char* verdict =
-      order > 0 ? " -> update expected (prompt / install)" : " -> up to date, no prompt";
+      isNewer ? " -> update expected (prompt / install)" : " -> up to date, no prompt";
   return "[Update] decision: feed " + std::string(version) + sign + "current " +
          std::string(current) + verdict;
 }

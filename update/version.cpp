@@ -34,7 +34,7 @@ std::strong_ordering CompareVersions(const VersionNumbers& a, const VersionNumbe
   const size_t count = std::max(a.size(), b.size());
   for (size_t at = 0; at < count; ++at) {
     const auto order = SignedAt(a, at) <=> SignedAt(b, at);
-    if (order != 0) return order;
+    if (std::is_neq(order)) return order;
   }
   return std::strong_ordering::equal;
 }
