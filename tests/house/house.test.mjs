@@ -27,7 +27,7 @@ const kMayUse = {
 };
 const kSystemDlls = [
   'advapi32', 'comctl32', 'comdlg32', 'dwmapi', 'gdi32', 'kernel32', 'msvcrt', 'normaliz', 'ole32',
-  'oleaut32', 'shell32', 'user32', 'uxtheme', 'version', 'winhttp',
+  'oleaut32', 'shell32', 'shlwapi', 'user32', 'uxtheme', 'version', 'winhttp',
 ];
 const kVendorDlls = ['webview2loader', 'winsparkle'];
 
