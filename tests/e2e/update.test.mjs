@@ -100,7 +100,8 @@ test('without a window the library is never called', async () => {
   const sparkle = await startWinSparkle();
   const env = { WENDRA_DEV_NO_RUNTIME: '1', ...sparkle.env };
   const host = await startHost({ args: ['https://evil.test'], env });
-  assert.equal(await host.ended(), 0);
+  await host.waitForLine('[Server] ignoring command-line URL'); // and now it asks for another
+  assert.equal(await host.close(), 0);
   assert.deepEqual(await sparkle.record(), []);
   await sparkle.close();
 });
