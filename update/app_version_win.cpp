@@ -1,6 +1,7 @@
 #include "update/app_version_win.h"
 
-#include <cstdio>
+#include <cwchar>
+#include <iterator>
 #include <string_view>
 
 #include "win/wide.h"

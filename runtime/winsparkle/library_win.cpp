@@ -1,7 +1,9 @@
 #include "runtime/winsparkle/library_win.h"
 
 #include <algorithm>
+#include <optional>
 #include <thread>
+#include <utility>
 
 namespace wendra {
 namespace {

@@ -1,6 +1,9 @@
 // The functions that the DLL exports, and its end. Each records its call first.
 #include <ctime>
 #include <string>
+#include <string_view>
+#include <type_traits>
+#include <utility>
 
 #include "runtime/winsparkle/library_win.h"
 
