@@ -19,7 +19,6 @@ const run = promisify(execFile);
 
 let pages;
 let host;
-let pictures = 0;
 
 before(async () => {
   mkdirSync(kPictures, { recursive: true });
@@ -77,25 +76,34 @@ async function fill(selector, text) {
   );
 }
 
-// `selector`: what the picture is about; its end is brought into view. The window shows the page a
-// moment late: the picture is taken again until a spot in the page's corner has its new colour.
-async function takePicture(name, selector) {
-  const file = join(kPictures, `${name}.png`);
-  pictures += 1;
-  const red = pictures * 16;
-  await host.page.evaluate((wanted, shade) => {
-    document.querySelector(wanted).scrollIntoView({ block: 'end' });
+// A spot in the page's corner, of a colour that it had not yet: what is painted with it is new.
+let spots = 0;
+async function paintSpot() {
+  spots += 1;
+  await host.page.evaluate((shade) => {
     const spot = document.querySelector('#spot') ?? document.createElement('i');
     spot.id = 'spot';
-    spot.style = `position: fixed; inset: 0 auto auto 0; padding: 2px; background: rgb(${shade} 0 0)`;
+    spot.style = `position: fixed; inset: 0 auto auto 0; padding: 4px; background: rgb(${shade} 0 0)`;
     document.body.append(spot);
-  }, selector, red);
+  }, spots);
+  return spots;
+}
+
+// `selector`: what the picture is about; its end is brought into view. The window shows the page a
+// moment late: the picture is taken again until the spot shows that it is not an older one.
+async function takePicture(name, selector) {
+  const file = join(kPictures, `${name}.png`);
+  await host.page.evaluate(
+    (wanted) => document.querySelector(wanted).scrollIntoView({ block: 'end' }), selector);
   const [left, top] = (await host.window()).client;
+  const first = spots + 1;
   await until(`a picture for ${name}`, async () => {
+    await paintSpot();
     await host.screenshot(file);
-    const { stdout } = await run('convert', [file, '-crop', `1x1+${left + 1}+${top + 1}`, 'rgb:-'],
+    const { stdout } = await run('convert', [file, '-crop', `1x1+${left + 2}+${top + 2}`, 'rgb:-'],
       { encoding: 'buffer' });
-    return stdout.equals(Buffer.from([red, 0, 0]));
+    const [red, green, blue] = stdout;
+    return red >= first && red <= spots && green === 0 && blue === 0;
   }, { context: host.context });
 }
 
