@@ -1,34 +1,16 @@
 // The playground in the real window, used by mouse and keyboard with a real MCP server. Pictures of
 // what a person sees go to build/screenshots/.
 import assert from 'node:assert/strict';
-import { execFile, spawn } from 'node:child_process';
-import { once } from 'node:events';
-import { mkdirSync } from 'node:fs';
-import { dirname, join } from 'node:path';
 import { after, before, test } from 'node:test';
-import { fileURLToPath } from 'node:url';
-import { promisify } from 'node:util';
-import { startHost } from './support/host.mjs';
 import { kNode, nodeServer } from './support/mcp_servers.mjs';
-import { until } from './support/waiting.mjs';
+import { startPlayground } from './support/playground.mjs';
 
-const kRoot = join(dirname(fileURLToPath(import.meta.url)), '../..');
-const kPictures = join(kRoot, 'build/screenshots');
 const kStartMs = 60_000;
-const run = promisify(execFile);
 
-let pages;
-let host;
+let playground;
 
 before(async () => {
-  mkdirSync(kPictures, { recursive: true });
-  pages = spawn(process.execPath, ['tools/serve.mjs', 'page', '/playground/'], {
-    cwd: kRoot,
-    stdio: ['pipe', 'pipe', 'inherit'],
-  });
-  const [line] = await once(pages.stdout, 'data');
-  host = await startHost({
-    address: String(line).trim(),
+  playground = await startPlayground({
     config: {
       mcpServers: {
         everything: nodeServer('everything'),
@@ -40,71 +22,19 @@ before(async () => {
 });
 
 after(async () => {
-  assert.equal(await host?.close(), 0);
-  pages?.stdin.end();
+  assert.equal(await playground?.close(), 0);
 });
 
-const texts = (selector) =>
-  host.page.evaluate(
-    (wanted) => [...document.querySelectorAll(wanted)].map((one) => one.innerText.trim()),
-    selector,
-  );
+const says = (...args) => playground.says(...args);
+const click = (selector) => playground.click(selector);
+const fill = (selector, text) => playground.fill(selector, text);
+const texts = (selector) => playground.texts(selector);
 
-// Waits until an element says what it has to.
-async function says(selector, wanted, timeoutMs) {
-  let seen = [];
-  const fits = async () => {
-    seen = await texts(selector);
-    return wanted instanceof RegExp ? seen.some((text) => wanted.test(text)) : seen.includes(wanted);
-  };
-  const context = () => `it says ${JSON.stringify(seen)}\n${host.context()}`;
-  await until(`${selector} to say ${wanted}`, fits, { timeoutMs, context });
-}
-
-async function click(selector) {
-  await host.page.waitFor(`document.querySelector(${JSON.stringify(selector)})?.offsetWidth`);
-  await host.clickElement(selector);
-}
-
-// A click into a field, all of it chosen, and the keys.
-async function fill(selector, text) {
-  await click(selector);
-  await host.keys('ctrl+a');
-  await host.type(text);
-  await host.page.waitFor(
-    `document.querySelector(${JSON.stringify(selector)}).value === ${JSON.stringify(text)}`,
-  );
-}
-
-// A spot in the page's corner, of a colour that it had not yet: what is painted with it is new.
-let spots = 0;
-async function paintSpot() {
-  spots += 1;
-  await host.page.evaluate((shade) => {
-    const spot = document.querySelector('#spot') ?? document.createElement('i');
-    spot.id = 'spot';
-    spot.style = `position: fixed; inset: 0 auto auto 0; padding: 4px; background: rgb(${shade} 0 0)`;
-    document.body.append(spot);
-  }, spots);
-  return spots;
-}
-
-// `selector`: what the picture is about; its end is brought into view. The window shows the page a
-// moment late: the picture is taken again until the spot shows that it is not an older one.
+// `selector`: what the picture is about; its end is brought into view.
 async function takePicture(name, selector) {
-  const file = join(kPictures, `${name}.png`);
-  await host.page.evaluate(
+  await playground.page.evaluate(
     (wanted) => document.querySelector(wanted).scrollIntoView({ block: 'end' }), selector);
-  const [left, top] = (await host.window()).client;
-  const first = spots + 1;
-  await until(`a picture for ${name}`, async () => {
-    await paintSpot();
-    await host.screenshot(file);
-    const { stdout } = await run('convert', [file, '-crop', `1x1+${left + 2}+${top + 2}`, 'rgb:-'],
-      { encoding: 'buffer' });
-    const [red, green, blue] = stdout;
-    return red >= first && red <= spots && green === 0 && blue === 0;
-  }, { context: host.context });
+  await playground.takePicture(name);
 }
 
 const inTool = (name, selector) => `[data-tool="${name}"] ${selector}`;
@@ -156,16 +86,16 @@ test('a failed tool says why', async () => {
 
 test('the editor shows what the host refuses, and what a saved configuration does', async () => {
   await click('a[href="#config"]');
-  await host.page.waitFor('document.querySelector("#config-text").value');
+  await playground.page.waitFor('document.querySelector("#config-text").value');
   await fill('#config-text', '[]');
   await click('#config-save');
   await says('#view-config .problem', 'Invalid JSON — the file must contain a JSON object');
   await takePicture('mcp-config-refused', '#config-remarks');
   await fill('#config-text', '{"mcpServers":{"gone":{"command":"gone.exe","disabled":true}}}');
   await says('#config-remarks li', 'gone: "disabled" is not a key: write "enabled": false');
-  await host.keys('ctrl+s');
+  await playground.host.keys('ctrl+s');
   await says('#config-status', /in effect$/);
-  assert.match(await host.config(), /^\{"mcpServers":\{"gone"/);
+  assert.match(await playground.host.config(), /^\{"mcpServers":\{"gone"/);
   await takePicture('mcp-config-saved', '#config-remarks');
   await click('a[href="#servers"]');
   await says('.server > summary .state', 'not loaded');
@@ -174,11 +104,11 @@ test('the editor shows what the host refuses, and what a saved configuration doe
 
 test('what another program writes into the file is shown at once', async () => {
   await click('a[href="#config"]');
-  await host.page.evaluate(
+  await playground.page.evaluate(
     (content) => window.chrome.webview.postMessage({
       __reqId: 'other', name: 'writeFile',
       args: [document.querySelector('#config-path').textContent, content],
     }), '{"mcpServers":{}}');
   await says('#config-status', /changed by someone else, and in effect$/);
-  assert.equal(await host.page.evaluate('document.querySelector("#config-text").value'), '{"mcpServers":{}}');
+  assert.equal(await playground.page.evaluate('document.querySelector("#config-text").value'), '{"mcpServers":{}}');
 });
