@@ -32,7 +32,7 @@ const choiceLines = (host) =>
 
 const ignoringCase = (lines) => lines.map((line) => line.replace(/C:\\users/i, 'C:\\users'));
 
-test('addresses that nobody accepts end the program with code 0 and no window', async (t) => {
+test('addresses that nobody accepts lead to the prompt; cancelled, the program ends with code 0', async (t) => {
   const cases = [
     ['nothing at all', {}, [kCancelled]],
     ['a foreign host', { args: ['https://evil.test'] }, [`[Server] ignoring command-line URL${kNotAllowed}`, kCancelled]],
@@ -58,6 +58,8 @@ test('addresses that nobody accepts end the program with code 0 and no window', 
   for (const [name, wanted, lines] of cases) {
     await t.test(name, async () => {
       const host = await startHost({ ...wanted, env: withoutBrowser });
+      await host.window('WendraServerPrompt');
+      await host.keys('Escape');
       assert.equal(await host.ended(), 0);
       assert.deepEqual(ignoringCase(choiceLines(host)), lines);
     });
