@@ -92,7 +92,7 @@ class Playground {
       const spot = document.querySelector('#spot') ?? document.createElement('i');
       spot.id = 'spot';
       spot.style = `position: fixed; inset: 0 auto auto 0; padding: 4px; background: rgb(${shade} 0 0)`;
-      document.body.append(spot);
+      document.documentElement.append(spot); // outside of what a test zooms
     }, this.#spots);
   }
 
