@@ -232,7 +232,10 @@ bool HttpExchange::Connection::OpenRequest(const HttpRequest& request,
 
 void HttpExchange::Connection::AddHeaders(const HttpRequest& request) const {
   for (const auto& [name, value] : request.headers) {
-    const std::wstring line = Widen(name + ": " + value);
+    std::string text = name;
+    text += ": ";
+    text += value;
+    const std::wstring line = Widen(text);
     // One that WinHTTP refuses is left out.
     (void)WinHttpAddRequestHeaders(request_.Get(), line.data(), static_cast<DWORD>(line.size()),
                                    WINHTTP_ADDREQ_FLAG_ADD);

@@ -247,7 +247,7 @@ void PageSession::Resize(int width, int height) {
     size_ = size;
     ++resizes_;
   }
-  Call("Emulation.setDeviceMetricsOverride", std::move(size));
+  Call("Emulation.setDeviceMetricsOverride", size);
 }
 
 void PageSession::ResizeAgain(int resizesBefore) {
@@ -257,7 +257,7 @@ void PageSession::ResizeAgain(int resizesBefore) {
     if (resizes_ == resizesBefore) return;
     size = size_;
   }
-  Call("Emulation.setDeviceMetricsOverride", std::move(size));
+  Call("Emulation.setDeviceMetricsOverride", size);
 }
 
 void PageSession::SendInput(std::string_view method, const Json& params) { Call(method, params); }
