@@ -240,6 +240,21 @@ test('colour and size are those of the user', async (t) => {
   }
 });
 
+test('what is pasted loses its blanks and its further lines', async () => {
+  const { host, control } = await ask();
+  await host.probe('clipboard', JSON.stringify('  demo \t\r\nsecond line'));
+  await host.keys('ctrl+v');
+  await until('the pasted text', async () => (await control(kFieldId)).text.startsWith('  demo'), {
+    context: () => host.context(),
+  });
+  await host.keys('Return');
+  await host.window();
+  assert.ok(host.log.includes(
+    '[Server] loading https://demo.on.wendra.example (chosen in the first-run prompt)',
+  ), host.log.join('\n'));
+  assert.equal(await host.close(), 0);
+});
+
 test('the field takes 2,048 characters', async () => {
   const { host, control } = await ask();
   await host.keys('ctrl+a');

@@ -9,6 +9,7 @@
 //   post WHO MSG W L        PostMessage
 //   move X Y WIDTH HEIGHT   SetWindowPos; answers the rectangle that came of it
 //   process                 facts of the window's process
+//   clipboard JSON          puts a text, written as a JSON string, into the clipboard
 //
 // Rectangles are [left, top, right, bottom] in screen pixels. An answer that has "error" has
 // nothing else. A font cannot be asked for: its handle means nothing in this process.
@@ -275,6 +276,27 @@ Json DescribeProcess(std::istream&) {
   return window ? ProcessJson(ProcessOf(window)) : Error("no window");
 }
 
+bool PutIntoClipboard(const std::wstring& text) {
+  if (!OpenClipboard(nullptr)) return false;
+  EmptyClipboard();
+  const size_t bytes = (text.size() + 1) * sizeof(wchar_t);
+  const HGLOBAL memory = GlobalAlloc(GMEM_MOVEABLE, bytes);
+  std::copy_n(text.c_str(), text.size() + 1, static_cast<wchar_t*>(GlobalLock(memory)));
+  GlobalUnlock(memory);
+  const bool isThere = SetClipboardData(CF_UNICODETEXT, memory) != nullptr;  // now the system's
+  CloseClipboard();
+  return isThere;
+}
+
+Json SetClipboard(std::istream& arguments) {
+  std::string rest;
+  std::getline(arguments >> std::ws, rest);
+  Json text;
+  if (!Parse(rest, text) || text.kind != kJsonString) return Error("no JSON string");
+  if (!PutIntoClipboard(Widen(text.text))) return Error("not set");
+  return Object({{"set", true}});
+}
+
 Json Answer(const std::string& line) {
   static const std::map<std::string, std::function<Json(std::istream&)>> commands = {
       {"window", DescribeWindow},
@@ -285,6 +307,7 @@ Json Answer(const std::string& line) {
       {"post", Post},
       {"move", Move},
       {"process", DescribeProcess},
+      {"clipboard", SetClipboard},
   };
   std::istringstream arguments(line);
   std::string name;
