@@ -12,7 +12,7 @@
 //   hold NAME    starts a copy of itself that keeps our standard streams open until the event NAME
 //                is set, and goes on
 //   await NAME   waits until the event NAME is set
-//   set NAME     sets it
+//   set NAME     sets it, once somebody waits for it
 //   exit N       ends with this code
 //   crash        ends by an access violation
 #include <algorithm>
@@ -92,6 +92,16 @@ KernelHandle OpenEventNamed(const std::string& name) {
   return KernelHandle(CreateEventW(nullptr, TRUE, FALSE, Widen(name).c_str()));
 }
 
+// Nobody may have made it yet: set by us alone it would be forgotten with our end.
+void SetEventOfAnother(const std::string& name) {
+  KernelHandle event;
+  while (!event) {
+    event.Reset(OpenEventW(EVENT_MODIFY_STATE, FALSE, Widen(name).c_str()));
+    if (!event) Sleep(1);
+  }
+  SetEvent(event.Get());
+}
+
 void HoldStreams(const std::string& name) {
   wchar_t self[MAX_PATH];
   GetModuleFileNameW(nullptr, self, MAX_PATH);
@@ -141,7 +151,7 @@ void Do(const std::vector<std::string>& arguments) {
     } else if (what == "await") {
       WaitForSingleObject(OpenEventNamed(take()).Get(), INFINITE);
     } else if (what == "set") {
-      SetEvent(OpenEventNamed(take()).Get());
+      SetEventOfAnother(take());
     } else if (what == "exit") {
       ExitProcess(static_cast<UINT>(takeNumber()));
     } else if (what == "crash") {
