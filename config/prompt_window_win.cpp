@@ -1,6 +1,6 @@
 #include "config/prompt_window_win.h"
 
-#include <algorithm>
+#include <utility>
 
 #include "config/prompt_paint_win.h"
 #include "config/server_address.h"
@@ -143,6 +143,7 @@ HWND PromptWindow::MakeControl(const wchar_t* className, const std::string& text
 void PromptWindow::MakeField() {
   field_ = MakeControl(L"EDIT", "", WS_VISIBLE | WS_TABSTOP | ES_AUTOHSCROLL, kFieldId,
                        layout_.field, fonts_.text);
+  focus_ = field_;
   (void)SetWindowTheme(field_, L"", L"");  // the frame around it is ours
   SendMessageW(field_, EM_LIMITTEXT, kFieldTextLimit, 0);
   const int margin = Scaled(kFieldMargin);
@@ -190,6 +191,12 @@ LRESULT PromptWindow::OnMessage(UINT message, WPARAM wparam, LPARAM lparam) {
     case WM_COMMAND:
       OnCommand(LOWORD(wparam), HIWORD(wparam));
       return 0;
+    case WM_ACTIVATE:
+      if (LOWORD(wparam) == WA_INACTIVE) KeepFocus();
+      return DefWindowProcW(window_, message, wparam, lparam);
+    case WM_SETFOCUS:
+      SetFocus(focus_);
+      return 0;
     case WM_PAINT:
       OnPaint();
       return 0;
@@ -235,6 +242,12 @@ void PromptWindow::OnAccept() {
   ShowWindow(error_, SW_SHOW);
   RepaintFrame();
   SetFocus(field_);
+}
+
+// Windows gives a returning window the keyboard, but not the control that had it.
+void PromptWindow::KeepFocus() {
+  const HWND focus = GetFocus();
+  if (IsChild(window_, focus)) focus_ = focus;
 }
 
 void PromptWindow::RepaintFrame() {
@@ -286,8 +299,11 @@ void PromptWindow::OnHover(HWND button, bool isHovered) {
     TRACKMOUSEEVENT leave{sizeof(leave), TME_LEAVE, button, 0};
     TrackMouseEvent(&leave);
   }
-  hovered_ = isHovered ? button : nullptr;
-  InvalidateRect(button, nullptr, FALSE);
+  // The mouse may be on the next button before the last one hears that it has left.
+  const HWND left = std::exchange(hovered_, isHovered ? button : nullptr);
+  for (const HWND changed : {left, hovered_}) {
+    if (changed) InvalidateRect(changed, nullptr, FALSE);
+  }
 }
 
 }  // namespace wendra

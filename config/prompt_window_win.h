@@ -59,6 +59,7 @@ class PromptWindow {
   void MakeButton(const std::string& text, int id, const PromptBox& box);
   PromptTextHeights MeasureTexts() const;
   void RoundCorners();
+  void KeepFocus();
   void RepaintFrame();
   int Scaled(int size) const { return ScaleByPercent(size, percent_); }
 
@@ -73,6 +74,7 @@ class PromptWindow {
   HWND window_ = nullptr;
   HWND field_ = nullptr;
   HWND error_ = nullptr;
+  HWND focus_ = nullptr;    // the control that gets the keyboard with the window
   HWND hovered_ = nullptr;  // the button under the mouse
   bool hasError_ = false;
   std::string result_;

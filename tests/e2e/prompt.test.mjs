@@ -194,6 +194,37 @@ test('Tab goes from the field to both buttons and back', async () => {
   assert.equal(await host.ended(), 0);
 });
 
+test('each rejection by the button gives the keyboard back to the field', async (t) => {
+  const { host, type, focused, errorLine } = await ask();
+  for (const address of ['evil.test', 'ftp://localhost', 'https://', '127.0.0.2', '  ']) {
+    await t.test(`"${address}"`, async () => {
+      await type(address);
+      await host.keys('Tab');
+      await focused(kAcceptId);
+      await host.keys('space');
+      await focused(kFieldId);
+      assert.equal((await errorLine()).visible, true);
+    });
+  }
+  await host.keys('Escape');
+  assert.equal(await host.ended(), 0);
+});
+
+test('after a look at another program the keyboard is where it was', async () => {
+  const { host, control, focused } = await ask();
+  const [left, top] = (await host.window(kPrompt)).rect;
+  for (const id of [kFieldId, kAcceptId]) {
+    await focused(id);
+    assert.deepEqual(await host.probe('away'), { foreground: true });
+    await until('the keyboard elsewhere', async () => !(await control(id)).focused);
+    await (await host.screen()).click(left + 5, top + 5); // where no control is
+    await focused(id);
+    await host.keys('Tab');
+  }
+  await host.keys('Escape');
+  assert.equal(await host.ended(), 0);
+});
+
 test('the cancel button follows the mouse', async () => {
   const { host, control, colorAt } = await ask();
   const screen = await host.screen();

@@ -4,6 +4,7 @@
 //   window [CLASS]          the visible top-level window of that class (default: the host's)
 //   panel                   its log panel
 //   controls CLASS          the children of the visible top-level window of that class
+//   away                    takes the keyboard to a window of this program
 //   windows                 all visible top-level windows of the window's process
 //   send WHO MSG W L        SendMessage with numbers only; WHO is window or panel
 //   post WHO MSG W L        PostMessage
@@ -232,6 +233,14 @@ Json DescribeControls(std::istream& arguments) {
   return Object({{"controls", std::move(controls)}});
 }
 
+// The window goes with this program.
+Json GoAway(std::istream&) {
+  const HWND elsewhere = CreateWindowExW(0, L"STATIC", L"elsewhere", WS_POPUP | WS_VISIBLE, 0, 0,
+                                         16, 16, nullptr, nullptr, nullptr, nullptr);
+  SetForegroundWindow(elsewhere);
+  return Object({{"foreground", GetForegroundWindow() == elsewhere}});
+}
+
 Json DescribePanel(std::istream&) {
   const HWND panel = Addressee("panel");
   return panel ? WindowJson(panel) : Error("no panel");
@@ -302,6 +311,7 @@ Json Answer(const std::string& line) {
       {"window", DescribeWindow},
       {"panel", DescribePanel},
       {"controls", DescribeControls},
+      {"away", GoAway},
       {"windows", DescribeWindows},
       {"send", Send},
       {"post", Post},
