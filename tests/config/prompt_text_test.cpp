@@ -18,7 +18,7 @@ TEST(PromptText, IsGermanWhereverGermanIsSpoken) {
       {0x0409, false},  // English
       {0x040C, false},  // French
       {0x0413, false},  // Dutch
-      {0x0707, false},  {0x0417, false}, {0x0000, false},
+      {0x0707, false}, {0x0417, false}, {0x0000, false},
   };
   for (const auto& c : cases) {
     EXPECT_EQ(PromptTextFor(c.uiLanguage).accept, c.isGerman ? "Weiter" : "Continue")
