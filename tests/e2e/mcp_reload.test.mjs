@@ -42,7 +42,8 @@ function memoryBytes() {
   return Number(/VmRSS:\s+(\d+) kB/.exec(readFileSync(`/proc/${pid}/status`, 'utf8'))[1]) * 1024;
 }
 
-// Reloads by the page's own writing, and calls each server before, between and after.
+// Reloads by the page's own writing, with calls under way that may or may not be answered first:
+// the host's look at the file reloads too, two seconds apart.
 const reload = (times) => host.page.evaluate(async (names, config, count) => {
   window.waiting ??= new Map();
   window.ended ??= [];
@@ -53,22 +54,36 @@ const reload = (times) => host.page.evaluate(async (names, config, count) => {
       waiting.get(id)?.({ ok, value });
     },
   };
-  const ask = (name, args) => new Promise((resolve) => {
+  window.ask = (name, args) => new Promise((resolve) => {
     const id = `q${(posted += 1)}`;
     waiting.set(id, resolve);
     chrome.webview.postMessage({ __reqId: id, name, args });
   });
   for (let i = 0; i < count; ++i) {
     const calls = names.map((name) => ask('mcpCall', [name, 'echo', { message: `${i}` }]));
-    if (i % 2) await Promise.all(calls); // else the reload overtakes them
+    const reloaded = new Promise((resolve) => {
+      document.addEventListener('mcpConfigChanged', resolve, { once: true });
+    });
+    if (i % 2) await Promise.any([...calls, reloaded]);
     await ask('mcpWriteConfig', [config]);
   }
-  const last = await Promise.all(names.map((name) => ask('mcpCall', [name, 'echo', { message: 'x' }])));
-  return last.map(({ value }) => value.error ?? value.text);
 }, kNames, kConfig, times);
+
+// What each server answers once the host has seen the last writing.
+async function lastAnswers() {
+  const from = host.log.findLastIndex((line) => line.startsWith('[MCP] config saved'));
+  await host.waitForLine('[MCP] config.json changed on disk', { from });
+  const reloaded = host.log.findLastIndex((line) => line.includes('changed on disk'));
+  await host.waitForLine('[MCP] loaded 5 server(s)', { from: reloaded });
+  return host.page.evaluate(async (names) => {
+    const last = names.map((name) => ask('mcpCall', [name, 'echo', { message: 'x' }]));
+    return (await Promise.all(last)).map(({ value }) => value.error ?? value.text);
+  }, kNames);
+}
 
 test('reloading again and again leaves nothing behind', async () => {
   await reload(6); // what is made once is there now
+  await lastAnswers();
   const count = async () => {
     const { handles, threads } = await host.probe('process');
     return { handles, threads };
@@ -77,7 +92,8 @@ test('reloading again and again leaves nothing behind', async () => {
   const settled = () => until('five servers', () => processesNamed('mcp_child.exe').length === 5);
   await settled();
   const before = { ...(await count()), bytes: memoryBytes() };
-  const answers = await reload(kReloads);
+  await reload(kReloads);
+  const answers = await lastAnswers();
   assert.equal(new Set(answers).size, 1, answers.join());
   await settled();
   let now;
