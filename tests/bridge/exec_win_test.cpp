@@ -10,6 +10,7 @@
 #include "tests/support/recording_page.h"
 #include "tests/support/scratch_folder_win.h"
 #include "tests/support/test_window_win.h"
+#include "win/child_process.h"
 #include "win/messages.h"
 #include "win/owned_message.h"
 #include "win/unique.h"
@@ -109,36 +110,58 @@ TEST(RunCommand, WaitsForWhoeverHoldsTheStreams) {
   // The command itself ends at once; what it left behind keeps its output open.
   const std::string name = "wendra-test-" + std::to_string(GetCurrentProcessId());
   const KernelHandle event(CreateEventW(nullptr, TRUE, FALSE, Widen(name).c_str()));
-  const KernelHandle done(CreateEventW(nullptr, TRUE, FALSE, nullptr));
+  const std::string endName = name + "-end";
+  const KernelHandle end(CreateEventW(nullptr, TRUE, FALSE, Widen(endName).c_str()));
   ExecResult result;
+  std::atomic<bool> isAnswered = false;
   std::thread command([&] {
-    result = RunCommand("", TestChild() + "out 2 hold " + name + " exit 5");
-    SetEvent(done.Get());
+    result = RunCommand("", TestChild() + "out 2 hold " + name + " set " + endName + " exit 5");
+    isAnswered = true;
   });
-  EXPECT_EQ(WaitForSingleObject(done.Get(), 300), static_cast<DWORD>(WAIT_TIMEOUT));
+  WaitForSingleObject(end.Get(), INFINITE);
+  EXPECT_FALSE(isAnswered);
   SetEvent(event.Get());
   command.join();
   EXPECT_EQ(result.exitCode, 5);
   EXPECT_EQ(result.output, "xx");
 }
 
+// Each of the children that live on would keep the streams of a command open whose ends it had
+// inherited, and that command would never end.
 TEST(RunCommand, LosesNoEndWhereManyStartAtOnce) {
   constexpr int kThreads = 8;
-  constexpr int kCommands = 10;
+  constexpr int kCommands = 63;  // of each thread: 504 in all
+  constexpr int kLivingOn = 60;
+  const std::string name = "wendra-test-many-" + std::to_string(GetCurrentProcessId());
+  const KernelHandle event(CreateEventW(nullptr, TRUE, FALSE, Widen(name).c_str()));
+  std::atomic<int> started = 0;
+  std::vector<Child> livingOn(kLivingOn);
+  std::thread starter([&] {
+    for (Child& child : livingOn) {
+      child = StartChild({.commandLine = Widen(TestChild() + "await " + name)});
+      started += child.start == ChildStart::kStarted;
+    }
+  });
   std::vector<std::thread> threads;
   std::atomic<int> right = 0;
   for (int t = 0; t < kThreads; ++t) {
     threads.emplace_back([&, t] {
       for (int i = 0; i < kCommands; ++i) {
-        const int code = t * kCommands + i;
+        const int code = t * 10 + i % 10;  // not 259, which cmd.exe takes for "still running"
         const ExecResult result =
             RunCommand("", TestChild() + "out 10 exit " + std::to_string(code));
-        right += result.exitCode == code && result.output == Filling(10);
+        const bool isRight = result.exitCode == code && result.output == Filling(10);
+        EXPECT_TRUE(isRight) << result.exitCode << " for " << code << ": " << result.output << "|"
+                             << result.error;
+        right += isRight;
       }
     });
   }
   for (auto& thread : threads) thread.join();
+  starter.join();
   EXPECT_EQ(right, kThreads * kCommands);
+  EXPECT_EQ(started, kLivingOn);
+  SetEvent(event.Get());
 }
 
 TEST(ExecAction, PostsItsResultAndAnswersFromThere) {
