@@ -9,7 +9,8 @@ export class Screen {
   #environment;
 
   constructor(display) {
-    this.#environment = { ...process.env, DISPLAY: display };
+    // Without a locale of its own xdotool takes text for ASCII.
+    this.#environment = { ...process.env, DISPLAY: display, LC_ALL: 'C.UTF-8' };
   }
 
   // Key combinations in xdotool's words: 'ctrl+l', 'Return', 'alt+F4'.
