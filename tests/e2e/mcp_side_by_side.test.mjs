@@ -22,10 +22,12 @@ async function freePort() {
   return port;
 }
 
+const kPreload = new URL('support/global_crypto.mjs', import.meta.url).href;
+
 // The everything server, with this machine's Node; gives its address and what ends it.
 async function startRemoteServer() {
   const port = await freePort();
-  const child = spawnTied(process.execPath, [kEverything, 'streamableHttp'], {
+  const child = spawnTied(process.execPath, ['--import', kPreload, kEverything, 'streamableHttp'], {
     cwd: kRoot,
     env: { ...process.env, PORT: String(port) },
     stdio: ['ignore', 'ignore', 'pipe'],

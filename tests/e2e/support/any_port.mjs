@@ -1,10 +1,7 @@
 // Preloaded into servers that others wrote: whatever port they ask for, they get a free one of
 // localhost, and the process that started them is told which.
-import { webcrypto } from 'node:crypto';
 import { Server } from 'node:net';
-
-// Node 18 keeps it to itself, and these servers name their sessions with it.
-globalThis.crypto ??= webcrypto;
+import './global_crypto.mjs';
 
 const { listen } = Server.prototype;
 Server.prototype.listen = function listenAnywhere(...args) {
