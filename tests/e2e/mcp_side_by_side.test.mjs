@@ -53,6 +53,8 @@ test('tools of a local and of a remote server are listed and called side by side
       },
     },
   });
+  let code; // of its end; a test that fails before leaves it to this
+  t.after(() => code ?? playground.close());
   await playground.click('a[href="#servers"]');
   await playground.says('#servers-status', '2 of 3 servers ready', kStartMs);
   assert.deepEqual(await playground.texts('.server > summary b'), ['far away', 'here', 'gone']);
@@ -74,5 +76,6 @@ test('tools of a local and of a remote server are listed and called side by side
   }
   await playground.page.evaluate("document.body.style.zoom = '0.28'; scrollTo(0, 0)"); // all
   await playground.takePicture('mcp-side-by-side');
-  assert.equal(await playground.close(), 0);
+  code = await playground.close();
+  assert.equal(code, 0);
 });
