@@ -1,5 +1,6 @@
 #include "mcp/stdio_transport_win.h"
 
+#include <chrono>
 #include <condition_variable>
 #include <filesystem>
 #include <functional>
@@ -19,15 +20,17 @@
 namespace wendra {
 namespace {
 
-constexpr char kKilledGrandchild[] = "wendra-stdio-killed";
+constexpr DWORD kPatienceMs = 20'000;  // before a wait counts as failed
 
-// test_child.exe lies one folder above the tests.
-std::string TestChild() {
+// The programs that tests start lie one folder above the tests.
+std::string ProgramOfTests(const wchar_t* name) {
   wchar_t self[MAX_PATH];
   GetModuleFileNameW(nullptr, self, MAX_PATH);
   const auto folder = std::filesystem::path(self).parent_path().parent_path();
-  return Narrow((folder / L"test_child.exe").wstring());
+  return Narrow((folder / name).wstring());
 }
+
+std::string TestChild() { return ProgramOfTests(L"test_child.exe"); }
 
 // A log whose lines come from several threads.
 class SharedLog : public Log {
@@ -37,7 +40,8 @@ class SharedLog : public Log {
 
   std::vector<std::string> WaitForLines(size_t count) {
     std::unique_lock<std::mutex> lock(mutex_);
-    added_.wait(lock, [&] { return lines_.size() >= count; });
+    EXPECT_TRUE(added_.wait_for(lock, std::chrono::milliseconds(kPatienceMs),
+                                [&] { return lines_.size() >= count; }));
     return lines_;
   }
 
@@ -74,17 +78,26 @@ class StdioServer : public testing::Test {
   }
 
   void WaitUntil(const std::function<bool()>& isDone) {
-    MSG message;
-    while (!isDone() && GetMessageW(&message, nullptr, 0, 0) > 0) DispatchMessageW(&message);
+    const ULONGLONG end = GetTickCount64() + kPatienceMs;
+    for (ULONGLONG now = GetTickCount64(); !isDone(); now = GetTickCount64()) {
+      ASSERT_LT(now, end);
+      MsgWaitForMultipleObjects(0, nullptr, FALSE, static_cast<DWORD>(end - now), QS_ALLINPUT);
+      TestWindow::Pump();
+    }
   }
   // Until a process holds the event of that name, or none does any more. Nothing tells that an
-  // event has gone: look again and again.
-  static void WaitForEvent(const std::string& name, bool isHeld) {
+  // event has gone: look again and again. False when it does not come to that.
+  static bool WaitForEvent(const std::string& name, bool isHeld) {
     const std::wstring wideName = Widen(name);
-    while (static_cast<bool>(KernelHandle(OpenEventW(SYNCHRONIZE, FALSE, wideName.c_str()))) !=
-           isHeld) {
+    const ULONGLONG end = GetTickCount64() + kPatienceMs;
+    const auto exists = [&] {
+      return static_cast<bool>(KernelHandle(OpenEventW(SYNCHRONIZE, FALSE, wideName.c_str())));
+    };
+    while (exists() != isHeld) {
+      if (GetTickCount64() >= end) return false;
       Sleep(1);
     }
+    return true;
   }
   void WaitForEnd() {
     WaitUntil([this] { return closed_ > 0; });
@@ -163,28 +176,21 @@ TEST_F(StdioServer, DoesNotWaitForAChildThatDoesNotRead) {
 TEST_F(StdioServer, EndsTheChildAndWhatItHasStarted) {
   // The grandchild keeps the streams and its event until it is ended.
   Start({"hold", "wendra-stdio-grandchild", "out", "1", "await", "wendra-stdio-never"});
-  WaitForEvent("wendra-stdio-grandchild", true);
+  ASSERT_TRUE(WaitForEvent("wendra-stdio-grandchild", true));
   server_.transport->Stop();
   WaitForEnd();
-  WaitForEvent("wendra-stdio-grandchild", false);
-}
-
-// Not a test by itself: the program that KillingTheHost starts and kills.
-TEST_F(StdioServer, DISABLED_HostThatIsKilled) {
-  Start({"hold", kKilledGrandchild, "await", "wendra-stdio-never"});
-  WaitUntil([] { return false; });
+  EXPECT_TRUE(WaitForEvent("wendra-stdio-grandchild", false));
 }
 
 TEST_F(StdioServer, KillingTheHostEndsEverything) {
-  wchar_t self[MAX_PATH];
-  GetModuleFileNameW(nullptr, self, MAX_PATH);
-  Child host = StartChild({.program = self,
-                           .commandLine = L"host --gtest_also_run_disabled_tests "
-                                          L"--gtest_filter=StdioServer.DISABLED_HostThatIsKilled"});
+  // The server waits for what never comes, and so does what it has started.
+  const std::wstring server = L"\"" + Widen(TestChild()) + L"\" hold wendra-stdio-killed ";
+  Child host = StartChild({.commandLine = L"\"" + Widen(ProgramOfTests(L"mcp_host.exe")) + L"\" " +
+                                          server + L"await wendra-stdio-never"});
   ASSERT_EQ(host.start, ChildStart::kStarted);
-  WaitForEvent(kKilledGrandchild, true);
-  TerminateProcess(host.process.Get(), 1);
-  WaitForEvent(kKilledGrandchild, false);
+  ASSERT_TRUE(WaitForEvent("wendra-stdio-killed", true));
+  ASSERT_TRUE(TerminateProcess(host.process.Get(), 1));
+  EXPECT_TRUE(WaitForEvent("wendra-stdio-killed", false));
 }
 
 TEST_F(StdioServer, LogsItsStandardErrorAtTheEnd) {

@@ -1,0 +1,34 @@
+// Starts one local MCP server the way the program does, and stays until it is killed: for a test of
+// what is left of the server then.
+//
+//   mcp_host PROGRAM [ARGUMENT...]
+//
+// Ends with code 1 when the server could not be started.
+#include "base/log.h"
+#include "mcp/stdio_transport_win.h"
+#include "win/wide.h"
+
+#include <windows.h>
+
+namespace {
+
+class NoLog : public wendra::Log {
+ public:
+  void Line(std::string_view) override {}
+  void LineFromAnyThread(std::string_view) override {}
+};
+
+}  // namespace
+
+int wmain(int count, wchar_t** arguments) {
+  if (count < 2) return 1;
+  static NoLog log;  // the readers use it to the end
+  static wendra::McpServer server;
+  server.name = "test";
+  server.command = wendra::Narrow(arguments[1]);
+  for (int i = 2; i < count; ++i) server.args.push_back(wendra::Narrow(arguments[i]));
+  wendra::StartStdioServer(server, nullptr, log);
+  if (!server.running) return 1;
+  Sleep(INFINITE);
+  return 0;
+}
