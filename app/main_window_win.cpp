@@ -123,7 +123,7 @@ void MainWindow::OnMessage(UINT message, WPARAM wparam, LPARAM lparam) {
     }
     case kExecDoneMessage: {
       const auto result = TakeOwned<ExecResult>(lparam);
-      return ReplyExec(*result, replies_);
+      return ReplyExec(std::move(*result), replies_);
     }
     case kMcpMessage: {
       auto text = TakeOwned<std::string>(lparam);

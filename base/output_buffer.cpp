@@ -1,16 +1,19 @@
 #include "base/output_buffer.h"
 
-#include <algorithm>
 #include <utility>
 
 namespace wendra {
 
-OutputBuffer::Space OutputBuffer::Reserve(size_t wanted) {
-  if (used_ == kBlockBytes) {
-    blocks_.emplace_back(new char[kBlockBytes]);  // not zeroed: it is about to be written
-    used_ = 0;
+void OutputBuffer::Append(std::string_view output) {
+  while (!output.empty()) {
+    if (used_ == kBlockBytes) {
+      blocks_.emplace_back(new char[kBlockBytes]);  // not zeroed: it is about to be written
+      used_ = 0;
+    }
+    const size_t copied = output.copy(blocks_.back().get() + used_, kBlockBytes - used_);
+    used_ += copied;
+    output.remove_prefix(copied);
   }
-  return {blocks_.back().get() + used_, std::min(wanted, kBlockBytes - used_)};
 }
 
 std::string OutputBuffer::Take() {

@@ -4,6 +4,7 @@
 #include <cstddef>
 #include <memory>
 #include <string>
+#include <string_view>
 #include <vector>
 
 namespace wendra {
@@ -12,16 +13,7 @@ namespace wendra {
 // thread at a time.
 class OutputBuffer {
  public:
-  struct Space {
-    char* at;
-    size_t bytes;  // at least 1
-  };
-
-  // Where the next output may be written: at most `wanted` bytes.
-  Space Reserve(size_t wanted);
-
-  // That many bytes have been written there.
-  void Commit(size_t bytes) { used_ += bytes; }
+  void Append(std::string_view output);
 
   // All output as one text; each block is freed as soon as it has been copied. Empty afterwards.
   std::string Take();

@@ -15,7 +15,9 @@
 namespace wendra {
 namespace {
 
-constexpr size_t kReadBytes = 4096;  // at a time, from a pipe that holds as much
+// At a time. The pipe holds 4 KiB, but a command that writes more at once gets rid of all of it
+// with one read, which is several times as fast.
+constexpr DWORD kReadBytes = 1 << 20;
 
 struct ExecJob {
   std::string reqId;
@@ -31,13 +33,11 @@ struct ReadJob {
 
 // Until the last holder of the pipe's other end has closed it.
 void ReadToEnd(HANDLE pipe, OutputBuffer& output) {
-  for (;;) {
-    const OutputBuffer::Space space = output.Reserve(kReadBytes);
-    DWORD got = 0;
-    if (!ReadFile(pipe, space.at, static_cast<DWORD>(space.bytes), &got, nullptr) || got == 0) {
-      return;
-    }
-    output.Commit(got);
+  // Always into the same place: memory that is new with each read would keep the command waiting.
+  const std::unique_ptr<char[]> piece(new char[kReadBytes]);
+  DWORD got = 0;
+  while (ReadFile(pipe, piece.get(), kReadBytes, &got, nullptr) && got > 0) {
+    output.Append({piece.get(), got});
   }
 }
 
@@ -110,15 +110,15 @@ Action ExecAction(Replies& replies, std::function<HWND()> window) {
         ExecResult notStarted;
         notStarted.reqId = reqId;
         notStarted.error = Narrow(ShellCommandLine(job->command));
-        ReplyExec(notStarted, replies);
+        ReplyExec(std::move(notStarted), replies);
       }};
 }
 
-void ReplyExec(const ExecResult& result, Replies& replies) {
+void ReplyExec(ExecResult result, Replies& replies) {
   Json value = Json::Object();
   value.members.emplace_back("exit", Json(result.exitCode));
-  value.members.emplace_back("stdout", result.output);
-  value.members.emplace_back("stderr", result.error);
+  value.members.emplace_back("stdout", std::move(result.output));
+  value.members.emplace_back("stderr", std::move(result.error));
   replies.Succeed(result.reqId, value);
 }
 

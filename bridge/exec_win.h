@@ -28,6 +28,6 @@ ExecResult RunCommand(const std::string& directory, const std::string& command);
 // Borrows `replies`.
 Action ExecAction(Replies& replies, std::function<HWND()> window);
 
-void ReplyExec(const ExecResult& result, Replies& replies);
+void ReplyExec(ExecResult result, Replies& replies);
 
 }  // namespace wendra

@@ -168,7 +168,7 @@ TEST(ExecAction, PostsItsResultAndAnswersFromThere) {
   RecordingPage page;
   Replies replies(page);
   const TestWindow window([&](UINT message, WPARAM, LPARAM lparam) {
-    if (message == kExecDoneMessage) ReplyExec(*TakeOwned<ExecResult>(lparam), replies);
+    if (message == kExecDoneMessage) ReplyExec(std::move(*TakeOwned<ExecResult>(lparam)), replies);
   });
   const Action exec = ExecAction(replies, [&] { return window.Handle(); });
   EXPECT_EQ(exec.name, "exec");
