@@ -120,11 +120,20 @@ for (const name of ['fastmcp', 'fastmcp_json', 'hono_mcp', 'hono_mcp_json', 'hon
     assert.deepEqual(await callTool(name, 'announce', { message: 'neu' }), { text: 'announced' });
     await host.waitForLine(`[MCP ${name}] neu`);
     await heard(name, 1, '"method":"notifications/tools/list_changed"');
-    assert.deepEqual((await toolsOfAll())[name], ['echo', 'announce', 'neu']);
+    assert.deepEqual((await toolsOfAll())[name], ['echo', 'announce', 'ask', 'neu']);
     assert.deepEqual(await callTool(name, 'neu', {}), { text: 'new' });
   });
 }
 
+for (const name of ['fastmcp', 'hono_mcp', 'hono_mcp_stateless']) {
+  test(`a server that asks back before it answers is refused, and goes on: ${name}`, async () => {
+    const refused = { text: 'MCP error -32601: Method not found' };
+    assert.deepEqual(await callTool(name, 'ask', {}), refused);
+  });
+}
+
+// The SDK's examples cannot repeat what they said on a GET: the store of theirs takes the name of that
+// stream, which begins with the separator, for empty. fastmcp and the everything server can.
 test('what a server says while it is not listened to is heard later, and once', async () => {
   const stream = await heard('fastmcp', 1, '"neu"');
   const letListen = remotes.fastmcp.holdListeners();
@@ -163,6 +172,15 @@ test('a server that only ever speaks by itself is listened to', async () => {
   await heard('standalone', 1, '"method":"notifications/resources/list_changed"');
   assert.equal(remotes.standalone.of('GET').length, 1);
 });
+
+for (const name of ['fastmcp', 'sessions']) {
+  test(`a server that has forgotten its sessions gets a new one: ${name}`, async () => {
+    const [tool, args, wanted] = kServers[name].call;
+    await remotes[name].restart();
+    assert.deepEqual(await callTool(name, tool, args), { error: 'HTTP 404' });
+    assert.deepEqual(await callTool(name, tool, args), wanted);
+  });
+}
 
 test('every server is told the end of its session, if it has one', async () => {
   assert.equal(await host.close(), 0);

@@ -26,6 +26,12 @@ server.addTool({
   },
 });
 
+// Asks the client something before it answers, on the stream that the client listens to.
+server.addTool({
+  name: 'ask',
+  execute: () => server.sessions[0].server.ping().then(() => 'answered', ({ message }) => message),
+});
+
 await server.start({
   transportType: 'httpStream',
   httpStream: { port: 0, stateless: way === 'stateless', enableJsonResponse: way === 'json' },

@@ -9,7 +9,7 @@ import { createServer, request as send } from 'node:http';
 import { dirname, join } from 'node:path';
 import { fileURLToPath } from 'node:url';
 import { begin } from './mcp_http_server.mjs';
-import { kPatienceMs, until } from './waiting.mjs';
+import { until } from './waiting.mjs';
 
 const kFolder = dirname(fileURLToPath(import.meta.url));
 const kModules = join(kFolder, '../node_modules');
@@ -22,30 +22,43 @@ export const ownScript = (name) => join(kFolder, name);
 
 // The server lives under the path /mcp.
 export async function startForeignServer(script, args = []) {
+  const target = new URL('http://127.0.0.1/mcp');
+  let end = await run(script, args, target);
+  const proxy = await startUnchunkingProxy(target);
+  return {
+    ...proxy,
+    // Another process, that knows nothing of the first one's sessions, under the same address.
+    async restart() {
+      await end();
+      end = await run(script, args, target);
+    },
+    async close() {
+      await proxy.close();
+      await end();
+    },
+  };
+}
+
+// Gives the target the port of the new process, and back what ends it.
+async function run(script, args, target) {
   const child = fork(script, args, {
     execPath: kLinuxNode,
     execArgv: ['--import', kPreload],
     stdio: ['ignore', 'ignore', 'ignore', 'ipc'],
   });
   const ended = once(child, 'exit');
-  const port = await Promise.race([
+  target.port = await Promise.race([
     once(child, 'message').then(([message]) => message.port),
     ended.then(([code]) => Promise.reject(new Error(`${script} ended with ${code}`))),
   ]);
-  const proxy = await startUnchunkingProxy(new URL(`http://127.0.0.1:${port}/mcp`));
-  return {
-    ...proxy,
-    async close() {
-      await proxy.close();
-      child.kill('SIGKILL');
-      await ended;
-    },
+  return async () => {
+    child.kill('SIGKILL');
+    await ended;
   };
 }
 
 // Before the server at an address; has the same path.
 export async function startUnchunkingProxy(target) {
-  const { hostname: host, port } = target;
   const requests = []; // {method, headers, status and text so far of the response, end}
   let mayListen; // a promise
   const proxy = createServer(async (incoming, response) => {
@@ -55,15 +68,14 @@ export async function startUnchunkingProxy(target) {
     const seen = { method, headers };
     Object.defineProperty(seen, 'text', { get: () => Buffer.concat(pieces).toString() });
     requests.push(seen);
+    const { hostname: host, port } = target;
     const outgoing = send({ host, port, method, path: url, headers }, (answer) => {
       const { 'transfer-encoding': _, connection: __, ...kept } = answer.headers;
       seen.status = answer.statusCode;
       answer.on('data', (piece) => pieces.push(piece));
       answer.pipe(begin(response, answer.statusCode, kept));
-      seen.end = () => {
-        answer.destroy();
-        response.end();
-      };
+      answer.on('close', () => response.end()); // not only at the proper end
+      seen.end = () => answer.destroy();
     });
     outgoing.on('error', () => response.destroy());
     response.on('close', () => outgoing.destroy());
@@ -77,7 +89,7 @@ export async function startUnchunkingProxy(target) {
     of,
     // The answered request of that method and number.
     waitFor: (method, number = 1) =>
-      until(`${number} × ${method}`, () => of(method)[number - 1], { timeoutMs: kPatienceMs }),
+      until(`${number} × ${method}`, () => of(method)[number - 1]),
     // From now on a GET waits until the returned function is called.
     holdListeners() {
       let release;

@@ -4,6 +4,7 @@ import { randomUUID } from 'node:crypto';
 import { StreamableHTTPTransport } from '@hono/mcp';
 import { serve } from '@hono/node-server';
 import { McpServer } from '@modelcontextprotocol/sdk/server/mcp.js';
+import { EmptyResultSchema } from '@modelcontextprotocol/sdk/types.js';
 import { Hono } from 'hono';
 import * as z from 'zod';
 
@@ -22,6 +23,10 @@ function makeServer() {
     await server.server.notification({ method: 'notifications/progress', params });
     return text('announced');
   });
+  // Asks the client something before it answers, on the stream of the call.
+  server.registerTool('ask', {}, ({ sendRequest }) =>
+    sendRequest({ method: 'ping' }, EmptyResultSchema)
+      .then(() => text('answered'), ({ message }) => text(message)));
   return server;
 }
 
