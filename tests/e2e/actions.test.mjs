@@ -1,6 +1,6 @@
 // The native actions through a real page: files, project folders, the folder picker.
 import assert from 'node:assert/strict';
-import { appendFile, mkdir, readFile, stat, writeFile } from 'node:fs/promises';
+import { appendFile, mkdir, readFile, rm, stat, truncate, writeFile } from 'node:fs/promises';
 import { join } from 'node:path';
 import { after, before, test } from 'node:test';
 import { startHost } from './support/host.mjs';
@@ -96,7 +96,13 @@ test('what cannot be read says why', async () => {
 test('what cannot be written says why, and leaves what is there', async () => {
   await mkdir(realPath('folder'), { recursive: true });
   await fails('writeFile', [hostPath('folder'), 'x'], 'could not create file (5)');
+  await fails('writeFile', [`${hostPath('folder')}\\`, 'x'], 'could not create file (5)');
+  await fails('writeFile', ['Z:\\sys\\kernel\\uevent_seqnum', 'x'], 'could not create file (5)'); // read-only
+  await fails('writeFile', [hostPath('a<b'), 'x'], 'could not create file (123)');
   await fails('writeFile', [`${hostPath('zero')}\0x`, 'x'], 'could not create file (123)');
+  const tooDeep = hostPath(`${'lang/'.repeat(60)}x.txt`); // folders beyond 248 characters
+  await fails('writeFile', [tooDeep, 'x'], 'could not create file (3)');
+  await fails('readFile', [tooDeep], 'no such file');
   await fails('writeFile', ['', 'x'], 'writeFile expects [path, content]');
   await fails('writeFile', [5, 'x'], 'writeFile expects [path, content]');
   assert.ok((await stat(realPath('folder'))).isDirectory());
@@ -107,6 +113,46 @@ test('device names are no trap', async () => {
     const { ok, value } = await page.call('readFile', [name]);
     assert.ok(ok === 1 || /^(no such file|could not open file|is a directory)$/.test(value), `${name}: ${value}`);
   }
+});
+
+test('other ways to write a path lead to the same file', async () => {
+  const cases = [
+    [hostPath('dots.txt...'), 'dots.txt'], [hostPath('blanks.txt  '), 'blanks.txt'],
+    ['C:/users/wendra/forward/slashes.txt', 'forward/slashes.txt'],
+    [hostPath('a/../up.txt'), 'up.txt'], [`\\\\?\\${hostPath('long form.txt')}`, 'long form.txt'],
+  ];
+  for (const [path, name] of cases) {
+    await succeeds('writeFile', [path, path], 'ok');
+    await succeeds('readFile', [path], path);
+    assert.equal(await readFile(realPath(name), 'utf8'), path);
+  }
+  await succeeds('writeFile', ['relative.txt', 'x'], 'ok'); // to the folder that the host runs in
+  await succeeds('readFile', ['.\\relative.txt'], 'x');
+});
+
+test('a file that grows, shrinks and vanishes is read as it is at that moment', async () => {
+  const path = realPath('restless.txt');
+  const largest = 'x'.repeat(256 << 10);
+  let isRead = true;
+  const changing = (async () => {
+    for (let i = 1; isRead; i = i % 100 + 1) {
+      await writeFile(path, largest.slice(0, largest.length / i));
+      await appendFile(path, 'x'.repeat(i));
+      await truncate(path, i);
+      if (i % 4 === 0) await rm(path);
+    }
+  })();
+  const seen = new Set();
+  for (let i = 0; i < 200; i += 1) {
+    const { ok, value } = await page.call('readFile', [hostPath('restless.txt')]);
+    // Zeros stand for what was cut off after the size had been taken.
+    seen.add(ok === 1 && /^x*\0*$/.test(value) ? 'content' : value);
+  }
+  isRead = false;
+  await changing;
+  assert.ok(seen.delete('content'));
+  for (const error of ['no such file', 'could not open file']) seen.delete(error);
+  assert.deepEqual([...seen], []);
 });
 
 test('project folders are kept, replaced and cleared', async () => {

@@ -50,6 +50,9 @@ test('a command answers with exit code and both streams', async () => {
     [`${child} out 5 | ${child} read`, 0, 'read 5 bytes\n', ''],
     [`${child} out 2 && ${child} out 1 && ${child} exit 9`, 9, 'xxx', ''],
     [`${child} err 2 2>&1`, 0, 'xx', ''],
+    [`${child} args a^&b 100^% %NOT_SET%`, 0, 'a&b\n100%\n%NOT_SET%\n', ''],
+    [`(${child} args "a ""quoted"" b" "say \\"hi\\"")`, 0, 'a "quoted" b\nsay "hi"\n', ''],
+    [`${child} out 1 > NUL & ${child} exit 4`, 4, '', ''],
     ['echo %COMSPEC%', 0, `${kShell}\r\n`, ''],
     [`${child} read`, 0, 'read 0 bytes\n', ''],
     ['set /p name=', 1, undefined, ''],
@@ -62,6 +65,24 @@ test('a command answers with exit code and both streams', async () => {
     if (stdout !== undefined) assert.equal(value.stdout, stdout, command);
     if (command !== 'set /p name=') assert.equal(value.exit, exit, command);
     assert.equal(value.stderr, stderr, command);
+  }
+});
+
+test('a long command runs whole, one beyond the limit of the shell is answered', async () => {
+  const longest = 'y'.repeat(8_000); // the shell takes 8,191 characters, its own name included
+  assert.deepEqual(await exec(`${child} args ${longest}`), { exit: 0, stdout: `${longest}\n`, stderr: '' });
+  for (const length of [8_192, 32_768, 100_000]) {
+    const { exit, stdout } = await exec(`${child} args ${'y'.repeat(length)}`);
+    assert.ok(exit !== 0 || !stdout.includes(longest), `${length}: exit ${exit}`); // refused or cut
+  }
+  assert.equal((await exec('echo still here')).stdout, 'still here\r\n');
+});
+
+test('a command of two lines runs its first one', async () => {
+  for (const end of ['\n', '\r\n']) {
+    const { exit, stdout } = await exec(`echo one${end}echo two`);
+    assert.equal(exit, 0);
+    assert.match(stdout, /^one/); // what the shell makes of the rest is its own affair
   }
 });
 
