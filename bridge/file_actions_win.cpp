@@ -25,7 +25,8 @@ void CreateParents(const std::wstring& path) {
   (void)SHCreateDirectoryExW(nullptr, path.substr(0, separator).c_str(), nullptr);
 }
 
-// An action that reads args[0] as a path and answers with the content as `encode` gives it.
+// An action that reads args[0] as a path and answers with the content as `encode` gives it, which
+// takes the bytes over: they need not live on beside the reply.
 template <typename Encode>
 Action ReadingAction(const char* name, Replies& replies, Encode encode) {
   const std::string usage = std::string(name) + " expects [path]";
@@ -34,7 +35,8 @@ Action ReadingAction(const char* name, Replies& replies, Encode encode) {
             if (path.empty()) return replies.Fail(reqId, usage);
             Outcome<std::string> content = ReadFileForPage(path);
             if (!content) return replies.Fail(reqId, content.Error());
-            replies.Succeed(reqId, Json(encode(std::move(content.Value()))));
+            std::string text = encode(std::move(content.Value()));
+            replies.Succeed(reqId, Json(std::move(text)));
           }};
 }
 
@@ -72,7 +74,7 @@ Action ReadFileAction(Replies& replies) {
 
 Action ReadFileBase64Action(Replies& replies) {
   return ReadingAction("readFileBase64", replies,
-                       [](const std::string& bytes) { return EncodeBase64(bytes); });
+                       [](std::string bytes) { return EncodeBase64(bytes); });
 }
 
 Action WriteFileAction(Replies& replies) {
