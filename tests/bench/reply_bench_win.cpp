@@ -11,18 +11,12 @@
 #include "bridge/resolve_script.h"
 #include "tests/bench/documents.h"
 #include "tests/support/scratch_folder_win.h"
+#include "tests/support/widening_page_win.h"
 #include "win/file.h"
 #include "win/wide.h"
 
 namespace wendra {
 namespace {
-
-// Does what the control's side does with a script, short of the control.
-class WideningPage : public PageScripts {
- public:
-  void Run(std::string_view script) override { units += Widen(script).size(); }
-  size_t units = 0;
-};
 
 // The file that is in the request of a page that writes source text.
 std::string SourceText(size_t bytes) {

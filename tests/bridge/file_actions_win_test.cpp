@@ -6,7 +6,7 @@
 
 #include <gtest/gtest.h>
 
-#include "tests/support/recording_page.h"
+#include "tests/support/reply_to.h"
 #include "tests/support/scratch_folder_win.h"
 #include "win/file.h"
 #include "win/wide.h"
@@ -16,17 +16,8 @@ namespace {
 
 class FileActionsTest : public testing::Test {
  protected:
-  // The call part of the script that answers the request, "(id, ok, value)" without the id.
   std::string Answer(const Action& action, const std::string& args) {
-    Json value;
-    EXPECT_TRUE(Parse(args, value)) << args;
-    page_.scripts.clear();
-    action.run("r", value);
-    EXPECT_EQ(page_.scripts.size(), 1u);
-    const std::string head = "__resolve('r', ";
-    const std::string& script = page_.scripts.at(0);
-    const size_t at = script.find(head) + head.size();
-    return script.substr(at, script.rfind(") : 0;") - at);
+    return ReplyTo(action, args, page_);
   }
   std::string Path(const std::wstring& name) { return Narrow(folder_ / name); }
   static std::string Quoted(const std::string& text) {

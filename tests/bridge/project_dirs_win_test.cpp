@@ -4,7 +4,7 @@
 
 #include <gtest/gtest.h>
 
-#include "tests/support/recording_page.h"
+#include "tests/support/reply_to.h"
 #include "win/registry_key.h"
 #include "win/wide.h"
 
@@ -21,15 +21,7 @@ class ProjectDirsTest : public testing::Test {
   ~ProjectDirsTest() override { RegDeleteKeyW(HKEY_CURRENT_USER, kKey); }
 
   std::string Answer(const Action& action, const std::string& args) {
-    Json value;
-    EXPECT_TRUE(Parse(args, value));
-    page_.scripts.clear();
-    action.run("r", value);
-    EXPECT_EQ(page_.scripts.size(), 1u);
-    const std::string head = "__resolve('r', ";
-    const std::string& script = page_.scripts.at(0);
-    const size_t at = script.find(head) + head.size();
-    return script.substr(at, script.rfind(") : 0;") - at);
+    return ReplyTo(action, args, page_);
   }
   // What getProjectDirs answers, whatever the order.
   Map Dirs() {

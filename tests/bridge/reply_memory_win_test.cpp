@@ -9,6 +9,7 @@
 #include "bridge/exec_win.h"
 #include "bridge/file_actions.h"
 #include "tests/support/scratch_folder_win.h"
+#include "tests/support/widening_page_win.h"
 #include "win/wide.h"
 
 #include <windows.h>
@@ -41,13 +42,6 @@ void operator delete[](void* memory, std::size_t) noexcept { operator delete(mem
 
 namespace wendra {
 namespace {
-
-// Does what the control's side does with a script, short of the control.
-class WideningPage : public PageScripts {
- public:
-  void Run(std::string_view script) override { units += Widen(script).size(); }
-  size_t units = 0;
-};
 
 // The most that lived at once during `work`, beside what lived before.
 template <typename Work>

@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "mcp/event_stream.h"
+#include "tests/fuzz/cuts.h"
 
 namespace {
 
@@ -49,11 +50,8 @@ Fields Expected(std::string_view text, size_t maxBytes) {
 Fields Read(std::string_view text, size_t maxBytes, std::string_view cuts) {
   wendra::EventStream stream(maxBytes);
   Fields fields;
-  for (size_t i = 0; !text.empty(); ++i) {
-    const auto chunk = text.substr(0, static_cast<std::uint8_t>(cuts[i % cuts.size()]) % 64 + 1u);
-    text.remove_prefix(chunk.size());
-    Append(stream.Feed(chunk), fields);
-  }
+  wendra::FeedInPieces(text, cuts,
+                       [&](std::string_view piece) { Append(stream.Feed(piece), fields); });
   Append(stream.Finish(), fields);
   return fields;
 }
@@ -67,7 +65,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   const size_t maxBytes = data[0];
   const std::string_view text = input.substr(5);
   const Fields expected = Expected(text, maxBytes);
-  for (const std::string_view cuts : {input.substr(1, 4), std::string_view("\0", 1)}) {
+  for (const std::string_view cuts : {input.substr(1, 4), wendra::kByteByByte}) {
     if (Read(text, maxBytes, cuts) != expected) std::abort();
   }
   return 0;

@@ -10,6 +10,7 @@
 #include "json/json.h"
 #include "mcp/answer_scanner.h"
 #include "mcp/response_body.h"
+#include "tests/fuzz/cuts.h"
 
 namespace {
 
@@ -30,11 +31,7 @@ Extracted Extract(std::string_view type, std::string_view text, std::string_view
   const auto add = [&](std::vector<std::string> more) {
     result.messages.insert(result.messages.end(), more.begin(), more.end());
   };
-  for (size_t i = 0; !text.empty(); ++i) {
-    const auto chunk = text.substr(0, static_cast<std::uint8_t>(cuts[i % cuts.size()]) % 64 + 1u);
-    text.remove_prefix(chunk.size());
-    add(body.Feed(chunk));
-  }
+  wendra::FeedInPieces(text, cuts, [&](std::string_view piece) { add(body.Feed(piece)); });
   add(body.Finish());
   result.isAnswered = body.IsAnswered();
   return result;
@@ -74,7 +71,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   const std::string_view type = kTypes[data[0] % 3];
   const std::string_view text = input.substr(5);
   const Extracted whole = Extract(type, text, "\x3f");
-  for (const std::string_view cuts : {input.substr(1, 4), std::string_view("\0", 1)}) {
+  for (const std::string_view cuts : {input.substr(1, 4), wendra::kByteByByte}) {
     if (!(Extract(type, text, cuts) == whole)) std::abort();
   }
   for (const std::string& message : whole.messages) CheckScanner(message);

@@ -1,41 +1,30 @@
 // How the playground is served, and what its views work out without a document.
 import assert from 'node:assert/strict';
-import { spawn } from 'node:child_process';
 import { setDefaultResultOrder } from 'node:dns';
-import { once } from 'node:events';
-import { dirname, join } from 'node:path';
 import { after, before, test } from 'node:test';
-import { fileURLToPath } from 'node:url';
 import { entriesOf, joined, parentOf } from '../../page/playground/views/folder_list.js';
 import { describe, forEditor, forFile, isFaithful } from '../../page/playground/views/text_file.js';
+import { startPlayground } from './playground_server.mjs';
 
-setDefaultResultOrder('ipv4first'); // Node 18 tries one address of a name only
+setDefaultResultOrder('ipv4first'); // Node 18 tries one server.address of a name only
 
-const kRoot = join(dirname(fileURLToPath(import.meta.url)), '../..');
 let server;
-let address;
 
 before(async () => {
-  server = spawn(process.execPath, ['tools/serve.mjs', 'page', '/playground/'], {
-    cwd: kRoot,
-    stdio: ['pipe', 'pipe', 'inherit'],
-  });
-  const [line] = await once(server.stdout, 'data');
-  address = String(line).trim();
+  server = await startPlayground();
 });
 
 after(async () => {
-  server.stdin.end();
-  await once(server, 'exit');
+  await server?.close();
 });
 
-test('the printed address is the page, and every module that it needs is there', async () => {
-  assert.match(address, /^http:\/\/localhost:\d+\/playground\/$/);
-  const page = await fetch(address);
+test('the printed server.address is the page, and every module that it needs is there', async () => {
+  assert.match(server.address, /^http:\/\/localhost:\d+\/playground\/$/);
+  const page = await fetch(server.address);
   assert.match(page.headers.get('content-type'), /^text\/html/);
   const [, entry] = /<script type="module" src="([^"]+)"/.exec(await page.text());
 
-  const waiting = [new URL(entry, address).href];
+  const waiting = [new URL(entry, server.address).href];
   const seen = new Set(waiting);
   for (let next = waiting.pop(); next; next = waiting.pop()) {
     const answer = await fetch(next);
@@ -47,15 +36,15 @@ test('the printed address is the page, and every module that it needs is there',
       seen.add(imported);
     }
   }
-  assert.ok(seen.has(new URL('/wendra-host.js', address).href));
+  assert.ok(seen.has(new URL('/wendra-host.js', server.address).href));
 });
 
 test('a folder without its slash is sent to it, and nothing lies outside', async () => {
-  const folder = await fetch(address.slice(0, -1), { redirect: 'manual' });
+  const folder = await fetch(server.address.slice(0, -1), { redirect: 'manual' });
   assert.equal(folder.status, 302);
   assert.equal(folder.headers.get('location'), '/playground/');
   for (const path of ['/none', '/playground/none/', '/..%2ftests%2frun.mjs', '/%', '/%00']) {
-    assert.equal((await fetch(new URL(path, address))).status, 404, path);
+    assert.equal((await fetch(new URL(path, server.address))).status, 404, path);
   }
 });
 

@@ -1,38 +1,27 @@
 // The playground's MCP views in an ordinary browser, where the stand-in answers.
 import assert from 'node:assert/strict';
-import { spawn } from 'node:child_process';
-import { once } from 'node:events';
-import { dirname, join } from 'node:path';
 import { after, before, beforeEach, test } from 'node:test';
-import { fileURLToPath } from 'node:url';
 import { startBrowser } from './browser.mjs';
+import { startPlayground } from './playground_server.mjs';
 
-const kRoot = join(dirname(fileURLToPath(import.meta.url)), '../..');
 let server;
-let address;
 let browser;
 
 before(async () => {
-  server = spawn(process.execPath, ['tools/serve.mjs', 'page', '/playground/'], {
-    cwd: kRoot,
-    stdio: ['pipe', 'pipe', 'inherit'],
-  });
-  const [line] = await once(server.stdout, 'data');
-  address = String(line).trim();
+  server = await startPlayground();
   browser = await startBrowser();
 });
 
 after(async () => {
   await browser?.close();
-  server.stdin.end();
-  await once(server, 'exit');
+  await server?.close();
 });
 
 let visits = 0;
 
 beforeEach(async () => {
-  visits += 1; // a new address, so that nothing is left of the test before
-  await browser.visit(`${address}?${visits}#servers`);
+  visits += 1; // a new server.address, so that nothing is left of the test before
+  await browser.visit(`${server.address}?${visits}#servers`);
   await browser.waitFor('document.querySelector(".server.ready")');
 });
 

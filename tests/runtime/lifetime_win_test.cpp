@@ -12,19 +12,6 @@
 namespace wendra {
 namespace {
 
-std::string ReadWholeFile(const std::wstring& path) {
-  const FileHandle file(CreateFileW(path.c_str(), GENERIC_READ,
-                                    FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE, nullptr,
-                                    OPEN_EXISTING, 0, nullptr));
-  std::string text(64 * 1024, '\0');
-  DWORD got = 0;
-  if (!file || !ReadFile(file.Get(), text.data(), static_cast<DWORD>(text.size()), &got, nullptr)) {
-    return {};
-  }
-  text.resize(got);
-  return text;
-}
-
 // A file of the run's scratch folder, in the Unix way in which a script names it.
 std::wstring ScratchFile(const wchar_t* name) {
   return DevVariable(L"RUNTIME_TEST_SCRATCH") + L"/" + name;
@@ -205,14 +192,6 @@ TEST(Reports, EventsAreWrittenAsTheyHappen) {
                 url +
                 "\"}\n"
                 "{\"event\":\"closed\"}\n");
-}
-
-std::int64_t Microseconds() {
-  LARGE_INTEGER now{};
-  LARGE_INTEGER perSecond{};
-  QueryPerformanceCounter(&now);
-  QueryPerformanceFrequency(&perSecond);
-  return now.QuadPart * 1'000'000 / perSecond.QuadPart;
 }
 
 TEST(Reports, TimingsLeaveOutTheCallsIntoTheRuntime) {

@@ -55,18 +55,6 @@ Ended RunProbe(const std::string& arguments) {
   return ended;
 }
 
-std::string ReadWholeFile(const std::wstring& path) {
-  const FileHandle file(CreateFileW(path.c_str(), GENERIC_READ, FILE_SHARE_READ | FILE_SHARE_WRITE,
-                                    nullptr, OPEN_EXISTING, 0, nullptr));
-  std::string text(64 * 1024, '\0');
-  DWORD got = 0;
-  if (!file || !ReadFile(file.Get(), text.data(), static_cast<DWORD>(text.size()), &got, nullptr)) {
-    return {};
-  }
-  text.resize(got);
-  return text;
-}
-
 TEST(DebugTap, WritesEveryLineToStandardOutputAsUtf8) {
   const ScopedVariable log(L"WENDRA_DEV_LOG", L"1");
   EXPECT_EQ(RunProbe("log").output,

@@ -153,14 +153,6 @@ TEST(DocumentScripts, DoNotTouchTheDocumentThatIsThere) {
   EXPECT_EQ(control.Evaluate("typeof late"), "\"undefined\"");
 }
 
-std::int64_t Microseconds() {
-  LARGE_INTEGER now{};
-  LARGE_INTEGER perSecond{};
-  QueryPerformanceCounter(&now);
-  QueryPerformanceFrequency(&perSecond);
-  return now.QuadPart * 1'000'000 / perSecond.QuadPart;
-}
-
 // Prints what it measures; only a latency that would spoil every other measurement fails.
 void Report(const char* what, std::vector<std::int64_t>& samples) {
   std::sort(samples.begin(), samples.end());

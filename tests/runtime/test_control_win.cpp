@@ -9,6 +9,7 @@
 
 #include "runtime/webview2/settings_win.h"
 #include "runtime/webview2/web_socket_win.h"
+#include "win/file.h"
 #include "win/wide.h"
 
 namespace wendra {
@@ -145,6 +146,19 @@ HWND MakeTestWindow() {
   RegisterClassExW(&windowClass);
   return CreateWindowExW(0, kClassName, L"runtime test", WS_OVERLAPPEDWINDOW | WS_VISIBLE, 0, 0,
                          640, 480, nullptr, nullptr, windowClass.hInstance, nullptr);
+}
+
+std::int64_t Microseconds() {
+  LARGE_INTEGER now{};
+  LARGE_INTEGER perSecond{};
+  QueryPerformanceCounter(&now);
+  QueryPerformanceFrequency(&perSecond);
+  return now.QuadPart * 1'000'000 / perSecond.QuadPart;
+}
+
+std::string ReadWholeFile(const std::wstring& path) {
+  const FileHandle file = OpenForReading(path);
+  return file ? ReadBytes(file, static_cast<size_t>(FileSize(file).value_or(0))) : std::string();
 }
 
 ScopedVariable::ScopedVariable(const wchar_t* name, const std::wstring& value)

@@ -4,6 +4,7 @@
 // every test that makes a control fails.
 #pragma once
 
+#include <cstdint>
 #include <functional>
 #include <string>
 #include <vector>
@@ -45,6 +46,13 @@ int RequestsFor(const std::string& path);
 
 // A new top-level window of this thread, 640 by 480, visible.
 HWND MakeTestWindow();
+
+// Time since some moment, for durations.
+std::int64_t Microseconds();
+
+// A report of the library's, as far as it has been written; others may go on writing and deleting
+// it. "" when it is not there.
+std::string ReadWholeFile(const std::wstring& path);
 
 // A variable that has another value while this lives.
 class ScopedVariable {

@@ -6,43 +6,24 @@
 
 #include <windows.h>
 
+#include "runtime/webview2/com_object_win.h"
 #include "webview/webview2_win.h"
 #include "win/unique.h"
 
 namespace wendra {
 
-// `kIid` is checked by QueryInterface. Counts its references, so that leaks can be seen.
 template <typename Interface, typename First, typename Second>
-class TestHandler final : public Interface {
+class TestHandler final : public ComObject<Interface> {
  public:
   using Callable = std::function<void(First, Second)>;
   explicit TestHandler(Callable callable) : callable_(std::move(callable)) {}
 
-  HRESULT STDMETHODCALLTYPE QueryInterface(REFIID riid, void** object) override {
-    if (riid == kIidOf<IUnknown> || riid == kIidOf<Interface>) {
-      *object = static_cast<Interface*>(this);
-      AddRef();
-      return S_OK;
-    }
-    *object = nullptr;
-    return E_NOINTERFACE;
-  }
-  ULONG STDMETHODCALLTYPE AddRef() override {
-    return static_cast<ULONG>(InterlockedIncrement(&references_));
-  }
-  ULONG STDMETHODCALLTYPE Release() override {
-    const LONG left = InterlockedDecrement(&references_);
-    if (left == 0) delete this;
-    return static_cast<ULONG>(left);
-  }
   HRESULT STDMETHODCALLTYPE Invoke(First first, Second second) override {
     callable_(first, second);
     return S_OK;
   }
 
  private:
-  ~TestHandler() = default;
-  LONG references_ = 1;
   Callable callable_;
 };
 

@@ -1,0 +1,23 @@
+// Text in pieces, as it comes from a pipe or a socket.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <string_view>
+
+namespace wendra {
+
+// Calls `feed` with one piece of `text` after the other: each byte of `cuts`, over and over again,
+// makes a piece of 1 to 64 bytes.
+template <typename Feed>
+void FeedInPieces(std::string_view text, std::string_view cuts, Feed feed) {
+  for (std::size_t i = 0; !text.empty(); ++i) {
+    const auto piece = text.substr(0, static_cast<std::uint8_t>(cuts[i % cuts.size()]) % 64 + 1u);
+    text.remove_prefix(piece.size());
+    feed(piece);
+  }
+}
+
+constexpr std::string_view kByteByByte("\0", 1);
+
+}  // namespace wendra

@@ -1,0 +1,19 @@
+// A page that does what the control's side does with a script, short of the control.
+#pragma once
+
+#include <cstddef>
+#include <string_view>
+
+#include "base/page_scripts.h"
+#include "win/wide.h"
+
+namespace wendra {
+
+class WideningPage : public PageScripts {
+ public:
+  void Run(std::string_view script) override { units += Widen(script).size(); }
+
+  size_t units = 0;  // UTF-16 units of all scripts
+};
+
+}  // namespace wendra
