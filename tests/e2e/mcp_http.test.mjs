@@ -1,19 +1,22 @@
 // Remote MCP servers, well-behaved and not: what they are sent, what the page gets, and that the
 // window ends whatever they do. See support/mcp_http_server.mjs for how they answer.
 import assert from 'node:assert/strict';
+import { X509Certificate } from 'node:crypto';
 import { after, before, test } from 'node:test';
-import { startHost, writeConfig } from './support/host.mjs';
+import { gzipSync } from 'node:zlib';
+import { makeCertificate } from './support/certificate.mjs';
+import { startHost } from './support/host.mjs';
 import {
   begin, beginEvents, event, result, send, sendJson, startMcpServers, text,
 } from './support/mcp_http_server.mjs';
+import {
+  answer, asBody, asEvents, begins, callTool, drops, kEcho, kNoResponse, kOffline, never, says,
+  status, withRemotes,
+} from './support/remotes.mjs';
 import { startServer } from './support/server.mjs';
 
 const kMebibyte = 1_048_576;
 const kMaxBodyBytes = 8 * kMebibyte;
-const kEcho = { text: 'hi' };
-const kNoResponse = { error: 'MCP server returned no response' };
-const kOffline = { error: 'request failed (offline?)' };
-const kSession = { 'Mcp-Session-Id': 's1' };
 
 let page;
 let elsewhere; // another host, as a browser sees it
@@ -23,33 +26,25 @@ before(async () => {
 });
 after(() => Promise.all([page?.close(), elsewhere?.close()]));
 
-async function withRemotes(servers, use, { entries = {}, ...wanted } = {}) {
-  const remotes = await startMcpServers(servers);
-  const names = Object.keys(servers);
-  const mcpServers = Object.fromEntries(names.map((name) => [name, remotes.entry(name, entries[name])]));
-  const host = await startHost({ address: page.url, config: { mcpServers }, ...wanted });
-  try {
-    await host.waitForLine(`[MCP] loaded ${names.length} server(s)`);
-    await use(host, remotes);
-  } finally {
-    assert.equal(await host.close(), 0);
-    await remotes.close();
-  }
-}
-
-const callTool = (host, name, args = { text: 'hi' }) => host.page.call('mcpCall', [name, 'echo', args]);
-
-const answer = (id) => result(id, text('hi'));
-const status = (code, headers, body) => ({ response }) => send(response, code, headers, body);
 const asks = (id) => ({ jsonrpc: '2.0', id, method: 'ping' });
-const asEvents = (make) => ({ response, message }) => beginEvents(response).end(make(message.id));
-const asBody = (make, headers = {}) => ({ response, message }) => send(response, 200, headers, make(message.id));
 const jsonOfBytes = (id, bytes) => {
   const [head, tail] = JSON.stringify(result(id, text('|'))).split('|');
   return head + 'x'.repeat(bytes - head.length - tail.length) + tail;
 };
 
-// Name -> what the server does, what a call gives the page.
+// A reset throws away what has not been read yet: this one comes when the start is known to be.
+function resetting() {
+  let socket;
+  return {
+    call: ({ response }) => {
+      beginEvents(response).write(event(asks(1)));
+      socket = response.socket;
+    },
+    answer: () => socket.resetAndDestroy(),
+  };
+}
+
+// Name -> what the server does, what a call gives the page, what else the log gets.
 const kCases = {
   'answers as JSON': [{}, kEcho],
   'answers as events': [{ call: asEvents((id) => event(answer(id))) }, kEcho],
@@ -66,19 +61,34 @@ const kCases = {
       response.end();
     },
   }, kEcho],
+  'sends JSON in chunks': [{
+    call: ({ response, message }) => {
+      response.writeHead(200, { 'Content-Type': 'application/json' });
+      for (const piece of JSON.stringify(answer(message.id)).match(/.{1,9}/gs)) response.write(piece);
+      response.end();
+    },
+  }, kEcho],
 
   ...Object.fromEntries([400, 401, 403, 404, 405, 406, 429, 500, 503].map((code) => [
     `answers ${code}`, [{ call: status(code) }, { error: `HTTP ${code}` }],
   ])),
   'refuses the handshake': [{ initialize: status(401) }, { error: 'HTTP 401' }],
   'answers 202': [{ call: status(202) }, kNoResponse],
+  'refuses the notification': [{ initialized: status(400) }, kEcho],
+  'drops the notification': [{ initialized: drops }, kEcho],
+  'drops the handshake': [{ initialize: drops }, kOffline],
+  'answers the handshake with nothing': [{ initialize: status(200) }, kNoResponse],
   'answers 202 with a body': [{ initialized: status(202, {}, 'null') }, kEcho],
   'answers 204': [{ call: status(204) }, kNoResponse],
   'answers nothing': [{ call: status(200) }, kNoResponse],
   'answers with blanks': [{ call: asBody(() => ' \r\n') }, kNoResponse],
   'answers an empty stream': [{ call: asEvents(() => ': nothing\n\ndata:\n\n') }, kNoResponse],
   'answers another request': [{ call: asEvents(() => event(answer('4711'))) }, kNoResponse],
-  'drops the connection': [{ call: ({ response }) => response.socket.destroy() }, kOffline],
+  'drops the connection': [{ call: drops }, kOffline],
+  'cuts the head short': [{ call: ({ response }) => response.socket.end('HTTP/1.1') }, kOffline],
+  'answers in another protocol': [{
+    call: ({ response }) => response.socket.end('220 mail.example ESMTP\r\n'),
+  }, kOffline],
   'cuts the body short': [{
     call: ({ response, message }) => {
       begin(response, 200, { 'Content-Length': 999 }).write(`{"id":"${message.id}","result":`);
@@ -86,11 +96,38 @@ const kCases = {
     },
   }, kNoResponse],
 
+  'resets in the middle of the body': [resetting(), kNoResponse],
+  'cuts a chunk short': [{
+    call: ({ response, message }) => {
+      response.writeHead(200, { 'Content-Type': 'application/json' });
+      response.write(`{"id":"${message.id}","result":`);
+      setImmediate(() => response.socket.end('ff\r\n{'));
+    },
+  }, kNoResponse],
+  'compresses though not asked to': [{
+    call: asBody((id) => gzipSync(JSON.stringify(answer(id))), {
+      'Content-Type': 'application/json', 'Content-Encoding': 'gzip',
+    }),
+  }, kNoResponse],
+
   'says nothing of the type': [{ call: asBody((id) => JSON.stringify(answer(id))) }, kEcho],
   'says nothing of the events': [{ call: asBody((id) => `: x\nretry: 5\n${event(answer(id))}`) }, kEcho],
   'calls events JSON': [{
     call: asBody((id) => event(answer(id)), { 'Content-Type': 'application/json' }),
   }, kEcho],
+  'calls JSON a page': [{
+    call: asBody((id) => JSON.stringify(answer(id)), { 'Content-Type': 'text/html' }),
+  }, kEcho],
+  'calls JSON events': [{ call: asEvents((id) => JSON.stringify(answer(id))) }, kNoResponse],
+  'gives its events names and ids': [{
+    call: asEvents((id) => `event: other\nid: 1\ndata:\n\nevent: ping\nretry: 9\n${event(answer(id))}`),
+  }, kEcho],
+  'says something before': [{
+    call: asEvents((id) => `${event(says('first'))}${event(says('second'))}${event(answer(id))}`),
+  }, kEcho, ['first', 'second']],
+  'has two messages in one event': [{
+    call: asEvents((id) => `data: ${JSON.stringify(says('first'))}\ndata: ${JSON.stringify(answer(id))}\n\n`),
+  }, kEcho, ['first']],
   'ends lines with CR LF': [{
     call: asEvents((id) => event(answer(id)).replaceAll('\n', '\r\n')),
   }, kEcho],
@@ -130,24 +167,27 @@ const kCases = {
   'sends 8 MiB': [{ call: asBody((id) => jsonOfBytes(id, kMaxBodyBytes)) }, undefined],
   'sends a byte more': [{ call: asBody((id) => jsonOfBytes(id, kMaxBodyBytes + 1)) }, kNoResponse],
 
-  ...Object.fromEntries([301, 302, 307, 308].map((code) => [
+  ...Object.fromEntries([301, 302, 303, 307, 308].map((code) => [
     `redirects elsewhere with ${code}`,
     [{ call: ({ response }) => send(response, code, { Location: `${elsewhere.url}/mcp` }) },
       { error: `HTTP ${code}` }],
   ])),
-  ...Object.fromEntries([307, 308].map((code) => [
+  ...Object.fromEntries([301, 302, 303, 307, 308].map((code) => [
     `redirects to itself with ${code}`,
     [{
       call: ({ response, message, url }) =>
         url.endsWith('/new') ? sendJson(response, answer(message.id)) : send(response, code, { Location: `${url}/new` }),
-    }, kEcho],
+    }, code < 307 ? { error: `HTTP ${code}` } : kEcho], // the others ask for a GET
   ])),
+  'redirects in a circle': [{
+    call: ({ response, url }) => send(response, 307, { Location: url }),
+  }, { error: 'HTTP 307' }],
 };
 
 test('each remote server is understood as far as it can be', async () => {
   const servers = Object.fromEntries(Object.entries(kCases).map(([name, [server]]) => [name, server]));
   const entries = Object.fromEntries(Object.keys(kCases).map((name) => [name, { headers: { 'X-Secret': 'mine' } }]));
-  await withRemotes(servers, async (host, remotes) => {
+  await withRemotes(page, servers, async (host, remotes) => {
     for (const name of Object.keys(kCases)) {
       await host.waitForLine(`[MCP] ${name} -> ${remotes.url(name)} (http)`);
     }
@@ -158,19 +198,26 @@ test('each remote server is understood as far as it can be', async () => {
       assert.ok(got.value.text.length > kMaxBodyBytes - 1000, name);
       assert.equal(got.value.text.replaceAll('x', ''), '', name);
     }));
+    for (const [name, [, , lines = []]] of Object.entries(kCases)) {
+      const start = `[MCP ${name}] `;
+      const said = host.log.filter((line) => line.startsWith(start)).map((line) => line.slice(start.length));
+      assert.deepEqual(said, lines, name);
+    }
     assert.deepEqual(elsewhere.requests, []);
-    for (const { headers } of remotes.requests) assert.equal(headers['x-secret'], 'mine');
+    for (const { headers } of remotes.requests) {
+      assert.equal(headers['x-secret'], 'mine');
+      assert.equal(headers['accept-encoding'], undefined);
+    }
   }, { entries });
 });
 
 test('what a server is sent, from the greeting to the end', async () => {
   const streams = [];
   const remote = {
-    initialize: ({ response, message }) =>
-      sendJson(response, result(message.id, { protocolVersion: '2025-06-18' }), kSession),
+    initialize: begins('s1', '2025-06-18'),
     listen: ({ response }) => streams.push(beginEvents(response)),
   };
-  await withRemotes({ remote }, async (host, remotes) => {
+  await withRemotes(page, { remote }, async (host, remotes) => {
     assert.equal(remotes.requests.length, 0); // nothing before somebody asks
     assert.deepEqual(await callTool(host, 'remote'), { ok: 1, value: kEcho });
     await remotes.waitFor('remote', 'listen');
@@ -215,7 +262,7 @@ test('a call waits until the server knows that the handshake is over', async () 
     call: ({ response, message }) =>
       isInitialized ? sendJson(response, answer(message.id)) : send(response, 400),
   };
-  await withRemotes({ remote }, async (host) => {
+  await withRemotes(page, { remote }, async (host) => {
     assert.deepEqual(await callTool(host, 'remote'), { ok: 1, value: kEcho });
   });
 });
@@ -232,7 +279,7 @@ test('a server that asks back in the middle of a call gets its answer', async ()
       goOn();
     },
   };
-  await withRemotes({ remote }, async (host, remotes) => {
+  await withRemotes(page, { remote }, async (host, remotes) => {
     assert.deepEqual(await callTool(host, 'remote'), { ok: 1, value: kEcho });
     assert.equal(remotes.of('remote', 'answer')[0].message.id, 0);
   });
@@ -252,7 +299,7 @@ test('after a restart of the server there is a new handshake', async () => {
     },
     call: known(({ response, message }) => sendJson(response, answer(message.id))),
   };
-  await withRemotes({ remote }, async (host) => {
+  await withRemotes(page, { remote }, async (host) => {
     assert.deepEqual(await callTool(host, 'remote'), { ok: 1, value: kEcho });
     sessions += 10; // nobody remembers the old one
     assert.deepEqual(await callTool(host, 'remote'), { ok: 1, value: { error: 'HTTP 404' } });
@@ -272,39 +319,82 @@ test('servers that cannot be reached say so', async () => {
   assert.equal(await host.close(), 0);
 });
 
-test('closing the window with ten calls in flight takes no two seconds and ends the session', async () => {
-  const remote = {
-    initialize: ({ response, message }) =>
-      sendJson(response, result(message.id, { protocolVersion: '2025-11-25' }), kSession),
-    call: () => {}, // never
-    listen: ({ response }) => beginEvents(response),
+// What is sent to a server that gives a session id, or none, with its responses in turn.
+const kLongest = 'x'.repeat(1023); // 2,048 bytes with its end
+const kSessions = {
+  'gives one': [['a'], ['a', 'a', 'a', 'a', 'a']],
+  'gives none': [[], [undefined, undefined, undefined, undefined]],
+  'gives one late': [[undefined, undefined, 'a'], [undefined, undefined, 'a', 'a', 'a']],
+  'changes it': [['a', 'b', 'c', undefined, 'd'], ['a', 'b', 'c', 'c', 'd']],
+  'gives an empty one': [['a', '', ''], ['a', 'a', 'a', 'a', 'a']],
+  'gives the longest': [[kLongest], Array(5).fill(kLongest)],
+  ...Object.fromEntries([1024, 2048, 4096].map((length) => [
+    `gives one of ${length}`, [['a', undefined, 'x'.repeat(length)], ['a', 'a', 'a', 'a', 'a']],
+  ])),
+};
+
+test('the session id that came last is sent', async () => {
+  const giving = ([ids]) => {
+    const left = [...ids];
+    const headers = () => {
+      const id = left.shift();
+      return id === undefined ? {} : { 'Mcp-Session-Id': id };
+    };
+    return {
+      initialize: ({ response, message }) =>
+        sendJson(response, result(message.id, { protocolVersion: '2025-11-25' }), headers()),
+      initialized: ({ response }) => send(response, 202, headers()),
+      call: ({ response, message }) => sendJson(response, answer(message.id), headers()),
+    };
   };
-  await withRemotes({ remote }, async (host, remotes) => {
-    for (let i = 0; i < 10; ++i) callTool(host, 'remote').catch(() => {}); // the page goes first
-    await remotes.waitFor('remote', 'call', 10);
-    await remotes.waitFor('remote', 'listen');
-    const startedMs = Date.now();
+  const servers = Object.fromEntries(Object.entries(kSessions).map(([name, row]) => [name, giving(row)]));
+  await withRemotes(page, servers, async (host, remotes) => {
+    const calling = async (name) => {
+      for (let i = 0; i < 3; ++i) {
+        assert.deepEqual(await callTool(host, name), { ok: 1, value: kEcho }, name);
+      }
+    };
+    await Promise.all(Object.keys(kSessions).map(calling));
     assert.equal(await host.close(), 0);
-    const tookMs = Date.now() - startedMs;
-    assert.equal(remotes.of('remote', 'end').length, 1);
-    assert.ok(tookMs < 4000, `${tookMs} ms, with what tools/launch takes`);
+    for (const [name, [, wanted]] of Object.entries(kSessions)) {
+      const sent = remotes.requests.filter((one) => one.name === name && !['initialize', 'listen'].includes(one.kind));
+      assert.deepEqual(sent.map((one) => one.headers['mcp-session-id']), wanted, name);
+    }
   });
 });
 
-test('reloading with ten calls in flight ends the old session and starts anew', async () => {
-  const held = [];
-  const remote = {
-    initialize: ({ response, message }) =>
-      sendJson(response, result(message.id, { protocolVersion: '2025-11-25' }), kSession),
-    call: (seen) => (held.length < 10 ? held.push(seen) : sendJson(seen.response, answer(seen.message.id))),
-  };
-  await withRemotes({ remote }, async (host, remotes) => {
-    for (let i = 0; i < 10; ++i) callTool(host, 'remote').catch(() => {});
-    await remotes.waitFor('remote', 'call', 10);
-    await writeConfig(host.profile, { mcpServers: { remote: remotes.entry('remote') } });
-    await host.waitForLine('[MCP] config.json changed on disk - reloading servers');
-    await remotes.waitFor('remote', 'end');
-    assert.deepEqual(await callTool(host, 'remote'), { ok: 1, value: kEcho });
-    assert.equal(remotes.of('remote', 'initialize').length, 2);
+test('without a session 404 is a failure like any other', async () => {
+  await withRemotes(page, { remote: { call: status(404) } }, async (host, remotes) => {
+    for (let i = 0; i < 2; ++i) {
+      assert.deepEqual(await callTool(host, 'remote'), { ok: 1, value: { error: 'HTTP 404' } });
+    }
+    assert.equal(remotes.of('remote', 'initialize').length, 1);
   });
+});
+
+test('over https only a server that proves its name is told anything', async () => {
+  const certificate = makeCertificate();
+  const stream = {};
+  const remote = {
+    initialize: begins('s1'),
+    listen: ({ response }) => (stream.response = beginEvents(response)),
+  };
+  const trusted = await startMcpServers({ remote }, { secure: certificate });
+  const unknown = await startMcpServers({ remote }, { secure: makeCertificate() });
+  const headers = { 'X-Secret': 'mine' };
+  const mcpServers = {
+    trusted: trusted.entry('remote', { headers }),
+    unknown: unknown.entry('remote', { headers }),
+  };
+  const host = await startHost({ address: page.url, config: { mcpServers } });
+  await host.probe('trust', new X509Certificate(certificate.cert).raw.toString('hex'));
+  assert.deepEqual(await callTool(host, 'unknown'), { ok: 1, value: kOffline });
+  assert.deepEqual(await callTool(host, 'trusted'), { ok: 1, value: kEcho });
+  await trusted.waitFor('remote', 'listen');
+  stream.response.write(event(says('over TLS')));
+  await host.waitForLine('[MCP trusted] over TLS');
+  assert.equal(await host.close(), 0);
+  assert.equal(trusted.of('remote', 'end').length, 1);
+  assert.deepEqual(unknown.requests, []);
+  await Promise.all([trusted.close(), unknown.close()]);
 });

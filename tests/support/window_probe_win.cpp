@@ -11,16 +11,29 @@
 //   move X Y WIDTH HEIGHT   SetWindowPos; answers the rectangle that came of it
 //   process                 facts of the window's process
 //   clipboard JSON          puts a text, written as a JSON string, into the clipboard
+//   trust HEX               makes a certificate, written as hexadecimal digits of its DER form, one
+//                           of the user's roots; Wine forgets it with its server
+//   close MS                WM_CLOSE, then waits for the end of the process for at most so long;
+//                           answers how long it went on
+//   watch                   begins to ask the window all the time whether it answers
+//   watched                 ends that; answers the longest time without an answer, the number of
+//                           answers, and how long was watched
+//
+// Times are in milliseconds, taken by this program alone.
 //
 // Rectangles are [left, top, right, bottom] in screen pixels. An answer that has "error" has
 // nothing else. A font cannot be asked for: its handle means nothing in this process.
 #include <algorithm>
+#include <chrono>
 #include <functional>
 #include <iostream>
 #include <iterator>
 #include <map>
+#include <optional>
 #include <sstream>
+#include <stop_token>
 #include <string>
+#include <thread>
 #include <vector>
 
 #include "json/json.h"
@@ -30,6 +43,7 @@
 #include <windows.h>
 
 #include <tlhelp32.h>
+#include <wincrypt.h>
 #include <winternl.h>
 
 namespace wendra {
@@ -38,6 +52,7 @@ namespace {
 constexpr wchar_t kHostClass[] = L"WendraHostWnd";
 constexpr int kPanelId = 2;
 constexpr UINT kMessageTimeoutMs = 5'000;
+constexpr DWORD kWatchPauseMs = 1;
 
 Json Object(std::initializer_list<std::pair<std::string, Json>> members) {
   Json object = Json::Object();
@@ -306,6 +321,96 @@ Json SetClipboard(std::istream& arguments) {
   return Object({{"set", true}});
 }
 
+Json Trust(std::istream& arguments) {
+  std::string digits;
+  arguments >> digits;
+  std::vector<BYTE> der(digits.size() / 2);
+  auto bytes = static_cast<DWORD>(der.size());
+  if (!CryptStringToBinaryA(digits.c_str(), 0, CRYPT_STRING_HEX, der.data(), &bytes, nullptr,
+                            nullptr))
+    return Error("no digits");
+  const HCERTSTORE store =
+      CertOpenStore(CERT_STORE_PROV_SYSTEM_W, 0, 0, CERT_SYSTEM_STORE_CURRENT_USER, L"Root");
+  const bool isAdded = CertAddEncodedCertificateToStore(store, X509_ASN_ENCODING, der.data(), bytes,
+                                                        CERT_STORE_ADD_REPLACE_EXISTING, nullptr);
+  CertCloseStore(store, 0);
+  return isAdded ? Object({{"trusted", true}}) : Error("not added");
+}
+
+class Stopwatch {
+ public:
+  long long Ms() const {
+    return std::chrono::duration_cast<std::chrono::milliseconds>(Clock::now() - started_).count();
+  }
+
+ private:
+  using Clock = std::chrono::steady_clock;
+  Clock::time_point started_ = Clock::now();
+};
+
+Json Close(std::istream& arguments) {
+  DWORD limitMs = 0;
+  arguments >> limitMs;
+  const HWND window = HostWindow();
+  if (!window) return Error("no window");
+  const KernelHandle process(OpenProcess(SYNCHRONIZE, FALSE, ProcessOf(window)));
+  if (!process) return Error("no process");
+  const Stopwatch stopwatch;
+  if (!PostMessageW(window, WM_CLOSE, 0, 0)) return Error("not posted");
+  if (WaitForSingleObject(process.Get(), limitMs) != WAIT_OBJECT_0) return Error("it goes on");
+  return Object({{"ms", stopwatch.Ms()}});
+}
+
+// Asks a window whether its thread takes messages, as the system does before it calls a program
+// "not responding".
+class Watch {
+ public:
+  explicit Watch(HWND window)
+      : thread_([this, window](std::stop_token stop) { Run(window, stop); }) {}
+
+  Json End() {
+    thread_.request_stop();
+    thread_.join();
+    return Object({{"longestMs", longestMs_}, {"answers", answers_}, {"ms", stopwatch_.Ms()}});
+  }
+
+ private:
+  void Run(HWND window, const std::stop_token& stop) {
+    while (!stop.stop_requested()) {
+      const Stopwatch asked;
+      DWORD_PTR result = 0;
+      if (SendMessageTimeoutW(window, WM_NULL, 0, 0, SMTO_NORMAL, kMessageTimeoutMs, &result))
+        ++answers_;
+      longestMs_ = std::max(longestMs_, asked.Ms());
+      Sleep(kWatchPauseMs);
+    }
+  }
+
+  const Stopwatch stopwatch_;
+  long long longestMs_ = 0;
+  long long answers_ = 0;
+  std::jthread thread_;  // last: it uses the rest
+};
+
+std::optional<Watch>& TheWatch() {
+  static std::optional<Watch> watch;
+  return watch;
+}
+
+Json BeginWatch(std::istream&) {
+  const HWND window = HostWindow();
+  if (!window) return Error("no window");
+  TheWatch().emplace(window);
+  return Object({{"watching", true}});
+}
+
+Json EndWatch(std::istream&) {
+  if (!TheWatch()) return Error("not watching");
+  Json answer = TheWatch()->End();
+  TheWatch().reset();
+  return answer;
+}
+
 Json Answer(const std::string& line) {
   static const std::map<std::string, std::function<Json(std::istream&)>> commands = {
       {"window", DescribeWindow},
@@ -318,6 +423,10 @@ Json Answer(const std::string& line) {
       {"move", Move},
       {"process", DescribeProcess},
       {"clipboard", SetClipboard},
+      {"trust", Trust},
+      {"close", Close},
+      {"watch", BeginWatch},
+      {"watched", EndWatch},
   };
   std::istringstream arguments(line);
   std::string name;

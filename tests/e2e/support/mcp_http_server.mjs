@@ -3,6 +3,7 @@
 // Wine hands a chunked body over one chunk late, so that the last event of a quiet stream would
 // never arrive: everything here is sent without chunks, on a connection that ends with the response.
 import { createServer } from 'node:http';
+import { createServer as createSecureServer } from 'node:https';
 import { until } from './waiting.mjs';
 
 const kProtocolVersion = '2025-11-25';
@@ -54,10 +55,11 @@ function kindOf(method, message) {
   return kMethods[message.method] ?? 'answer';
 }
 
-// `servers`: name -> what it does otherwise than kProper; each lives under the path /name.
-export async function startMcpServers(servers) {
+// `servers`: name -> what it does otherwise than kProper; each lives under the path /name. `secure`:
+// {key, cert} for https.
+export async function startMcpServers(servers, { secure } = {}) {
   const requests = []; // {name, kind, method, url, headers, message}, in order of arrival
-  const server = createServer(async (request, response) => {
+  const take = async (request, response) => {
     const chunks = [];
     for await (const chunk of request) chunks.push(chunk);
     const body = Buffer.concat(chunks).toString();
@@ -69,17 +71,20 @@ export async function startMcpServers(servers) {
     requests.push(seen);
     const own = servers[name];
     await (own?.[kind] ?? kProper[kind])(seen);
-  });
+  };
+  const server = secure ? createSecureServer(secure, take) : createServer(take);
   await new Promise((resolve) => server.listen(0, '127.0.0.1', resolve));
   const { port } = server.address();
+  const url = (name) =>
+    `${secure ? 'https' : 'http'}://localhost:${port}/${encodeURIComponent(name)}`;
   const of = (name, kind) => requests.filter((one) => one.name === name && one.kind === kind);
   return {
     port,
     requests,
     of,
-    url: (name) => `http://localhost:${port}/${encodeURIComponent(name)}`,
+    url,
     // The entry of config.json.
-    entry: (name, rest = {}) => ({ url: `http://localhost:${port}/${encodeURIComponent(name)}`, ...rest }),
+    entry: (name, rest = {}) => ({ url: url(name), ...rest }),
     waitFor: (name, kind, count = 1, options = {}) =>
       until(`${count} × ${kind} at ${name}`, () => of(name, kind).length >= count && of(name, kind), {
         context: () => requests.map((one) => `${one.name} ${one.kind}`).join('\n'),

@@ -1,0 +1,21 @@
+// A certificate for localhost that nobody has signed but itself.
+import { execFileSync } from 'node:child_process';
+import { mkdtempSync, readFileSync, rmSync } from 'node:fs';
+import { tmpdir } from 'node:os';
+import { join } from 'node:path';
+
+// {key, cert} for a server of node:https; made anew each time, good for a day.
+export function makeCertificate() {
+  const folder = mkdtempSync(join(tmpdir(), 'wendra-certificate-'));
+  const [key, cert] = [join(folder, 'key.pem'), join(folder, 'cert.pem')];
+  try {
+    execFileSync('openssl', [
+      'req', '-x509', '-newkey', 'ec', '-pkeyopt', 'ec_paramgen_curve:prime256v1', '-nodes',
+      '-keyout', key, '-out', cert, '-days', '1',
+      '-subj', '/CN=localhost', '-addext', 'subjectAltName=DNS:localhost',
+    ], { stdio: 'ignore' });
+    return { key: readFileSync(key), cert: readFileSync(cert) };
+  } finally {
+    rmSync(folder, { recursive: true });
+  }
+}

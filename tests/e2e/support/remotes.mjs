@@ -1,0 +1,41 @@
+// A host whose config.json lists remote servers of mcp_http_server.mjs, and what they do.
+import assert from 'node:assert/strict';
+import { startHost } from './host.mjs';
+import { beginEvents, result, send, sendJson, startMcpServers, text } from './mcp_http_server.mjs';
+
+export const kEcho = { text: 'hi' };
+export const kNoResponse = { error: 'MCP server returned no response' };
+export const kOffline = { error: 'request failed (offline?)' };
+const kProtocolVersion = '2025-11-25';
+
+export const callTool = (host, name, args = { text: 'hi' }) =>
+  host.page.call('mcpCall', [name, 'echo', args]);
+
+// Starts the servers (as startMcpServers takes them) and a host on `page`, and ends both after
+// `use(host, remotes)`. `entries`: further keys of config.json for each; `secure`: a certificate for
+// https; the rest is wanted of the host.
+export async function withRemotes(page, servers, use, { entries = {}, secure, ...wanted } = {}) {
+  const remotes = await startMcpServers(servers, { secure });
+  const names = Object.keys(servers);
+  const mcpServers = Object.fromEntries(names.map((name) => [name, remotes.entry(name, entries[name])]));
+  const host = await startHost({ address: page.url, config: { mcpServers }, ...wanted });
+  try {
+    await host.waitForLine(`[MCP] loaded ${names.length} server(s)`);
+    await use(host, remotes);
+  } finally {
+    const code = await host.close().finally(() => remotes.close());
+    assert.equal(code, 0);
+  }
+}
+
+// What a server may do with a request.
+export const answer = (id) => result(id, text('hi'));
+export const status = (code, headers, body) => ({ response }) => send(response, code, headers, body);
+export const asEvents = (make) => ({ response, message }) => beginEvents(response).end(make(message.id));
+export const asBody = (make, headers = {}) => ({ response, message }) =>
+  send(response, 200, headers, make(message.id));
+export const begins = (sessionId, protocolVersion = kProtocolVersion) => ({ response, message }) =>
+  sendJson(response, result(message.id, { protocolVersion }), { 'Mcp-Session-Id': sessionId });
+export const never = () => {};
+export const drops = ({ response }) => response.socket.destroy();
+export const says = (words) => ({ jsonrpc: '2.0', method: 'notifications/message', params: { message: words } });
