@@ -10,7 +10,7 @@ import {
   begin, beginEvents, event, result, send, sendJson, startMcpServers, text,
 } from './support/mcp_http_server.mjs';
 import {
-  answer, asBody, asEvents, begins, callTool, drops, kEcho, kNoResponse, kOffline, never, says,
+  answer, asBody, asEvents, asks, begins, callTool, drops, kEcho, kNoResponse, kOffline, never, says,
   status, withRemotes,
 } from './support/remotes.mjs';
 import { startServer } from './support/server.mjs';
@@ -26,7 +26,6 @@ before(async () => {
 });
 after(() => Promise.all([page?.close(), elsewhere?.close()]));
 
-const asks = (id) => ({ jsonrpc: '2.0', id, method: 'ping' });
 const jsonOfBytes = (id, bytes) => {
   const [head, tail] = JSON.stringify(result(id, text('|'))).split('|');
   return head + 'x'.repeat(bytes - head.length - tail.length) + tail;

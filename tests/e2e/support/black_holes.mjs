@@ -1,5 +1,6 @@
 // Addresses at which whatever arrives is never heard of again.
 import { once } from 'node:events';
+import { readFileSync } from 'node:fs';
 import { connect, createServer } from 'node:net';
 import { Worker } from 'node:worker_threads';
 
@@ -19,8 +20,7 @@ export async function startMuteServer() {
   await once(server, 'listening');
   return {
     url: addressOf(server.address().port),
-    connections: () => sockets.size,
-    receivedBytes: () => bytes,
+    isAsked: () => bytes > 0,
     close: async () => {
       const closed = once(server, 'close');
       server.close();
@@ -39,6 +39,13 @@ const kStandStill = `
   });`;
 const kQueueLength = 2; // Linux keeps one connection more than the backlog says
 
+// Whether somebody on this machine is trying to connect to the port: Linux' table of connections, in
+// hexadecimal digits; state 2 is SYN_SENT.
+function isTried(port) {
+  const remote = `:${port.toString(16).toUpperCase().padStart(4, '0')} 02`;
+  return readFileSync('/proc/net/tcp', 'utf8').includes(remote);
+}
+
 // Answers no attempt to connect, like a firewall that drops packets: nobody takes connections out of
 // the system's queue, and a full queue swallows them.
 export async function startSilentAddress() {
@@ -48,6 +55,7 @@ export async function startSilentAddress() {
   await Promise.all(waiting.map((socket) => once(socket, 'connect')));
   return {
     url: addressOf(port),
+    isAsked: () => isTried(port),
     close: async () => {
       for (const socket of waiting) socket.on('error', () => {}).destroy();
       await worker.terminate();

@@ -38,4 +38,5 @@ export const begins = (sessionId, protocolVersion = kProtocolVersion) => ({ resp
   sendJson(response, result(message.id, { protocolVersion }), { 'Mcp-Session-Id': sessionId });
 export const never = () => {};
 export const drops = ({ response }) => response.socket.destroy();
+export const asks = (id) => ({ jsonrpc: '2.0', id, method: 'ping' });
 export const says = (words) => ({ jsonrpc: '2.0', method: 'notifications/message', params: { message: words } });
