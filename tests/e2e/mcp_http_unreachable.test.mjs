@@ -1,0 +1,95 @@
+// Fifty remote servers of which none can be reached cost no more time than one, and the window
+// answers throughout. One host has one such server, another has fifty; both run side by side.
+import assert from 'node:assert/strict';
+import { after, before, test } from 'node:test';
+import { startMuteServer, startSilentAddress } from './support/black_holes.mjs';
+import { startHost } from './support/host.mjs';
+import { startMcpServers } from './support/mcp_http_server.mjs';
+import { kOffline } from './support/remotes.mjs';
+import { startServer } from './support/server.mjs';
+import { until } from './support/waiting.mjs';
+
+const kMany = 50;
+const kMoreMs = 1000; // that fifty may take beyond one, with a thread or two to start for each
+const kSilenceMs = 500; // of the window at a time
+const kEndMs = 2000; // from the wish to close to the end of the process
+
+let page;
+before(async () => {
+  page = await startServer({ '/': '<!doctype html><title>mcp</title>' });
+});
+after(() => page?.close());
+
+async function startRefusing() {
+  const remotes = await startMcpServers({});
+  await remotes.close();
+  return { url: remotes.url('x'), isAsked: () => true, close: () => {} };
+}
+
+// Name -> what stands there; what a listing says of it, or nothing if that takes longer than a test
+// may: UNREACHABLE_SECONDS=60 by hand waits for it.
+const kAddresses = {
+  'that refuse': [startRefusing, kOffline.error],
+  'that answer no attempt to connect': [startSilentAddress, kOffline.error],
+  'that answer no request': [startMuteServer, process.env.UNREACHABLE_SECONDS && 'MCP request timed out'],
+};
+const kListingMs = Number(process.env.UNREACHABLE_SECONDS ?? 20) * 1000;
+
+// How long the page waits for a reply of the host that needs no server, at worst, until `ends`.
+async function longestReplyMs(host, ends) {
+  let isOver = false;
+  ends.finally(() => (isOver = true)).catch(() => {});
+  let longestMs = 0;
+  let replies = 0;
+  do {
+    const askedMs = performance.now();
+    assert.equal((await host.page.call('platform', [])).ok, 1);
+    longestMs = Math.max(longestMs, performance.now() - askedMs);
+    replies += 1;
+  } while (!isOver && replies < 1000);
+  return longestMs;
+}
+
+// What a host with `count` such servers takes, in milliseconds.
+async function measure(count, { url, isAsked }, wanted) {
+  const mcpServers = Object.fromEntries(Array.from({ length: count }, (_, i) => [`s${i}`, { url }]));
+  const beganMs = performance.now();
+  const host = await startHost({ address: page.url, config: { mcpServers } });
+  await host.waitForLine(`[MCP] loaded ${count} server(s)`);
+  const startMs = performance.now() - beganMs;
+
+  await host.probe('watch');
+  const askedMs = performance.now();
+  const listing = host.page.call('mcpServers', [], { timeoutMs: kListingMs });
+  const listed = listing.then(({ value }) => value);
+  listed.catch(() => {}); // the page goes first
+  await until('the first attempt', isAsked);
+  const replyMs = await longestReplyMs(host, wanted ? listed : Promise.resolve());
+  let listMs;
+  if (wanted) {
+    const errors = (await listed).map(({ error }) => error);
+    listMs = performance.now() - askedMs;
+    assert.deepEqual(errors, Array(count).fill(wanted));
+  }
+  const { longestMs: silenceMs } = await host.probe('watched');
+  if (wanted) host.page.call('mcpServers', []).catch(() => {}); // under way while the window closes
+  const { code, ms: endMs } = await host.closeTimed();
+  assert.equal(code, 0);
+  return { startMs, listMs, replyMs, silenceMs, endMs };
+}
+
+for (const [name, [start, wanted]] of Object.entries(kAddresses)) {
+  test(`fifty servers ${name} are as quick as one`, async (t) => {
+    const address = await start();
+    const [one, many] = await Promise.all([1, kMany].map((count) => measure(count, address, wanted)));
+    for (const [what, ms] of Object.entries(many)) {
+      if (ms !== undefined) t.diagnostic(`${what}: ${Math.round(one[what])} for one, ${Math.round(ms)} for ${kMany}`);
+    }
+    assert.ok(many.startMs < one.startMs + kMoreMs);
+    if (wanted) assert.ok(many.listMs < one.listMs + kMoreMs);
+    assert.ok(many.silenceMs < kSilenceMs);
+    assert.ok(many.replyMs < kSilenceMs);
+    assert.ok(many.endMs < kEndMs);
+    await address.close();
+  });
+}
