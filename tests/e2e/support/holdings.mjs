@@ -1,0 +1,42 @@
+// What the host's process holds, for tests of what must not pile up.
+import assert from 'node:assert/strict';
+import { readFileSync } from 'node:fs';
+import { until } from './waiting.mjs';
+
+const kMoreHandles = 3;
+const kMoreBytes = 4 << 20;
+
+const programOf = (pid) => readFileSync(`/proc/${pid}/cmdline`, 'utf8').split('\0')[0];
+
+// Ids of the host's processes whose program has that name.
+export const processesNamed = (host, name) => host.processes().filter((pid) => {
+  try {
+    return programOf(pid).endsWith(name);
+  } catch {
+    return false; // gone meanwhile
+  }
+});
+
+function memoryBytes(host) {
+  const [pid] = processesNamed(host, 'wendra.exe');
+  return Number(/VmRSS:\s+(\d+) kB/.exec(readFileSync(`/proc/${pid}/status`, 'utf8'))[1]) * 1024;
+}
+
+// {handles, threads, bytes}
+export async function holdings(host) {
+  const { handles, threads } = await host.probe('process');
+  return { handles, threads, bytes: memoryBytes(host) };
+}
+
+// Waits until there are no more threads and handles than before, which end in their own time, and
+// sees that the memory has not grown; gives what there is now.
+export async function holdsNoMore(host, before) {
+  let now;
+  await until('the same threads and handles', async () => {
+    now = await holdings(host);
+    return now.threads <= before.threads && now.handles <= before.handles + kMoreHandles;
+  }, { context: () => `before: ${JSON.stringify(before)} now: ${JSON.stringify(now)}` });
+  const grown = now.bytes - before.bytes;
+  assert.ok(grown < kMoreBytes, `${grown} bytes more`);
+  return now;
+}

@@ -1,0 +1,45 @@
+// A page that calls its servers while config.json is loaded again and again.
+
+// Runs in the page.
+async function reloadInPage(names, config, times) {
+  window.waiting ??= new Map();
+  window.ended ??= [];
+  window.posted ??= 0;
+  window.__wendra = {
+    __resolve: (id, ok, value) => {
+      ended.push(id);
+      waiting.get(id)?.({ ok, value });
+    },
+  };
+  window.ask = (name, args) => new Promise((resolve) => {
+    const id = `q${(posted += 1)}`;
+    waiting.set(id, resolve);
+    chrome.webview.postMessage({ __reqId: id, name, args });
+  });
+  for (let i = 0; i < times; ++i) {
+    const calls = names.map((name) => ask('mcpCall', [name, 'echo', { message: `${i}` }]));
+    const reloaded = new Promise((resolve) => {
+      document.addEventListener('mcpConfigChanged', resolve, { once: true });
+    });
+    if (i % 2) await Promise.any([...calls, reloaded]);
+    await ask('mcpWriteConfig', [config]);
+  }
+}
+
+// Reloads `times` times by the page's own writing of `config`, a text, with a call of each server
+// under way that may or may not be answered first: the host's look at the file reloads too, two
+// seconds apart.
+export const reload = (host, names, config, times) =>
+  host.page.evaluate(reloadInPage, names, config, times);
+
+// What each server answers once the host has seen the last writing.
+export async function lastAnswers(host, names) {
+  const from = host.log.findLastIndex((line) => line.startsWith('[MCP] config saved'));
+  await host.waitForLine('[MCP] config.json changed on disk', { from });
+  const reloaded = host.log.findLastIndex((line) => line.includes('changed on disk'));
+  await host.waitForLine(`[MCP] loaded ${names.length} server(s)`, { from: reloaded });
+  return host.page.evaluate(async (all) => {
+    const last = all.map((name) => ask('mcpCall', [name, 'echo', { message: 'x' }]));
+    return (await Promise.all(last)).map(({ value }) => value.error ?? value.text);
+  }, names);
+}
