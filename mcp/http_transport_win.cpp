@@ -48,7 +48,8 @@ void HttpTransport::Stop() {
 }
 
 void HttpTransport::WaitForFarewell(std::uint32_t maxMs) {
-  if (farewell_) (void)WaitForSingleObject(farewell_.Get(), maxMs);
+  if (!farewell_) return;
+  if (WaitForSingleObject(farewell_.Get(), maxMs) == WAIT_OBJECT_0) farewell_.Reset();
 }
 
 std::unique_ptr<Transport> MakeHttpTransport(McpServer& server, HWND window) {

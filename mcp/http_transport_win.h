@@ -35,7 +35,7 @@ class HttpTransport : public Transport {
   std::shared_ptr<HttpLink> link_;  // shared with the threads; null once stopped
   const WPARAM server_;             // only named in messages
   const HWND window_;
-  KernelHandle farewell_;  // the thread that sends the DELETE
+  KernelHandle farewell_;  // the thread that sends the DELETE, until its end is known
 };
 
 // Connects to nothing yet: the first message does.

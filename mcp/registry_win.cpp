@@ -33,6 +33,7 @@ McpRegistry::~McpRegistry() {
 }
 
 void McpRegistry::LoadMcpServers(HWND window) {
+  WaitForFarewells(0);  // those of earlier loads that are through are let go of
   StopMcpServers();
   servers_.clear();
   config_.EnsureDefaultConfig();

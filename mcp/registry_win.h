@@ -28,8 +28,8 @@ class McpRegistry {
   // In the order of the list; the list stays.
   void StopMcpServers();
 
-  // After StopMcpServers, at the end of the program: gives the last words to remote servers that
-  // are still on their way at most `maxMs` in all.
+  // Gives the last words to stopped remote servers that are still on their way at most `maxMs` in
+  // all: at the end of the program, after StopMcpServers.
   void WaitForFarewells(std::uint32_t maxMs);
 
   // In the order of config.json; also those that could not be started.

@@ -10,6 +10,7 @@
 
 #include "mcp/http_post_win.h"
 #include "mcp/response_body.h"
+#include "tests/support/handle_count_win.h"
 #include "tests/support/http_test_server_win.h"
 #include "tests/support/test_window_win.h"
 #include "win/messages.h"
@@ -475,17 +476,41 @@ TEST_F(HttpServer, StopsWithTenCallsInFlightAndAListener) {
   EXPECT_EQ(server_->Requests().size(), 11u);
 }
 
+// The handles of this process after `round`, without those of the server, which keeps a thread for
+// each connection until its end.
+long long HandlesAfter(const std::function<void()>& round) {
+  round();
+  return CountHandles(GetCurrentProcessId());
+}
+
 TEST_F(HttpServer, LeavesNoThreadBehind) {
-  Serve([](const HttpTestRequest&, HttpTestConnection& connection) {
-    connection.Answer("200 OK", "", kAnswer);
-  });
-  DWORD handlesBefore = 0;
-  DWORD handlesAfter = 0;
-  for (int round = 0; round < 2; ++round) {
+  const auto exchangeMany = [this] {
+    Serve([](const HttpTestRequest&, HttpTestConnection& connection) {
+      connection.Answer("200 OK", "", kAnswer);
+    });
     for (int i = 0; i < 50; ++i) EXPECT_EQ(Exchange(), Messages{kAnswer});
-    GetProcessHandleCount(GetCurrentProcess(), round == 0 ? &handlesBefore : &handlesAfter);
-  }
-  EXPECT_LE(handlesAfter, handlesBefore + 8);
+    server_.reset();
+  };
+  const long long handlesBefore = HandlesAfter(exchangeMany);
+  EXPECT_LE(HandlesAfter(exchangeMany), handlesBefore + 8);
+}
+
+TEST_F(HttpServer, LetsGoOfAFarewellThatIsOver) {
+  std::vector<std::unique_ptr<Transport>> stopped;
+  const auto stopMany = [&] {
+    Serve([](const HttpTestRequest&, HttpTestConnection& connection) {
+      connection.Answer("200 OK", "", "");
+    });
+    record_.shared.sessionId = "s1";
+    for (int i = 0; i < 50; ++i) {
+      stopped.push_back(MakeHttpTransport(record_, window_.Handle()));
+      stopped.back()->Stop();
+      stopped.back()->WaitForFarewell(INFINITE);
+    }
+    server_.reset();
+  };
+  const long long handlesBefore = HandlesAfter(stopMany);
+  EXPECT_LE(HandlesAfter(stopMany), handlesBefore + 8);
 }
 
 }  // namespace

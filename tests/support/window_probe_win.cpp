@@ -37,6 +37,7 @@
 #include <vector>
 
 #include "json/json.h"
+#include "tests/support/handle_count_win.h"
 #include "win/unique.h"
 #include "win/wide.h"
 
@@ -44,7 +45,6 @@
 
 #include <tlhelp32.h>
 #include <wincrypt.h>
-#include <winternl.h>
 
 namespace wendra {
 namespace {
@@ -164,35 +164,6 @@ long long CountThreads(DWORD process) {
        more = Process32NextW(snapshot.Get(), &entry))
     if (entry.th32ProcessID == process) return entry.cntThreads;
   return -1;
-}
-
-// The system's list of all handles, as NtQuerySystemInformation gives it.
-struct HandleEntry {
-  ULONG process;
-  BYTE objectType;
-  BYTE flags;
-  USHORT value;
-  void* object;
-  ULONG access;
-};
-struct HandleList {
-  ULONG count;
-  HandleEntry entries[1];
-};
-
-// GetProcessHandleCount would do on Windows; Wine's always says 0.
-long long CountHandles(DWORD process) {
-  constexpr auto kSystemHandleInformation = static_cast<SYSTEM_INFORMATION_CLASS>(16);
-  constexpr LONG kBufferTooSmall = static_cast<LONG>(0xC0000004);
-  std::vector<HandleEntry> buffer(1024);
-  const auto ask = [&buffer] {
-    const auto bytes = static_cast<ULONG>(buffer.size() * sizeof(HandleEntry));
-    return NtQuerySystemInformation(kSystemHandleInformation, buffer.data(), bytes, nullptr);
-  };
-  while (ask() == kBufferTooSmall) buffer.resize(buffer.size() * 2);
-  const auto* list = reinterpret_cast<const HandleList*>(buffer.data());
-  return std::count_if(list->entries, list->entries + list->count,
-                       [process](const HandleEntry& entry) { return entry.process == process; });
 }
 
 Json ProcessJson(DWORD id) {
