@@ -164,6 +164,9 @@ const kCases = {
     },
   }, kEcho],
   'sends 8 MiB': [{ call: asBody((id) => jsonOfBytes(id, kMaxBodyBytes)) }, undefined],
+  'sends 8 MiB before the answer': [{
+    call: asEvents((id) => `${':'.padEnd(kMaxBodyBytes)}\n${event(answer(id))}`),
+  }, kNoResponse],
   'sends a byte more': [{ call: asBody((id) => jsonOfBytes(id, kMaxBodyBytes + 1)) }, kNoResponse],
 
   ...Object.fromEntries([301, 302, 303, 307, 308].map((code) => [

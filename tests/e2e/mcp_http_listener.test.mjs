@@ -2,9 +2,10 @@
 import assert from 'node:assert/strict';
 import { after, before, test } from 'node:test';
 import { gzipSync } from 'node:zlib';
-import { beginEvents, event, send } from './support/mcp_http_server.mjs';
+import { beginEvents, event, send, sendJson, startMcpServers } from './support/mcp_http_server.mjs';
+import { startHost } from './support/host.mjs';
 import {
-  asks, begins, callTool, drops, kEcho, says, status, withRemotes,
+  answer, asks, begins, callTool, drops, kEcho, kOffline, says, status, withRemotes,
 } from './support/remotes.mjs';
 import { startServer } from './support/server.mjs';
 import { until } from './support/waiting.mjs';
@@ -179,4 +180,37 @@ test('a stream that is dropped every second is taken up again after the same pau
     const ids = remotes.of('remote', 'listen').map(({ headers }) => headers['last-event-id']);
     assert.deepEqual(ids, ids.map((_, i) => (i ? String(i) : undefined)));
   });
+});
+
+test('a server that has been away is listened to in its new session', async () => {
+  const server = (sessionId) => {
+    const known = (act) => (one) =>
+      (one.headers['mcp-session-id'] === sessionId ? act : status(404))(one);
+    return {
+      initialize: begins(sessionId),
+      call: known(({ response, message }) => sendJson(response, answer(message.id))),
+      listen: known(({ response }) => beginEvents(response).write(`id: 7\n${data(`in ${sessionId}`)}\n`)),
+    };
+  };
+  const old = await startMcpServers({ remote: server('s1') });
+  const host = await startHost({ address: page.url, config: { mcpServers: { remote: old.entry('remote') } } });
+  const gives = async (value) => assert.deepEqual(await callTool(host, 'remote'), { ok: 1, value });
+  await gives(kEcho);
+  await host.waitForLine('[MCP remote] in s1');
+  await old.close();
+  await gives(kOffline);
+
+  const anew = await startMcpServers({ remote: server('s2') }, { port: old.port });
+  const [asked] = await anew.waitFor('remote', 'listen');
+  assert.equal(asked.headers['mcp-session-id'], 's1');
+  assert.equal(asked.headers['last-event-id'], '7');
+  await gives({ error: 'HTTP 404' });
+  await gives(kEcho);
+  await host.waitForLine('[MCP remote] in s2');
+  const last = anew.of('remote', 'listen').at(-1);
+  assert.equal(last.headers['mcp-session-id'], 's2');
+  assert.equal(last.headers['last-event-id'], undefined);
+  assert.equal(await host.close(), 0);
+  assert.deepEqual(anew.of('remote', 'end').map(({ headers }) => headers['mcp-session-id']), ['s2']);
+  await anew.close();
 });

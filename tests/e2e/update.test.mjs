@@ -1,12 +1,9 @@
 // The update library's set-up, its callbacks and its end, and the host's own look at the feed.
 import assert from 'node:assert/strict';
-import { execFileSync } from 'node:child_process';
-import { mkdtempSync, readFileSync, rmSync } from 'node:fs';
 import { createServer as createSecureServer } from 'node:https';
 import { createServer as createTcpServer } from 'node:net';
-import { tmpdir } from 'node:os';
-import { join } from 'node:path';
 import { after, before, test } from 'node:test';
+import { makeCertificate } from './support/certificate.mjs';
 import { startHost } from './support/host.mjs';
 import { startServer } from './support/server.mjs';
 import { startWinSparkle } from './support/winsparkle.mjs';
@@ -339,15 +336,8 @@ test('an address that is none, and a port that nobody listens on', async (t) => 
 });
 
 test('a server whose certificate nobody knows is not believed', async () => {
-  const folder = mkdtempSync(join(tmpdir(), 'wendra-certificate-'));
-  const [key, cert] = [join(folder, 'key.pem'), join(folder, 'cert.pem')];
-  execFileSync('openssl', [
-    'req', '-x509', '-newkey', 'ec', '-pkeyopt', 'ec_paramgen_curve:prime256v1', '-nodes',
-    '-keyout', key, '-out', cert, '-subj', '/CN=localhost', '-days', '1',
-  ], { stdio: 'ignore' });
   let asked = 0;
-  const options = { key: readFileSync(key), cert: readFileSync(cert) };
-  const secure = createSecureServer(options, (request, response) => {
+  const secure = createSecureServer(makeCertificate(), (request, response) => {
     asked += 1;
     response.end(item(version('9')));
   });
@@ -360,7 +350,6 @@ test('a server whose certificate nobody knows is not believed', async () => {
   await end(updating);
   secure.closeAllConnections();
   await new Promise((resolve) => secure.close(resolve));
-  rmSync(folder, { recursive: true });
 });
 
 test('the window closes at once while the feed does not come', async (t) => {

@@ -56,8 +56,8 @@ function kindOf(method, message) {
 }
 
 // `servers`: name -> what it does otherwise than kProper; each lives under the path /name. `secure`:
-// {key, cert} for https.
-export async function startMcpServers(servers, { secure } = {}) {
+// {key, cert} for https. `port`: that of servers which were closed, to be those again.
+export async function startMcpServers(servers, { secure, port: wantedPort = 0 } = {}) {
   const requests = []; // {name, kind, method, url, headers, message}, in order of arrival
   const take = async (request, response) => {
     const chunks = [];
@@ -73,7 +73,7 @@ export async function startMcpServers(servers, { secure } = {}) {
     await (own?.[kind] ?? kProper[kind])(seen);
   };
   const server = secure ? createSecureServer(secure, take) : createServer(take);
-  await new Promise((resolve) => server.listen(0, '127.0.0.1', resolve));
+  await new Promise((resolve) => server.listen(wantedPort, '127.0.0.1', resolve));
   const { port } = server.address();
   const url = (name) =>
     `${secure ? 'https' : 'http'}://localhost:${port}/${encodeURIComponent(name)}`;
