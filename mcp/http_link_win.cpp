@@ -49,8 +49,8 @@ bool HttpLink::ForgetSession(const Session& session) {
   return true;
 }
 
-void HttpLink::Deliver(std::string message) const {
-  if (IsStopped()) return;
+void HttpLink::Deliver(std::string message) {
+  if (!backlog_.Enter()) return;
   (void)DeliverOwned(window_, kMcpMessage, reinterpret_cast<WPARAM>(&server_),
                      std::make_unique<std::string>(std::move(message)));
 }
@@ -65,6 +65,7 @@ void HttpLink::Stop() {
   isStopped_ = true;
   for (HttpExchange* exchange : exchanges_) exchange->Abort();
   changed_.WakeAll();
+  backlog_.Close();
 }
 
 bool HttpLink::IsStopped() const {

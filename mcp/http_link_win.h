@@ -7,6 +7,7 @@
 #include <string_view>
 #include <vector>
 
+#include "mcp/backlog_win.h"
 #include "mcp/server.h"
 #include "win/http_request.h"
 #include "win/lock.h"
@@ -45,10 +46,13 @@ class HttpLink {
   // The server does not know `session` any more. False when it was over already.
   bool ForgetSession(const Session& session);
 
-  // Post to the window; nothing once the server is stopped. Worker threads only, since they wait
-  // while the window's queue is full.
-  void Deliver(std::string message) const;
+  // Post to the window. Worker threads only, since they wait while too many messages of the server
+  // have not been handled, or the window's queue is full.
+  void Deliver(std::string message);            // nothing once the server is stopped
   void DeliverPosted(HttpPosted posted) const;  // also when it is stopped
+
+  // The window has handled a message that was delivered.
+  void OnHandled() { backlog_.Leave(); }
 
   // Ends every exchange and all waiting, now and later.
   void Stop();
@@ -68,6 +72,7 @@ class HttpLink {
   const std::string url_;
   const NamedValues headers_;
   const HWND window_;
+  Backlog backlog_;
 
   mutable Lock lock_;
   Condition changed_;

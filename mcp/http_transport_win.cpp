@@ -36,6 +36,10 @@ void HttpTransport::Send(OutgoingMessage message) {
   if (post->onSent) post->onSent();
 }
 
+void HttpTransport::OnHandled() {
+  if (link_) link_->OnHandled();
+}
+
 void HttpTransport::OnInitialized() {
   if (link_) link_->OpenForListening();
 }

@@ -29,6 +29,9 @@ class Transport {
   // fails is dropped.
   virtual void Send(OutgoingMessage message) = 0;
 
+  // The window has handled one of the server's messages.
+  virtual void OnHandled() {}
+
   // The handshake has completed: from here on the server may speak by itself.
   virtual void OnInitialized() {}
 

@@ -5,7 +5,7 @@ import { after, before, test } from 'node:test';
 import { startMuteServer, startSilentAddress } from './support/black_holes.mjs';
 import { startHost, writeConfig } from './support/host.mjs';
 import { begin, beginEvents, event, startMcpServers } from './support/mcp_http_server.mjs';
-import { asks, begins, callTool, drops, kEcho, never, says, status } from './support/remotes.mjs';
+import { asks, begins, callTool, drops, flood, kEcho, never, says, status } from './support/remotes.mjs';
 import { startServer } from './support/server.mjs';
 import { until } from './support/waiting.mjs';
 
@@ -31,6 +31,7 @@ function trickle(stream, seen, piece) {
   stream.on('close', () => clearInterval(timer));
 }
 const trickles = (seen) => seen.pieces > 10;
+const floods = (seen) => seen.pieces > 200; // twenty thousand messages
 
 // Name -> what the server does, or `hole`, what stands in its place; how many `calls` the page makes
 // (one), the `kind` of request that shows that the trouble has begun, or `has` it; whether the host
@@ -86,6 +87,16 @@ const kTroubles = {
       listen: ({ response, seen }) => trickle(beginEvents(response), seen, event(says('more'))),
     },
     has: trickles,
+    ends: true,
+  },
+  'a listener that is flooded': {
+    server: { ...kSession, listen: ({ response, seen }) => flood(beginEvents(response), seen) },
+    has: floods,
+    ends: true,
+  },
+  'a call that is flooded': {
+    server: { ...kSession, call: ({ response, seen }) => flood(beginEvents(response), seen) },
+    has: floods,
     ends: true,
   },
   'a listener that is not answered': {

@@ -5,7 +5,7 @@ import { gzipSync } from 'node:zlib';
 import { beginEvents, event, send, sendJson, startMcpServers } from './support/mcp_http_server.mjs';
 import { startHost } from './support/host.mjs';
 import {
-  answer, asks, begins, callTool, drops, kEcho, kOffline, says, status, withRemotes,
+  answer, asks, begins, callTool, drops, flood, kEcho, kOffline, says, status, withRemotes,
 } from './support/remotes.mjs';
 import { startServer } from './support/server.mjs';
 import { until } from './support/waiting.mjs';
@@ -13,6 +13,8 @@ import { until } from './support/waiting.mjs';
 const kPauseMs = 2000; // between the end of a stream and the next attempt
 const kClockStepMs = 50; // by which a pause may seem shorter: two clocks, one of them in steps
 const kLateMs = 1500; // by which it may be longer on a busy machine
+const kFloodPieces = 200; // twenty thousand messages
+const kAnswerMs = 1000; // of another server, with its handshake, behind the messages of one
 // LISTENING_SECONDS=60 by hand.
 const kListeningMs = Number(process.env.LISTENING_SECONDS ?? 6) * 1000;
 
@@ -179,6 +181,26 @@ test('a stream that is dropped every second is taken up again after the same pau
     assert.deepEqual(said, said.map((_, i) => `[MCP remote] stream ${i + 1}`)); // each once, in order
     const ids = remotes.of('remote', 'listen').map(({ headers }) => headers['last-event-id']);
     assert.deepEqual(ids, ids.map((_, i) => (i ? String(i) : undefined)));
+  });
+});
+
+test('a server that speaks faster than it is heard does not hold up the page', async (t) => {
+  const seen = { pieces: 0 };
+  const remote = {
+    initialize: begins('s1'),
+    listen: ({ response }) => flood(beginEvents(response), seen),
+  };
+  await withRemotes(page, { remote, other: {} }, async (host) => {
+    assert.deepEqual(await callTool(host, 'remote'), { ok: 1, value: kEcho });
+    await until('the flood', () => seen.pieces > kFloodPieces);
+    let longestMs = 0;
+    for (let i = 0; i < 20; ++i) {
+      const askedMs = performance.now();
+      assert.deepEqual(await callTool(host, 'other'), { ok: 1, value: kEcho });
+      longestMs = Math.max(longestMs, performance.now() - askedMs);
+    }
+    t.diagnostic(`another server's answer took ${Math.round(longestMs)} ms at most`);
+    assert.ok(longestMs < kAnswerMs, `${longestMs} ms`);
   });
 });
 

@@ -8,6 +8,7 @@
 
 #include <gtest/gtest.h>
 
+#include "mcp/backlog_win.h"
 #include "mcp/http_post_win.h"
 #include "mcp/response_body.h"
 #include "tests/support/handle_count_win.h"
@@ -46,6 +47,7 @@ class HttpServer : public testing::Test {
           if (message == kMcpMessage) {
             sessionIdAtMessage_ = record_.shared.sessionId;
             received_.push_back(*TakeOwned<std::string>(lparam));
+            if (isHandling_) record_.transport->OnHandled();
           } else {
             const auto posted = TakeOwned<HttpPosted>(lparam);
             if (posted->sessionIsOver) received_.push_back("session is over");
@@ -100,6 +102,7 @@ class HttpServer : public testing::Test {
   McpServer& record_ = *new McpServer;  // kept for good, as the registry does: see McpServer
   Messages received_;
   std::string sessionIdAtMessage_;
+  bool isHandling_ = true;
   const TestWindow window_;
   std::optional<HttpTestServer> server_;
 };
@@ -261,6 +264,48 @@ TEST_F(HttpServer, HandsOverAQuestionInTheMiddleOfACall) {
   WaitUntil([this] { return received_.size() == 2; });
   EXPECT_EQ(received_[1], kAnswer);
   CloseHandle(answered);
+}
+
+TEST_F(HttpServer, HoldsUpAServerThatSpeaksFasterThanItIsHeard) {
+  constexpr size_t kSpoken = 3 * Backlog::kMostMessages;
+  Serve([](const HttpTestRequest& request, HttpTestConnection& connection) {
+    if (request.verb != "GET") return (void)connection.Answer("202 Accepted", "", "");
+    std::string spoken;
+    for (size_t i = 0; i < kSpoken; ++i) spoken += "data: " + std::to_string(i) + "\n\n";
+    connection.Send(Stream(spoken));
+    connection.WaitForClose();
+  });
+  isHandling_ = false;
+  record_.transport->OnInitialized();
+  const auto waitForMessages = [this](size_t count) {
+    WaitUntil([=, this] { return received_.size() >= count; });
+    Notify();  // whatever might come too would be here by now
+    EXPECT_EQ(received_.size(), count);
+  };
+  waitForMessages(Backlog::kMostMessages);
+  record_.transport->OnHandled();
+  waitForMessages(Backlog::kMostMessages + 1);
+  isHandling_ = true;
+  for (int i = 0; i < Backlog::kMostMessages + 1; ++i) record_.transport->OnHandled();
+  WaitUntil([this] { return received_.size() == kSpoken; });
+  for (size_t i = 0; i < kSpoken; ++i) EXPECT_EQ(received_[i], std::to_string(i));
+}
+
+TEST_F(HttpServer, StopsWhileAServerIsHeldUp) {
+  std::string spoken;
+  for (int i = 0; i < 2 * Backlog::kMostMessages; ++i) spoken += "data: {}\n\n";
+  Serve([&](const HttpTestRequest&, HttpTestConnection& connection) {
+    connection.Send(Stream(spoken));
+    connection.WaitForClose();
+  });
+  isHandling_ = false;
+  record_.shared.sessionId = "s1";
+  bool isSent = false;
+  record_.transport->Send({kRequest, "1", [&] { isSent = true; }});
+  WaitUntil([this] { return received_.size() == Backlog::kMostMessages; });
+  record_.transport->Stop();
+  WaitUntil([&] { return isSent; });
+  EXPECT_EQ(received_.size(), size_t{Backlog::kMostMessages});
 }
 
 TEST_F(HttpServer, CutsABodyAtEightMebibytes) {

@@ -1,7 +1,7 @@
 // A host whose config.json lists remote servers of mcp_http_server.mjs, and what they do.
 import assert from 'node:assert/strict';
 import { startHost } from './host.mjs';
-import { beginEvents, result, send, sendJson, startMcpServers, text } from './mcp_http_server.mjs';
+import { beginEvents, event, result, send, sendJson, startMcpServers, text } from './mcp_http_server.mjs';
 
 export const kEcho = { text: 'hi' };
 export const kNoResponse = { error: 'MCP server returned no response' };
@@ -40,3 +40,15 @@ export const never = () => {};
 export const drops = ({ response }) => response.socket.destroy();
 export const asks = (id) => ({ jsonrpc: '2.0', id, method: 'ping' });
 export const says = (words) => ({ jsonrpc: '2.0', method: 'notifications/message', params: { message: words } });
+
+// Says the same again and again, a hundred times a piece, as fast as somebody listens; `seen.pieces`
+// counts.
+export function flood(stream, seen) {
+  const piece = event(says('more')).repeat(100);
+  const write = () => {
+    if (stream.destroyed) return;
+    seen.pieces += 1;
+    stream.write(piece, () => setImmediate(write));
+  };
+  write();
+}
