@@ -51,6 +51,13 @@ Launch LaunchProgram(const std::wstring& program, const std::vector<std::wstring
   return launch;
 }
 
+// Why there is no command line for this program.
+std::string Refusal(const std::string& program) {
+  if (!IsBatchScript(Widen(program)))
+    return "launch failed: a program takes no argument with a zero: ";
+  return "launch failed: a batch file takes no argument with a line break or a zero: ";
+}
+
 }  // namespace
 
 std::optional<ServerProcess> StartServerProcess(McpServer& server, Log& log) {
@@ -68,8 +75,7 @@ std::optional<ServerProcess> StartServerProcess(McpServer& server, Log& log) {
   }
 
   if (launch.commandLine.empty()) {
-    log.Line(tag +
-             "launch failed: a batch file takes no argument with a line break: " + server.command);
+    log.Line(tag + Refusal(server.command) + server.command);
     return std::nullopt;
   }
   if (launch.child.start == ChildStart::kNoPipes) {

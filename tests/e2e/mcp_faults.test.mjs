@@ -208,6 +208,7 @@ test('arguments and variables reach a program and a batch file as they were writ
     program: { command: kChild, args: programWords, env },
     batch: batch(words),
     refused: batch(['a\nb']),
+    zero: { command: kChild, args: ['a\0b'] },
   };
   await withServers(servers, async (host) => {
     const textOf = async (name, tool, args) =>
@@ -220,7 +221,8 @@ test('arguments and variables reach a program and a batch file as they were writ
       assert.equal(await textOf(name, 'env', { name: 'PATH' }), 'C:\\only');
       assert.equal(await textOf(name, 'cwd'), await textOf(name, 'env', { name: 'USERPROFILE' }));
     }
-    const refusal = 'launch failed: a batch file takes no argument with a line break: ';
-    await host.waitForLine(`[MCP refused] ${refusal}${windowsPath(script)}`);
+    await host.waitForLine('[MCP refused] launch failed: a batch file takes no argument with a ' +
+      `line break or a zero: ${windowsPath(script)}`);
+    await host.waitForLine(`[MCP zero] launch failed: a program takes no argument with a zero: ${kChild}`);
   }, { profile });
 });
