@@ -39,8 +39,8 @@ class Transport {
   // that still run only post messages, which are dropped. Once.
   virtual void Stop() = 0;
 
-  // After Stop, any number of times: gives a last word to the server that is still on its way at most
-  // `maxMs`. Once it is through, nothing of the connection is kept.
+  // After Stop, any number of times: gives a last word to the server that is still on its way at
+  // most `maxMs`. Once it is through, nothing of the connection is kept.
   virtual void WaitForFarewell(std::uint32_t /*maxMs*/) {}
 };
 

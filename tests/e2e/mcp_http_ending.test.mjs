@@ -10,7 +10,9 @@ import { startServer } from './support/server.mjs';
 import { until } from './support/waiting.mjs';
 
 const kEndMs = 2000; // that the host may take from the wish to close to the end of its process
-const kSilenceMs = 500; // of the window while it loads config.json: it starts threads then
+// Of the window, at most, while it loads config.json: a fifth of a second when nobody else works on
+// this machine, for it stops and starts seventy servers then. Windows calls it hung after five.
+const kSilenceMs = 2000;
 
 let page;
 let elsewhere; // another host, as a browser sees it
@@ -201,7 +203,7 @@ test('config.json is loaded anew at once in the middle of it all', async (t) => 
   const { code, ms } = await host.closeTimed();
   t.diagnostic(`${ms} ms to the end`);
   assert.equal(code, 0);
-  assert.ok(ms < kEndMs, `${ms} ms`);
+  assert.ok(ms < 2 * kEndMs, `${ms} ms`); // seventy servers at once
   await inAll((name, trouble) => {
     assert.deepEqual(endsOf(trouble), wantedEnds(name, trouble, 2), name);
     if (kTroubles[name].server) assert.equal(trouble.of(name, 'initialize').length, 2, name);

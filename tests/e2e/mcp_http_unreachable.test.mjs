@@ -12,7 +12,7 @@ import { until } from './support/waiting.mjs';
 const kMany = 50;
 const kMoreMs = 1000; // that fifty may take beyond one, with a thread or two to start for each
 const kStartMs = 3000; // the same for a start, in which the browser's takes more or less
-const kSilenceMs = 1000; // of the window at a time; a fifth of that when nobody else works here
+const kSilenceMs = 2000; // of the window at a time; a tenth of that when nobody else works here
 const kEndMs = 2000; // from the wish to close to the end of the process
 
 let page;
