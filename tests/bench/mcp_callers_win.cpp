@@ -1,0 +1,216 @@
+#include "tests/bench/mcp_callers_win.h"
+
+#include <array>
+#include <chrono>
+#include <cstdio>
+#include <cstdlib>
+#include <sstream>
+#include <utility>
+
+#include "mcp/command_line.h"
+#include "win/messages.h"
+#include "win/owned_message.h"
+#include "win/wide.h"
+
+#include <winhttp.h>
+
+namespace wendra {
+namespace {
+
+constexpr double kCallTimeoutSeconds = 120;
+
+using Clock = std::chrono::steady_clock;
+
+double MicrosecondsSince(Clock::time_point start) {
+  return std::chrono::duration<double, std::micro>(Clock::now() - start).count();
+}
+
+void EndUnless(bool isGood, const std::string& what) {
+  if (isGood) return;
+  std::fprintf(stderr, "%s\n", what.c_str());
+  std::_Exit(1);
+}
+
+// As mcp_sdk_client.mjs has it.
+std::string TextOf(size_t bytes) {
+  const std::string line = "A line of text, with \"quotes\" in it, such as a tool may return.\n";
+  std::string text;
+  while (text.size() < bytes) text += line;
+  text.resize(bytes);
+  return text;
+}
+
+Json EchoParams(const EchoCall& call) {
+  Json arguments = Json::Object();
+  arguments.members.emplace_back("message", TextOf(call.messageBytes));
+  arguments.members.emplace_back("bytes", static_cast<long long>(call.resultBytes));
+  Json params = Json::Object();
+  params.members.emplace_back("name", "echo");
+  params.members.emplace_back("arguments", std::move(arguments));
+  return params;
+}
+
+std::string TextOf(const Json& value) {
+  std::string text;
+  Serialize(value, text);
+  return text;
+}
+
+size_t ResultBytes(const Json& reply) {
+  const Json* result = reply.Find("result");
+  const Json* content = result ? result->Find("content") : nullptr;
+  if (!content || content->items.empty()) return 0;
+  const Json* text = content->items[0].Find("text");
+  return text ? text->text.size() : 0;
+}
+
+}  // namespace
+
+HostCaller::HostCaller(const std::wstring& configPath)
+    : config_(configPath, log_),
+      client_(config_, log_),
+      window_([this](UINT message, WPARAM wparam, LPARAM lparam) {
+        OnMessage(message, wparam, lparam);
+      }) {
+  client_.Start(window_.Handle());
+  bool isInitialized = false;
+  client_.Session().EnsureMcpInitialized(Server(), [&](const Json* failure) {
+    EndUnless(!failure, "the server cannot be called: " + (failure ? TextOf(*failure) : ""));
+    isInitialized = true;
+  });
+  MSG message;
+  while (!isInitialized && GetMessageW(&message, nullptr, 0, 0)) DispatchMessageW(&message);
+}
+
+HostCaller::~HostCaller() { client_.Stop(); }
+
+Times HostCaller::Call(const EchoCall& call, int count) {
+  const Json params = EchoParams(call);
+  Times times;
+  for (int i = 0; i < count; ++i) {
+    Json copy = params;
+    const auto start = Clock::now();
+    const Json reply = WaitForReply(std::move(copy));
+    times.push_back(MicrosecondsSince(start));
+    EndUnless(ResultBytes(reply) == call.resultBytes, "the host got " + TextOf(reply));
+  }
+  return times;
+}
+
+Json HostCaller::WaitForReply(Json params) {
+  std::optional<Json> result;
+  client_.Session().SendMcpRequest(Server(), "tools/call", std::move(params), kCallTimeoutSeconds,
+                                   [&](Json reply) { result = std::move(reply); });
+  MSG message;
+  while (!result && GetMessageW(&message, nullptr, 0, 0)) {
+    TranslateMessage(&message);
+    DispatchMessageW(&message);
+  }
+  return std::move(*result);
+}
+
+void HostCaller::OnMessage(UINT message, WPARAM wparam, LPARAM lparam) {
+  auto& server = *reinterpret_cast<McpServer*>(wparam);  // only where the message says so
+  switch (message) {
+    case kMcpMessage:
+      return client_.OnMessage(server, TakeOwned<std::string>(lparam));
+    case kMcpClosedMessage:
+      return client_.OnClosed(server);
+    case kHttpPostedMessage:
+      return client_.OnHttpPosted(server, *TakeOwned<HttpPosted>(lparam));
+    case WM_TIMER:
+      return client_.OnTimer(wparam);
+    default:
+      return;
+  }
+}
+
+OtherCaller::OtherCaller(const std::wstring& program, const std::vector<std::wstring>& arguments)
+    : child_(StartChild({.program = program,
+                         .commandLine = *ChildCommandLine(program, arguments)})) {
+  EndUnless(child_.start == ChildStart::kStarted, "cannot start " + Narrow(program));
+  EndUnless(ReadLine() == "ready", "the other client does not become ready");
+}
+
+Times OtherCaller::Call(const EchoCall& call, int count) {
+  std::ostringstream line;
+  line << count << ' ' << call.messageBytes << ' ' << call.resultBytes << '\n';
+  DWORD written = 0;
+  (void)WriteFile(child_.input.Get(), line.str().data(), static_cast<DWORD>(line.str().size()),
+                  &written, nullptr);
+  std::istringstream answer(ReadLine());
+  Times times;
+  for (double time = 0; answer >> time;) times.push_back(time);
+  EndUnless(times.size() == static_cast<size_t>(count), "the other client has ended");
+  return times;
+}
+
+std::string OtherCaller::ReadLine() {
+  std::array<char, 65536> buffer;
+  for (;;) {
+    if (const size_t end = read_.find('\n'); end != read_.npos) {
+      std::string line = read_.substr(0, end);
+      read_.erase(0, end + 1);
+      return line;
+    }
+    DWORD got = 0;
+    if (!ReadFile(child_.output.Get(), buffer.data(), buffer.size(), &got, nullptr)) return {};
+    read_.append(buffer.data(), got);
+  }
+}
+
+void BareCaller::HttpTraits::Close(Raw handle) { WinHttpCloseHandle(handle); }
+
+BareCaller::BareCaller(McpServer& server) {
+  const std::wstring url = Widen(server.url);
+  URL_COMPONENTS parts{};
+  parts.dwStructSize = sizeof(parts);
+  parts.dwHostNameLength = parts.dwUrlPathLength = static_cast<DWORD>(-1);  // point into the url
+  EndUnless(WinHttpCrackUrl(url.c_str(), 0, 0, &parts), "not a url: " + server.url);
+  path_.assign(parts.lpszUrlPath, parts.dwUrlPathLength);
+  headers_ = L"Content-Type: application/json\r\nAccept: application/json, text/event-stream\r\n" +
+             Widen("MCP-Protocol-Version: " + server.shared.protocolVersion + "\r\n" +
+                   "Mcp-Session-Id: " + server.shared.sessionId);
+  session_.Reset(WinHttpOpen(L"bare", WINHTTP_ACCESS_TYPE_NO_PROXY, nullptr, nullptr, 0));
+  const std::wstring host(parts.lpszHostName, parts.dwHostNameLength);
+  connection_.Reset(WinHttpConnect(session_.Get(), host.c_str(), parts.nPort, 0));
+}
+
+Times BareCaller::Call(const EchoCall& call, int count) {
+  Json message = Json::Object();
+  message.members.emplace_back("jsonrpc", "2.0");
+  message.members.emplace_back("method", "tools/call");
+  message.members.emplace_back("id", "bare");
+  message.members.emplace_back("params", EchoParams(call));
+  const std::string body = TextOf(message);
+  Times times;
+  for (int i = 0; i < count; ++i) {
+    const auto start = Clock::now();
+    const size_t bytes = Exchange(body);
+    times.push_back(MicrosecondsSince(start));
+    EndUnless(bytes > call.resultBytes, "the bare exchange has failed");
+  }
+  return times;
+}
+
+// The size of the response's body; 0 after a failure.
+size_t BareCaller::Exchange(const std::string& body) {
+  const HttpHandle request(
+      WinHttpOpenRequest(connection_.Get(), L"POST", path_.c_str(), nullptr, nullptr, nullptr, 0));
+  const auto size = static_cast<DWORD>(body.size());
+  if (!WinHttpSendRequest(request.Get(), headers_.c_str(), static_cast<DWORD>(-1),
+                          const_cast<char*>(body.data()), size, size, 0)) {
+    return 0;
+  }
+  if (!WinHttpReceiveResponse(request.Get(), nullptr)) return 0;
+  size_t total = 0;
+  std::vector<char> piece;
+  for (DWORD bytes = 0; WinHttpQueryDataAvailable(request.Get(), &bytes) && bytes > 0;) {
+    if (piece.size() < bytes) piece.resize(bytes);
+    if (!WinHttpReadData(request.Get(), piece.data(), bytes, &bytes)) return 0;
+    total += bytes;
+  }
+  return total;
+}
+
+}  // namespace wendra

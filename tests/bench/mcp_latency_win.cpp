@@ -1,0 +1,95 @@
+// Calls of one MCP server: the host's client beside the official SDK's and, for a remote server,
+// beside the bare exchange, in turn. Started by mcp_bench.mjs.
+//
+//   mcp_latency CALLS CONFIG MESSAGE:RESULT[,MESSAGE:RESULT...] PROGRAM [ARGUMENT...]
+//
+// CONFIG: a config.json with the server. MESSAGE, RESULT: bytes of the text that is sent and that
+// comes back; MESSAGE 0 stands for as much as RESULT. PROGRAM with its arguments: the SDK's client.
+#include <algorithm>
+#include <cstdio>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "tests/bench/mcp_callers_win.h"
+
+namespace wendra {
+namespace {
+
+constexpr int kBlocks = 10;
+constexpr int kWarmUpCalls = 30;
+
+struct Percentiles {
+  double p50;
+  double p99;
+};
+
+Percentiles PercentilesOf(Times times) {
+  std::sort(times.begin(), times.end());
+  return {times[times.size() / 2], times[times.size() * 99 / 100]};
+}
+
+struct Measured {
+  const char* name;
+  EchoCaller& caller;
+  Times times = {};
+};
+
+// In blocks, one caller's after the other's: whatever else the machine does disturbs all alike.
+void Measure(std::vector<Measured>& all, const EchoCall& call, int calls) {
+  for (Measured& one : all) (void)one.caller.Call(call, std::min(kWarmUpCalls, calls));
+  for (int block = 0; block < kBlocks; ++block) {
+    for (Measured& one : all) {
+      const Times times = one.caller.Call(call, std::max(1, calls / kBlocks));
+      one.times.insert(one.times.end(), times.begin(), times.end());
+    }
+  }
+}
+
+void Show(const std::vector<Measured>& all, const EchoCall& call) {
+  std::printf("%zu bytes there, %zu back, %zu calls each\n", call.messageBytes, call.resultBytes,
+              all[0].times.size());
+  const Percentiles host = PercentilesOf(all[0].times);
+  for (const Measured& one : all) {
+    const auto [p50, p99] = PercentilesOf(one.times);
+    std::printf("  %-6s p50 %9.0f us   p99 %9.0f us", one.name, p50, p99);
+    if (&one != &all[0]) std::printf("   host / %s %.2f, %.2f", one.name, host.p50 / p50, host.p99 / p99);
+    std::printf("\n");
+  }
+}
+
+std::vector<EchoCall> ReadCalls(const wchar_t* text) {
+  std::vector<EchoCall> calls;
+  wchar_t* at = const_cast<wchar_t*>(text);
+  while (*at) {
+    EchoCall call{};
+    call.messageBytes = std::wcstoul(at, &at, 10);
+    call.resultBytes = *at == L':' ? std::wcstoul(at + 1, &at, 10) : 0;
+    if (call.messageBytes == 0) call.messageBytes = call.resultBytes;
+    calls.push_back(call);
+    if (*at) ++at;
+  }
+  return calls;
+}
+
+}  // namespace
+
+int Main(int argc, wchar_t** argv) {
+  if (argc < 5) return 2;
+  const int calls = static_cast<int>(std::wcstol(argv[1], nullptr, 10));
+  HostCaller host(argv[2]);
+  OtherCaller sdk(argv[4], {argv + 5, argv + argc});
+  std::unique_ptr<BareCaller> bare;
+  if (host.Server().kind == TransportKind::kHttp) bare = std::make_unique<BareCaller>(host.Server());
+  for (const EchoCall& call : ReadCalls(argv[3])) {
+    std::vector<Measured> all = {{"host", host}, {"SDK", sdk}};
+    if (bare) all.push_back({"bare", *bare});
+    Measure(all, call, calls);
+    Show(all, call);
+  }
+  return 0;
+}
+
+}  // namespace wendra
+
+int wmain(int argc, wchar_t** argv) { return wendra::Main(argc, argv); }
