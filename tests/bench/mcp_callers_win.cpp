@@ -25,8 +25,7 @@ double MicrosecondsSince(Clock::time_point start) {
   return std::chrono::duration<double, std::micro>(Clock::now() - start).count();
 }
 
-void EndUnless(bool isGood, const std::string& what) {
-  if (isGood) return;
+[[noreturn]] void End(const std::string& what) {
   std::fprintf(stderr, "%s\n", what.c_str());
   std::_Exit(1);
 }
@@ -75,7 +74,7 @@ HostCaller::HostCaller(const std::wstring& configPath)
   client_.Start(window_.Handle());
   bool isInitialized = false;
   client_.Session().EnsureMcpInitialized(Server(), [&](const Json* failure) {
-    EndUnless(!failure, "the server cannot be called: " + (failure ? TextOf(*failure) : ""));
+    if (failure) End("the server cannot be called: " + TextOf(*failure));
     isInitialized = true;
   });
   MSG message;
@@ -92,7 +91,7 @@ Times HostCaller::Call(const EchoCall& call, int count) {
     const auto start = Clock::now();
     const Json reply = WaitForReply(std::move(copy));
     times.push_back(MicrosecondsSince(start));
-    EndUnless(ResultBytes(reply) == call.resultBytes, "the host got " + TextOf(reply));
+    if (ResultBytes(reply) != call.resultBytes) End("the host got " + TextOf(reply));
   }
   return times;
 }
@@ -128,8 +127,8 @@ void HostCaller::OnMessage(UINT message, WPARAM wparam, LPARAM lparam) {
 OtherCaller::OtherCaller(const std::wstring& program, const std::vector<std::wstring>& arguments)
     : child_(StartChild({.program = program,
                          .commandLine = *ChildCommandLine(program, arguments)})) {
-  EndUnless(child_.start == ChildStart::kStarted, "cannot start " + Narrow(program));
-  EndUnless(ReadLine() == "ready", "the other client does not become ready");
+  if (child_.start != ChildStart::kStarted) End("cannot start " + Narrow(program));
+  if (ReadLine() != "ready") End("the other client does not become ready: " + ReadError());
 }
 
 Times OtherCaller::Call(const EchoCall& call, int count) {
@@ -141,7 +140,7 @@ Times OtherCaller::Call(const EchoCall& call, int count) {
   std::istringstream answer(ReadLine());
   Times times;
   for (double time = 0; answer >> time;) times.push_back(time);
-  EndUnless(times.size() == static_cast<size_t>(count), "the other client has ended");
+  if (times.size() != static_cast<size_t>(count)) End("the other client failed: " + ReadError());
   return times;
 }
 
@@ -159,6 +158,14 @@ std::string OtherCaller::ReadLine() {
   }
 }
 
+// The beginning of what it complained of.
+std::string OtherCaller::ReadError() {
+  std::array<char, 4096> buffer;
+  DWORD got = 0;
+  (void)ReadFile(child_.error.Get(), buffer.data(), buffer.size(), &got, nullptr);
+  return {buffer.data(), got};
+}
+
 void BareCaller::HttpTraits::Close(Raw handle) { WinHttpCloseHandle(handle); }
 
 BareCaller::BareCaller(McpServer& server) {
@@ -166,7 +173,7 @@ BareCaller::BareCaller(McpServer& server) {
   URL_COMPONENTS parts{};
   parts.dwStructSize = sizeof(parts);
   parts.dwHostNameLength = parts.dwUrlPathLength = static_cast<DWORD>(-1);  // point into the url
-  EndUnless(WinHttpCrackUrl(url.c_str(), 0, 0, &parts), "not a url: " + server.url);
+  if (!WinHttpCrackUrl(url.c_str(), 0, 0, &parts)) End("not a url: " + server.url);
   path_.assign(parts.lpszUrlPath, parts.dwUrlPathLength);
   headers_ = L"Content-Type: application/json\r\nAccept: application/json, text/event-stream\r\n" +
              Widen("MCP-Protocol-Version: " + server.shared.protocolVersion + "\r\n" +
@@ -188,7 +195,7 @@ Times BareCaller::Call(const EchoCall& call, int count) {
     const auto start = Clock::now();
     const size_t bytes = Exchange(body);
     times.push_back(MicrosecondsSince(start));
-    EndUnless(bytes > call.resultBytes, "the bare exchange has failed");
+    if (bytes <= call.resultBytes) End("the bare exchange has failed");
   }
   return times;
 }

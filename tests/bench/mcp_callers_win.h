@@ -61,6 +61,7 @@ class OtherCaller : public EchoCaller {
 
  private:
   std::string ReadLine();
+  std::string ReadError();
 
   Child child_;
   std::string read_;  // beyond the last line

@@ -56,6 +56,7 @@ void Show(const std::vector<Measured>& all, const EchoCall& call) {
     if (&one != &all[0]) std::printf("   host / %s %.2f, %.2f", one.name, host.p50 / p50, host.p99 / p99);
     std::printf("\n");
   }
+  std::fflush(stdout);
 }
 
 std::vector<EchoCall> ReadCalls(const wchar_t* text) {

@@ -5,10 +5,17 @@
 //   node mcp_sdk_client.mjs PROGRAM ARGUMENT...          a local one, which it starts
 //
 // Lines in: CALLS MESSAGE_BYTES RESULT_BYTES
+import { Socket } from 'node:net';
 import { createInterface } from 'node:readline';
 import { Client } from '../e2e/node_modules/@modelcontextprotocol/sdk/dist/esm/client/index.js';
 import { StdioClientTransport } from '../e2e/node_modules/@modelcontextprotocol/sdk/dist/esm/client/stdio.js';
 import { StreamableHTTPClientTransport } from '../e2e/node_modules/@modelcontextprotocol/sdk/dist/esm/client/streamableHttp.js';
+
+// Wine does not know the option of TCP that this sets, and Node then does not connect at all. It
+// only concerns connections on which nothing is sent.
+Socket.prototype.setKeepAlive = function () {
+  return this;
+};
 
 const kLine = 'A line of text, with "quotes" in it, such as a tool may return.\n'; // 64 bytes
 
