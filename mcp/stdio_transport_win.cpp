@@ -13,6 +13,9 @@ namespace wendra {
 namespace {
 
 constexpr size_t kOutputReadBytes = 4096;
+// After a read that was filled, since more is waiting then: what a read costs hardly grows with its
+// size, and a long answer in short reads arrived at half the speed.
+constexpr size_t kLongOutputReadBytes = 65'536;
 constexpr size_t kErrorReadBytes = 2048;
 constexpr size_t kMaxUnfinishedLineBytes = 1'048'576;  // a longer message is lost, not buffered
 
@@ -86,9 +89,11 @@ void StdioTransport::ReadOutput(std::unique_ptr<OutputJob> job) {
                        std::make_unique<std::string>(std::move(line)));
   };
   LineSplitter splitter(kMaxUnfinishedLineBytes);
-  char buffer[kOutputReadBytes];
-  while (const size_t bytes = ReadSome(*job->end, buffer, sizeof(buffer))) {
+  char buffer[kLongOutputReadBytes];
+  size_t room = kOutputReadBytes;
+  while (const size_t bytes = ReadSome(*job->end, buffer, room)) {
     for (std::string& line : splitter.Feed({buffer, bytes})) post(std::move(line));
+    room = bytes < room ? kOutputReadBytes : kLongOutputReadBytes;
   }
   if (std::string rest = splitter.Finish(); !rest.empty()) post(std::move(rest));
   (void)Deliver(job->window, kMcpClosedMessage, job->server);
