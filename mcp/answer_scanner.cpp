@@ -2,12 +2,12 @@
 
 #include <algorithm>
 
+#include "json/text_scan.h"
+
 namespace wendra {
 namespace {
 
 constexpr size_t kMaxWordBytes = 16;  // longer than every key and id that matters
-
-bool IsBlank(char byte) { return byte == ' ' || byte == '\t' || byte == '\r' || byte == '\n'; }
 
 }  // namespace
 
@@ -24,20 +24,19 @@ void AnswerScanner::Feed(std::string_view bytes) {
 
 // How many bytes belong to the string that has begun, its end included.
 size_t AnswerScanner::SkipString(std::string_view bytes) {
-  size_t at = 0;
-  while (at < bytes.size()) {
-    const char byte = bytes[at++];
-    if (isEscaped_) {
-      isEscaped_ = false;
-    } else if (byte == '\\') {
-      isEscaped_ = true;
-    } else if (byte == '"') {
-      isInString_ = false;
-      break;
-    }
+  const char* const begin = bytes.data();
+  const char* const end = begin + bytes.size();
+  const char* at = begin;
+  while (at != end && isInString_) {
+    if (!isEscaped_) at = FindEndOfPlainText(at, end);
+    if (at == end) break;
+    isInString_ = isEscaped_ || *at != '"';
+    isEscaped_ = !isEscaped_ && *at == '\\';
+    ++at;
   }
-  if (KeepsWord()) Keep(bytes.substr(0, isInString_ ? at : at - 1));
-  return at;
+  const auto size = static_cast<size_t>(at - begin);
+  if (KeepsWord()) Keep(bytes.substr(0, isInString_ ? size : size - 1));
+  return size;
 }
 
 void AnswerScanner::See(char byte) {

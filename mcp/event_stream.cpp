@@ -1,5 +1,7 @@
 #include "mcp/event_stream.h"
 
+#include <utility>
+
 #include "base/ascii.h"
 
 namespace wendra {
@@ -8,13 +10,22 @@ namespace {
 constexpr std::string_view kData = "data:";
 constexpr std::string_view kId = "id:";
 
-void AddField(std::string_view line, std::vector<EventField>& fields) {
+// What follows the field's name, in the memory of the line: messages can be long.
+std::string ValueOf(std::string line, std::string_view name) {
+  const std::string_view value = TrimBlanks(std::string_view(line).substr(name.size()));
+  if (value.empty()) return {};
+  const auto start = static_cast<size_t>(value.data() - line.data());
+  line.resize(start + value.size());
+  line.erase(0, start);
+  return line;
+}
+
+void AddField(std::string line, std::vector<EventField>& fields) {
   if (line.starts_with(kData)) {
-    const std::string_view message = TrimBlanks(line.substr(kData.size()));
-    if (!message.empty()) fields.push_back({EventField::Kind::kMessage, std::string(message)});
+    std::string message = ValueOf(std::move(line), kData);
+    if (!message.empty()) fields.push_back({EventField::Kind::kMessage, std::move(message)});
   } else if (line.starts_with(kId)) {
-    const std::string_view id = TrimBlanks(line.substr(kId.size()));
-    fields.push_back({EventField::Kind::kEventId, std::string(id)});
+    fields.push_back({EventField::Kind::kEventId, ValueOf(std::move(line), kId)});
   }
 }
 
@@ -22,7 +33,7 @@ void AddField(std::string_view line, std::vector<EventField>& fields) {
 
 std::vector<EventField> EventStream::Feed(std::string_view bytes) {
   std::vector<EventField> fields;
-  for (const std::string& line : lines_.Feed(bytes)) AddField(line, fields);
+  for (std::string& line : lines_.Feed(bytes)) AddField(std::move(line), fields);
   return fields;
 }
 

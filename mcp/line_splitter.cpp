@@ -17,17 +17,14 @@ std::vector<std::string> LineSplitter::Feed(std::string_view bytes) {
 
 std::string LineSplitter::Finish() {
   isTooLong_ = false;
-  return std::exchange(pending_, {});
+  return pending_.Take();
 }
 
 void LineSplitter::Keep(std::string_view piece) {
   if (isTooLong_) return;
-  if (piece.size() <= maxPendingBytes_ - pending_.size()) {
-    pending_ += piece;
-    return;
-  }
+  if (piece.size() <= maxPendingBytes_ - pending_.Text().size()) return pending_.Append(piece);
   isTooLong_ = true;
-  pending_ = std::string();  // gives its memory back
+  pending_.Drop();
 }
 
 }  // namespace wendra

@@ -6,6 +6,8 @@
 #include <string_view>
 #include <vector>
 
+#include "mcp/long_text.h"
+
 namespace wendra {
 
 // The same bytes give the same lines, however they are cut into pieces. Time linear in the bytes;
@@ -13,7 +15,8 @@ namespace wendra {
 class LineSplitter {
  public:
   // A line longer than `maxPendingBytes` is lost, all of it, up to its line feed.
-  explicit LineSplitter(size_t maxPendingBytes) : maxPendingBytes_(maxPendingBytes) {}
+  explicit LineSplitter(size_t maxPendingBytes)
+      : maxPendingBytes_(maxPendingBytes), pending_(maxPendingBytes) {}
 
   // The lines that `bytes` completes, without their line feeds. Empty lines are left out; a
   // carriage return stays.
@@ -26,7 +29,7 @@ class LineSplitter {
   void Keep(std::string_view piece);
 
   const size_t maxPendingBytes_;
-  std::string pending_;
+  LongText pending_;
   bool isTooLong_ = false;  // the pending line has been dropped; its rest is still to come
 };
 

@@ -21,12 +21,12 @@ ResponseBody::ResponseBody(std::string_view contentType, std::string_view reques
 std::vector<std::string> ResponseBody::Feed(std::string_view bytes) {
   bytes_ += bytes.size();
   if (isEventStream_) return FeedEvents(bytes);
-  text_ += bytes;
+  text_.Append(bytes);
   scanner_.Feed(bytes);
   if (FindDataLine()) {
     isEventStream_ = true;
     isAnswered_ = false;  // what comes before the first such line is no message
-    return FeedEvents(std::exchange(text_, {}).substr(lineStart_));
+    return FeedEvents(std::string_view(text_.Take()).substr(lineStart_));
   }
   isAnswered_ = scanner_.IsAnswer();
   return {};
@@ -34,8 +34,9 @@ std::vector<std::string> ResponseBody::Feed(std::string_view bytes) {
 
 std::vector<std::string> ResponseBody::Finish() {
   if (isEventStream_) return Messages(events_.Finish());
-  if (TrimBlanks(text_).empty()) return {};
-  return {std::exchange(text_, {})};
+  std::vector<std::string> messages;
+  if (!TrimBlanks(text_.Text()).empty()) messages.push_back(text_.Take());
+  return messages;
 }
 
 std::vector<std::string> ResponseBody::FeedEvents(std::string_view bytes) {
@@ -56,10 +57,11 @@ std::vector<std::string> ResponseBody::Messages(std::vector<EventField> fields) 
 
 // Whether the last line begins with "data:", or any before it that has not been looked at.
 bool ResponseBody::FindDataLine() {
-  while (!std::string_view(text_).substr(lineStart_).starts_with("data:")) {
-    const size_t end = text_.find('\n', std::max(lineStart_, searched_));
-    searched_ = text_.size();
-    if (end == text_.npos) return false;
+  const std::string_view text = text_.Text();
+  while (!text.substr(lineStart_).starts_with("data:")) {
+    const size_t end = text.find('\n', std::max(lineStart_, searched_));
+    searched_ = text.size();
+    if (end == text.npos) return false;
     lineStart_ = end + 1;
     searched_ = lineStart_;
   }

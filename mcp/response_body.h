@@ -8,6 +8,7 @@
 
 #include "mcp/answer_scanner.h"
 #include "mcp/event_stream.h"
+#include "mcp/long_text.h"
 
 namespace wendra {
 
@@ -47,7 +48,7 @@ class ResponseBody {
   EventStream events_{kMaxBytes};
 
   // Of a body that is no event stream so far:
-  std::string text_;
+  LongText text_{kMaxBytes};
   size_t lineStart_ = 0;  // of the last line, which is not whole
   size_t searched_ = 0;   // no line ends between there and here
   AnswerScanner scanner_;
