@@ -1,0 +1,49 @@
+// Starts the Windows programs of the MCP benchmarks.
+import { spawn } from 'node:child_process';
+import { mkdtemp, rm, writeFile } from 'node:fs/promises';
+import { tmpdir } from 'node:os';
+import { dirname, join } from 'node:path';
+import { fileURLToPath } from 'node:url';
+import { windowsPath } from '../../tools/wine/prefix.mjs';
+import { kNode } from '../e2e/support/mcp_servers.mjs';
+
+const kFolder = dirname(fileURLToPath(import.meta.url));
+const kRoot = join(kFolder, '../..');
+
+export const windowsScript = (name) => windowsPath(join(kFolder, name));
+
+// An entry of config.json: the echo server on Windows Node. It answers the list after `listMs`.
+export const localServer = (listMs = 0) => ({
+  command: kNode,
+  args: [windowsScript('mcp_echo_server.mjs'), String(listMs)],
+});
+
+// Runs a program with a config.json of these servers to its end: what it printed, which is shown as
+// it comes unless `silent`. `args` is called with the Windows path of the config.json.
+export async function runWithServers(program, servers, args, { silent = false } = {}) {
+  const profile = await mkdtemp(join(tmpdir(), 'wendra-bench-'));
+  const config = join(profile, 'config.json');
+  await writeFile(config, JSON.stringify({ mcpServers: servers }));
+  const child = spawn(
+    join(kRoot, 'tools/launch'),
+    ['--profile', profile, '--', ...args(windowsPath(config))],
+    {
+      stdio: ['ignore', 'pipe', 'inherit'],
+      env: {
+        ...process.env,
+        DISPLAY: '',
+        WENDRA_DEV_NO_RUNTIME: '1',
+        WENDRA_DEV_HOST: join(kRoot, 'build/windows/bin/bench', program),
+      },
+    },
+  );
+  let output = '';
+  child.stdout.setEncoding('utf8').on('data', (text) => {
+    output += text;
+    if (!silent) process.stdout.write(text);
+  });
+  const code = await new Promise((resolve) => child.on('close', resolve));
+  await rm(profile, { recursive: true, force: true });
+  if (code !== 0) throw new Error(`${program} ended with ${code}`);
+  return output;
+}
