@@ -44,6 +44,7 @@ bool DeliverBody(HttpPost& post, LinkedExchange& exchange) {
     const size_t bytes = std::min(exchange->WaitForPiece(), body.Room());
     const std::string_view piece = bytes ? exchange->ReadPiece(bytes) : std::string_view();
     if (piece.empty()) break;
+    exchange->AskForPiece();
     for (std::string& message : body.Feed(piece)) post.link->Deliver(std::move(message));
   }
   for (std::string& message : body.Finish()) post.link->Deliver(std::move(message));

@@ -9,11 +9,14 @@ namespace wendra {
 
 MessageWriter::MessageWriter(KernelHandle pipe) : queue_(std::make_shared<Queue>()) {
   queue_->pipe = std::move(pipe);
-  auto job = std::make_unique<Job>(queue_);
-  if (!StartThread<Run>(job)) Stop();  // no thread to be had: the child sees the end of its input
 }
 
 void MessageWriter::Write(std::string bytes) {
+  if (!isStarted_) {
+    isStarted_ = true;
+    auto job = std::make_unique<Job>(queue_);
+    if (!StartThread<Run>(job)) Stop();  // no thread to be had: the child sees the end of its input
+  }
   const std::lock_guard<Lock> lock(queue_->lock);
   if (queue_->isStopped) return;
   queue_->waiting.push_back(std::move(bytes));

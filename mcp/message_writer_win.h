@@ -11,7 +11,8 @@
 namespace wendra {
 
 // A thread of its own with a queue: the pipe holds 4 KiB, and a child that does not read must not
-// stop the window. UI thread only.
+// stop the window. The thread starts with the first message, for what starts a server holds up the
+// window. UI thread only.
 class MessageWriter {
  public:
   // Takes the write end of the pipe.
@@ -42,6 +43,7 @@ class MessageWriter {
   static void Run(std::unique_ptr<Job> job);
 
   const Job queue_;
+  bool isStarted_ = false;  // the thread has been, or could not be
 };
 
 }  // namespace wendra

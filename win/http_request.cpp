@@ -2,6 +2,7 @@
 
 #include <array>
 #include <iterator>
+#include <utility>
 
 #include "win/unique.h"
 #include "win/wide.h"
@@ -96,12 +97,20 @@ struct HttpExchange::Operation {
   // Runs `start`, which is to begin an operation, and waits for its end.
   template <typename Start>
   bool Run(Start start) {
+    return Begin(start) && Wait();
+  }
+
+  // The same in two steps. False: nothing has begun that could end.
+  template <typename Start>
+  bool Begin(Start start) {
     {
       const Locked locked(*this);
       if (isAborted) return false;
       isDone = false;
     }
-    if (!start()) return false;  // then nothing has begun that could end
+    return start();
+  }
+  bool Wait() {
     const Locked locked(*this);
     while (!isDone && !isAborted) SleepConditionVariableSRW(&ended, &lock, INFINITE, 0);
     return isDone && isSuccess && !isAborted;
@@ -296,9 +305,15 @@ std::optional<std::string> HttpExchange::ResponseHeader(const wchar_t* name) con
   return Narrow(*text);
 }
 
-size_t HttpExchange::WaitForPiece() {
+void HttpExchange::AskForPiece() {
   const auto query = [&] { return WinHttpQueryDataAvailable(connection_->Request(), nullptr); };
-  return operation_->Run(query) ? operation_->bytes : 0;
+  isAsked_ = operation_->Begin(query);
+}
+
+size_t HttpExchange::WaitForPiece() {
+  if (!isAsked_) AskForPiece();
+  if (!std::exchange(isAsked_, false)) return 0;
+  return operation_->Wait() ? operation_->bytes : 0;
 }
 
 std::string_view HttpExchange::ReadPiece(size_t bytes) {

@@ -69,6 +69,10 @@ class HttpExchange {
   // at the end, after a failure and after Abort.
   size_t WaitForPiece();
 
+  // Asks for the next piece without waiting, so that it comes while the last one is looked at.
+  // Before a WaitForPiece, which then only waits.
+  void AskForPiece();
+
   // Reads `bytes` bytes of the piece that has been waited for; "" when that fails. Valid until the
   // next call of this object.
   std::string_view ReadPiece(size_t bytes);
@@ -83,6 +87,7 @@ class HttpExchange {
 
   std::shared_ptr<Operation> operation_;  // also held by WinHTTP, until it lets go of the request
   std::unique_ptr<Connection> connection_;
+  bool isAsked_ = false;  // for a piece that nobody has waited for
 };
 
 }  // namespace wendra

@@ -125,8 +125,8 @@ void HostCaller::OnMessage(UINT message, WPARAM wparam, LPARAM lparam) {
 }
 
 OtherCaller::OtherCaller(const std::wstring& program, const std::vector<std::wstring>& arguments)
-    : child_(StartChild({.program = program,
-                         .commandLine = *ChildCommandLine(program, arguments)})) {
+    : child_(
+          StartChild({.program = program, .commandLine = *ChildCommandLine(program, arguments)})) {
   if (child_.start != ChildStart::kStarted) End("cannot start " + Narrow(program));
   if (ReadLine() != "ready") End("the other client does not become ready: " + ReadError());
 }

@@ -53,7 +53,8 @@ void Show(const std::vector<Measured>& all, const EchoCall& call) {
   for (const Measured& one : all) {
     const auto [p50, p99] = PercentilesOf(one.times);
     std::printf("  %-6s p50 %9.0f us   p99 %9.0f us", one.name, p50, p99);
-    if (&one != &all[0]) std::printf("   host / %s %.2f, %.2f", one.name, host.p50 / p50, host.p99 / p99);
+    if (&one != &all[0])
+      std::printf("   host / %s %.2f, %.2f", one.name, host.p50 / p50, host.p99 / p99);
     std::printf("\n");
   }
   std::fflush(stdout);
@@ -81,7 +82,8 @@ int Main(int argc, wchar_t** argv) {
   HostCaller host(argv[2]);
   OtherCaller sdk(argv[4], {argv + 5, argv + argc});
   std::unique_ptr<BareCaller> bare;
-  if (host.Server().kind == TransportKind::kHttp) bare = std::make_unique<BareCaller>(host.Server());
+  if (host.Server().kind == TransportKind::kHttp)
+    bare = std::make_unique<BareCaller>(host.Server());
   for (const EchoCall& call : ReadCalls(argv[3])) {
     std::vector<Measured> all = {{"host", host}, {"SDK", sdk}};
     if (bare) all.push_back({"bare", *bare});

@@ -18,6 +18,12 @@ export const localServer = (listMs = 0) => ({
   args: [windowsScript('mcp_echo_server.mjs'), String(listMs)],
 });
 
+// One that is ready as soon as it has been started.
+export const lightServer = {
+  command: windowsPath(join(kRoot, 'build/windows/bin/mcp_child.exe')),
+  args: ['list', 'answer'],
+};
+
 // Runs a program with a config.json of these servers to its end: what it printed, which is shown as
 // it comes unless `silent`. `args` is called with the Windows path of the config.json.
 export async function runWithServers(program, servers, args, { silent = false } = {}) {
