@@ -1,7 +1,9 @@
 #include "win/http_request.h"
 
 #include <atomic>
+#include <chrono>
 #include <functional>
+#include <future>
 #include <string>
 #include <thread>
 #include <vector>
@@ -31,12 +33,23 @@ std::string ReadBody(HttpExchange& exchange) {
   return body;
 }
 
+// The same, each piece asked for while the one before is looked at.
+std::string ReadBodyAhead(HttpExchange& exchange) {
+  std::string body;
+  while (const size_t bytes = exchange.WaitForPiece()) {
+    const std::string_view piece = exchange.ReadPiece(bytes);
+    exchange.AskForPiece();
+    body += piece;
+  }
+  return body;
+}
+
 // What comes back, as one text: the status or why there is none, then the body.
-std::string Exchanged(HttpRequest request) {
+std::string Exchanged(HttpRequest request, std::string (*readBody)(HttpExchange&) = ReadBody) {
   HttpExchange exchange;
   const auto status = exchange.Send(std::move(request));
   if (!status) return status.Error();
-  return std::to_string(status.Value()) + " " + ReadBody(exchange);
+  return std::to_string(status.Value()) + " " + readBody(exchange);
 }
 
 HttpTestServer::Handler Answering(std::string statusLine, std::string headers = {},
@@ -105,6 +118,7 @@ TEST(HttpRequest, ReadsABodyHoweverItIsFramed) {
     HttpTestServer server(
         [&](const HttpTestRequest&, HttpTestConnection& connection) { connection.Send(c.answer); });
     EXPECT_EQ(Exchanged(Request(server.Url())), c.want) << c.why;
+    EXPECT_EQ(Exchanged(Request(server.Url()), ReadBodyAhead), c.want) << c.why;
   }
 }
 
@@ -306,6 +320,22 @@ TEST(HttpExchange, StopsWaitingForTheBodyAtOnce) {
   exchange.Abort();
   worker.join();
   EXPECT_EQ(body, "abc");
+}
+
+TEST(HttpExchange, LeavesTheServerAlsoWhenItHasAskedForMore) {
+  std::promise<void> left;
+  HttpTestServer server([&](const HttpTestRequest&, HttpTestConnection& connection) {
+    connection.Send(kOpenStream);
+    connection.WaitForClose();
+    left.set_value();
+  });
+  {
+    HttpExchange exchange;
+    ASSERT_TRUE(static_cast<bool>(exchange.Send(Request(server.Url()))));
+    EXPECT_EQ(exchange.ReadPiece(exchange.WaitForPiece()), "abc");
+    exchange.AskForPiece();
+  }
+  EXPECT_EQ(left.get_future().wait_for(std::chrono::seconds(20)), std::future_status::ready);
 }
 
 TEST(HttpExchange, DoesNothingAfterAnAbort) {

@@ -1,0 +1,47 @@
+#include "mcp/long_text.h"
+
+#include <string>
+
+#include <gtest/gtest.h>
+
+namespace wendra {
+namespace {
+
+constexpr size_t kMaxBytes = 8'388'608;
+constexpr size_t kPieceBytes = 1000;
+
+std::string TakenAfter(size_t pieces) {
+  LongText text(kMaxBytes);
+  for (size_t i = 0; i < pieces; ++i) text.Append(std::string(kPieceBytes, 'x'));
+  return text.Take();
+}
+
+TEST(LongText, IsItsPiecesInOrder) {
+  LongText text(kMaxBytes);
+  for (const char* piece : {"a", "", "bc", "d"}) text.Append(piece);
+  EXPECT_EQ(text.Text(), "abcd");
+  EXPECT_EQ(text.Take(), "abcd");
+  EXPECT_EQ(text.Text(), "");
+  text.Append("e");
+  text.Drop();
+  EXPECT_EQ(text.Take(), "");
+}
+
+TEST(LongText, KeepsItsPlaceOnceItIsLong) {
+  LongText text(kMaxBytes);
+  text.Append(std::string(300'000, 'x'));
+  const char* const place = text.Text().data();
+  while (text.Text().size() + kPieceBytes <= kMaxBytes) text.Append(std::string(kPieceBytes, 'y'));
+  EXPECT_EQ(text.Text().data(), place);
+}
+
+TEST(LongText, HandsOverAtMostAsMuchUnusedMemoryAsUsed) {
+  for (const size_t pieces : {1u, 100u, 262u, 263u, 1000u, 4000u, 4195u, 8388u}) {
+    const std::string text = TakenAfter(pieces);
+    EXPECT_EQ(text.size(), pieces * kPieceBytes);
+    EXPECT_LE(text.capacity(), 2 * text.size() + 1) << pieces;
+  }
+}
+
+}  // namespace
+}  // namespace wendra
