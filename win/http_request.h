@@ -70,7 +70,8 @@ class HttpExchange {
   size_t WaitForPiece();
 
   // Asks for the next piece without waiting, so that it comes while the last one is looked at.
-  // Before a WaitForPiece, which then only waits.
+  // Before a WaitForPiece, which then only waits. Only while more is sure to come: Wine keeps a
+  // connection on which somebody has asked in vain until the time for receiving is over.
   void AskForPiece();
 
   // Reads `bytes` bytes of the piece that has been waited for; "" when that fails. Valid until the

@@ -1,9 +1,7 @@
 #include "win/http_request.h"
 
 #include <atomic>
-#include <chrono>
 #include <functional>
-#include <future>
 #include <string>
 #include <thread>
 #include <vector>
@@ -320,22 +318,6 @@ TEST(HttpExchange, StopsWaitingForTheBodyAtOnce) {
   exchange.Abort();
   worker.join();
   EXPECT_EQ(body, "abc");
-}
-
-TEST(HttpExchange, LeavesTheServerAlsoWhenItHasAskedForMore) {
-  std::promise<void> left;
-  HttpTestServer server([&](const HttpTestRequest&, HttpTestConnection& connection) {
-    connection.Send(kOpenStream);
-    connection.WaitForClose();
-    left.set_value();
-  });
-  {
-    HttpExchange exchange;
-    ASSERT_TRUE(static_cast<bool>(exchange.Send(Request(server.Url()))));
-    EXPECT_EQ(exchange.ReadPiece(exchange.WaitForPiece()), "abc");
-    exchange.AskForPiece();
-  }
-  EXPECT_EQ(left.get_future().wait_for(std::chrono::seconds(20)), std::future_status::ready);
 }
 
 TEST(HttpExchange, DoesNothingAfterAnAbort) {
