@@ -25,8 +25,8 @@ void CreateParents(const std::wstring& path) {
   (void)SHCreateDirectoryExW(nullptr, path.substr(0, separator).c_str(), nullptr);
 }
 
-// An action that reads args[0] as a path and answers with the content as `encode` gives it, which
-// takes the bytes over: they need not live on beside the reply.
+// An action that reads args[0] as a path and answers with the content after `encode`, which works
+// in place: the file's bytes do not live on beside the reply.
 template <typename Encode>
 Action ReadingAction(const char* name, Replies& replies, Encode encode) {
   const std::string usage = std::string(name) + " expects [path]";
@@ -35,8 +35,8 @@ Action ReadingAction(const char* name, Replies& replies, Encode encode) {
             if (path.empty()) return replies.Fail(reqId, usage);
             Outcome<std::string> content = ReadFileForPage(path);
             if (!content) return replies.Fail(reqId, content.Error());
-            std::string text = encode(std::move(content.Value()));
-            replies.Succeed(reqId, Json(std::move(text)));
+            encode(content.Value());
+            replies.Succeed(reqId, Json(std::move(content.Value())));
           }};
 }
 
@@ -69,12 +69,12 @@ Outcome<std::monostate> WriteFileForPage(std::string_view path, std::string_view
 }
 
 Action ReadFileAction(Replies& replies) {
-  return ReadingAction("readFile", replies, [](std::string bytes) { return bytes; });
+  return ReadingAction("readFile", replies, [](std::string&) {});
 }
 
 Action ReadFileBase64Action(Replies& replies) {
   return ReadingAction("readFileBase64", replies,
-                       [](std::string bytes) { return EncodeBase64(bytes); });
+                       [](std::string& bytes) { bytes = EncodeBase64(bytes); });
 }
 
 Action WriteFileAction(Replies& replies) {

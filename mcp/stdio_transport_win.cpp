@@ -23,6 +23,7 @@ constexpr size_t kMaxUnfinishedLineBytes = 1'048'576;  // a longer message is lo
 
 struct StdioTransport::OutputJob {
   std::shared_ptr<PipeEnd> end;
+  std::shared_ptr<Backlog> backlog;
   WPARAM server;  // only named in messages, never looked into
   HWND window;
 };
@@ -39,11 +40,12 @@ StdioTransport::StdioTransport(const McpServer& server, ServerProcess process, H
       process_(std::move(process.process)),
       writer_(std::move(process.input)),
       output_(std::make_shared<PipeEnd>()),
-      error_(std::make_shared<PipeEnd>()) {
+      error_(std::make_shared<PipeEnd>()),
+      backlog_(std::make_shared<Backlog>()) {
   output_->pipe = std::move(process.output);
   error_->pipe = std::move(process.error);
-  auto outputJob =
-      std::unique_ptr<OutputJob>(new OutputJob{output_, reinterpret_cast<WPARAM>(&server), window});
+  auto outputJob = std::unique_ptr<OutputJob>(
+      new OutputJob{output_, backlog_, reinterpret_cast<WPARAM>(&server), window});
   auto errorJob = std::unique_ptr<ErrorJob>(new ErrorJob{error_, server.name, log});
   // Without a thread the server does not answer, and each request says so after its time.
   (void)StartThread<ReadOutput>(outputJob);
@@ -64,6 +66,7 @@ void StdioTransport::Stop() {
   }
   StopReading(output_);
   StopReading(error_);
+  backlog_->Close();
   job_.Reset();
 }
 
@@ -85,6 +88,7 @@ size_t StdioTransport::ReadSome(PipeEnd& end, char* buffer, size_t bytes) {
 
 void StdioTransport::ReadOutput(std::unique_ptr<OutputJob> job) {
   const auto post = [&](std::string line) {
+    if (!job->backlog->Enter()) return;
     (void)DeliverOwned(job->window, kMcpMessage, job->server,
                        std::make_unique<std::string>(std::move(line)));
   };

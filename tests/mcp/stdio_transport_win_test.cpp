@@ -10,6 +10,7 @@
 
 #include <gtest/gtest.h>
 
+#include "mcp/backlog_win.h"
 #include "tests/support/scratch_folder_win.h"
 #include "tests/support/test_window_win.h"
 #include "win/child_process.h"
@@ -65,6 +66,7 @@ class StdioServer : public testing::Test {
           if (message == kMcpMessage) {
             received_.push_back(*TakeOwned<std::string>(lparam));
             EXPECT_EQ(wparam, reinterpret_cast<WPARAM>(&server_));
+            if (isHandling_) server_.transport->OnHandled();
           }
           if (message == kMcpClosedMessage) ++closed_;
         }) {
@@ -106,6 +108,7 @@ class StdioServer : public testing::Test {
   McpServer server_;
   SharedLog log_;
   std::vector<std::string> received_;
+  bool isHandling_ = true;  // as a window does that has nothing else to do
   int closed_ = 0;
   const TestWindow window_;
 };
@@ -156,13 +159,39 @@ TEST_F(StdioServer, WritesOneLineAMessageInOrder) {
 TEST_F(StdioServer, DropsALineOfMoreThanAMebibyte) {
   constexpr size_t kMebibyte = 1'048'576;
   Start({"echo"});
-  // The child's output comes in pieces of 4,096 bytes, so that a line is seen unfinished at each.
   server_.transport->Send({std::string(kMebibyte, 'a'), "", {}});
-  server_.transport->Send({std::string(kMebibyte + 4096, 'b'), "", {}});
+  server_.transport->Send({std::string(kMebibyte + 1, 'b'), "", {}});
   server_.transport->Send({"after", "", {}});
   WaitUntil([this] { return !received_.empty() && received_.back() == "after"; });
-  EXPECT_EQ(received_.front(), std::string(kMebibyte, 'a'));
-  for (const std::string& line : received_) EXPECT_LE(line.size(), kMebibyte);
+  ASSERT_EQ(received_.size(), 2u);
+  EXPECT_TRUE(received_[0] == std::string(kMebibyte, 'a'));
+}
+
+TEST_F(StdioServer, HoldsUpAChildThatSpeaksFasterThanItIsHeard) {
+  constexpr size_t kSpoken = 3 * Backlog::kMostMessages;
+  std::string spoken;
+  for (size_t i = 0; i < kSpoken; ++i) spoken += "780a";
+  isHandling_ = false;
+  Start({"bytes", spoken});
+  WaitUntil([this] { return received_.size() == Backlog::kMostMessages; });
+  server_.transport->OnHandled();
+  WaitUntil([this] { return received_.size() == Backlog::kMostMessages + 1; });
+  EXPECT_EQ(closed_, 0);
+  isHandling_ = true;
+  for (int i = 0; i <= Backlog::kMostMessages; ++i) server_.transport->OnHandled();
+  WaitForEnd();
+  EXPECT_EQ(received_.size(), kSpoken);
+}
+
+TEST_F(StdioServer, EndsTheHoldUpWhenItIsStopped) {
+  std::string spoken;
+  for (int i = 0; i < 2 * Backlog::kMostMessages; ++i) spoken += "780a";
+  isHandling_ = false;
+  Start({"bytes", spoken});
+  WaitUntil([this] { return received_.size() == Backlog::kMostMessages; });
+  server_.transport->Stop();
+  WaitForEnd();
+  EXPECT_EQ(received_.size(), size_t{Backlog::kMostMessages});
 }
 
 TEST_F(StdioServer, DoesNotWaitForAChildThatDoesNotRead) {
