@@ -1,36 +1,44 @@
-// Holds up a server that speaks faster than it is heard, before its messages fill the window's
-// queue: whatever comes behind them there, a click on the close button among it, would have to wait
-// for all of them.
+// How much of what a server has said the window is not yet through with.
 #pragma once
+
+#include <cstddef>
+#include <string>
 
 #include "win/lock.h"
 
+#include <windows.h>
+
 namespace wendra {
 
-// The messages of one server that were posted and not handled yet. Any thread.
+// Holds up a server that speaks faster than the window can take it: the system gives the window its
+// keyboard, its painting and the wish to close only after what has been posted before.
 class Backlog {
  public:
-  static constexpr int kMostMessages = 64;  // a window that is busy with them is so for no second
-
   Backlog() = default;
   Backlog(const Backlog&) = delete;
   Backlog& operator=(const Backlog&) = delete;
 
-  // Waits until there is room, and counts one message more. False: there is to be none. Worker
-  // threads only.
-  bool Enter();
+  // Posts one message of the server `server` names to `window`, as kMcpMessage, after Add. Nothing
+  // after a stop.
+  void Deliver(HWND window, WPARAM server, std::string message);
 
-  // One of them has been handled.
-  void Leave();
+  // Worker threads only, before a message of so many bytes is posted. Beyond 256 KiB under way,
+  // each message counted with 4 KiB for itself, waits until the window is through with all of it,
+  // which also leaves a gap for the window's other messages. False after a stop: it is not to be
+  // posted.
+  bool Add(size_t bytes);
 
-  // Ends all waiting, now and later.
-  void Close();
+  // Whoever has handled such a message, or could not post it.
+  void Remove(size_t bytes);
+
+  // Wakes whoever waits, for good.
+  void Stop();
 
  private:
   Lock lock_;
   Condition changed_;
-  int messages_ = 0;
-  bool isClosed_ = false;
+  size_t underWayBytes_ = 0;
+  bool isStopped_ = false;
 };
 
 }  // namespace wendra

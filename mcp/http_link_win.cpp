@@ -50,9 +50,7 @@ bool HttpLink::ForgetSession(const Session& session) {
 }
 
 void HttpLink::Deliver(std::string message) {
-  if (!backlog_.Enter()) return;
-  (void)DeliverOwned(window_, kMcpMessage, reinterpret_cast<WPARAM>(&server_),
-                     std::make_unique<std::string>(std::move(message)));
+  backlog_.Deliver(window_, reinterpret_cast<WPARAM>(&server_), std::move(message));
 }
 
 void HttpLink::DeliverPosted(HttpPosted posted) const {
@@ -65,7 +63,7 @@ void HttpLink::Stop() {
   isStopped_ = true;
   for (HttpExchange* exchange : exchanges_) exchange->Abort();
   changed_.WakeAll();
-  backlog_.Close();
+  backlog_.Stop();
 }
 
 bool HttpLink::IsStopped() const {

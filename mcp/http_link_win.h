@@ -52,7 +52,7 @@ class HttpLink {
   void DeliverPosted(HttpPosted posted) const;  // also when it is stopped
 
   // The window has handled a message that was delivered.
-  void OnHandled() { backlog_.Leave(); }
+  void OnHandled(size_t bytes) { backlog_.Remove(bytes); }
 
   // Ends every exchange and all waiting, now and later.
   void Stop();

@@ -36,8 +36,8 @@ void HttpTransport::Send(OutgoingMessage message) {
   if (post->onSent) post->onSent();
 }
 
-void HttpTransport::OnHandled() {
-  if (link_) link_->OnHandled();
+void HttpTransport::OnHandled(size_t bytes) {
+  if (link_) link_->OnHandled(bytes);
 }
 
 void HttpTransport::OnInitialized() {

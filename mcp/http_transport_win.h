@@ -24,7 +24,7 @@ class HttpTransport : public Transport {
   HttpTransport& operator=(const HttpTransport&) = delete;
 
   void Send(OutgoingMessage message) override;
-  void OnHandled() override;
+  void OnHandled(size_t bytes) override;
   void OnInitialized() override;
 
   // In this order: tells the server that the session is over, if there is one; ends the requests

@@ -40,8 +40,7 @@ StdioTransport::StdioTransport(const McpServer& server, ServerProcess process, H
       process_(std::move(process.process)),
       writer_(std::move(process.input)),
       output_(std::make_shared<PipeEnd>()),
-      error_(std::make_shared<PipeEnd>()),
-      backlog_(std::make_shared<Backlog>()) {
+      error_(std::make_shared<PipeEnd>()) {
   output_->pipe = std::move(process.output);
   error_->pipe = std::move(process.error);
   auto outputJob = std::unique_ptr<OutputJob>(
@@ -66,7 +65,7 @@ void StdioTransport::Stop() {
   }
   StopReading(output_);
   StopReading(error_);
-  backlog_->Close();
+  backlog_->Stop();
   job_.Reset();
 }
 
@@ -88,9 +87,7 @@ size_t StdioTransport::ReadSome(PipeEnd& end, char* buffer, size_t bytes) {
 
 void StdioTransport::ReadOutput(std::unique_ptr<OutputJob> job) {
   const auto post = [&](std::string line) {
-    if (!job->backlog->Enter()) return;
-    (void)DeliverOwned(job->window, kMcpMessage, job->server,
-                       std::make_unique<std::string>(std::move(line)));
+    job->backlog->Deliver(job->window, job->server, std::move(line));
   };
   LineSplitter splitter(kMaxUnfinishedLineBytes);
   char buffer[kLongOutputReadBytes];

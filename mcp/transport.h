@@ -2,6 +2,7 @@
 // the main window's message queue, one JSON text at a time.
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <functional>
 #include <string>
@@ -29,8 +30,8 @@ class Transport {
   // fails is dropped.
   virtual void Send(OutgoingMessage message) = 0;
 
-  // The window has handled one of the server's messages.
-  virtual void OnHandled() {}
+  // The window is through with a message of so many bytes that came from this transport.
+  virtual void OnHandled(size_t /*bytes*/) {}
 
   // The handshake has completed: from here on the server may speak by itself.
   virtual void OnInitialized() {}

@@ -8,7 +8,6 @@
 
 #include <gtest/gtest.h>
 
-#include "mcp/backlog_win.h"
 #include "mcp/http_post_win.h"
 #include "mcp/response_body.h"
 #include "tests/support/handle_count_win.h"
@@ -47,7 +46,7 @@ class HttpServer : public testing::Test {
           if (message == kMcpMessage) {
             sessionIdAtMessage_ = record_.shared.sessionId;
             received_.push_back(*TakeOwned<std::string>(lparam));
-            if (isHandling_) record_.transport->OnHandled();
+            if (isHandling_) record_.transport->OnHandled(received_.back().size());
           } else {
             const auto posted = TakeOwned<HttpPosted>(lparam);
             if (posted->sessionIsOver) received_.push_back("session is over");
@@ -266,8 +265,10 @@ TEST_F(HttpServer, HandsOverAQuestionInTheMiddleOfACall) {
   CloseHandle(answered);
 }
 
+constexpr size_t kHeldUpAt = 64;  // short messages: 256 KiB, each with 4 KiB for itself
+
 TEST_F(HttpServer, HoldsUpAServerThatSpeaksFasterThanItIsHeard) {
-  constexpr size_t kSpoken = 3 * Backlog::kMostMessages;
+  constexpr size_t kSpoken = 3 * kHeldUpAt;
   Serve([](const HttpTestRequest& request, HttpTestConnection& connection) {
     if (request.verb != "GET") return (void)connection.Answer("202 Accepted", "", "");
     std::string spoken;
@@ -282,18 +283,20 @@ TEST_F(HttpServer, HoldsUpAServerThatSpeaksFasterThanItIsHeard) {
     Notify();  // whatever might come too would be here by now
     EXPECT_EQ(received_.size(), count);
   };
-  waitForMessages(Backlog::kMostMessages);
-  record_.transport->OnHandled();
-  waitForMessages(Backlog::kMostMessages + 1);
+  waitForMessages(kHeldUpAt);
+  size_t handled = 0;
+  const auto handle = [&] { record_.transport->OnHandled(received_[handled++].size()); };
+  while (handled < kHeldUpAt - 1) handle();
+  waitForMessages(kHeldUpAt);  // not before the window is through with all of them
   isHandling_ = true;
-  for (int i = 0; i < Backlog::kMostMessages + 1; ++i) record_.transport->OnHandled();
+  handle();
   WaitUntil([this] { return received_.size() == kSpoken; });
   for (size_t i = 0; i < kSpoken; ++i) EXPECT_EQ(received_[i], std::to_string(i));
 }
 
 TEST_F(HttpServer, StopsWhileAServerIsHeldUp) {
   std::string spoken;
-  for (int i = 0; i < 2 * Backlog::kMostMessages; ++i) spoken += "data: {}\n\n";
+  for (size_t i = 0; i < 2 * kHeldUpAt; ++i) spoken += "data: {}\n\n";
   Serve([&](const HttpTestRequest&, HttpTestConnection& connection) {
     connection.Send(Stream(spoken));
     connection.WaitForClose();
@@ -302,10 +305,10 @@ TEST_F(HttpServer, StopsWhileAServerIsHeldUp) {
   record_.shared.sessionId = "s1";
   bool isSent = false;
   record_.transport->Send({kRequest, "1", [&] { isSent = true; }});
-  WaitUntil([this] { return received_.size() == Backlog::kMostMessages; });
+  WaitUntil([this] { return received_.size() == kHeldUpAt; });
   record_.transport->Stop();
   WaitUntil([&] { return isSent; });
-  EXPECT_EQ(received_.size(), size_t{Backlog::kMostMessages});
+  EXPECT_EQ(received_.size(), kHeldUpAt);
 }
 
 TEST_F(HttpServer, CutsABodyAtEightMebibytes) {

@@ -10,7 +10,6 @@
 
 #include <gtest/gtest.h>
 
-#include "mcp/backlog_win.h"
 #include "tests/support/scratch_folder_win.h"
 #include "tests/support/test_window_win.h"
 #include "win/child_process.h"
@@ -66,7 +65,7 @@ class StdioServer : public testing::Test {
           if (message == kMcpMessage) {
             received_.push_back(*TakeOwned<std::string>(lparam));
             EXPECT_EQ(wparam, reinterpret_cast<WPARAM>(&server_));
-            if (isHandling_) server_.transport->OnHandled();
+            if (handlesAtOnce_) server_.transport->OnHandled(received_.back().size());
           }
           if (message == kMcpClosedMessage) ++closed_;
         }) {
@@ -108,7 +107,7 @@ class StdioServer : public testing::Test {
   McpServer server_;
   SharedLog log_;
   std::vector<std::string> received_;
-  bool isHandling_ = true;  // as a window does that has nothing else to do
+  bool handlesAtOnce_ = true;  // as a window does that has nothing else to do
   int closed_ = 0;
   const TestWindow window_;
 };
@@ -167,31 +166,31 @@ TEST_F(StdioServer, DropsALineOfMoreThanAMebibyte) {
   EXPECT_TRUE(received_[0] == std::string(kMebibyte, 'a'));
 }
 
-TEST_F(StdioServer, HoldsUpAChildThatSpeaksFasterThanItIsHeard) {
-  constexpr size_t kSpoken = 3 * Backlog::kMostMessages;
-  std::string spoken;
-  for (size_t i = 0; i < kSpoken; ++i) spoken += "780a";
-  isHandling_ = false;
-  Start({"bytes", spoken});
-  WaitUntil([this] { return received_.size() == Backlog::kMostMessages; });
-  server_.transport->OnHandled();
-  WaitUntil([this] { return received_.size() == Backlog::kMostMessages + 1; });
-  EXPECT_EQ(closed_, 0);
-  isHandling_ = true;
-  for (int i = 0; i <= Backlog::kMostMessages; ++i) server_.transport->OnHandled();
+constexpr size_t kHeldUpAt = 63;  // lines of 79 bytes: 256 KiB, each with 4 KiB for itself
+
+TEST_F(StdioServer, HoldsUpAChildThatIsFasterThanTheWindow) {
+  constexpr size_t kLines = 10'000;
+  handlesAtOnce_ = false;
+  Start({"out", std::to_string(80 * kLines)});
+  size_t handled = 0;
+  while (received_.size() < kLines) {
+    WaitUntil([&] { return received_.size() > handled; });
+    ASSERT_FALSE(HasFatalFailure());
+    EXPECT_LE(received_.size() - handled, kHeldUpAt);
+    for (; handled < received_.size(); ++handled) {
+      server_.transport->OnHandled(received_[handled].size());
+    }
+  }
   WaitForEnd();
-  EXPECT_EQ(received_.size(), kSpoken);
+  EXPECT_EQ(received_, Lines(kLines, std::string(79, 'x')));
 }
 
-TEST_F(StdioServer, EndsTheHoldUpWhenItIsStopped) {
-  std::string spoken;
-  for (int i = 0; i < 2 * Backlog::kMostMessages; ++i) spoken += "780a";
-  isHandling_ = false;
-  Start({"bytes", spoken});
-  WaitUntil([this] { return received_.size() == Backlog::kMostMessages; });
+TEST_F(StdioServer, StopsAChildThatIsHeldUp) {
+  handlesAtOnce_ = false;
+  Start({"out", "1000000", "await", "wendra-stdio-never"});
+  WaitUntil([this] { return received_.size() >= kHeldUpAt; });
   server_.transport->Stop();
   WaitForEnd();
-  EXPECT_EQ(received_.size(), size_t{Backlog::kMostMessages});
 }
 
 TEST_F(StdioServer, DoesNotWaitForAChildThatDoesNotRead) {
