@@ -36,7 +36,7 @@ struct Launch {
 };
 
 Launch LaunchProgram(const std::wstring& program, const std::vector<std::wstring>& arguments,
-                     const std::wstring& environment) {
+                     const std::wstring& environment, const KernelHandle& job) {
   Launch launch;
   auto commandLine = ChildCommandLine(program, arguments);
   if (!commandLine) return launch;
@@ -47,6 +47,7 @@ Launch LaunchProgram(const std::wstring& program, const std::vector<std::wstring
       .commandLine = launch.commandLine,
       .directory = EnvironmentText(L"USERPROFILE"),
       .environment = environment.c_str(),
+      .job = job.Get(),
   });
   return launch;
 }
@@ -64,13 +65,15 @@ std::optional<ServerProcess> StartServerProcess(McpServer& server, Log& log) {
   const std::string tag = "[MCP " + server.name + "] ";
   const std::vector<std::wstring> arguments = WideArguments(server);
   const std::wstring environment = ChildEnvironmentBlock(server.env);
-  Launch launch = LaunchProgram(Widen(server.command), arguments, environment);
+  ServerProcess process;
+  process.job = MakeKillingJob();
+  Launch launch = LaunchProgram(Widen(server.command), arguments, environment, process.job);
   if (launch.child.reason == ERROR_BAD_EXE_FORMAT) {
     const std::wstring program =
         FindWithExtension(Widen(server.command), SystemEnvironment(), SystemFiles());
     if (!program.empty()) {
       server.command = Narrow(program);
-      launch = LaunchProgram(program, arguments, environment);
+      launch = LaunchProgram(program, arguments, environment, process.job);
     }
   }
 
@@ -87,10 +90,6 @@ std::optional<ServerProcess> StartServerProcess(McpServer& server, Log& log) {
     return std::nullopt;
   }
 
-  ServerProcess process;
-  process.job = MakeKillingJob();
-  // At once, before the child can start others. A refusal leaves only this process to be ended.
-  (void)AssignProcessToJobObject(process.job.Get(), launch.child.process.Get());
   process.process = std::move(launch.child.process);
   process.input = std::move(launch.child.input);
   process.output = std::move(launch.child.output);

@@ -10,7 +10,8 @@
 namespace wendra {
 
 // Our ends of a running server. Closing `job` ends the child with all that it has started; the
-// system does so itself when the host ends, however it ends.
+// system does so itself when the host ends, however it ends. Where the system refuses the job, only
+// the child itself can be ended.
 struct ServerProcess {
   KernelHandle job;
   KernelHandle process;

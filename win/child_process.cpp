@@ -2,6 +2,7 @@
 
 #include <mutex>
 #include <utility>
+#include <vector>
 
 namespace wendra {
 namespace {
@@ -23,9 +24,57 @@ void KeepFromChildren(const KernelHandle& end) {
   (void)SetHandleInformation(end.Get(), HANDLE_FLAG_INHERIT, 0);
 }
 
-DWORD CreationFlags(const ChildRequest& request) {
-  // Without the second flag the block would be taken for ANSI text.
-  return CREATE_NO_WINDOW | (request.environment ? CREATE_UNICODE_ENVIRONMENT : 0);
+// What puts a child into a job as it is created. The system's list refers to what lies in here;
+// given the memory that it has asked for, it cannot fail.
+class JobAttribute {
+ public:
+  explicit JobAttribute(HANDLE job) : job_(job) {
+    SIZE_T bytes = 0;
+    (void)InitializeProcThreadAttributeList(nullptr, 1, 0, &bytes);
+    memory_.resize(bytes);
+    (void)InitializeProcThreadAttributeList(List(), 1, 0, &bytes);
+    (void)UpdateProcThreadAttribute(List(), 0, PROC_THREAD_ATTRIBUTE_JOB_LIST, &job_, sizeof(job_),
+                                    nullptr, nullptr);
+  }
+  ~JobAttribute() { DeleteProcThreadAttributeList(List()); }
+  JobAttribute(const JobAttribute&) = delete;
+  JobAttribute& operator=(const JobAttribute&) = delete;
+
+  LPPROC_THREAD_ATTRIBUTE_LIST List() {
+    return reinterpret_cast<LPPROC_THREAD_ATTRIBUTE_LIST>(memory_.data());
+  }
+
+ private:
+  HANDLE job_;
+  std::vector<char> memory_;
+};
+
+// ERROR_SUCCESS, or why not.
+DWORD Create(const ChildRequest& request, STARTUPINFOEXW startup, PROCESS_INFORMATION& process) {
+  std::wstring commandLine = request.commandLine;  // the system writes into it
+  const wchar_t* program = request.program.empty() ? nullptr : request.program.c_str();
+  const wchar_t* directory = request.directory.empty() ? nullptr : request.directory.c_str();
+  DWORD flags = CREATE_NO_WINDOW;
+  // Without this the block would be taken for ANSI text.
+  if (request.environment) flags |= CREATE_UNICODE_ENVIRONMENT;
+  if (startup.lpAttributeList) flags |= EXTENDED_STARTUPINFO_PRESENT;
+  startup.StartupInfo.cb = startup.lpAttributeList ? sizeof(startup) : sizeof(startup.StartupInfo);
+  const BOOL isCreated = CreateProcessW(program, commandLine.data(), nullptr, nullptr, TRUE, flags,
+                                        const_cast<wchar_t*>(request.environment), directory,
+                                        &startup.StartupInfo, &process);
+  return isCreated ? ERROR_SUCCESS : GetLastError();
+}
+
+DWORD CreateInItsJob(const ChildRequest& request, STARTUPINFOEXW startup,
+                     PROCESS_INFORMATION& process) {
+  if (request.job) {
+    JobAttribute attribute(request.job);
+    startup.lpAttributeList = attribute.List();
+    const DWORD reason = Create(request, startup, process);
+    if (reason != ERROR_ACCESS_DENIED) return reason;  // that may be the job's refusal
+    startup.lpAttributeList = nullptr;
+  }
+  return Create(request, startup, process);
 }
 
 }  // namespace
@@ -48,22 +97,14 @@ Child StartChild(const ChildRequest& request) {
   KeepFromChildren(output.read);
   KeepFromChildren(error.read);
 
-  STARTUPINFOW startup{};
-  startup.cb = sizeof(startup);
-  startup.dwFlags = STARTF_USESTDHANDLES;
-  startup.hStdInput = input.read.Get();
-  startup.hStdOutput = output.write.Get();
-  startup.hStdError = error.write.Get();
-
-  std::wstring commandLine = request.commandLine;  // the system writes into it
-  const wchar_t* program = request.program.empty() ? nullptr : request.program.c_str();
-  const wchar_t* directory = request.directory.empty() ? nullptr : request.directory.c_str();
+  STARTUPINFOEXW startup{};
+  startup.StartupInfo.dwFlags = STARTF_USESTDHANDLES;
+  startup.StartupInfo.hStdInput = input.read.Get();
+  startup.StartupInfo.hStdOutput = output.write.Get();
+  startup.StartupInfo.hStdError = error.write.Get();
   PROCESS_INFORMATION process{};
-  if (!CreateProcessW(program, commandLine.data(), nullptr, nullptr, TRUE, CreationFlags(request),
-                      const_cast<wchar_t*>(request.environment), directory, &startup, &process)) {
-    child.reason = GetLastError();
-    return child;
-  }
+  child.reason = CreateInItsJob(request, startup, process);
+  if (child.reason != ERROR_SUCCESS) return child;
   CloseHandle(process.hThread);
   child.start = ChildStart::kStarted;
   child.process.Reset(process.hProcess);

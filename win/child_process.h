@@ -15,6 +15,9 @@ struct ChildRequest {
   std::wstring directory = {};  // "" inherits ours
   // A block of UTF-16 "name=value" texts, each with its zero, and one more; null inherits ours.
   const wchar_t* environment = nullptr;
+  // The child is in this job before it runs, so that it cannot escape from it, not even by our end
+  // while it is being created. Where the system refuses that, the child runs without. May be null.
+  HANDLE job = nullptr;  // borrowed
 };
 
 enum class ChildStart {
