@@ -33,6 +33,7 @@
 //   stay         waits for ever: nothing is read any more
 //   exit N       ends with this code
 //   crash        ends by an access violation
+//   times N      does what follows it N times
 //   rest         what is behind it means nothing
 //
 // Its tools are those of mcp_child_tools_win.h.
@@ -93,6 +94,7 @@ class McpChild {
 
   static const Word& FindWord(const std::string& name);
   void Do(const std::string& moment, const char* usually);
+  void DoSteps(const Steps& steps);
   void Take(const std::string& line);
   void ReadToEnd();
   void Write(std::string_view bytes);
@@ -122,7 +124,7 @@ class McpChild {
   void Stay(const std::string&) { Sleep(INFINITE); }
   void Exit(const std::string& code) { ExitProcess(static_cast<UINT>(std::stoul(code))); }
   void Crash(const std::string&);
-  void Rest(const std::string&) {}
+  void Nothing(const std::string&) {}
 
   Words words_;
   std::map<std::string, std::vector<Steps>> steps_;  // by moment, then by how many times before
@@ -157,7 +159,8 @@ const McpChild::Word McpChild::kWords[] = {
     {"stay", false, &McpChild::Stay},
     {"exit", true, &McpChild::Exit},
     {"crash", false, &McpChild::Crash},
-    {"rest", false, &McpChild::Rest},
+    {"times", true, &McpChild::Nothing},
+    {"rest", false, &McpChild::Nothing},
 };
 
 const McpChild::Word& McpChild::FindWord(const std::string& name) {
@@ -196,8 +199,23 @@ void McpChild::Do(const std::string& moment, const char* usually) {
     if (usually) (this->*FindWord(usually).act)("");
     return;
   }
-  const Steps& steps = times[std::min(times_[moment]++, times.size() - 1)];
-  for (const Step& step : steps) (this->*FindWord(step.word).act)(step.value);
+  DoSteps(times[std::min(times_[moment]++, times.size() - 1)]);
+}
+
+void McpChild::DoSteps(const Steps& steps) {
+  auto first = steps.begin();  // of those that are repeated
+  unsigned long long repeats = 0;
+  for (auto step = first; step != steps.end();) {
+    if (step->word == "times") {
+      repeats = std::stoull(step->value) - 1;
+      first = step + 1;
+    }
+    (this->*FindWord(step->word).act)(step->value);
+    if (++step == steps.end() && repeats > 0) {
+      --repeats;
+      step = first;
+    }
+  }
 }
 
 void McpChild::ReadToEnd() {

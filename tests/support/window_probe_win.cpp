@@ -14,7 +14,8 @@
 //   trust HEX               makes a certificate, written as hexadecimal digits of its DER form, one
 //                           of the user's roots; Wine forgets it with its server
 //   close MS                WM_CLOSE, then waits for the end of the process for at most so long;
-//                           answers how long it went on
+//                           answers how long it went on, and its exit code
+//   kill MS                 the same, but ends it by force
 //   watch                   begins to ask the window all the time whether it answers
 //   watched                 ends that; answers the longest time without an answer, the number of
 //                           answers, and how long was watched
@@ -319,17 +320,31 @@ class Stopwatch {
   Clock::time_point started_ = Clock::now();
 };
 
-Json Close(std::istream& arguments) {
+// Ends the host by `end` and waits.
+Json TimeTheEnd(std::istream& arguments, const std::function<BOOL(HWND, HANDLE)>& end) {
   DWORD limitMs = 0;
   arguments >> limitMs;
   const HWND window = HostWindow();
   if (!window) return Error("no window");
-  const KernelHandle process(OpenProcess(SYNCHRONIZE, FALSE, ProcessOf(window)));
+  constexpr DWORD kAccess = SYNCHRONIZE | PROCESS_TERMINATE | PROCESS_QUERY_LIMITED_INFORMATION;
+  const KernelHandle process(OpenProcess(kAccess, FALSE, ProcessOf(window)));
   if (!process) return Error("no process");
   const Stopwatch stopwatch;
-  if (!PostMessageW(window, WM_CLOSE, 0, 0)) return Error("not posted");
+  if (!end(window, process.Get())) return Error("it cannot be ended");
   if (WaitForSingleObject(process.Get(), limitMs) != WAIT_OBJECT_0) return Error("it goes on");
-  return Object({{"ms", stopwatch.Ms()}});
+  const long long ms = stopwatch.Ms();
+  DWORD code = 0;
+  GetExitCodeProcess(process.Get(), &code);
+  return Object({{"ms", ms}, {"code", static_cast<long long>(code)}});
+}
+
+Json Close(std::istream& arguments) {
+  return TimeTheEnd(arguments,
+                    [](HWND window, HANDLE) { return PostMessageW(window, WM_CLOSE, 0, 0); });
+}
+
+Json Kill(std::istream& arguments) {
+  return TimeTheEnd(arguments, [](HWND, HANDLE process) { return TerminateProcess(process, 1); });
 }
 
 // Asks a window whether its thread takes messages, as the system does before it calls a program
@@ -396,6 +411,7 @@ Json Answer(const std::string& line) {
       {"clipboard", SetClipboard},
       {"trust", Trust},
       {"close", Close},
+      {"kill", Kill},
       {"watch", BeginWatch},
       {"watched", EndWatch},
   };
