@@ -1,7 +1,7 @@
 // What the host makes of "mcpServers" in config.json: at start, when the file changes, and when the
 // page replaces it.
 import assert from 'node:assert/strict';
-import { mkdir, rename, utimes, writeFile } from 'node:fs/promises';
+import { mkdir, rename, rmdir, utimes, writeFile } from 'node:fs/promises';
 import { dirname, join } from 'node:path';
 import { after, before, test } from 'node:test';
 import { fileURLToPath } from 'node:url';
@@ -179,6 +179,10 @@ test('the page reads the file and replaces it', async () => {
     for (const [args, error] of refused) {
       assert.deepEqual(await page.call('mcpWriteConfig', args), { ok: 0, value: error });
     }
+    const inTheWay = `${configFile(host.profile)}.tmp`;
+    await mkdir(inTheWay);
+    assert.deepEqual(await call('mcpWriteConfig', '{}'), { ok: 0, value: 'could not write config' });
+    await rmdir(inTheWay);
     assert.equal(await host.config(), kDefault);
 
     const from = host.log.length;

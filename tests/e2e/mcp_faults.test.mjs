@@ -1,17 +1,21 @@
 // Local servers that misbehave, each in its own way (tests/support/mcp_child_win.cpp lists the words):
 // what the page gets, what the log says, and that the others go on.
 import assert from 'node:assert/strict';
-import { readFile, rm, writeFile } from 'node:fs/promises';
-import { dirname, join } from 'node:path';
+import { readFile, writeFile } from 'node:fs/promises';
+import { join } from 'node:path';
 import { after, before, test } from 'node:test';
-import { fileURLToPath } from 'node:url';
 import { windowsPath } from '../../tools/wine/prefix.mjs';
-import { makeProfile, startHost } from './support/host.mjs';
+import {
+  callEcho, endlessly, kChild, kClosed, kEcho, mcpChild, notification, ownProfile, request, says,
+  withLocalServers,
+} from './support/mcp_children.mjs';
 import { startServer } from './support/server.mjs';
 
-const kRoot = join(dirname(fileURLToPath(import.meta.url)), '../..');
-const kChild = windowsPath(join(kRoot, 'build/windows/bin/mcp_child.exe'));
 const kMebibyte = 1_048_576;
+const kSilenceMs = 200; // of the window, which a mebibyte of arguments keeps busy
+const kReplyMs = 1000; // of a server beside one that keeps the window busy
+const kFirstTimer = 101; // of a request, see docs/threads.md
+const WM_TIMER = 0x113;
 
 let server;
 before(async () => {
@@ -19,34 +23,9 @@ before(async () => {
 });
 after(() => server?.close());
 
-const mcpChild = (...args) => ({ command: kChild, args });
+const withServers = (mcpServers, use, wanted) => withLocalServers(server, mcpServers, use, wanted);
 
-// `wanted` is what startHost takes besides.
-async function withServers(mcpServers, use, wanted = {}) {
-  const host = await startHost({ address: server.url, config: { mcpServers }, ...wanted });
-  try {
-    await host.waitForLine('[MCP] loaded ');
-    await use(host);
-  } finally {
-    assert.equal(await host.close(), 0);
-  }
-}
-
-async function ownProfile(t) {
-  const profile = await makeProfile();
-  t.after(() => rm(profile, { recursive: true, force: true }));
-  return profile;
-}
-
-const callEcho = (host, name) => host.page.call('mcpCall', [name, 'echo', { text: 'hi' }]);
-
-// The result of that call, if all goes well.
-const kEcho = { text: 'hi' };
-
-const kClosed = 'subprocess exited / closed stdout';
 const kMiddleOfLine = ['line', ''];
-const request = (id, method) => `{"jsonrpc":"2.0","id":${id},"method":"${method}"}`;
-const notification = (rest) => `{"jsonrpc":"2.0","method":"notifications/message"${rest}}`;
 const exited = (name) => ({ error: `MCP server '${name}' exited unexpectedly` });
 const notRunning = (name) => ({ error: `MCP server '${name}' is not running` });
 
@@ -176,7 +155,7 @@ test("a server's requests are refused under their own ids", async (t) => {
   );
 });
 
-test('the window lives beside servers that read nothing, and closes them', async () => {
+test('the window lives beside servers that read nothing, and closes them', async (t) => {
   const stubborn = {
     'reads nothing': mcpChild('stay'),
     'reads nothing more': mcpChild('initialize', 'answer', 'stay'),
@@ -185,44 +164,117 @@ test('the window lives beside servers that read nothing, and closes them', async
     'has others that do': mcpChild('spawn', 'spawn', 'end', 'stay'),
   };
   await withServers(stubborn, async (host) => {
+    await host.probe('watch');
     await host.page.evaluate(`for (const name of ${JSON.stringify(Object.keys(stubborn))}) {
       const args = [name, 'echo', { text: 'x'.repeat(1 << 20) }];
       chrome.webview.postMessage({ __reqId: name, name: 'mcpCall', args });
     }`);
     assert.equal((await host.page.call('platform', [])).ok, 1);
-  }); // closing waits until no process is left
+    const { longestMs } = await host.probe('watched');
+    t.diagnostic(`silent for ${longestMs} ms at most`);
+    assert.ok(longestMs < kSilenceMs, `${longestMs} ms`);
+  });
 });
 
-test('arguments and variables reach a program and a batch file as they were written', async (t) => {
-  const profile = await ownProfile(t);
-  const script = join(profile, 'shim & more.cmd');
-  await writeFile(script, `@ECHO off\r\n"${kChild}" %*\r\n`);
-  const words = [
-    'rest', '', 'two words', '"', 'a"b', '\\', 'C:\\dir\\', '{"a b":"c&d"}', '& echo x > pwned.txt',
-    '"&calc', '!x!', '^', '(', '|', '*', 'ü 日本',
-  ];
-  const programWords = [...words, '%COMSPEC%', '100%', 'a\r\nb'];
-  const env = { Wendra_Test: 'grün & blau', PATH: 'C:\\only' };
-  const batch = (args) => ({ command: windowsPath(script), args, env });
+test('the window lives beside servers that do not stop talking', async (t) => {
+  const floods = {
+    notifications: endlessly(...says('more', 100)),
+    garbage: endlessly('line', 'garbage'),
+    requests: endlessly('line', request(1, 'ping')),
+    errors: endlessly('err', '65536'),
+    'a line': endlessly('fill', '65536'),
+  };
+  for (const [name, words] of Object.entries(floods)) {
+    const servers = { good: mcpChild(), [name]: mcpChild('call', ...says('begun'), ...words) };
+    await withServers(servers, async (host) => {
+      void callEcho(host, name).catch(() => {}); // the page goes first
+      await host.waitForLine('begun');
+      let longestMs = 0;
+      for (let i = 0; i < 10; ++i) {
+        const startMs = performance.now();
+        assert.deepEqual(await callEcho(host, 'good'), { ok: 1, value: kEcho });
+        longestMs = Math.max(longestMs, Math.round(performance.now() - startMs));
+      }
+      t.diagnostic(`${name}: a call of another takes ${longestMs} ms at most`);
+      assert.ok(longestMs < kReplyMs, `${longestMs} ms`);
+    });
+  }
+});
+
+// As the system sends it when the time of a request is over, without waiting for that.
+const letTimeOut = (host, nthRequest) =>
+  host.probe('post', 'window', WM_TIMER, kFirstTimer + nthRequest - 1, 0);
+
+// Posts calls without waiting for their replies, which `repliesTo` counts, as long as there is one at
+// least.
+const post = (host, id, name) =>
+  host.page.post({ __reqId: id, name: 'mcpCall', args: [name, 'echo', { text: 'hi' }] });
+async function repliesTo(host, id) {
+  await host.page.waitFor(`__wendra.testReplies.some((reply) => reply.id === '${id}')`);
+  await host.page.call('platform', []); // so much for a second one
+  return (await host.page.replies()).filter((reply) => reply.id === id);
+}
+const kTimedOut = { error: 'MCP request timed out' };
+
+test('a server that does not answer gets its time, and an answer that comes later is ignored', async () => {
+  // The first call is answered when the second comes, both times under its own id.
+  const words = ['call', ...says('begun'), 'call', 'answer-as', '"2"', 'answer'];
+  const servers = { late: mcpChild(...words), 'greets nobody': mcpChild('initialize', ...says('begun')) };
+  await withServers(servers, async (host) => {
+    await host.page.call('platform', []);
+    await post(host, 'first', 'late');
+    await host.waitForLine('[MCP late] begun');
+    for (let i = 0; i < 2; ++i) await letTimeOut(host, 2);
+    const wanted = [{ id: 'first', ok: 1, value: kTimedOut }];
+    assert.deepEqual(await repliesTo(host, 'first'), wanted);
+    assert.deepEqual(await callEcho(host, 'late'), { ok: 1, value: kEcho });
+    assert.deepEqual(await repliesTo(host, 'first'), wanted);
+
+    await post(host, 'greeting', 'greets nobody');
+    await host.waitForLine('[MCP greets nobody] begun');
+    await letTimeOut(host, 4);
+    assert.deepEqual(await repliesTo(host, 'greeting'), [{ id: 'greeting', ok: 1, value: kTimedOut }]);
+  });
+});
+
+test('a call that waits while the servers are replaced ends once, with its time', async () => {
+  const silent = { one: mcpChild('call', ...says('begun')) };
+  await withServers(silent, async (host) => {
+    await host.page.call('platform', []);
+    await post(host, 'old', 'one');
+    await host.waitForLine('[MCP one] begun');
+    // The new server of that name answers under the old call's id, and then under its own.
+    const next = JSON.stringify({ mcpServers: { one: mcpChild('call', 'answer-as', '"2"', 'answer') } });
+    assert.deepEqual(await host.page.call('mcpWriteConfig', [next]), { ok: 1, value: { ok: true } });
+    assert.deepEqual(await callEcho(host, 'one'), { ok: 1, value: kEcho });
+    await letTimeOut(host, 2);
+    assert.deepEqual(await repliesTo(host, 'old'), [{ id: 'old', ok: 1, value: kTimedOut }]);
+  });
+});
+
+// TIMEOUTS=1 by hand: two minutes.
+if (process.env.TIMEOUTS) test('each kind of request has its time', async () => {
   const servers = {
-    program: { command: kChild, args: programWords, env },
-    batch: batch(words),
-    refused: batch(['a\nb']),
-    zero: { command: kChild, args: ['a\0b'] },
+    'greets nobody': mcpChild('initialize'),
+    'lists nothing': mcpChild('list'),
+    'calls nothing': mcpChild('call'),
   };
   await withServers(servers, async (host) => {
-    const textOf = async (name, tool, args) =>
-      (await host.page.call('mcpCall', [name, tool, args])).value.text;
-    const lines = (all) => all.map((word) => `${word}\n`).join('');
-    assert.equal(await textOf('program', 'args'), lines(programWords));
-    assert.equal(await textOf('batch', 'args'), lines(words));
-    for (const name of ['program', 'batch']) {
-      assert.equal(await textOf(name, 'env', { name: 'WENDRA_TEST' }), 'grün & blau');
-      assert.equal(await textOf(name, 'env', { name: 'PATH' }), 'C:\\only');
-      assert.equal(await textOf(name, 'cwd'), await textOf(name, 'env', { name: 'USERPROFILE' }));
-    }
-    await host.waitForLine('[MCP refused] launch failed: a batch file takes no argument with a ' +
-      `line break or a zero: ${windowsPath(script)}`);
-    await host.waitForLine(`[MCP zero] launch failed: a program takes no argument with a zero: ${kChild}`);
-  }, { profile });
+    const timed = async (action, args) => {
+      const startMs = performance.now();
+      const reply = await host.page.call(action, args, { timeoutMs: 150_000 });
+      return [Math.floor((performance.now() - startMs) / 1000), reply.value];
+    };
+    const [[listSeconds, list], ...calls] = await Promise.all([
+      timed('mcpServers', []),
+      timed('mcpCall', ['greets nobody', 'echo', {}]), timed('mcpCall', ['calls nothing', 'echo', {}]),
+    ]);
+    assert.deepEqual([listSeconds, ...calls.map(([seconds]) => seconds)], [45, 45, 120]);
+    assert.deepEqual(calls.map(([, value]) => value), [kTimedOut, kTimedOut]);
+    const errors = Object.fromEntries(list.map(({ name, error }) => [name, error]));
+    const { error } = kTimedOut;
+    assert.deepEqual(errors, { greets_nobody: error, lists_nothing: error, calls_nothing: undefined });
+    const [seconds] = await timed('mcpServers', []);
+    assert.equal(seconds, 45);
+  });
 });
