@@ -51,6 +51,19 @@ async function pixelOf(file) {
   return (await run('convert', [file, '-format', format, 'info:'])).stdout;
 }
 
+test('Windows programs get the same places in memory each time', async () => {
+  const noRandomPlaces = 0x0040000; // ADDR_NO_RANDOMIZE of <sys/personality.h>
+  const host = await startCommand(['echo', 'up&', ...kEndless]);
+  await host.waitForLine('up');
+  const proc = (pid, name) => readFileSync(`/proc/${pid}/${name}`, 'latin1').trim();
+  const programs = host.processes().filter((pid) => proc(pid, 'comm').endsWith('.exe'));
+  assert.ok(programs.some((pid) => proc(pid, 'comm') === 'cmd.exe'));
+  for (const pid of programs) {
+    assert.equal(Number.parseInt(proc(pid, 'personality'), 16), noRandomPlaces, proc(pid, 'comm'));
+  }
+  await host.kill();
+});
+
 const kExitCodes = [
   [0, 0],
   [7, 7],

@@ -8,7 +8,6 @@ import { setTimeout as sleep } from 'node:timers/promises';
 import { fileURLToPath } from 'node:url';
 import { LogOutput } from './log_output.mjs';
 import {
-  kWine,
   kWineServer,
   prefixOf,
   preparePrefix,
@@ -16,6 +15,7 @@ import {
   removeServerFolder,
   serverListens,
   windowsPath,
+  wineCommand,
   wineEnvironment,
 } from './prefix.mjs';
 import {
@@ -86,7 +86,7 @@ function startBrowser(environment) {
 
 // Ends with the host, after its last line.
 function startHost(environment) {
-  const child = spawnTied(kWine, [host, ...hostArguments], {
+  const child = spawnTied(...wineCommand(host, hostArguments), {
     env: environment,
     stdio: ['ignore', 'pipe', 'inherit'],
   });
@@ -99,7 +99,7 @@ function startHost(environment) {
 async function closeWindow(environment, hostEnded) {
   const late = sleep(kCloseLimitMs, 'late', { ref: false });
   for (let pauseMs = 200; ; pauseMs *= 2) {
-    const taskkill = spawnTied(kWine, [kTaskkill, '/im', basename(host)], { env: environment });
+    const taskkill = spawnTied(...wineCommand(kTaskkill, ['/im', basename(host)]), { env: environment });
     const pause = ended(taskkill).then(() => sleep(pauseMs, 'pause', { ref: false }));
     const first = await Promise.race([hostEnded, late, pause]);
     if (first !== 'pause') return first !== 'late';

@@ -2,7 +2,7 @@
 import { dirname, join } from 'node:path';
 import { createInterface } from 'node:readline';
 import { fileURLToPath } from 'node:url';
-import { kWine } from '../../../tools/wine/prefix.mjs';
+import { wineCommand } from '../../../tools/wine/prefix.mjs';
 import { ended, spawnTied } from '../../../tools/wine/processes.mjs';
 import { inTime } from './waiting.mjs';
 
@@ -16,7 +16,7 @@ export class WindowProbe {
 
   // `environment`: that of the prefix in which the host runs.
   constructor(environment) {
-    this.#child = spawnTied(kWine, [kProgram], {
+    this.#child = spawnTied(...wineCommand(kProgram), {
       env: environment,
       stdio: ['pipe', 'pipe', 'ignore'],
     });
