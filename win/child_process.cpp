@@ -70,9 +70,8 @@ DWORD CreateInItsJob(const ChildRequest& request, STARTUPINFOEXW startup,
   if (request.job) {
     JobAttribute attribute(request.job);
     startup.lpAttributeList = attribute.List();
-    const DWORD reason = Create(request, startup, process);
-    if (reason != ERROR_ACCESS_DENIED) return reason;  // that may be the job's refusal
-    startup.lpAttributeList = nullptr;
+    if (Create(request, startup, process) == ERROR_SUCCESS) return ERROR_SUCCESS;
+    startup.lpAttributeList = nullptr;  // it may have been the job that was refused
   }
   return Create(request, startup, process);
 }

@@ -30,10 +30,13 @@ TEST(StartChild, DoesWithoutAJobThatIsRefused) {
   KernelHandle forLooking;
   ASSERT_TRUE(DuplicateHandle(GetCurrentProcess(), job.Get(), GetCurrentProcess(),
                               forLooking.Receive(), JOB_OBJECT_QUERY, FALSE, 0));
-  const Child child = StartReader(forLooking.Get());
-  ASSERT_EQ(child.start, ChildStart::kStarted);
-  EXPECT_EQ(child.reason, DWORD{ERROR_SUCCESS});
-  EXPECT_FALSE(IsIn(job, child));
+  const KernelHandle noJob(CreateEventW(nullptr, FALSE, FALSE, nullptr));
+  for (const HANDLE each : {forLooking.Get(), noJob.Get()}) {
+    const Child child = StartReader(each);
+    ASSERT_EQ(child.start, ChildStart::kStarted);
+    EXPECT_EQ(child.reason, DWORD{ERROR_SUCCESS});
+    EXPECT_FALSE(IsIn(job, child));
+  }
 }
 
 TEST(StartChild, SaysWhyTheSystemRefused) {
