@@ -10,7 +10,8 @@ namespace wendra {
 namespace {
 
 constexpr HttpTimeouts kPostTimeouts{8000, 8000, 30'000, 120'000};
-constexpr size_t kFullPieceBytes = 8192;  // as much as WinHTTP keeps: more of the body is coming
+// As much as WinHTTP keeps of a body: more of it is as good as certain to come.
+constexpr size_t kFullPieceBytes = 8192;
 constexpr DWORD kAccepted = 202;
 constexpr DWORD kNotFound = 404;
 
@@ -45,7 +46,7 @@ bool DeliverBody(HttpPost& post, LinkedExchange& exchange) {
     const size_t bytes = std::min(exchange->WaitForPiece(), body.Room());
     const std::string_view piece = bytes ? exchange->ReadPiece(bytes) : std::string_view();
     if (piece.empty()) break;
-    if (bytes >= kFullPieceBytes) exchange->AskForPiece();
+    if (bytes >= kFullPieceBytes && bytes < body.Room()) exchange->AskForPiece();
     for (std::string& message : body.Feed(piece)) post.link->Deliver(std::move(message));
   }
   for (std::string& message : body.Finish()) post.link->Deliver(std::move(message));

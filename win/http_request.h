@@ -75,7 +75,7 @@ class HttpExchange {
   void AskForPiece();
 
   // Reads `bytes` bytes of the piece that has been waited for; "" when that fails. Valid until the
-  // next call of this object.
+  // next call of it.
   std::string_view ReadPiece(size_t bytes);
 
   // Ends the waiting of the worker at once, now and later. Any thread, any time, any number of
