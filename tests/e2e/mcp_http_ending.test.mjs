@@ -3,7 +3,8 @@
 import assert from 'node:assert/strict';
 import { after, before, test } from 'node:test';
 import { startMuteServer, startSilentAddress } from './support/black_holes.mjs';
-import { startHost, writeConfig } from './support/host.mjs';
+import { writeConfig } from './support/host.mjs';
+import { endAlone, startLonelyHost } from './support/lonely_host.mjs';
 import { begin, beginEvents, event, startMcpServers } from './support/mcp_http_server.mjs';
 import { asks, begins, callTool, drops, flood, kEcho, never, says, status } from './support/remotes.mjs';
 import { startServer } from './support/server.mjs';
@@ -123,20 +124,22 @@ const kTroubles = {
   },
 };
 
-// The servers of one trouble, {names, entries, begun(round), of(name, kind), close()}; each loading
-// of config.json begins a round.
-async function startTrouble(name) {
+// The servers of one trouble, {names, entries, begun(round), of(name, kind)}, until the test `t` ends;
+// each loading of config.json begins a round.
+async function startTrouble(t, name) {
   const { server, hole, scheme = 'http', kind, has, count = 1 } = kTroubles[name];
   const names = Array.from({ length: count }, (_, i) => (i ? `${name} ${i}` : name));
   if (hole) {
     const { url, isAsked, close } = await hole();
+    t.after(close);
     const entry = { url: url.replace('http', scheme) };
-    return { names, entries: { [name]: entry }, begun: () => until(name, isAsked), of: () => [], close };
+    return { names, entries: { [name]: entry }, begun: () => until(name, isAsked), of: () => [] };
   }
   const seen = { pieces: 0 };
   const withSeen = Object.entries(server).map(([what, act]) => [what, (one) => act({ ...one, seen })]);
   const remotes = await startMcpServers(
     Object.fromEntries(names.map((one) => [one, Object.fromEntries(withSeen)])));
+  t.after(remotes.close);
   const calls = kTroubles[name].calls ?? 1;
   return {
     names,
@@ -147,7 +150,6 @@ async function startTrouble(name) {
       return Promise.all(names.map((one) => remotes.waitFor(one, kind, calls * round)));
     },
     of: remotes.of,
-    close: remotes.close,
   };
 }
 
@@ -164,27 +166,28 @@ const wantedEnds = (name, { names }, rounds = 1) =>
 
 for (const [name, { calls }] of Object.entries(kTroubles)) {
   test(`the process ends within two seconds: ${name}`, async (t) => {
-    const trouble = await startTrouble(name);
-    const host = await startHost({ address: page.url, config: { mcpServers: trouble.entries } });
+    const trouble = await startTrouble(t, name);
+    const host = await startLonelyHost({ address: page.url, config: { mcpServers: trouble.entries } });
     await bringAbout(host, trouble, calls);
-    const { code, ms } = await host.closeTimed();
+    const { code, ms } = await endAlone(host, 'close');
     t.diagnostic(`${ms} ms`);
     assert.equal(code, 0);
     assert.ok(ms < kEndMs, `${ms} ms`);
     assert.deepEqual(endsOf(trouble), wantedEnds(name, trouble));
     assert.deepEqual(elsewhere.requests, []);
-    await trouble.close();
+    await host.kill();
   });
 }
 
 test('config.json is loaded anew at once in the middle of it all', async (t) => {
   const troubles = {};
-  for (const name of Object.keys(kTroubles)) troubles[name] = await startTrouble(name);
+  for (const name of Object.keys(kTroubles)) troubles[name] = await startTrouble(t, name);
   const inAll = (act) => Promise.all(Object.entries(troubles).map(([name, one]) => act(name, one)));
   const sane = await startMcpServers({});
+  t.after(sane.close);
   const mcpServers = Object.assign(
     { sane: sane.entry('sane') }, ...Object.values(troubles).map(({ entries }) => entries));
-  const host = await startHost({ address: page.url, config: { mcpServers } });
+  const host = await startLonelyHost({ address: page.url, config: { mcpServers } });
   const bringAllAbout = (round) =>
     inAll((name, trouble) => bringAbout(host, trouble, kTroubles[name].calls, round));
   await bringAllAbout(1);
@@ -200,7 +203,7 @@ test('config.json is loaded anew at once in the middle of it all', async (t) => 
     `${endsOf(trouble)}` === `${wantedEnds(name, trouble)}`));
 
   await bringAllAbout(2);
-  const { code, ms } = await host.closeTimed();
+  const { code, ms } = await endAlone(host, 'close');
   t.diagnostic(`${ms} ms to the end`);
   assert.equal(code, 0);
   assert.ok(ms < 2 * kEndMs, `${ms} ms`); // seventy servers at once
@@ -209,5 +212,5 @@ test('config.json is loaded anew at once in the middle of it all', async (t) => 
     if (kTroubles[name].server) assert.equal(trouble.of(name, 'initialize').length, 2, name);
   });
   assert.deepEqual(elsewhere.requests, []);
-  await Promise.all([...Object.values(troubles), sane].map((one) => one.close()));
+  await host.kill();
 });

@@ -3,7 +3,7 @@
 import assert from 'node:assert/strict';
 import { after, before, test } from 'node:test';
 import { startMuteServer, startSilentAddress } from './support/black_holes.mjs';
-import { startHost } from './support/host.mjs';
+import { endAlone, startLonelyHost } from './support/lonely_host.mjs';
 import { startMcpServers } from './support/mcp_http_server.mjs';
 import { kOffline } from './support/remotes.mjs';
 import { startServer } from './support/server.mjs';
@@ -55,7 +55,7 @@ async function longestReplyMs(host, ends) {
 async function measure(count, { url, isAsked }, wanted) {
   const mcpServers = Object.fromEntries(Array.from({ length: count }, (_, i) => [`s${i}`, { url }]));
   const beganMs = performance.now();
-  const host = await startHost({ address: page.url, config: { mcpServers } });
+  const host = await startLonelyHost({ address: page.url, config: { mcpServers } });
   await host.waitForLine(`[MCP] loaded ${count} server(s)`);
   const startMs = performance.now() - beganMs;
 
@@ -80,14 +80,16 @@ async function measure(count, { url, isAsked }, wanted) {
   assert.equal((await host.page.call('mcpWriteConfig', [JSON.stringify({ mcpServers })])).ok, 1);
   const loadMs = performance.now() - writtenMs;
   host.page.call('mcpServers', []).catch(() => {});
-  const { code, ms: endMs } = await host.closeTimed();
+  const { code, ms: endMs } = await endAlone(host, 'close');
   assert.equal(code, 0);
+  await host.kill();
   return { startMs, listMs, replyMs, silenceMs, loadMs, endMs };
 }
 
 for (const [name, [start, wanted]] of Object.entries(kAddresses)) {
   test(`fifty servers ${name} are as quick as one`, async (t) => {
     const address = await start();
+    t.after(address.close);
     const [one, many] = await Promise.all([1, kMany].map((count) => measure(count, address, wanted)));
     for (const [what, ms] of Object.entries(many)) {
       if (ms !== undefined) t.diagnostic(`${what}: ${Math.round(one[what])} for one, ${Math.round(ms)} for ${kMany}`);
@@ -98,6 +100,5 @@ for (const [name, [start, wanted]] of Object.entries(kAddresses)) {
     assert.ok(many.silenceMs < kSilenceMs);
     assert.ok(many.replyMs < kSilenceMs);
     assert.ok(many.endMs < kEndMs);
-    await address.close();
   });
 }

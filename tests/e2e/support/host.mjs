@@ -227,13 +227,6 @@ class Host {
     return this.ended();
   }
 
-  // The same, measured by a program beside it: {code, ms}, from the message that closes the window to
-  // the end of the host's process.
-  async closeTimed() {
-    const { ms } = await this.probe('close', kPatienceMs / 2);
-    return { code: await this.ended(), ms };
-  }
-
   // Waits for an end that something else brings about; the exit code.
   async ended() {
     const { code } = await inTime('the end of the host', this.exit, { context: this.context });

@@ -74,6 +74,7 @@ export async function startMcpServers(servers, { secure, port: wantedPort = 0 } 
   };
   const server = secure ? createSecureServer(secure, take) : createServer(take);
   await new Promise((resolve) => server.listen(wantedPort, '127.0.0.1', resolve));
+  server.unref(); // a test that fails may leave it open, and its file must end all the same
   const { port } = server.address();
   const url = (name) =>
     `${secure ? 'https' : 'http'}://localhost:${port}/${encodeURIComponent(name)}`;

@@ -34,6 +34,7 @@ export async function startServer(routes = {}) {
     await answer(route, request, response);
   });
   await new Promise((resolve) => server.listen(0, '127.0.0.1', resolve));
+  server.unref(); // a test that fails may leave it open, and its file must end all the same
   const { port } = server.address();
   return {
     port,
