@@ -1,6 +1,5 @@
 // A command that writes 256 MiB: exec beside bare readers of the same pipe, and the memory that the
-// result costs beside its size. The reach: 80 % of the bare reader that takes as much at a time, 10
-// % more than the output.
+// result costs beside its size. The reach: 80 % of a bare reader, and 10 % more than the output.
 #include <algorithm>
 #include <chrono>
 #include <cstdint>
