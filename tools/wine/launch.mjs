@@ -99,7 +99,8 @@ function startHost(environment) {
 async function closeWindow(environment, hostEnded) {
   const late = sleep(kCloseLimitMs, 'late', { ref: false });
   for (let pauseMs = 200; ; pauseMs *= 2) {
-    const taskkill = spawnTied(...wineCommand(kTaskkill, ['/im', basename(host)]), { env: environment });
+    const command = wineCommand(kTaskkill, ['/im', basename(host)]);
+    const taskkill = spawnTied(...command, { env: environment });
     const pause = ended(taskkill).then(() => sleep(pauseMs, 'pause', { ref: false }));
     const first = await Promise.race([hostEnded, late, pause]);
     if (first !== 'pause') return first !== 'late';

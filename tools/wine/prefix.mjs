@@ -18,9 +18,9 @@ export const kWineServer = '/usr/lib/wine/wineserver64';
 const kUser = 'wendra'; // as in make-template
 const kRegistryFiles = ['system.reg', 'user.reg', 'userdef.reg'];
 
-// Without the kernel's random places in memory, where it lets us: Wine's loader has a fixed one, and
-// newer kernels put its heap anywhere in the gigabyte behind. There it lies on the page that Windows
-// programs share, 7FFE0000, once in some thousand starts, and the program ends without a word.
+// Without the kernel's random places in memory, where it lets us: Wine's loader has a fixed one,
+// and newer kernels put its heap anywhere in the gigabyte behind. There it lies on the page that
+// Windows programs share, 7FFE0000, once in some thousand starts, and the program ends at once.
 const kSteady = spawnSync('setarch', ['-R', 'true']).status === 0 ? ['setarch', '-R'] : [];
 
 // What starts a Windows program, for spawn(command, ...): it and all that it starts.
