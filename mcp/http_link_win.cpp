@@ -14,8 +14,12 @@ constexpr wchar_t kUserAgent[] = L"Wendra-Windows-MCP/1.0";
 
 }  // namespace
 
-HttpLink::HttpLink(McpServer& server, HWND window)
-    : server_(server), url_(server.url), headers_(server.headers), window_(window) {}
+HttpLink::HttpLink(McpServer& server, HWND window, std::shared_ptr<Backlog> backlog)
+    : server_(server),
+      url_(server.url),
+      headers_(server.headers),
+      window_(window),
+      backlog_(std::move(backlog)) {}
 
 HttpRequest HttpLink::Request(const wchar_t* verb, NamedValues headers,
                               HttpTimeouts timeouts) const {
@@ -50,7 +54,11 @@ bool HttpLink::ForgetSession(const Session& session) {
 }
 
 void HttpLink::Deliver(std::string message) {
-  backlog_.Deliver(window_, reinterpret_cast<WPARAM>(&server_), std::move(message));
+  backlog_->Deliver(window_, reinterpret_cast<WPARAM>(&server_), std::move(message), isStopped_);
+}
+
+void HttpLink::DeliverAtOnce(std::string message) {
+  backlog_->DeliverAtOnce(window_, reinterpret_cast<WPARAM>(&server_), std::move(message));
 }
 
 void HttpLink::DeliverPosted(HttpPosted posted) const {
@@ -63,12 +71,7 @@ void HttpLink::Stop() {
   isStopped_ = true;
   for (HttpExchange* exchange : exchanges_) exchange->Abort();
   changed_.WakeAll();
-  backlog_.Stop();
-}
-
-bool HttpLink::IsStopped() const {
-  const std::lock_guard<Lock> lock(lock_);
-  return isStopped_;
+  backlog_->WakeStopped();
 }
 
 void HttpLink::OpenForListening() {
@@ -85,7 +88,7 @@ bool HttpLink::WaitForHandshake() {
 
 bool HttpLink::Pause(std::uint32_t pauseMs) {
   std::lock_guard<Lock> lock(lock_);
-  return !changed_.WaitFor(lock_, pauseMs, [this] { return isStopped_; });
+  return !changed_.WaitFor(lock_, pauseMs, [this] { return isStopped_.load(); });
 }
 
 LinkedExchange::LinkedExchange(HttpLink& link) : link_(link) {

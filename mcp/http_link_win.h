@@ -1,8 +1,10 @@
 // What the transport of one remote server and its threads share.
 #pragma once
 
+#include <atomic>
 #include <cstdint>
 #include <functional>
+#include <memory>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -31,7 +33,7 @@ class HttpLink {
   };
 
   // `server` lives until the program ends; `window` gets the messages.
-  HttpLink(McpServer& server, HWND window);
+  HttpLink(McpServer& server, HWND window, std::shared_ptr<Backlog> backlog);
 
   // A request to the server with the headers that are listed for it; the configured ones follow
   // them.
@@ -46,17 +48,16 @@ class HttpLink {
   // The server does not know `session` any more. False when it was over already.
   bool ForgetSession(const Session& session);
 
-  // Post to the window. Worker threads only, since they wait while too many messages of the server
-  // have not been handled, or the window's queue is full.
+  // Post to the window. Worker threads only, since they wait while too many messages have not been
+  // handled, or the window's queue is full.
   void Deliver(std::string message);            // nothing once the server is stopped
   void DeliverPosted(HttpPosted posted) const;  // also when it is stopped
 
-  // The window has handled a message that was delivered.
-  void OnHandled(size_t bytes) { backlog_.Remove(bytes); }
+  // UI thread only; does not wait.
+  void DeliverAtOnce(std::string message);
 
   // Ends every exchange and all waiting, now and later.
   void Stop();
-  bool IsStopped() const;
 
   // From here on the server may speak by itself.
   void OpenForListening();
@@ -72,11 +73,11 @@ class HttpLink {
   const std::string url_;
   const NamedValues headers_;
   const HWND window_;
-  Backlog backlog_;
+  const std::shared_ptr<Backlog> backlog_;
 
-  mutable Lock lock_;
+  Lock lock_;
   Condition changed_;
-  bool isStopped_ = false;
+  std::atomic<bool> isStopped_ = false;  // set under the lock
   bool isOpen_ = false;
   std::vector<HttpExchange*> exchanges_;  // under way
 };

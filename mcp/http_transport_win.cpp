@@ -6,16 +6,12 @@
 #include "mcp/http_listener_win.h"
 #include "mcp/http_post_win.h"
 #include "mcp/http_session_end_win.h"
-#include "win/messages.h"
-#include "win/owned_message.h"
 #include "win/thread.h"
 
 namespace wendra {
 
-HttpTransport::HttpTransport(McpServer& server, HWND window)
-    : link_(std::make_shared<HttpLink>(server, window)),
-      server_(reinterpret_cast<WPARAM>(&server)),
-      window_(window) {
+HttpTransport::HttpTransport(McpServer& server, HWND window, std::shared_ptr<Backlog> backlog)
+    : link_(std::make_shared<HttpLink>(server, window, std::move(backlog))) {
   StartHttpListener(link_);
 }
 
@@ -29,15 +25,8 @@ void HttpTransport::Send(OutgoingMessage message) {
   if (StartThread<HttpRequestWorker>(post)) return;
   // No thread could be made: the request fails as on a bad line, through the window's queue. When
   // that is full too, it times out.
-  if (!post->requestId.empty()) {
-    (void)PostOwned(window_, kMcpMessage, server_,
-                    std::make_unique<std::string>(HttpErrorResponse(post->requestId, "")));
-  }
+  if (!post->requestId.empty()) link_->DeliverAtOnce(HttpErrorResponse(post->requestId, ""));
   if (post->onSent) post->onSent();
-}
-
-void HttpTransport::OnHandled(size_t bytes) {
-  if (link_) link_->OnHandled(bytes);
 }
 
 void HttpTransport::OnInitialized() {
@@ -56,8 +45,9 @@ void HttpTransport::WaitForFarewell(std::uint32_t maxMs) {
   if (WaitForSingleObject(farewell_.Get(), maxMs) == WAIT_OBJECT_0) farewell_.Reset();
 }
 
-std::unique_ptr<Transport> MakeHttpTransport(McpServer& server, HWND window) {
-  return std::make_unique<HttpTransport>(server, window);
+std::unique_ptr<Transport> MakeHttpTransport(McpServer& server, HWND window,
+                                             std::shared_ptr<Backlog> backlog) {
+  return std::make_unique<HttpTransport>(server, window, std::move(backlog));
 }
 
 }  // namespace wendra

@@ -18,13 +18,12 @@ namespace wendra {
 // somebody waits for, a kHttpPostedMessage. No thread is waited for.
 class HttpTransport : public Transport {
  public:
-  HttpTransport(McpServer& server, HWND window);
+  HttpTransport(McpServer& server, HWND window, std::shared_ptr<Backlog> backlog);
   ~HttpTransport() override { Stop(); }
   HttpTransport(const HttpTransport&) = delete;
   HttpTransport& operator=(const HttpTransport&) = delete;
 
   void Send(OutgoingMessage message) override;
-  void OnHandled(size_t bytes) override;
   void OnInitialized() override;
 
   // In this order: tells the server that the session is over, if there is one; ends the requests
@@ -34,12 +33,11 @@ class HttpTransport : public Transport {
 
  private:
   std::shared_ptr<HttpLink> link_;  // shared with the threads; null once stopped
-  const WPARAM server_;             // only named in messages
-  const HWND window_;
-  KernelHandle farewell_;  // the thread that sends the DELETE, until its end is known
+  KernelHandle farewell_;           // the thread that sends the DELETE, until its end is known
 };
 
 // Connects to nothing yet: the first message does.
-std::unique_ptr<Transport> MakeHttpTransport(McpServer& server, HWND window);
+std::unique_ptr<Transport> MakeHttpTransport(McpServer& server, HWND window,
+                                             std::shared_ptr<Backlog> backlog);
 
 }  // namespace wendra

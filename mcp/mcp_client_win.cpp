@@ -40,7 +40,7 @@ bool McpClient::CheckMcpConfigChanged() {
 
 void McpClient::OnMessage(McpServer& server, std::unique_ptr<std::string> text) {
   if (server.running) session_.HandleMcpText(server, *text);
-  if (server.transport) server.transport->OnHandled(text->size());
+  registry_.OnMessageHandled(text->size());
 }
 
 void McpClient::OnClosed(McpServer& server) {

@@ -33,8 +33,8 @@ McpRegistry::~McpRegistry() {
 }
 
 void McpRegistry::LoadMcpServers(HWND window) {
-  WaitForFarewells(0);  // those of earlier loads that are through are let go of
   StopMcpServers();
+  WaitForFarewells(0);
   servers_.clear();
   config_.EnsureDefaultConfig();
   const std::string text = config_.ReadConfigText();
@@ -54,8 +54,10 @@ void McpRegistry::LoadMcpServers(HWND window) {
 void McpRegistry::Add(std::unique_ptr<McpServer> record, HWND window) {
   McpServer& server = *records_.emplace_back(std::move(record));
   servers_.push_back(&server);
-  if (server.kind == TransportKind::kStdio) return StartStdioServer(server, window, log_);
-  server.transport = MakeHttpTransport(server, window);
+  if (server.kind == TransportKind::kStdio) {
+    return StartStdioServer(server, window, backlog_, log_);
+  }
+  server.transport = MakeHttpTransport(server, window, backlog_);
   server.running = true;
 }
 

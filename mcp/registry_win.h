@@ -7,6 +7,7 @@
 
 #include "base/log.h"
 #include "config/config_file_win.h"
+#include "mcp/backlog_win.h"
 #include "mcp/server.h"
 
 #include <windows.h>
@@ -29,8 +30,11 @@ class McpRegistry {
   void StopMcpServers();
 
   // Gives the last words to stopped remote servers that are still on their way at most `maxMs` in
-  // all: at the end of the program, after StopMcpServers.
+  // all, and lets go of those that are through.
   void WaitForFarewells(std::uint32_t maxMs);
+
+  // The window has been sent a message of so many bytes by one of them and is through with it.
+  void OnMessageHandled(size_t bytes) { backlog_->Remove(bytes); }
 
   // In the order of config.json; also those that could not be started.
   const std::vector<McpServer*>& Servers() const { return servers_; }
@@ -41,6 +45,7 @@ class McpRegistry {
 
   ConfigFile& config_;
   Log& log_;
+  const std::shared_ptr<Backlog> backlog_ = std::make_shared<Backlog>();
   std::vector<McpServer*> servers_;
   // Every record since the start of the program: posted messages and waiting requests may name one
   // that is stopped.

@@ -35,12 +35,13 @@ struct StdioTransport::ErrorJob {
 };
 
 StdioTransport::StdioTransport(const McpServer& server, ServerProcess process, HWND window,
-                               Log& log)
+                               std::shared_ptr<Backlog> backlog, Log& log)
     : job_(std::move(process.job)),
       process_(std::move(process.process)),
       writer_(std::move(process.input)),
       output_(std::make_shared<PipeEnd>()),
-      error_(std::make_shared<PipeEnd>()) {
+      error_(std::make_shared<PipeEnd>()),
+      backlog_(std::move(backlog)) {
   output_->pipe = std::move(process.output);
   error_->pipe = std::move(process.error);
   auto outputJob = std::unique_ptr<OutputJob>(
@@ -65,7 +66,7 @@ void StdioTransport::Stop() {
   }
   StopReading(output_);
   StopReading(error_);
-  backlog_->Stop();
+  backlog_->WakeStopped();
   job_.Reset();
 }
 
@@ -87,7 +88,7 @@ size_t StdioTransport::ReadSome(PipeEnd& end, char* buffer, size_t bytes) {
 
 void StdioTransport::ReadOutput(std::unique_ptr<OutputJob> job) {
   const auto post = [&](std::string line) {
-    job->backlog->Deliver(job->window, job->server, std::move(line));
+    job->backlog->Deliver(job->window, job->server, std::move(line), job->end->isStopped);
   };
   LineSplitter splitter(kMaxUnfinishedLineBytes);
   char buffer[kLongOutputReadBytes];
@@ -111,10 +112,11 @@ void StdioTransport::ReadError(std::unique_ptr<ErrorJob> job) {
   job->log.LineFromAnyThread("[MCP " + job->server + "] stderr: " + text);
 }
 
-void StartStdioServer(McpServer& server, HWND window, Log& log) {
+void StartStdioServer(McpServer& server, HWND window, std::shared_ptr<Backlog> backlog, Log& log) {
   auto process = StartServerProcess(server, log);
   if (!process) return;
-  server.transport = std::make_unique<StdioTransport>(server, std::move(*process), window, log);
+  server.transport = std::make_unique<StdioTransport>(server, std::move(*process), window,
+                                                      std::move(backlog), log);
   server.running = true;
   log.Line("[MCP " + server.name + "] started " + server.command);
 }

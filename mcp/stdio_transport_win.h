@@ -16,19 +16,19 @@
 namespace wendra {
 
 // UI thread only. Two threads of its own read: each line of the child's output becomes a
-// kMcpMessage to the main window, which says when it is through with it; the output's end becomes
-// one kMcpClosedMessage; what the child wrote to its standard error becomes one log line when that
+// kMcpMessage to the main window, by way of the backlog; the output's end becomes one
+// kMcpClosedMessage; what the child wrote to its standard error becomes one log line when that
 // ends. They own what they use and are not waited for.
 class StdioTransport : public Transport {
  public:
   // Reads for `server`, which the posted messages name; `log` is borrowed for good.
-  StdioTransport(const McpServer& server, ServerProcess process, HWND window, Log& log);
+  StdioTransport(const McpServer& server, ServerProcess process, HWND window,
+                 std::shared_ptr<Backlog> backlog, Log& log);
   ~StdioTransport() override { Stop(); }
   StdioTransport(const StdioTransport&) = delete;
   StdioTransport& operator=(const StdioTransport&) = delete;
 
   void Send(OutgoingMessage message) override;
-  void OnHandled(size_t bytes) override { backlog_->Remove(bytes); }
 
   // In this order: closes the child's input, ends the child, ends the reading, ends whatever the
   // child has started.
@@ -52,10 +52,10 @@ class StdioTransport : public Transport {
   MessageWriter writer_;
   std::shared_ptr<PipeEnd> output_;  // null once stopped
   std::shared_ptr<PipeEnd> error_;
-  const std::shared_ptr<Backlog> backlog_ = std::make_shared<Backlog>();  // of the output
+  const std::shared_ptr<Backlog> backlog_;
 };
 
 // Starts the child of `server`, which then is running and has its transport, or logs why not.
-void StartStdioServer(McpServer& server, HWND window, Log& log);
+void StartStdioServer(McpServer& server, HWND window, std::shared_ptr<Backlog> backlog, Log& log);
 
 }  // namespace wendra

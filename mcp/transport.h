@@ -2,7 +2,6 @@
 // the main window's message queue, one JSON text at a time.
 #pragma once
 
-#include <cstddef>
 #include <cstdint>
 #include <functional>
 #include <string>
@@ -29,9 +28,6 @@ class Transport {
   // A request that fails on the way comes back as an error response to its id; anything else that
   // fails is dropped.
   virtual void Send(OutgoingMessage message) = 0;
-
-  // The window is through with a message of so many bytes that came from this transport.
-  virtual void OnHandled(size_t /*bytes*/) {}
 
   // The handshake has completed: from here on the server may speak by itself.
   virtual void OnInitialized() {}

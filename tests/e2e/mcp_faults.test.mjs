@@ -9,6 +9,7 @@ import {
   callEcho, endlessly, kChild, kClosed, kEcho, mcpChild, notification, ownProfile, request, says,
   withLocalServers,
 } from './support/mcp_children.mjs';
+import { writeConfig } from './support/host.mjs';
 import { startServer } from './support/server.mjs';
 
 const kMebibyte = 1_048_576;
@@ -176,19 +177,23 @@ test('the window lives beside servers that read nothing, and closes them', async
   });
 });
 
-test('the window lives beside servers that do not stop talking', async (t) => {
-  const floods = {
-    notifications: endlessly(...says('more', 100)),
-    garbage: endlessly('line', 'garbage'),
-    requests: endlessly('line', request(1, 'ping')),
-    errors: endlessly('err', '65536'),
-    'a line': endlessly('fill', '65536'),
-  };
-  for (const [name, words] of Object.entries(floods)) {
-    const servers = { good: mcpChild(), [name]: mcpChild('call', ...says('begun'), ...words) };
-    await withServers(servers, async (host) => {
-      void callEcho(host, name).catch(() => {}); // the page goes first
-      await host.waitForLine('begun');
+const kFloods = {
+  notifications: endlessly(...says('more', 100)),
+  garbage: endlessly('line', 'garbage'),
+  requests: endlessly('line', request(1, 'ping')),
+  errors: endlessly('err', '65536'),
+  'a line': endlessly('fill', '65536'),
+};
+const flooding = (kind) => mcpChild('call', ...says('begun'), ...kFloods[kind]);
+async function beginFlood(host, name) {
+  void callEcho(host, name).catch(() => {}); // the page goes first
+  await host.waitForLine(`[MCP ${name}] begun`);
+}
+
+test('the window lives beside a server that does not stop talking', async (t) => {
+  for (const name of Object.keys(kFloods)) {
+    await withServers({ good: mcpChild(), [name]: flooding(name) }, async (host) => {
+      await beginFlood(host, name);
       let longestMs = 0;
       for (let i = 0; i < 10; ++i) {
         const startMs = performance.now();
@@ -199,6 +204,20 @@ test('the window lives beside servers that do not stop talking', async (t) => {
       assert.ok(longestMs < kReplyMs, `${longestMs} ms`);
     });
   }
+});
+
+test('keys and timers get their turn beside many servers that do not stop talking', async () => {
+  const names = Array.from({ length: 8 }, (_, i) => `flood ${i}`);
+  const servers = { good: mcpChild() };
+  for (const name of names) servers[name] = flooding('notifications');
+  await withServers(servers, async (host) => {
+    for (const name of names) await beginFlood(host, name);
+    assert.deepEqual(await callEcho(host, 'good'), { ok: 1, value: kEcho });
+    await host.keys('ctrl+l');
+    await host.waitForLine('[Log] log panel shown (Ctrl+L)');
+    await writeConfig(host.profile, { mcpServers: { good: mcpChild() } });
+    await host.waitForLine('[MCP] config.json changed on disk');
+  });
 });
 
 // As the system sends it when the time of a request is over, without waiting for that.

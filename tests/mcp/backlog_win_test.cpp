@@ -17,7 +17,7 @@ class Reader {
  public:
   Reader(Backlog& backlog, size_t lineBytes)
       : backlog_(backlog), thread_([this, lineBytes] {
-          while (backlog_.Add(lineBytes)) ++added_;
+          while (backlog_.Add(lineBytes, isStopped_)) ++added_;
         }) {}
   ~Reader() {
     if (thread_.joinable()) StopAndCount();
@@ -30,14 +30,17 @@ class Reader {
     while (added_ < count && GetTickCount64() < end) std::this_thread::yield();
     return added_ >= count;
   }
+  size_t Count() const { return added_; }
   size_t StopAndCount() {
-    backlog_.Stop();
+    isStopped_ = true;
+    backlog_.WakeStopped();
     thread_.join();
     return added_;
   }
 
  private:
   Backlog& backlog_;
+  std::atomic<bool> isStopped_ = false;
   std::atomic<size_t> added_ = 0;
   std::thread thread_;  // last: it uses the rest
 };
@@ -68,14 +71,37 @@ TEST(Backlog, GoesOnWhenAllIsHandled) {
   }
 }
 
+// Everybody who waits has a turn when it is empty, also while others fill it again at once.
+TEST(Backlog, LeavesNobodyWaiting) {
+  Backlog backlog;
+  Reader readers[] = {{backlog, 1 << 20}, {backlog, 1 << 20}, {backlog, 1 << 20}};
+  size_t handled = 0;
+  const auto added = [&] {
+    size_t count = 0;
+    for (const Reader& reader : readers) count += reader.Count();
+    return count;
+  };
+  const ULONGLONG end = GetTickCount64() + kPatienceMs;
+  for (const Reader& reader : readers) {
+    const size_t before = reader.Count();
+    while (reader.Count() < before + 100 && GetTickCount64() < end) {
+      if (handled == added()) continue;
+      backlog.Remove(1 << 20);
+      ++handled;
+    }
+    EXPECT_GE(reader.Count(), before + 100);
+  }
+}
+
 TEST(Backlog, HoldsUpNobodyWhoIsSlower) {
   Backlog backlog;
+  std::atomic<bool> isStopped = false;
   for (int i = 0; i < 1000; ++i) {
-    ASSERT_TRUE(backlog.Add(1 << 20));
+    ASSERT_TRUE(backlog.Add(1 << 20, isStopped));
     backlog.Remove(1 << 20);
   }
-  backlog.Stop();
-  EXPECT_FALSE(backlog.Add(1));
+  isStopped = true;
+  EXPECT_FALSE(backlog.Add(1, isStopped));
 }
 
 }  // namespace

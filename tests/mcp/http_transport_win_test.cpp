@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <functional>
+#include <memory>
 #include <optional>
 #include <string>
 #include <vector>
@@ -46,7 +47,7 @@ class HttpServer : public testing::Test {
           if (message == kMcpMessage) {
             sessionIdAtMessage_ = record_.shared.sessionId;
             received_.push_back(*TakeOwned<std::string>(lparam));
-            if (isHandling_) record_.transport->OnHandled(received_.back().size());
+            if (isHandling_) backlog_->Remove(received_.back().size());
           } else {
             const auto posted = TakeOwned<HttpPosted>(lparam);
             if (posted->sessionIsOver) received_.push_back("session is over");
@@ -65,7 +66,7 @@ class HttpServer : public testing::Test {
     record_.transport.reset();
     server_.emplace(std::move(handler));
     record_.url = server_->Url();
-    record_.transport = MakeHttpTransport(record_, window_.Handle());
+    record_.transport = MakeHttpTransport(record_, window_.Handle(), backlog_);
     received_.clear();
   }
   void Send(std::string text = kRequest, std::string requestId = "1") {
@@ -101,6 +102,7 @@ class HttpServer : public testing::Test {
   McpServer& record_ = *new McpServer;  // kept for good, as the registry does: see McpServer
   Messages received_;
   std::string sessionIdAtMessage_;
+  const std::shared_ptr<Backlog> backlog_ = std::make_shared<Backlog>();
   bool isHandling_ = true;
   const TestWindow window_;
   std::optional<HttpTestServer> server_;
@@ -184,7 +186,7 @@ TEST_F(HttpServer, AnswersForAServerThatCannotBeReached) {
   EXPECT_EQ(Exchange(), Messages{ErrorResponse("request failed (offline?)")});
   record_.transport.reset();
   record_.url = "https://" + std::string(255, 'a');
-  record_.transport = MakeHttpTransport(record_, window_.Handle());
+  record_.transport = MakeHttpTransport(record_, window_.Handle(), backlog_);
   EXPECT_EQ(Exchange(), Messages{ErrorResponse("invalid URL")});
 }
 
@@ -285,7 +287,7 @@ TEST_F(HttpServer, HoldsUpAServerThatSpeaksFasterThanItIsHeard) {
   };
   waitForMessages(kHeldUpAt);
   size_t handled = 0;
-  const auto handle = [&] { record_.transport->OnHandled(received_[handled++].size()); };
+  const auto handle = [&] { backlog_->Remove(received_[handled++].size()); };
   while (handled < kHeldUpAt - 1) handle();
   waitForMessages(kHeldUpAt);  // not before the window is through with all of them
   isHandling_ = true;
@@ -551,7 +553,7 @@ TEST_F(HttpServer, LetsGoOfAFarewellThatIsOver) {
     });
     record_.shared.sessionId = "s1";
     for (int i = 0; i < 50; ++i) {
-      stopped.push_back(MakeHttpTransport(record_, window_.Handle()));
+      stopped.push_back(MakeHttpTransport(record_, window_.Handle(), backlog_));
       stopped.back()->Stop();
       stopped.back()->WaitForFarewell(INFINITE);
     }

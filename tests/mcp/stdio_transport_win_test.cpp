@@ -4,6 +4,7 @@
 #include <condition_variable>
 #include <filesystem>
 #include <functional>
+#include <memory>
 #include <mutex>
 #include <string>
 #include <vector>
@@ -65,7 +66,7 @@ class StdioServer : public testing::Test {
           if (message == kMcpMessage) {
             received_.push_back(*TakeOwned<std::string>(lparam));
             EXPECT_EQ(wparam, reinterpret_cast<WPARAM>(&server_));
-            if (handlesAtOnce_) server_.transport->OnHandled(received_.back().size());
+            if (handlesAtOnce_) backlog_->Remove(received_.back().size());
           }
           if (message == kMcpClosedMessage) ++closed_;
         }) {
@@ -75,7 +76,7 @@ class StdioServer : public testing::Test {
 
   void Start(std::vector<std::string> args) {
     server_.args = std::move(args);
-    StartStdioServer(server_, window_.Handle(), log_);
+    StartStdioServer(server_, window_.Handle(), backlog_, log_);
   }
 
   void WaitUntil(const std::function<bool()>& isDone) {
@@ -106,6 +107,7 @@ class StdioServer : public testing::Test {
 
   McpServer server_;
   SharedLog log_;
+  const std::shared_ptr<Backlog> backlog_ = std::make_shared<Backlog>();
   std::vector<std::string> received_;
   bool handlesAtOnce_ = true;  // as a window does that has nothing else to do
   int closed_ = 0;
@@ -177,9 +179,7 @@ TEST_F(StdioServer, HoldsUpAChildThatIsFasterThanTheWindow) {
     WaitUntil([&] { return received_.size() > handled; });
     ASSERT_FALSE(HasFatalFailure());
     EXPECT_LE(received_.size() - handled, kHeldUpAt);
-    for (; handled < received_.size(); ++handled) {
-      server_.transport->OnHandled(received_[handled].size());
-    }
+    for (; handled < received_.size(); ++handled) backlog_->Remove(received_[handled].size());
   }
   WaitForEnd();
   EXPECT_EQ(received_, Lines(kLines, std::string(79, 'x')));

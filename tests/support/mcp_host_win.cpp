@@ -4,6 +4,8 @@
 //   mcp_host PROGRAM [ARGUMENT...]
 //
 // Ends with code 1 when the server could not be started.
+#include <memory>
+
 #include "base/log.h"
 #include "mcp/stdio_transport_win.h"
 #include "win/wide.h"
@@ -27,7 +29,7 @@ int wmain(int count, wchar_t** arguments) {
   server.name = "test";
   server.command = wendra::Narrow(arguments[1]);
   for (int i = 2; i < count; ++i) server.args.push_back(wendra::Narrow(arguments[i]));
-  wendra::StartStdioServer(server, nullptr, log);
+  wendra::StartStdioServer(server, nullptr, std::make_shared<wendra::Backlog>(), log);
   if (!server.running) return 1;
   Sleep(INFINITE);
   return 0;
