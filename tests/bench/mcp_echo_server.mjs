@@ -1,7 +1,8 @@
 // The server of the MCP benchmarks, on the official SDK. Its one tool, echo, returns its text
 // `message`, repeated and cut to `bytes` bytes, so that a small request can have a large answer.
 //
-//   node mcp_echo_server.mjs    serves standard input and output
+//   node mcp_echo_server.mjs [LIST_MS]    serves standard input and output; LIST_MS milliseconds
+//                                         pass before the list of tools is answered
 import { createServer } from 'node:http';
 import { randomUUID } from 'node:crypto';
 import { fileURLToPath } from 'node:url';

@@ -1,10 +1,10 @@
 // Starts the Windows programs of the MCP benchmarks.
-import { spawn } from 'node:child_process';
 import { mkdtemp, rm, writeFile } from 'node:fs/promises';
 import { tmpdir } from 'node:os';
 import { dirname, join } from 'node:path';
 import { fileURLToPath } from 'node:url';
 import { windowsPath } from '../../tools/wine/prefix.mjs';
+import { spawnTied } from '../../tools/wine/processes.mjs';
 import { kNode } from '../e2e/support/mcp_servers.mjs';
 
 const kFolder = dirname(fileURLToPath(import.meta.url));
@@ -30,10 +30,11 @@ export async function runWithServers(program, servers, args, { silent = false } 
   const profile = await mkdtemp(join(tmpdir(), 'wendra-bench-'));
   const config = join(profile, 'config.json');
   await writeFile(config, JSON.stringify({ mcpServers: servers }));
-  const child = spawn(
+  const child = spawnTied(
     join(kRoot, 'tools/launch'),
     ['--profile', profile, '--', ...args(windowsPath(config))],
     {
+      deathSignal: 'TERM',
       stdio: ['ignore', 'pipe', 'inherit'],
       env: {
         ...process.env,

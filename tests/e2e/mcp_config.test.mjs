@@ -8,6 +8,7 @@ import { fileURLToPath } from 'node:url';
 import { windowsPath } from '../../tools/wine/prefix.mjs';
 import { configFile, makeProfile, startHost, writeConfig } from './support/host.mjs';
 import { startServer } from './support/server.mjs';
+import { until } from './support/waiting.mjs';
 
 const kRoot = join(dirname(fileURLToPath(import.meta.url)), '../..');
 const kChild = windowsPath(join(kRoot, 'build/windows/bin/test_child.exe'));
@@ -192,6 +193,8 @@ test('the page reads the file and replaces it', async () => {
     assert.deepEqual(await call('mcpWriteConfig', content), { ok: 1, value: { ok: true } });
     assert.equal(await host.config(), content);
     await page.waitFor('window.changes === 1');
+    const loads = () => host.log.slice(from).filter((line) => line.startsWith('[MCP] loaded '));
+    await until('both loads in the log', () => loads().length === 2);
     assert.deepEqual(mcpLines(host, from), [
       `[MCP] config saved ${kDash} restarting local MCP servers`,
       kStarted('ü'), '[MCP] loaded 1 server(s)',

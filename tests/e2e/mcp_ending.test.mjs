@@ -132,9 +132,12 @@ for (const [how, code] of Object.entries({ close: 0, kill: 1 })) {
   test(`nothing is left in the middle of a reload: ${how}`, (t) =>
     withServers(entriesOf('twenty servers'), async (host) => {
       await bringAbout(host, 'twenty servers');
+      await host.probe('process'); // it is there when it is needed
       const from = host.log.length;
       await writeConfig(host.profile, { mcpServers: entriesOf('twenty servers') });
       await host.waitForLine('[MCP twenty servers 5] started', { from });
       await endWithin(t, host, how, { code });
+      const isLoaded = host.log.slice(from).some((line) => line.startsWith('[MCP] loaded '));
+      assert.equal(isLoaded, how === 'close'); // which has its turn only then
     }));
 }

@@ -4,14 +4,15 @@ import assert from 'node:assert/strict';
 import { X509Certificate } from 'node:crypto';
 import { after, before, test } from 'node:test';
 import { gzipSync } from 'node:zlib';
+import { callTool, kEcho } from './support/calls.mjs';
 import { makeCertificate } from './support/certificate.mjs';
 import { startHost } from './support/host.mjs';
 import {
   begin, beginEvents, event, result, send, sendJson, startMcpServers, text,
 } from './support/mcp_http_server.mjs';
 import {
-  answer, asBody, asEvents, asks, begins, callTool, drops, kEcho, kNoResponse, kOffline, never, says,
-  status, withRemotes,
+  answer, asBody, asEvents, asks, begins, drops, kNoResponse, kOffline, says, status,
+  withRemotes,
 } from './support/remotes.mjs';
 import { startServer } from './support/server.mjs';
 

@@ -2,11 +2,12 @@
 // loaded anew, nothing waits for the network, and a session that there is gets its DELETE.
 import assert from 'node:assert/strict';
 import { after, before, test } from 'node:test';
+import { callTool, kEcho } from './support/calls.mjs';
 import { startMuteServer, startSilentAddress } from './support/black_holes.mjs';
 import { writeConfig } from './support/host.mjs';
 import { endAlone, startLonelyHost } from './support/lonely_host.mjs';
 import { begin, beginEvents, event, startMcpServers } from './support/mcp_http_server.mjs';
-import { asks, begins, callTool, drops, flood, kEcho, never, says, status } from './support/remotes.mjs';
+import { asks, begins, drops, flood, never, says, status } from './support/remotes.mjs';
 import { startServer } from './support/server.mjs';
 import { until } from './support/waiting.mjs';
 
@@ -145,6 +146,7 @@ async function startTrouble(t, name) {
     names,
     entries: Object.fromEntries(names.map((one) => [one, remotes.entry(one)])),
     begun: async (round) => {
+      await Promise.all(names.map((one) => remotes.waitFor(one, 'initialize', round)));
       seen.pieces = 0;
       if (has) return until(name, () => has(seen));
       return Promise.all(names.map((one) => remotes.waitFor(one, kind, calls * round)));
@@ -196,7 +198,8 @@ test('config.json is loaded anew at once in the middle of it all', async (t) => 
   await writeConfig(host.profile, { mcpServers });
   await host.waitForLine('[MCP] config.json changed on disk - reloading servers');
   assert.deepEqual(await callTool(host, 'sane'), { ok: 1, value: kEcho });
-  const { longestMs } = await host.probe('watched');
+  const { longestMs, answers } = await host.probe('watched');
+  assert.ok(answers > 0);
   t.diagnostic(`the window was silent for ${longestMs} ms at most`);
   assert.ok(longestMs < kSilenceMs, `${longestMs} ms`);
   await inAll((name, trouble) => until(`the DELETEs of ${name}`, () =>

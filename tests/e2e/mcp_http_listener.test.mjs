@@ -2,10 +2,11 @@
 import assert from 'node:assert/strict';
 import { after, before, test } from 'node:test';
 import { gzipSync } from 'node:zlib';
+import { callTool, kEcho } from './support/calls.mjs';
 import { beginEvents, event, send, sendJson, startMcpServers } from './support/mcp_http_server.mjs';
 import { startHost } from './support/host.mjs';
 import {
-  answer, asks, begins, callTool, drops, flood, kEcho, kOffline, says, status, withRemotes,
+  answer, asks, begins, drops, flood, kOffline, says, status, withRemotes,
 } from './support/remotes.mjs';
 import { startServer } from './support/server.mjs';
 import { until } from './support/waiting.mjs';

@@ -1,21 +1,17 @@
-// Servers come and go a hundred times while the page calls them: nothing may pile up.
+// Servers come and go again and again while the page calls them: nothing may pile up.
 import assert from 'node:assert/strict';
-import { dirname, join } from 'node:path';
 import { after, before, test } from 'node:test';
-import { fileURLToPath } from 'node:url';
-import { windowsPath } from '../../tools/wine/prefix.mjs';
+import { letTimeOut } from './support/calls.mjs';
 import { holdings, holdsNoMore, processesNamed } from './support/holdings.mjs';
 import { startHost } from './support/host.mjs';
+import { mcpChild } from './support/mcp_children.mjs';
 import { lastAnswers, reload } from './support/reloads.mjs';
 import { startServer } from './support/server.mjs';
 import { until } from './support/waiting.mjs';
 
-const kRoot = join(dirname(fileURLToPath(import.meta.url)), '../..');
-const kServer = { command: windowsPath(join(kRoot, 'build/windows/bin/mcp_child.exe')) };
 const kNames = ['a', 'b', 'c', 'd', 'e'];
-const kConfig = JSON.stringify({ mcpServers: Object.fromEntries(kNames.map((n) => [n, kServer])) });
-const kFirstTimer = 101; // of a request, see docs/threads.md
-const WM_TIMER = 0x113;
+const kServers = Object.fromEntries(kNames.map((name) => [name, mcpChild()]));
+const kConfig = JSON.stringify({ mcpServers: kServers });
 // RELOADS=200 by hand; then the calls whose server was stopped wait for their own time-outs: two
 // minutes.
 const kReloads = Number(process.env.RELOADS ?? 40);
@@ -49,10 +45,8 @@ test('reloading again and again leaves nothing behind', async (t) => {
 test('each call has ended once, by its time-out at the latest', async (t) => {
   const { page } = host;
   // A call makes two requests at most. What is not waited for comes as the system would send it.
-  const lastTimer = kFirstTimer + 2 * (await page.evaluate('posted'));
-  for (let id = kFirstTimer; !process.env.RELOADS && id <= lastTimer; ++id) {
-    await host.probe('post', 'window', WM_TIMER, id, 0);
-  }
+  const requests = 2 * (await page.evaluate('posted'));
+  for (let nth = 1; !process.env.RELOADS && nth <= requests; ++nth) await letTimeOut(host, nth);
   const open = () => page.evaluate('posted - new Set(ended).size');
   await until('the last replies', async () => (await open()) === 0, { timeoutMs: 150_000 });
   await page.call('platform', []); // so much for a second reply

@@ -8,9 +8,10 @@
 namespace wendra {
 
 // Calls `feed` with one piece of `text` after the other: each byte of `cuts`, over and over again,
-// makes a piece of 1 to 64 bytes.
+// makes a piece of 1 to 64 bytes. Without cuts the text is one piece.
 template <typename Feed>
 void FeedInPieces(std::string_view text, std::string_view cuts, Feed feed) {
+  if (cuts.empty()) return feed(text);
   for (std::size_t i = 0; !text.empty(); ++i) {
     const auto piece = text.substr(0, static_cast<std::uint8_t>(cuts[i % cuts.size()]) % 64 + 1u);
     text.remove_prefix(piece.size());
@@ -19,5 +20,6 @@ void FeedInPieces(std::string_view text, std::string_view cuts, Feed feed) {
 }
 
 constexpr std::string_view kByteByByte("\0", 1);
+constexpr std::string_view kInOnePiece;
 
 }  // namespace wendra

@@ -45,7 +45,8 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   const size_t maxBytes = data[0];
   const std::string_view text = input.substr(5);
   const Lines expected = Expected(text, maxBytes);
-  for (const std::string_view cuts : {input.substr(1, 4), wendra::kByteByByte}) {
+  for (const std::string_view cuts :
+       {input.substr(1, 4), wendra::kByteByByte, wendra::kInOnePiece}) {
     if (Split(text, maxBytes, cuts) != expected) std::abort();
   }
   return 0;

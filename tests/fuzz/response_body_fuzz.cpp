@@ -70,7 +70,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   const std::string_view input(reinterpret_cast<const char*>(data), size);
   const std::string_view type = kTypes[data[0] % 3];
   const std::string_view text = input.substr(5);
-  const Extracted whole = Extract(type, text, "\x3f");
+  const Extracted whole = Extract(type, text, wendra::kInOnePiece);
   for (const std::string_view cuts : {input.substr(1, 4), wendra::kByteByByte}) {
     if (!(Extract(type, text, cuts) == whole)) std::abort();
   }

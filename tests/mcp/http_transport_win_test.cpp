@@ -88,8 +88,7 @@ class HttpServer : public testing::Test {
     WaitUntil([&] { return isSent; });
   }
   static void WaitUntil(const std::function<bool()>& isDone) {
-    MSG message;
-    while (!isDone() && GetMessageW(&message, nullptr, 0, 0) > 0) DispatchMessageW(&message);
+    ASSERT_TRUE(TestWindow::PumpUntil(isDone));
   }
   // Until the server has had so many requests: it tells by a message to the window's thread.
   void WaitForRequests(size_t count) {

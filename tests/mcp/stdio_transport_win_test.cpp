@@ -80,12 +80,7 @@ class StdioServer : public testing::Test {
   }
 
   void WaitUntil(const std::function<bool()>& isDone) {
-    const ULONGLONG end = GetTickCount64() + kPatienceMs;
-    for (ULONGLONG now = GetTickCount64(); !isDone(); now = GetTickCount64()) {
-      ASSERT_LT(now, end);
-      MsgWaitForMultipleObjects(0, nullptr, FALSE, static_cast<DWORD>(end - now), QS_ALLINPUT);
-      TestWindow::Pump();
-    }
+    ASSERT_TRUE(TestWindow::PumpUntil(isDone));
   }
   // Until a process holds the event of that name, or none does any more. Nothing tells that an
   // event has gone: look again and again. False when it does not come to that.

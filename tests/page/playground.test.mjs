@@ -6,7 +6,7 @@ import { entriesOf, joined, parentOf } from '../../page/playground/views/folder_
 import { describe, forEditor, forFile, isFaithful } from '../../page/playground/views/text_file.js';
 import { startPlayground } from './playground_server.mjs';
 
-setDefaultResultOrder('ipv4first'); // Node 18 tries one server.address of a name only
+setDefaultResultOrder('ipv4first'); // Node 18 tries one address of a name only
 
 let server;
 
@@ -18,7 +18,7 @@ after(async () => {
   await server?.close();
 });
 
-test('the printed server.address is the page, and every module that it needs is there', async () => {
+test('the printed address is the page, and every module that it needs is there', async () => {
   assert.match(server.address, /^http:\/\/localhost:\d+\/playground\/$/);
   const page = await fetch(server.address);
   assert.match(page.headers.get('content-type'), /^text\/html/);

@@ -20,7 +20,7 @@ after(async () => {
 let visits = 0;
 
 beforeEach(async () => {
-  visits += 1; // a new server.address, so that nothing is left of the test before
+  visits += 1; // a new address, so that nothing is left of the test before
   await browser.visit(`${server.address}?${visits}#servers`);
   await browser.waitFor('document.querySelector(".server.ready")');
 });

@@ -38,6 +38,22 @@ class TestWindow {
     while (PeekMessageW(&message, nullptr, 0, 0, PM_REMOVE)) DispatchMessageW(&message);
   }
 
+  // Handles messages until `isDone`, asked after each. False when it does not come to that.
+  static bool PumpUntil(const std::function<bool()>& isDone) {
+    constexpr ULONGLONG kPatienceMs = 20'000;
+    const ULONGLONG end = GetTickCount64() + kPatienceMs;
+    for (ULONGLONG now = GetTickCount64(); !isDone(); now = GetTickCount64()) {
+      if (now >= end) return false;
+      MSG message;
+      if (PeekMessageW(&message, nullptr, 0, 0, PM_REMOVE)) {
+        DispatchMessageW(&message);
+      } else {
+        MsgWaitForMultipleObjects(0, nullptr, FALSE, static_cast<DWORD>(end - now), QS_ALLINPUT);
+      }
+    }
+    return true;
+  }
+
  private:
   static LRESULT CALLBACK Procedure(HWND window, UINT message, WPARAM wparam, LPARAM lparam) {
     auto* self = reinterpret_cast<TestWindow*>(GetWindowLongPtrW(window, GWLP_USERDATA));

@@ -22,6 +22,7 @@ const kRegistryFiles = ['system.reg', 'user.reg', 'userdef.reg'];
 // and newer kernels put its heap anywhere in the gigabyte behind. There it lies on the page that
 // Windows programs share, 7FFE0000, once in some thousand starts, and the program ends at once.
 const kSteady = spawnSync('setarch', ['-R', 'true']).status === 0 ? ['setarch', '-R'] : [];
+export const hasSteadyPlaces = kSteady.length > 0;
 
 // What starts a Windows program, for spawn(command, ...): it and all that it starts.
 export function wineCommand(program, args = []) {

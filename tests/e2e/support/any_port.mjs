@@ -2,6 +2,8 @@
 // localhost, and the process that started them is told which.
 import { Server } from 'node:net';
 
+process.on('disconnect', () => process.exit()); // nobody is left to end it
+
 const { listen } = Server.prototype;
 Server.prototype.listen = function listenAnywhere(...args) {
   this.once('listening', () => process.send({ port: this.address().port }));

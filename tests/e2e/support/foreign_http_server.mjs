@@ -9,7 +9,7 @@ import { createServer, request as send } from 'node:http';
 import { dirname, join } from 'node:path';
 import { fileURLToPath } from 'node:url';
 import { begin } from './mcp_http_server.mjs';
-import { until } from './waiting.mjs';
+import { inTime, until } from './waiting.mjs';
 
 const kFolder = dirname(fileURLToPath(import.meta.url));
 const kModules = join(kFolder, '../node_modules');
@@ -47,10 +47,10 @@ async function run(script, args, target) {
     stdio: ['ignore', 'ignore', 'ignore', 'ipc'],
   });
   const ended = once(child, 'exit');
-  target.port = await Promise.race([
+  target.port = await inTime(script, Promise.race([
     once(child, 'message').then(([message]) => message.port),
     ended.then(([code]) => Promise.reject(new Error(`${script} ended with ${code}`))),
-  ]);
+  ]));
   return async () => {
     child.kill('SIGKILL');
     await ended;

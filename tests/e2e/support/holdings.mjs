@@ -1,21 +1,25 @@
 // What the host's process holds, for tests of what must not pile up.
 import assert from 'node:assert/strict';
 import { readFileSync } from 'node:fs';
-import { until } from './waiting.mjs';
+import { kPatienceMs, until } from './waiting.mjs';
 
+// Wine keeps a thread for up to 30 seconds whose request was closed while it waited.
+export const kRestMs = 2 * kPatienceMs;
 const kMoreHandles = 3;
 const kMoreBytes = 4 << 20;
 
-const programOf = (pid) => readFileSync(`/proc/${pid}/cmdline`, 'utf8').split('\0')[0];
+// A process's program and arguments; nothing once it has gone.
+export function commandLineOf(pid) {
+  try {
+    return readFileSync(`/proc/${pid}/cmdline`, 'utf8').split('\0');
+  } catch {
+    return [];
+  }
+}
 
 // Ids of the host's processes whose program has that name.
-export const processesNamed = (host, name) => host.processes().filter((pid) => {
-  try {
-    return programOf(pid).endsWith(name);
-  } catch {
-    return false; // gone meanwhile
-  }
-});
+export const processesNamed = (host, name) =>
+  host.processes().filter((pid) => commandLineOf(pid)[0]?.endsWith(name));
 
 function memoryBytes(host) {
   const [pid] = processesNamed(host, 'wendra.exe');
@@ -35,7 +39,10 @@ export async function holdsNoMore(host, before) {
   await until('the same threads and handles', async () => {
     now = await holdings(host);
     return now.threads <= before.threads && now.handles <= before.handles + kMoreHandles;
-  }, { context: () => `before: ${JSON.stringify(before)} now: ${JSON.stringify(now)}` });
+  }, {
+    timeoutMs: kRestMs,
+    context: () => `before: ${JSON.stringify(before)} now: ${JSON.stringify(now)}`,
+  });
   const grown = now.bytes - before.bytes;
   assert.ok(grown < kMoreBytes, `${grown} bytes more`);
   return now;

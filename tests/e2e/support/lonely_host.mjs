@@ -1,10 +1,9 @@
 // A host behind which nobody tidies up, so that what it leaves behind can be seen: tools/launch, which
 // ends everything else with the program that it has started, has started its parent.
-import { readFileSync } from 'node:fs';
 import { dirname, join } from 'node:path';
 import { fileURLToPath } from 'node:url';
 import { isAlive, signalProcess } from '../../../tools/wine/processes.mjs';
-import { processesNamed } from './holdings.mjs';
+import { commandLineOf, processesNamed } from './holdings.mjs';
 import { startHost } from './host.mjs';
 import { kPatienceMs, until } from './waiting.mjs';
 
@@ -20,7 +19,7 @@ export const startLonelyHost = (wanted) =>
 // The command lines of the host and its servers that still run.
 export function remains(host) {
   const pids = kPrograms.flatMap((name) => processesNamed(host, name));
-  return pids.map((pid) => readFileSync(`/proc/${pid}/cmdline`, 'utf8').replaceAll('\0', ' '));
+  return pids.map((pid) => commandLineOf(pid).join(' ')).filter((line) => line !== '');
 }
 
 // `how`: 'close' for the window's own way, 'kill' for TerminateProcess, 'SIGKILL' for a process that

@@ -10,11 +10,9 @@ import { makeProfile, startHost } from './host.mjs';
 const kRoot = join(dirname(fileURLToPath(import.meta.url)), '../../..');
 
 export const kChild = windowsPath(join(kRoot, 'build/windows/bin/mcp_child.exe'));
-export const kEcho = { text: 'hi' }; // what its tool of that name answers to callEcho
 export const kClosed = 'subprocess exited / closed stdout';
 
 export const mcpChild = (...words) => ({ command: kChild, args: words });
-export const callEcho = (host, name) => host.page.call('mcpCall', [name, 'echo', { text: 'hi' }]);
 
 export const request = (id, method) => `{"jsonrpc":"2.0","id":${id},"method":"${method}"}`;
 export const notification = (rest) =>

@@ -1,10 +1,13 @@
 // A page that calls its servers while config.json is loaded again and again.
 
+import { until } from './waiting.mjs';
+
 // Runs in the page.
 async function reloadInPage(names, config, times) {
   window.waiting ??= new Map();
   window.ended ??= [];
   window.posted ??= 0;
+  window.saved ??= 0;
   window.__wendra = {
     __resolve: (id, ok, value) => {
       ended.push(id);
@@ -23,6 +26,7 @@ async function reloadInPage(names, config, times) {
     });
     if (i % 2) await Promise.any([...calls, reloaded]);
     await ask('mcpWriteConfig', [config]);
+    saved += 1;
   }
 }
 
@@ -34,8 +38,10 @@ export const reload = (host, names, config, times) =>
 
 // What each server answers once the host has seen the last writing.
 export async function lastAnswers(host, names) {
-  const from = host.log.findLastIndex((line) => line.startsWith('[MCP] config saved'));
-  await host.waitForLine('[MCP] config.json changed on disk', { from });
+  const saved = await host.page.evaluate('saved');
+  const savings = () => host.log.flatMap((line, i) => line.startsWith('[MCP] config saved') ? [i] : []);
+  await until('the last writing in the log', () => savings().length === saved);
+  await host.waitForLine('[MCP] config.json changed on disk', { from: savings().at(-1) });
   const reloaded = host.log.findLastIndex((line) => line.includes('changed on disk'));
   await host.waitForLine(`[MCP] loaded ${names.length} server(s)`, { from: reloaded });
   return host.page.evaluate(async (all) => {

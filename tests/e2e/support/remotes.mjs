@@ -3,13 +3,9 @@ import assert from 'node:assert/strict';
 import { startHost } from './host.mjs';
 import { beginEvents, event, result, send, sendJson, startMcpServers, text } from './mcp_http_server.mjs';
 
-export const kEcho = { text: 'hi' };
 export const kNoResponse = { error: 'MCP server returned no response' };
 export const kOffline = { error: 'request failed (offline?)' };
 const kProtocolVersion = '2025-11-25';
-
-export const callTool = (host, name, args = { text: 'hi' }) =>
-  host.page.call('mcpCall', [name, 'echo', args]);
 
 // Starts the servers (as startMcpServers takes them) and a host on `page`, and ends both after
 // `use(host, remotes)`. `entries`: further keys of config.json for each; `secure`: a certificate for
