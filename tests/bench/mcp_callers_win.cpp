@@ -8,8 +8,6 @@
 #include <utility>
 
 #include "mcp/command_line.h"
-#include "win/messages.h"
-#include "win/owned_message.h"
 #include "win/wide.h"
 
 #include <winhttp.h>
@@ -65,15 +63,10 @@ size_t ResultBytes(const Json& reply) {
 
 }  // namespace
 
-HostCaller::HostCaller(const std::wstring& configPath)
-    : config_(configPath, log_),
-      client_(config_, log_),
-      window_([this](UINT message, WPARAM wparam, LPARAM lparam) {
-        OnMessage(message, wparam, lparam);
-      }) {
-  client_.Start(window_.Handle());
+HostCaller::HostCaller(const std::wstring& configPath) : window_(configPath) {
+  window_.Start();
   bool isInitialized = false;
-  client_.Session().EnsureMcpInitialized(Server(), [&](const Json* failure) {
+  window_.Client().Session().EnsureMcpInitialized(Server(), [&](const Json* failure) {
     if (failure) End("the server cannot be called: " + TextOf(*failure));
     isInitialized = true;
   });
@@ -81,7 +74,7 @@ HostCaller::HostCaller(const std::wstring& configPath)
   while (!isInitialized && GetMessageW(&message, nullptr, 0, 0)) DispatchMessageW(&message);
 }
 
-HostCaller::~HostCaller() { client_.Stop(); }
+HostCaller::~HostCaller() { window_.Client().Stop(); }
 
 Times HostCaller::Call(const EchoCall& call, int count) {
   const Json params = EchoParams(call);
@@ -98,30 +91,15 @@ Times HostCaller::Call(const EchoCall& call, int count) {
 
 Json HostCaller::WaitForReply(Json params) {
   std::optional<Json> result;
-  client_.Session().SendMcpRequest(Server(), "tools/call", std::move(params), kCallTimeoutSeconds,
-                                   [&](Json reply) { result = std::move(reply); });
+  window_.Client().Session().SendMcpRequest(Server(), "tools/call", std::move(params),
+                                            kCallTimeoutSeconds,
+                                            [&](Json reply) { result = std::move(reply); });
   MSG message;
   while (!result && GetMessageW(&message, nullptr, 0, 0)) {
     TranslateMessage(&message);
     DispatchMessageW(&message);
   }
   return std::move(*result);
-}
-
-void HostCaller::OnMessage(UINT message, WPARAM wparam, LPARAM lparam) {
-  auto& server = *reinterpret_cast<McpServer*>(wparam);  // only where the message says so
-  switch (message) {
-    case kMcpMessage:
-      return client_.OnMessage(server, TakeOwned<std::string>(lparam));
-    case kMcpClosedMessage:
-      return client_.OnClosed(server);
-    case kHttpPostedMessage:
-      return client_.OnHttpPosted(server, *TakeOwned<HttpPosted>(lparam));
-    case WM_TIMER:
-      return client_.OnTimer(wparam);
-    default:
-      return;
-  }
 }
 
 OtherCaller::OtherCaller(const std::wstring& program, const std::vector<std::wstring>& arguments)

@@ -7,9 +7,7 @@
 #include <string_view>
 #include <vector>
 
-#include "mcp/mcp_client_win.h"
-#include "tests/support/recording_log.h"
-#include "tests/support/test_window_win.h"
+#include "tests/bench/mcp_window_win.h"
 #include "win/child_process.h"
 
 #include <windows.h>
@@ -40,16 +38,12 @@ class HostCaller : public EchoCaller {
 
   Times Call(const EchoCall& call, int count) override;
 
-  McpServer& Server() { return *client_.Registry().Servers().at(0); }
+  McpServer& Server() { return *window_.Client().Registry().Servers().at(0); }
 
  private:
   Json WaitForReply(Json params);
-  void OnMessage(UINT message, WPARAM wparam, LPARAM lparam);
 
-  RecordingLog log_;
-  ConfigFile config_;
-  McpClient client_;
-  TestWindow window_;
+  McpWindow window_;
 };
 
 // A program that makes the calls itself; see mcp_sdk_client.mjs for what it reads and writes.

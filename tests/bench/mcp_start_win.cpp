@@ -7,14 +7,10 @@
 #include <cstdio>
 #include <functional>
 
-#include "mcp/mcp_client_win.h"
 #include "mcp/tool_actions.h"
 #include "tests/bench/import_hook_win.h"
-#include "tests/support/recording_log.h"
+#include "tests/bench/mcp_window_win.h"
 #include "tests/support/recording_page.h"
-#include "tests/support/test_window_win.h"
-#include "win/messages.h"
-#include "win/owned_message.h"
 
 namespace wendra {
 namespace {
@@ -50,19 +46,13 @@ BOOL WINAPI TimedCreateProcess(const wchar_t* program, wchar_t* commandLine,
   return isCreated;
 }
 
-// The main window as far as MCP servers know it.
-class Host {
+// Lists the tools of all servers, as the page asks for it.
+class Lister {
  public:
-  explicit Host(const wchar_t* configPath)
-      : config_(configPath, log_),
-        client_(config_, log_),
-        window_([this](UINT message, WPARAM wparam, LPARAM lparam) {
-          OnMessage(message, wparam, lparam);
-        }) {}
-
-  void Start() { client_.Start(window_.Handle()); }
-  void Stop() { client_.Stop(); }
-  void WaitForFarewells() { client_.WaitForFarewells(); }
+  explicit Lister(McpClient& client)
+      : list_(McpServersAction(
+            replies_, [&client] { return std::span(client.Registry().Servers()); },
+            client.Session())) {}
 
   // From the page's request to its reply. The longest that one message held the window up meanwhile
   // is kept.
@@ -80,23 +70,10 @@ class Host {
   double LongestMs() const { return longestMs_; }
 
  private:
-  void OnMessage(UINT message, WPARAM wparam, LPARAM lparam) {
-    auto& server = *reinterpret_cast<McpServer*>(wparam);  // only where the message says so
-    if (message == kMcpMessage) client_.OnMessage(server, TakeOwned<std::string>(lparam));
-    if (message == kMcpClosedMessage) client_.OnClosed(server);
-    if (message == kHttpPostedMessage) client_.OnHttpPosted(server, *TakeOwned<HttpPosted>(lparam));
-    if (message == WM_TIMER) client_.OnTimer(wparam);
-  }
-
-  RecordingLog log_;
-  ConfigFile config_;
-  McpClient client_;
   RecordingPage page_;
   Replies replies_{page_};
-  Action list_ = McpServersAction(
-      replies_, [this] { return std::span(client_.Registry().Servers()); }, client_.Session());
+  Action list_;
   double longestMs_ = 0;
-  TestWindow window_;
 };
 
 }  // namespace
@@ -104,17 +81,19 @@ class Host {
 int Main(const wchar_t* configPath) {
   realCreateProcess = HookImport("CreateProcessW", &TimedCreateProcess);
   if (!realCreateProcess) return 1;
-  Host host(configPath);
-  const double startMs = MsOf([&] { host.Start(); });
-  const double coldMs = host.List();
-  const double warmMs = host.List();
-  const double stopMs = MsOf([&] { host.Stop(); });
+  McpWindow window(configPath);
+  McpClient& client = window.Client();
+  const double startMs = MsOf([&] { window.Start(); });
+  Lister lister(client);
+  const double coldMs = lister.List();
+  const double warmMs = lister.List();
+  const double stopMs = MsOf([&] { client.Stop(); });
   std::printf(
       R"({"startMs":%.1f,"createdMs":%.1f,"coldMs":%.1f,"warmMs":%.1f,"longestMs":%.1f,"stopMs":%.1f})"
       "\n",
-      startMs, createdMs, coldMs, warmMs, host.LongestMs(), stopMs);
+      startMs, createdMs, coldMs, warmMs, lister.LongestMs(), stopMs);
   std::fflush(stdout);
-  host.WaitForFarewells();
+  client.WaitForFarewells();
   return 0;
 }
 
