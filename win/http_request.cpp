@@ -4,6 +4,7 @@
 #include <iterator>
 #include <utility>
 
+#include "base/ascii.h"
 #include "win/unique.h"
 #include "win/wide.h"
 
@@ -105,15 +106,19 @@ struct HttpExchange::Operation {
   bool Begin(Start start) {
     {
       const Locked locked(*this);
-      if (isAborted) return false;
+      if (isAborted || hasFailed) return false;
       isDone = false;
     }
-    return start();
+    if (start()) return true;
+    const Locked locked(*this);
+    hasFailed = true;
+    return false;
   }
   bool Wait() {
     const Locked locked(*this);
-    while (!isDone && !isAborted) SleepConditionVariableSRW(&ended, &lock, INFINITE, 0);
-    return isDone && isSuccess && !isAborted;
+    while (!isDone && !isAborted && !isOverdue) SleepUntilEndOrDue();
+    hasFailed = hasFailed || !isDone || !isSuccess;
+    return !hasFailed && !isAborted;
   }
 
   void End(bool success, DWORD endedWith = 0) {
@@ -128,6 +133,22 @@ struct HttpExchange::Operation {
     const Locked locked(*this);
     isAborted = true;
     WakeConditionVariable(&ended);
+  }
+
+  void SetLimit(std::uint32_t limitMs) {
+    if (limitMs) dueMs = GetTickCount64() + limitMs;
+  }
+
+  // Under the lock.
+  void SleepUntilEndOrDue() {
+    DWORD leftMs = INFINITE;
+    if (dueMs) {
+      const ULONGLONG now = GetTickCount64();
+      isOverdue = now >= *dueMs;
+      if (isOverdue) return;
+      leftMs = static_cast<DWORD>(*dueMs - now);
+    }
+    (void)SleepConditionVariableSRW(&ended, &lock, leftMs, 0);
   }
 
   static void CALLBACK OnStatus(HINTERNET handle, DWORD_PTR context, DWORD status, void* info,
@@ -148,7 +169,10 @@ struct HttpExchange::Operation {
   };
   SRWLOCK lock = SRWLOCK_INIT;
   CONDITION_VARIABLE ended = CONDITION_VARIABLE_INIT;
+  std::optional<ULONGLONG> dueMs;  // on the clock of GetTickCount64
   bool isAborted = false;
+  bool isOverdue = false;
+  bool hasFailed = false;  // nothing may be asked of the request any more
   bool isDone = false;
   bool isSuccess = false;
   DWORD bytes = 0;  // available or read
@@ -241,6 +265,7 @@ bool HttpExchange::Connection::OpenRequest(const HttpRequest& request,
 
 void HttpExchange::Connection::AddHeaders(const HttpRequest& request) const {
   for (const auto& [name, value] : request.headers) {
+    if (HoldsControlCharacter(name) || HoldsControlCharacter(value)) continue;
     std::string text = name;
     text += ": ";
     text += value;
@@ -292,6 +317,7 @@ Outcome<DWORD> HttpExchange::Send(HttpRequest request) {
   connection_ = std::make_unique<Connection>(std::move(*target), std::move(url));
   if (const char* error = connection_->Open(request)) return Failure{error};
   operation_->body = std::move(request.body);
+  operation_->SetLimit(request.limitMs);
   int redirects = 0;
   do {
     if (const char* error = connection_->Exchange(request, operation_)) return Failure{error};
@@ -328,5 +354,10 @@ std::string_view HttpExchange::ReadPiece(size_t bytes) {
 }
 
 void HttpExchange::Abort() { operation_->Abort(); }
+
+bool HttpExchange::IsOverdue() const {
+  const Operation::Locked locked(*operation_);
+  return operation_->isOverdue;
+}
 
 }  // namespace wendra

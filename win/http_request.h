@@ -8,6 +8,7 @@
 // compression.
 #pragma once
 
+#include <cstdint>
 #include <memory>
 #include <optional>
 #include <string>
@@ -41,14 +42,20 @@ struct HttpRequest {
   const wchar_t* verb = L"GET";
   const wchar_t* userAgent = L"";
   HttpTimeouts timeouts{};
-  std::vector<std::pair<std::string, std::string>> headers;  // sent in this order
+  // Sent in this order. A header whose name or value holds a control character is not sent: it
+  // would end its line, and what follows would be the server's next header, or its next request.
+  std::vector<std::pair<std::string, std::string>> headers;
   std::string body;
   HttpRedirects redirects = HttpRedirects::kSameOrigin;
+  // In milliseconds, for the whole exchange from Send on; 0: no limit. Then the exchange is overdue
+  // and whatever waits in it fails.
+  std::uint32_t limitMs = 0;
 };
 
 // One exchange belongs to one worker thread, which waits in it; only Abort may come from another.
-// Whatever comes after Abort fails at once. Handles are closed by the worker alone (request,
-// connection, session), so that none is closed while a call is about to use it.
+// Whatever comes after Abort, after a failure and after the request's limit fails at once: WinHTTP
+// must not be asked anything about a request that has failed. Handles are closed by the worker
+// alone (request, connection, session), so that none is closed while a call is about to use it.
 class HttpExchange {
  public:
   HttpExchange();
@@ -81,6 +88,9 @@ class HttpExchange {
   // Ends the waiting of the worker at once, now and later. Any thread, any time, any number of
   // times.
   void Abort();
+
+  // Whether the request's limit has ended it.
+  bool IsOverdue() const;
 
  private:
   struct Operation;

@@ -269,6 +269,81 @@ TEST(HttpRequest, FollowsAnywhereWhenItMay) {
   EXPECT_EQ(other.Requests().front().path, "/feed");
 }
 
+// Debian's Wine says after a failed read that 3 GB are there, and reading them ends the program.
+TEST(HttpExchange, AsksNothingMoreOfARequestThatHasFailed) {
+  HttpTestServer server([](const HttpTestRequest&, HttpTestConnection& connection) {
+    connection.Send(
+        "HTTP/1.1 200 OK\r\nContent-Type: text/event-stream\r\nTransfer-Encoding: chunked\r\n\r\n"
+        "5\r\nabcde\r\n");
+    connection.WaitForClose();
+  });
+  for (std::string (*read)(HttpExchange&) : {ReadBody, ReadBodyAhead}) {
+    HttpRequest request = Request(server.Url());
+    request.timeouts.receiveMs = 500;
+    EXPECT_LE(Exchanged(std::move(request), read).size(), std::string_view("200 abcde").size());
+  }
+}
+
+TEST(HttpExchange, FailsWhenItsLimitIsOver) {
+  const struct {
+    const char* why;
+    std::string beginning;
+    const char* want;
+  } cases[] = {
+      {"no status", "", "request failed (offline?)"},
+      {"no end of the body", "HTTP/1.1 200 OK\r\nConnection: close\r\n\r\nabc", "200 abc"},
+  };
+  for (const auto& c : cases) {
+    HttpTestServer server([&](const HttpTestRequest&, HttpTestConnection& connection) {
+      connection.Send(c.beginning);
+      connection.WaitForClose();
+    });
+    HttpRequest request = Request(server.Url());
+    request.limitMs = 300;
+    HttpExchange exchange;
+    EXPECT_FALSE(exchange.IsOverdue());
+    const auto status = exchange.Send(std::move(request));
+    const std::string got =
+        status ? std::to_string(status.Value()) + " " + ReadBody(exchange) : status.Error();
+    EXPECT_EQ(got, c.want) << c.why;
+    EXPECT_TRUE(exchange.IsOverdue()) << c.why;
+    EXPECT_EQ(exchange.WaitForPiece(), 0u) << c.why;
+  }
+}
+
+TEST(HttpExchange, IsNotOverdueWithinItsLimit) {
+  HttpTestServer server(Answering("200 OK", {}, "abc"));
+  HttpRequest request = Request(server.Url());
+  request.limitMs = 20'000;
+  HttpExchange exchange;
+  EXPECT_TRUE(static_cast<bool>(exchange.Send(std::move(request))));
+  EXPECT_EQ(ReadBody(exchange), "abc");
+  EXPECT_FALSE(exchange.IsOverdue());
+}
+
+// What would end the header's line would be the next header, or the next request.
+TEST(HttpRequest, SendsNoHeaderThatHoldsAControlCharacter) {
+  HttpTestServer server(Answering("200 OK"));
+  HttpRequest request = Request(server.Url(), L"POST");
+  request.headers = {{"X-A", "1\r\nX-B: 2"},
+                     {"X-C", "1\nContent-Length: 3"},
+                     {"X-D", std::string("1\0", 2)},
+                     {"X-E", "a\tb"},
+                     {"X-F\r\nX-G", "1"},
+                     {"X-H\x7F", "1"},
+                     {"X-Z", "kept"}};
+  request.body = "body";
+  EXPECT_EQ(Exchanged(std::move(request)), "200 ");
+  const auto requests = server.Requests();
+  ASSERT_EQ(requests.size(), 1u);
+  std::string own;
+  for (const auto& [name, value] : requests[0].headers) {
+    if (name[0] == 'X') own += name + "=" + value + " ";
+  }
+  EXPECT_EQ(own, "X-Z=kept ");
+  EXPECT_EQ(requests[0].Header("Content-Length"), "4");
+}
+
 // A server that has a request, perhaps the beginning of an answer to it, and then says no more.
 class SilentServer {
  public:
