@@ -1,6 +1,6 @@
 #include "win/child_process.h"
 
-#include <mutex>
+#include <array>
 #include <utility>
 #include <vector>
 
@@ -24,66 +24,59 @@ void KeepFromChildren(const KernelHandle& end) {
   (void)SetHandleInformation(end.Get(), HANDLE_FLAG_INHERIT, 0);
 }
 
-// What puts a child into a job as it is created. The system's list refers to what lies in here;
-// given the memory that it has asked for, it cannot fail.
-class JobAttribute {
+// What a child is created with: the only handles that it inherits, whatever else is inheritable at
+// that moment, and its job if it has one. The system's list refers to what lies in here; given the
+// memory that it has asked for, it cannot fail.
+class ChildAttributes {
  public:
-  explicit JobAttribute(HANDLE job) : job_(job) {
+  ChildAttributes(const STARTUPINFOW& startup, HANDLE job)
+      : handles_{startup.hStdInput, startup.hStdOutput, startup.hStdError}, job_(job) {
+    const DWORD count = job ? 2 : 1;
     SIZE_T bytes = 0;
-    (void)InitializeProcThreadAttributeList(nullptr, 1, 0, &bytes);
+    (void)InitializeProcThreadAttributeList(nullptr, count, 0, &bytes);
     memory_.resize(bytes);
-    (void)InitializeProcThreadAttributeList(List(), 1, 0, &bytes);
-    (void)UpdateProcThreadAttribute(List(), 0, PROC_THREAD_ATTRIBUTE_JOB_LIST, &job_, sizeof(job_),
-                                    nullptr, nullptr);
+    (void)InitializeProcThreadAttributeList(List(), count, 0, &bytes);
+    Add(PROC_THREAD_ATTRIBUTE_HANDLE_LIST, handles_.data(), sizeof(handles_));
+    if (job) Add(PROC_THREAD_ATTRIBUTE_JOB_LIST, &job_, sizeof(job_));
   }
-  ~JobAttribute() { DeleteProcThreadAttributeList(List()); }
-  JobAttribute(const JobAttribute&) = delete;
-  JobAttribute& operator=(const JobAttribute&) = delete;
+  ~ChildAttributes() { DeleteProcThreadAttributeList(List()); }
+  ChildAttributes(const ChildAttributes&) = delete;
+  ChildAttributes& operator=(const ChildAttributes&) = delete;
 
   LPPROC_THREAD_ATTRIBUTE_LIST List() {
     return reinterpret_cast<LPPROC_THREAD_ATTRIBUTE_LIST>(memory_.data());
   }
 
  private:
+  void Add(DWORD_PTR attribute, void* value, SIZE_T bytes) {
+    (void)UpdateProcThreadAttribute(List(), 0, attribute, value, bytes, nullptr, nullptr);
+  }
+
+  std::array<HANDLE, 3> handles_;
   HANDLE job_;
   std::vector<char> memory_;
 };
 
 // ERROR_SUCCESS, or why not.
-DWORD Create(const ChildRequest& request, STARTUPINFOEXW startup, PROCESS_INFORMATION& process) {
+DWORD Create(const ChildRequest& request, STARTUPINFOEXW startup, HANDLE job,
+             PROCESS_INFORMATION& process) {
+  ChildAttributes attributes(startup.StartupInfo, job);
+  startup.lpAttributeList = attributes.List();
   std::wstring commandLine = request.commandLine;  // the system writes into it
   const wchar_t* program = request.program.empty() ? nullptr : request.program.c_str();
   const wchar_t* directory = request.directory.empty() ? nullptr : request.directory.c_str();
-  DWORD flags = CREATE_NO_WINDOW;
+  DWORD flags = CREATE_NO_WINDOW | EXTENDED_STARTUPINFO_PRESENT;
   // Without this the block would be taken for ANSI text.
   if (request.environment) flags |= CREATE_UNICODE_ENVIRONMENT;
-  if (startup.lpAttributeList) flags |= EXTENDED_STARTUPINFO_PRESENT;
-  startup.StartupInfo.cb = startup.lpAttributeList ? sizeof(startup) : sizeof(startup.StartupInfo);
   const BOOL isCreated = CreateProcessW(program, commandLine.data(), nullptr, nullptr, TRUE, flags,
                                         const_cast<wchar_t*>(request.environment), directory,
                                         &startup.StartupInfo, &process);
   return isCreated ? ERROR_SUCCESS : GetLastError();
 }
 
-DWORD CreateInItsJob(const ChildRequest& request, STARTUPINFOEXW startup,
-                     PROCESS_INFORMATION& process) {
-  if (request.job) {
-    JobAttribute attribute(request.job);
-    startup.lpAttributeList = attribute.List();
-    if (Create(request, startup, process) == ERROR_SUCCESS) return ERROR_SUCCESS;
-    startup.lpAttributeList = nullptr;  // it may have been the job that was refused
-  }
-  return Create(request, startup, process);
-}
-
 }  // namespace
 
 Child StartChild(const ChildRequest& request) {
-  // From the making of inheritable ends to the closing of our copies. A handle that is inheritable
-  // is inherited by every child that is started meanwhile, whoever starts it.
-  static std::mutex startMutex;
-  const std::lock_guard<std::mutex> lock(startMutex);
-
   Pipe input = MakeInheritablePipe();
   Pipe output = MakeInheritablePipe();
   Pipe error = MakeInheritablePipe();
@@ -97,12 +90,17 @@ Child StartChild(const ChildRequest& request) {
   KeepFromChildren(error.read);
 
   STARTUPINFOEXW startup{};
+  startup.StartupInfo.cb = sizeof(startup);
   startup.StartupInfo.dwFlags = STARTF_USESTDHANDLES;
   startup.StartupInfo.hStdInput = input.read.Get();
   startup.StartupInfo.hStdOutput = output.write.Get();
   startup.StartupInfo.hStdError = error.write.Get();
   PROCESS_INFORMATION process{};
-  child.reason = CreateInItsJob(request, startup, process);
+  child.reason = Create(request, startup, request.job, process);
+  child.isInJob = request.job && child.reason == ERROR_SUCCESS;
+  if (request.job && !child.isInJob) {  // it may have been the job that was refused
+    child.reason = Create(request, startup, nullptr, process);
+  }
   if (child.reason != ERROR_SUCCESS) return child;
   CloseHandle(process.hThread);
   child.start = ChildStart::kStarted;

@@ -1,5 +1,5 @@
-// Starts a child process whose three standard streams are pipes of ours. The one place where
-// inheritable handles are made.
+// Starts a child process whose three standard streams are pipes of ours, and which inherits nothing
+// else. The one place where inheritable handles are made.
 #pragma once
 
 #include <string>
@@ -16,7 +16,8 @@ struct ChildRequest {
   // A block of UTF-16 "name=value" texts, each with its zero, and one more; null inherits ours.
   const wchar_t* environment = nullptr;
   // The child is in this job before it runs, so that it cannot escape from it, not even by our end
-  // while it is being created. Where the system refuses that, the child runs without. May be null.
+  // while it is being created. Where the system refuses that, the child runs without it, and
+  // Child::isInJob says so. May be null.
   HANDLE job = nullptr;  // borrowed
 };
 
@@ -34,10 +35,10 @@ struct Child {
   KernelHandle output;           // we read
   KernelHandle error;            // we read
   DWORD reason = ERROR_SUCCESS;  // a system error code, where it was not created
+  bool isInJob = false;          // in the job of the request
 };
 
-// Without a window. Any thread: starts wait for one another, so that no child inherits the pipe
-// ends of another, which would keep that one's streams open.
+// Without a window. Any thread; several at once.
 Child StartChild(const ChildRequest& request);
 
 }  // namespace wendra

@@ -13,9 +13,11 @@
 //                is set, and goes on
 //   await NAME   waits until the event NAME is set
 //   set NAME     sets it, once somebody waits for it
+//   handles      says how many handles it has inherited, and how many of these are its streams
 //   exit N       ends with this code
 //   crash        ends by an access violation
 #include <algorithm>
+#include <cstdint>
 #include <cstdio>
 #include <cstdlib>
 #include <string>
@@ -117,6 +119,24 @@ void HoldStreams(const std::string& name) {
   CloseHandle(process.hProcess);
 }
 
+// Inherited handles stay inheritable, and nothing that runs here has made any of its own.
+void PrintHandles() {
+  constexpr std::uintptr_t kMostHandles = 0x4000;
+  int inherited = 0;
+  int streams = 0;
+  for (std::uintptr_t value = 4; value < kMostHandles; value += 4) {
+    const auto handle = reinterpret_cast<HANDLE>(value);
+    DWORD flags = 0;
+    if (!GetHandleInformation(handle, &flags) || !(flags & HANDLE_FLAG_INHERIT)) continue;
+    ++inherited;
+    for (const DWORD stream : {STD_INPUT_HANDLE, STD_OUTPUT_HANDLE, STD_ERROR_HANDLE}) {
+      if (GetStdHandle(stream) == handle) ++streams;
+    }
+  }
+  Write(STD_OUTPUT_HANDLE, std::to_string(inherited) + " inherited, " + std::to_string(streams) +
+                               " of them standard streams");
+}
+
 [[noreturn]] void Crash() {
   RaiseException(EXCEPTION_ACCESS_VIOLATION, EXCEPTION_NONCONTINUABLE, 0, nullptr);
   std::abort();
@@ -152,6 +172,8 @@ void Do(const std::vector<std::string>& arguments) {
       WaitForSingleObject(OpenEventNamed(take()).Get(), INFINITE);
     } else if (what == "set") {
       SetEventOfAnother(take());
+    } else if (what == "handles") {
+      PrintHandles();
     } else if (what == "exit") {
       ExitProcess(static_cast<UINT>(takeNumber()));
     } else if (what == "crash") {

@@ -2,6 +2,9 @@
 
 #include <gtest/gtest.h>
 
+// Before windows.h, which would bring the old sockets.
+#include <winsock2.h>
+
 #include "tests/support/run_child_win.h"
 
 namespace wendra {
@@ -23,6 +26,7 @@ TEST(StartChild, PutsTheChildIntoItsJob) {
   const Child child = StartReader(job.Get());
   ASSERT_EQ(child.start, ChildStart::kStarted);
   EXPECT_TRUE(IsIn(job, child));
+  EXPECT_TRUE(child.isInJob);
 }
 
 TEST(StartChild, DoesWithoutAJobThatIsRefused) {
@@ -36,6 +40,39 @@ TEST(StartChild, DoesWithoutAJobThatIsRefused) {
     ASSERT_EQ(child.start, ChildStart::kStarted);
     EXPECT_EQ(child.reason, DWORD{ERROR_SUCCESS});
     EXPECT_FALSE(IsIn(job, child));
+    EXPECT_FALSE(child.isInJob);
+  }
+}
+
+// Whatever else is inheritable at that moment: a pipe, an event, a socket.
+TEST(StartChild, LetsTheChildInheritItsThreeStreamsAlone) {
+  SECURITY_ATTRIBUTES inheritable{sizeof(SECURITY_ATTRIBUTES), nullptr, TRUE};
+  KernelHandle read;
+  KernelHandle write;
+  ASSERT_TRUE(CreatePipe(read.Receive(), write.Receive(), &inheritable, 0));
+  const KernelHandle event(CreateEventW(&inheritable, FALSE, FALSE, nullptr));
+  WSADATA data;
+  ASSERT_EQ(WSAStartup(MAKEWORD(2, 2), &data), 0);
+  const SOCKET socket = ::socket(AF_INET, SOCK_STREAM, 0);
+  ASSERT_NE(socket, INVALID_SOCKET);
+  const Child other = StartReader(nullptr);  // its ends are open here meanwhile
+
+  const KernelHandle job(CreateJobObjectW(nullptr, nullptr));
+  for (const HANDLE each : {HANDLE{}, job.Get(), event.Get()}) {  // the last is no job
+    const ChildRun run = RunToEnd(
+        {.commandLine = L"\"" + BuiltProgram(L"test_child.exe") + L"\" handles", .job = each});
+    EXPECT_EQ(run.output, "3 inherited, 3 of them standard streams");
+  }
+  closesocket(socket);
+  WSACleanup();
+}
+
+TEST(StartChild, KeepsItsOwnEndsFromOtherChildren) {
+  const Child child = StartReader(nullptr);
+  for (const KernelHandle* end : {&child.input, &child.output, &child.error, &child.process}) {
+    DWORD flags = 0;
+    ASSERT_TRUE(GetHandleInformation(end->Get(), &flags));
+    EXPECT_FALSE(flags & HANDLE_FLAG_INHERIT);
   }
 }
 
