@@ -1,0 +1,37 @@
+#include "json/value_count.h"
+
+namespace wendra {
+namespace {
+
+bool IsWhitespace(char c) { return c == ' ' || c == '\t' || c == '\r' || c == '\n'; }
+
+// The place after the string whose opening quote is at `at`.
+size_t SkipString(std::string_view text, size_t at) {
+  for (++at; at < text.size() && text[at] != '"'; ++at) {
+    if (text[at] == '\\') ++at;
+  }
+  return at + 1;
+}
+
+}  // namespace
+
+bool HoldsMoreValues(std::string_view text, size_t max) {
+  if (text.size() <= max) return false;  // each value has a byte of its own
+  // One value, and one more for each comma and for each container that is not empty.
+  size_t count = 1;
+  bool isFresh = false;  // the container that was opened last has nothing in it so far
+  for (size_t at = 0; at < text.size() && count <= max;) {
+    const char c = text[at];
+    if (IsWhitespace(c)) {
+      ++at;
+      continue;
+    }
+    if (isFresh && c != ']' && c != '}') ++count;
+    isFresh = c == '[' || c == '{';
+    if (c == ',') ++count;
+    at = c == '"' ? SkipString(text, at) : at + 1;
+  }
+  return count > max;
+}
+
+}  // namespace wendra
