@@ -33,19 +33,21 @@ std::optional<std::wstring> Folder(const Environment& environment, const wchar_t
   return value;
 }
 
-// Of a list variable; one that holds no more than a single character counts as unset.
-std::vector<std::wstring> Pieces(const Environment& environment, const wchar_t* variable) {
+// The entries of a list variable; nothing when it is unset. A value of one character or less counts
+// as unset.
+std::optional<std::vector<std::wstring>> Entries(const Environment& environment,
+                                                 const wchar_t* variable) {
   const std::wstring value = environment.Variable(variable).value_or(L"");
-  std::vector<std::wstring> pieces;
-  if (value.size() <= 1) return pieces;
+  if (value.size() <= 1) return std::nullopt;
+  std::vector<std::wstring> entries;
   std::wstring_view rest = value;
   for (bool isLast = false; !isLast;) {
     const size_t end = rest.find(L';');
     isLast = end == rest.npos;
-    if (const auto piece = rest.substr(0, end); !piece.empty()) pieces.emplace_back(piece);
+    if (const auto entry = rest.substr(0, end); !entry.empty()) entries.emplace_back(entry);
     if (!isLast) rest.remove_prefix(end + 1);
   }
-  return pieces;
+  return entries;
 }
 
 void AddOnce(std::vector<std::wstring>& list, std::wstring entry) {
@@ -69,7 +71,8 @@ bool HasDirectory(const std::wstring& command) {
 
 std::vector<std::wstring> SearchDirectories(const Environment& environment) {
   std::vector<std::wstring> directories;
-  for (auto& piece : Pieces(environment, L"PATH")) AddOnce(directories, std::move(piece));
+  auto path = Entries(environment, L"PATH").value_or(std::vector<std::wstring>());
+  for (auto& directory : path) AddOnce(directories, std::move(directory));
   for (const auto& tool : kToolDirectories) {
     const auto base = tool.variable ? Folder(environment, tool.variable) : std::wstring();
     if (base) AddOnce(directories, *base + tool.directory);
@@ -78,9 +81,9 @@ std::vector<std::wstring> SearchDirectories(const Environment& environment) {
 }
 
 std::vector<std::wstring> ExecutableExtensions(const Environment& environment) {
-  auto extensions = Pieces(environment, L"PATHEXT");
-  if (extensions.empty()) return {L".COM", L".EXE", L".BAT", L".CMD"};
-  return extensions;
+  auto extensions = Entries(environment, L"PATHEXT");
+  if (!extensions) return {L".COM", L".EXE", L".BAT", L".CMD"};
+  return std::move(*extensions);
 }
 
 std::wstring JoinPath(const std::wstring& directory, const std::wstring& name) {

@@ -33,7 +33,7 @@ class FileProbe {
 // counting; nobody asks whether they exist.
 std::vector<std::wstring> SearchDirectories(const Environment& environment);
 
-// The pieces of PATHEXT, or those that Windows starts with.
+// The entries of PATHEXT, none if it holds separators only; unset, those that Windows starts with.
 std::vector<std::wstring> ExecutableExtensions(const Environment& environment);
 
 // With one backslash between them, if the directory does not end in a separator by itself.

@@ -108,6 +108,8 @@ TEST(ExecutableExtensions, AreThoseOfPathext) {
       {"twice", L".EXE;.EXE", {L".EXE", L".EXE"}},
       {"empty", L"", standard},
       {"one character counts as unset", L";", standard},
+      {"separators only", L";;", {}},
+      {"more separators", L";;;;;", {}},
   };
   for (const auto& c : cases) {
     EXPECT_EQ(ExecutableExtensions(FakeEnvironment({{L"PATHEXT", c.value}})), c.want) << c.why;
@@ -201,6 +203,8 @@ TEST(FindWithExtension, GivesTheFirstThatExists) {
   const FakeFiles files({L"C:\\npx", L"C:\\npx.CMD"});
   EXPECT_EQ(FindWithExtension(L"C:\\npx", environment, files), L"C:\\npx.CMD");
   EXPECT_EQ(FindWithExtension(L"C:\\npx.CMD", environment, files), L"");
+  environment.variables[L"PATHEXT"] = L";;";
+  EXPECT_EQ(FindWithExtension(L"C:\\npx", environment, files), L"");
 }
 
 }  // namespace
