@@ -8,6 +8,8 @@ namespace {
 
 // With /s cmd.exe takes away the first and the last quote of what follows /c and nothing else.
 constexpr std::wstring_view kShell = L"cmd.exe /d /s /c \"";
+// The same with extensions on and delayed expansion off, whatever the registry says.
+constexpr std::wstring_view kSwitchedShell = L"cmd.exe /d /e:on /v:off /s /c \"";
 
 // Ends in an empty piece of the current folder's name. A percent sign in front of it begins no
 // variable any more, and is kept: on a command line there is no other way to spell one.
@@ -92,10 +94,11 @@ std::wstring ProgramLine(const std::vector<std::wstring>& words) {
   return line;
 }
 
-std::wstring BatchFileLine(const std::vector<std::wstring>& words) {
+std::wstring BatchFileLine(const std::vector<std::wstring>& words, ShellSettings shell) {
   BatchLine line;
   for (const std::wstring& word : words) line.AppendWord(word);
-  return std::wstring(kShell) + line.Text() + L'"';
+  const auto start = shell == ShellSettings::kUsual ? kShell : kSwitchedShell;
+  return std::wstring(start) + line.Text() + L'"';
 }
 
 }  // namespace
@@ -126,13 +129,14 @@ bool IsBatchScript(std::wstring_view path) {
 }
 
 std::optional<std::wstring> ChildCommandLine(std::wstring_view program,
-                                             const std::vector<std::wstring>& arguments) {
+                                             const std::vector<std::wstring>& arguments,
+                                             ShellSettings shell) {
   const bool isBatch = IsBatchScript(program);
   std::vector<std::wstring> words = {std::wstring(program)};
   words.insert(words.end(), arguments.begin(), arguments.end());
   using namespace std::string_view_literals;
   if (HoldsAny(words, isBatch ? L"\0\r\n"sv : L"\0"sv)) return std::nullopt;
-  return isBatch ? BatchFileLine(words) : ProgramLine(words);
+  return isBatch ? BatchFileLine(words, shell) : ProgramLine(words);
 }
 
 }  // namespace wendra

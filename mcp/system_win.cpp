@@ -4,6 +4,7 @@
 
 #include "mcp/child_environment.h"
 #include "win/environment.h"
+#include "win/registry_key.h"
 #include "win/wide.h"
 
 #include <windows.h>
@@ -55,6 +56,23 @@ std::wstring SystemFiles::FullPath(const std::wstring& path) const {
 
 std::string ResolveCommandOnSystem(std::string_view command) {
   return Narrow(ResolveCommand(Widen(command), SystemEnvironment(), SystemFiles()));
+}
+
+std::wstring SystemShell() {
+  wchar_t folder[MAX_PATH];
+  const UINT units = GetSystemDirectoryW(folder, static_cast<UINT>(std::size(folder)));
+  if (units == 0 || units >= std::size(folder)) return {};
+  return JoinPath(std::wstring(folder, units), L"cmd.exe");
+}
+
+ShellSettings SystemShellSettings() {
+  const auto isSwitched = [](HKEY root) {
+    const std::wstring key = L"Software\\Microsoft\\Command Processor";
+    return NumberValue(root, key, L"DelayedExpansion").value_or(0) != 0 ||
+           NumberValue(root, key, L"EnableExtensions").value_or(1) == 0;
+  };
+  return isSwitched(HKEY_CURRENT_USER) || isSwitched(HKEY_LOCAL_MACHINE) ? ShellSettings::kSwitched
+                                                                         : ShellSettings::kUsual;
 }
 
 std::wstring ChildEnvironmentBlock(const NamedValues& env) {

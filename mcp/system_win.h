@@ -4,6 +4,7 @@
 
 #include <string>
 
+#include "mcp/command_line.h"
 #include "mcp/search_path.h"
 #include "mcp/server.h"
 
@@ -23,6 +24,13 @@ class SystemFiles final : public FileProbe {
 
 // The full path of the file that a configured command names; "" when there is none.
 std::string ResolveCommandOnSystem(std::string_view command);
+
+// The cmd.exe of the system folder: no other file of that name runs batch files. "" if the system
+// does not tell its folder.
+std::wstring SystemShell();
+
+// How the registry sets up cmd.exe, the user's part or the machine's.
+ShellSettings SystemShellSettings();
 
 // The block for CreateProcessW, with CREATE_UNICODE_ENVIRONMENT: this program's environment with
 // the widened PATH and `env`.

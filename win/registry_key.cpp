@@ -1,5 +1,7 @@
 #include "win/registry_key.h"
 
+#include <cwchar>
+
 namespace wendra {
 
 RegistryKey OpenUserKey(const std::wstring& path) {
@@ -20,6 +22,22 @@ std::string UserValueBytes(const std::wstring& path, const std::wstring& name) {
   if (!read(value.data(), bytes)) return {};
   value.resize(bytes);
   return value;
+}
+
+std::optional<DWORD> NumberValue(HKEY root, const std::wstring& path, const std::wstring& name) {
+  DWORD number = 0;
+  DWORD bytes = sizeof(number);
+  if (RegGetValueW(root, path.c_str(), name.c_str(), RRF_RT_REG_DWORD, nullptr, &number, &bytes) ==
+      ERROR_SUCCESS) {
+    return number;
+  }
+  wchar_t text[16];
+  bytes = sizeof(text);
+  if (RegGetValueW(root, path.c_str(), name.c_str(), RRF_RT_REG_SZ, nullptr, text, &bytes) !=
+      ERROR_SUCCESS) {
+    return std::nullopt;
+  }
+  return static_cast<DWORD>(std::wcstoul(text, nullptr, 10));
 }
 
 std::vector<std::pair<std::wstring, std::wstring>> TextValues(const RegistryKey& key) {

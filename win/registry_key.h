@@ -1,6 +1,7 @@
 // One open key below HKEY_CURRENT_USER and its values.
 #pragma once
 
+#include <optional>
 #include <string>
 #include <utility>
 #include <vector>
@@ -23,6 +24,10 @@ RegistryKey OpenUserKey(const std::wstring& path);
 // The bytes of one value below HKEY_CURRENT_USER, whatever its type; "" when there is none. Makes
 // nothing.
 std::string UserValueBytes(const std::wstring& path, const std::wstring& name);
+
+// A number below `root`, be it stored as one or as decimal text; nothing for anything else. Makes
+// nothing.
+std::optional<DWORD> NumberValue(HKEY root, const std::wstring& path, const std::wstring& name);
 
 // Every value's name and its data as UTF-16 text, up to the first zero, in the system's order. The
 // type is not looked at.

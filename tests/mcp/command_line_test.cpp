@@ -103,6 +103,12 @@ TEST(ChildCommandLine, StartsABatchFileThroughTheShell) {
             std::wstring(kShell) + L"\"C:/50%%cd:~,% & more\\x.BAT\"\"");
 }
 
+TEST(ChildCommandLine, TurnsTheShellBackThatTheRegistryHasSwitched) {
+  EXPECT_EQ(ChildCommandLine(L"C:\\x.cmd", {L"!a!"}, ShellSettings::kSwitched),
+            L"cmd.exe /d /e:on /v:off /s /c \"\"C:\\x.cmd\" \"!a!\"\"");
+  EXPECT_EQ(ChildCommandLine(L"C:\\x.exe", {L"!a!"}, ShellSettings::kSwitched), L"C:\\x.exe !a!");
+}
+
 TEST(ChildCommandLine, RefusesWhatNoLineCanCarry) {
   const std::wstring zero(L"a\0b", 3);
   EXPECT_EQ(ChildCommandLine(L"C:\\a.exe", {L"-y", zero}), std::nullopt);
