@@ -131,10 +131,8 @@ void MainWindow::OnMessage(UINT message, WPARAM wparam, LPARAM lparam) {
     }
     case kMcpClosedMessage:
       return mcp_.OnClosed(*reinterpret_cast<McpServer*>(wparam));
-    case kHttpPostedMessage: {
-      const auto posted = TakeOwned<HttpPosted>(lparam);
-      return mcp_.OnHttpPosted(*reinterpret_cast<McpServer*>(wparam), *posted);
-    }
+    case kHttpPostedMessage:
+      return mcp_.OnHttpPosted();
     case kPickDirectoryMessage: {
       const auto request = TakeOwned<PickDirectoryRequest>(lparam);
       return AnswerPickDirectory(*request, window_, replies_);

@@ -14,12 +14,27 @@ constexpr wchar_t kUserAgent[] = L"Wendra-Windows-MCP/1.0";
 
 }  // namespace
 
-HttpLink::HttpLink(McpServer& server, HWND window, std::shared_ptr<Backlog> backlog)
+void HttpPostedQueue::Deliver(HWND window, HttpPosted posted) {
+  {
+    const std::lock_guard<Lock> lock(lock_);
+    posted_.push_back(std::move(posted));
+  }
+  (void)wendra::Deliver(window, kHttpPostedMessage, 0);
+}
+
+std::vector<HttpPosted> HttpPostedQueue::TakeAll() {
+  const std::lock_guard<Lock> lock(lock_);
+  return std::exchange(posted_, {});
+}
+
+HttpLink::HttpLink(McpServer& server, HWND window, std::shared_ptr<Backlog> backlog,
+                   std::shared_ptr<HttpPostedQueue> posted)
     : server_(server),
       url_(server.url),
       headers_(server.headers),
       window_(window),
-      backlog_(std::move(backlog)) {}
+      backlog_(std::move(backlog)),
+      posted_(std::move(posted)) {}
 
 HttpRequest HttpLink::Request(const wchar_t* verb, NamedValues headers,
                               HttpTimeouts timeouts) const {
@@ -39,8 +54,8 @@ HttpLink::Session HttpLink::CurrentSession() const {
   return {server_.shared.sessionId, server_.shared.protocolVersion};
 }
 
-void HttpLink::StoreSessionId(const Session& session, std::string id) {
-  if (id.empty() || id == session.id) return;
+void HttpLink::StoreSessionId(std::string id) {
+  if (id.empty()) return;
   const std::lock_guard<std::mutex> lock(server_.shared.mutex);
   server_.shared.sessionId = std::move(id);
 }
@@ -54,16 +69,20 @@ bool HttpLink::ForgetSession(const Session& session) {
 }
 
 void HttpLink::Deliver(std::string message) {
-  backlog_->Deliver(window_, reinterpret_cast<WPARAM>(&server_), std::move(message), isStopped_);
+  backlog_->Deliver(window_, reinterpret_cast<WPARAM>(&server_), std::move(message), *share_);
+}
+
+void HttpLink::DeliverIfRoom(std::string message) {
+  backlog_->DeliverIfRoom(window_, reinterpret_cast<WPARAM>(&server_), std::move(message), *share_);
 }
 
 void HttpLink::DeliverAtOnce(std::string message) {
-  backlog_->DeliverAtOnce(window_, reinterpret_cast<WPARAM>(&server_), std::move(message));
+  backlog_->DeliverAtOnce(window_, reinterpret_cast<WPARAM>(&server_), std::move(message), *share_);
 }
 
-void HttpLink::DeliverPosted(HttpPosted posted) const {
-  (void)DeliverOwned(window_, kHttpPostedMessage, reinterpret_cast<WPARAM>(&server_),
-                     std::make_unique<HttpPosted>(std::move(posted)));
+void HttpLink::DeliverPosted(HttpPosted posted) {
+  posted.server = &server_;
+  posted_->Deliver(window_, std::move(posted));
 }
 
 void HttpLink::Stop() {
@@ -71,7 +90,7 @@ void HttpLink::Stop() {
   isStopped_ = true;
   for (HttpExchange* exchange : exchanges_) exchange->Abort();
   changed_.WakeAll();
-  backlog_->WakeStopped();
+  backlog_->Stop(*share_);
 }
 
 void HttpLink::OpenForListening() {

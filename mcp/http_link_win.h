@@ -18,10 +18,26 @@
 
 namespace wendra {
 
-// Payload of kHttpPostedMessage: a message has got its status, or will get none.
+// A message has got its status, or will get none.
 struct HttpPosted {
-  bool sessionIsOver = false;    // the server does not know the session any more
-  std::function<void()> onSent;  // of the message; may be empty
+  McpServer* server = nullptr;  // borrowed, lives until the program ends
+  std::uint32_t status = 0;     // 0: none
+  bool sessionIsOver = false;   // the server does not know the session any more
+  std::function<void(std::uint32_t status)> onSent;  // of the message; may be empty
+};
+
+// The way of HttpPosted to the UI thread. kHttpPostedMessage only wakes it: a message without a
+// payload is harmless, whoever posts it.
+class HttpPostedQueue {
+ public:
+  // Worker threads only, since it waits while the window's queue is full.
+  void Deliver(HWND window, HttpPosted posted);
+
+  std::vector<HttpPosted> TakeAll();  // in order of delivery
+
+ private:
+  Lock lock_;
+  std::vector<HttpPosted> posted_;
 };
 
 // Any thread, but for what says otherwise. Nothing here waits for the network.
@@ -33,7 +49,8 @@ class HttpLink {
   };
 
   // `server` lives until the program ends; `window` gets the messages.
-  HttpLink(McpServer& server, HWND window, std::shared_ptr<Backlog> backlog);
+  HttpLink(McpServer& server, HWND window, std::shared_ptr<Backlog> backlog,
+           std::shared_ptr<HttpPostedQueue> posted);
 
   // A request to the server with the headers that are listed for it; the configured ones follow
   // them.
@@ -41,20 +58,27 @@ class HttpLink {
 
   Session CurrentSession() const;
 
-  // The server has answered a message of `session` with the session id `id`. An id that it merely
-  // repeats changes nothing: the session may have been replaced meanwhile.
-  void StoreSessionId(const Session& session, std::string id);
+  // A response of the server has carried the session id `id`: the last one to come counts, also
+  // when it repeats an older one. "" changes nothing.
+  void StoreSessionId(std::string id);
 
   // The server does not know `session` any more. False when it was over already.
   bool ForgetSession(const Session& session);
 
   // Post to the window. Worker threads only, since they wait while too many messages have not been
   // handled, or the window's queue is full.
-  void Deliver(std::string message);            // nothing once the server is stopped
-  void DeliverPosted(HttpPosted posted) const;  // also when it is stopped
+  void Deliver(std::string message);        // nothing once the server is stopped
+  void DeliverIfRoom(std::string message);  // dropped instead of waiting for others to be handled
+  void DeliverPosted(HttpPosted posted);    // also when it is stopped
 
   // UI thread only; does not wait.
   void DeliverAtOnce(std::string message);
+
+  // Counts a refusal of so many bytes.
+  Backlog::Refusal AddRefusal(size_t bytes) { return backlog_->AddRefusal(bytes, share_); }
+
+  // The window is through with a message of so many bytes.
+  void OnMessageHandled(size_t bytes) { backlog_->Remove(bytes, *share_); }
 
   // Ends every exchange and all waiting, now and later.
   void Stop();
@@ -74,6 +98,8 @@ class HttpLink {
   const NamedValues headers_;
   const HWND window_;
   const std::shared_ptr<Backlog> backlog_;
+  const std::shared_ptr<Backlog::Share> share_ = std::make_shared<Backlog::Share>();
+  const std::shared_ptr<HttpPostedQueue> posted_;
 
   Lock lock_;
   Condition changed_;
@@ -90,6 +116,7 @@ class LinkedExchange {
   LinkedExchange(const LinkedExchange&) = delete;
   LinkedExchange& operator=(const LinkedExchange&) = delete;
 
+  HttpExchange& operator*() { return exchange_; }
   HttpExchange* operator->() { return &exchange_; }
 
  private:

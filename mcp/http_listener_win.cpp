@@ -12,6 +12,7 @@ namespace {
 constexpr HttpTimeouts kListenerTimeouts{8000, 8000, 30'000, 30'000};
 constexpr std::uint32_t kReconnectPauseMs = 2000;  // deliberately always the same
 constexpr size_t kMaxLineBytes = 8'388'608;        // as much as the body of any other response
+constexpr size_t kMaxEventIdBytes = 1024;  // a longer one is not kept: it goes into a header
 
 struct Listener {
   std::shared_ptr<HttpLink> link;
@@ -37,7 +38,7 @@ HttpRequest StreamRequest(Listener& listener) {
 void Take(Listener& listener, std::vector<EventField> fields) {
   for (EventField& field : fields) {
     if (field.kind == EventField::Kind::kEventId) {
-      listener.lastEventId = std::move(field.text);
+      if (field.text.size() <= kMaxEventIdBytes) listener.lastEventId = std::move(field.text);
     } else {
       listener.link->Deliver(std::move(field.text));
     }

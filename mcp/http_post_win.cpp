@@ -1,6 +1,7 @@
 #include "mcp/http_post_win.h"
 
 #include <algorithm>
+#include <optional>
 #include <utility>
 
 #include "json/json.h"
@@ -12,67 +13,95 @@ namespace {
 constexpr HttpTimeouts kPostTimeouts{8000, 8000, 30'000, 120'000};
 // As much as WinHTTP keeps of a body: more of it is as good as certain to come.
 constexpr size_t kFullPieceBytes = 8192;
-constexpr DWORD kAccepted = 202;
-constexpr DWORD kNotFound = 404;
+constexpr std::uint32_t kRefusalLimitMs = 45'000;  // as long as a handshake may take
+constexpr std::uint32_t kAccepted = 202;
+constexpr std::uint32_t kNotFound = 404;
 
-HttpRequest PostRequest(HttpPost& post, const HttpLink::Session& session) {
+HttpRequest PostRequest(const HttpLink& link, const HttpLink::Session& session, std::string text,
+                        std::uint32_t limitMs) {
   NamedValues headers = {{"Content-Type", "application/json"},
                          {"Accept", "application/json, text/event-stream"}};
   if (!session.protocolVersion.empty()) {
     headers.emplace_back("MCP-Protocol-Version", session.protocolVersion);
   }
   if (!session.id.empty()) headers.emplace_back("Mcp-Session-Id", session.id);
-  HttpRequest request = post.link->Request(L"POST", std::move(headers), kPostTimeouts);
-  request.body = std::move(post.text);
+  HttpRequest request = link.Request(L"POST", std::move(headers), kPostTimeouts);
+  request.body = std::move(text);
+  request.limitMs = limitMs;
   return request;
 }
 
-// What the response's status says, before its body is read: what comes from the body must find it
-// applied.
-void TakeStatus(HttpPost& post, const HttpLink::Session& session, DWORD status,
-                const std::optional<std::string>& sessionId) {
-  HttpPosted posted{.onSent = std::move(post.onSent)};
-  if (status == kNotFound) {
-    posted.sessionIsOver = !session.id.empty() && post.link->ForgetSession(session);
-  } else if (sessionId) {
-    post.link->StoreSessionId(session, *sessionId);
-  }
-  if (posted.sessionIsOver || posted.onSent) post.link->DeliverPosted(std::move(posted));
+// What the status and the headers of a response say of the session. True: the session is over.
+bool TakeSession(HttpLink& link, const HttpLink::Session& session, std::uint32_t status,
+                 HttpExchange& exchange) {
+  if (status == kNotFound && !session.id.empty()) return link.ForgetSession(session);
+  link.StoreSessionId(exchange.ResponseHeader(L"Mcp-Session-Id").value_or(""));
+  return false;
 }
 
-bool DeliverBody(HttpPost& post, LinkedExchange& exchange) {
-  ResponseBody body(exchange->ResponseHeader(L"Content-Type").value_or(""), post.requestId);
+bool IsSuccess(std::uint32_t status) { return status >= 200 && status <= 299; }
+
+// `deliver` takes each message as soon as it is whole. Whether one of them looks like the answer to
+// the request.
+template <typename Deliver>
+bool ReadMessages(HttpExchange& exchange, std::string_view requestId, Deliver deliver) {
+  ResponseBody body(exchange.ResponseHeader(L"Content-Type").value_or(""), requestId);
   while (!body.IsAnswered() && body.Room() > 0) {
-    const size_t bytes = std::min(exchange->WaitForPiece(), body.Room());
-    const std::string_view piece = bytes ? exchange->ReadPiece(bytes) : std::string_view();
+    const size_t bytes = std::min(exchange.WaitForPiece(), body.Room());
+    const std::string_view piece = bytes ? exchange.ReadPiece(bytes) : std::string_view();
     if (piece.empty()) break;
-    if (bytes >= kFullPieceBytes && bytes < body.Room()) exchange->AskForPiece();
-    for (std::string& message : body.Feed(piece)) post.link->Deliver(std::move(message));
+    if (bytes >= kFullPieceBytes && bytes < body.Room()) exchange.AskForPiece();
+    for (std::string& message : body.Feed(piece)) deliver(std::move(message));
   }
-  for (std::string& message : body.Finish()) post.link->Deliver(std::move(message));
+  for (std::string& message : body.Finish()) deliver(std::move(message));
   return body.IsAnswered();
+}
+
+// Why the request has no answer. Nothing if it has one, or if it has been given up: then the
+// session has ended it.
+std::optional<std::string> Exchange(HttpPost& post) {
+  HttpLink& link = *post.link;
+  const HttpLink::Session session = link.CurrentSession();
+  LinkedExchange exchange(link);
+  const auto sent = exchange->Send(PostRequest(link, session, std::move(post.text), post.limitMs));
+  HttpPosted posted{};
+  posted.onSent = std::move(post.onSent);
+  if (sent) {
+    // Before the body is read: what comes from it must find this applied.
+    posted.status = sent.Value();
+    posted.sessionIsOver = TakeSession(link, session, posted.status, *exchange);
+  }
+  const std::uint32_t status = posted.status;
+  if (posted.sessionIsOver || posted.onSent) link.DeliverPosted(std::move(posted));
+  if (sent && !IsSuccess(status)) return "HTTP " + std::to_string(status);
+  const auto deliver = [&](std::string message) { link.Deliver(std::move(message)); };
+  const bool isAnswered =
+      sent && status != kAccepted && ReadMessages(*exchange, post.requestId, deliver);
+  if (isAnswered || exchange->IsOverdue()) return std::nullopt;
+  return sent ? "MCP server returned no response" : sent.Error();
 }
 
 }  // namespace
 
-Outcome<bool> HttpPostMessage(HttpPost& post) {
-  const HttpLink::Session session = post.link->CurrentSession();
-  LinkedExchange exchange(*post.link);
-  const auto sent = exchange->Send(PostRequest(post, session));
-  const DWORD status = sent ? sent.Value() : 0;
-  TakeStatus(post, session, status,
-             sent ? exchange->ResponseHeader(L"Mcp-Session-Id") : std::nullopt);
-  if (!sent) return Failure{sent.Error()};
-  if (status == kAccepted) return false;
-  if (status < 200 || status > 299) return Failure{"HTTP " + std::to_string(status)};
-  return DeliverBody(post, exchange);
+void HttpRequestWorker(std::unique_ptr<HttpPost> post) {
+  const auto reason = Exchange(*post);
+  if (post->requestId.empty() || !reason) return;
+  post->link->Deliver(HttpErrorResponse(post->requestId, *reason));
 }
 
-void HttpRequestWorker(std::unique_ptr<HttpPost> post) {
-  const Outcome<bool> isAnswered = HttpPostMessage(*post);
-  if (post->requestId.empty() || (isAnswered && isAnswered.Value())) return;
-  const std::string text = isAnswered ? "MCP server returned no response" : isAnswered.Error();
-  post->link->Deliver(HttpErrorResponse(post->requestId, text));
+void PostRefusal(const std::shared_ptr<HttpLink>& link, std::string text, Backlog::Refusal count) {
+  const HttpLink::Session session = link->CurrentSession();
+  LinkedExchange exchange(*link);
+  const auto sent = exchange->Send(PostRequest(*link, session, std::move(text), kRefusalLimitMs));
+  if (!sent) return;
+  const std::uint32_t status = sent.Value();
+  HttpPosted posted{};
+  posted.sessionIsOver = TakeSession(*link, session, status, *exchange);
+  if (posted.sessionIsOver) link->DeliverPosted(std::move(posted));
+  count.reset();
+  if (!IsSuccess(status) || status == kAccepted) return;
+  (void)ReadMessages(*exchange, "",
+                     [&](std::string message) { link->DeliverIfRoom(std::move(message)); });
 }
 
 std::string HttpErrorResponse(const std::string& requestId, std::string_view text) {

@@ -5,6 +5,7 @@
 #include <memory>
 
 #include "mcp/http_link_win.h"
+#include "mcp/http_refusals_win.h"
 #include "mcp/server.h"
 #include "mcp/transport.h"
 #include "win/unique.h"
@@ -18,12 +19,15 @@ namespace wendra {
 // somebody waits for, a kHttpPostedMessage. No thread is waited for.
 class HttpTransport : public Transport {
  public:
-  HttpTransport(McpServer& server, HWND window, std::shared_ptr<Backlog> backlog);
+  HttpTransport(McpServer& server, HWND window, std::shared_ptr<Backlog> backlog,
+                std::shared_ptr<HttpPostedQueue> posted);
   ~HttpTransport() override { Stop(); }
   HttpTransport(const HttpTransport&) = delete;
   HttpTransport& operator=(const HttpTransport&) = delete;
 
   void Send(OutgoingMessage message) override;
+  void Refuse(std::string text) override;
+  void OnMessageHandled(size_t bytes) override;
   void OnInitialized() override;
 
   // In this order: tells the server that the session is over, if there is one; ends the requests
@@ -32,12 +36,15 @@ class HttpTransport : public Transport {
   void WaitForFarewell(std::uint32_t maxMs) override;
 
  private:
-  std::shared_ptr<HttpLink> link_;  // shared with the threads; null once stopped
-  KernelHandle farewell_;           // the thread that sends the DELETE, until its end is known
+  const std::shared_ptr<HttpLink> link_;  // shared with the threads
+  HttpRefusals refusals_;
+  bool isStopped_ = false;
+  KernelHandle farewell_;  // the thread that sends the DELETE, until its end is known
 };
 
 // Connects to nothing yet: the first message does.
 std::unique_ptr<Transport> MakeHttpTransport(McpServer& server, HWND window,
-                                             std::shared_ptr<Backlog> backlog);
+                                             std::shared_ptr<Backlog> backlog,
+                                             std::shared_ptr<HttpPostedQueue> posted);
 
 }  // namespace wendra

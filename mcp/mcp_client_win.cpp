@@ -25,6 +25,12 @@ void McpClient::Stop() {
   registry_.StopMcpServers();
 }
 
+void McpClient::LoadMcpServers() {
+  registry_.StopMcpServers();
+  for (McpServer* server : registry_.Servers()) session_.OnStopped(*server);
+  registry_.LoadMcpServers(window_);
+}
+
 void McpClient::WaitForFarewells() { registry_.WaitForFarewells(kFarewellMs); }
 
 bool McpClient::CheckMcpConfigChanged() {
@@ -40,7 +46,7 @@ bool McpClient::CheckMcpConfigChanged() {
 
 void McpClient::OnMessage(McpServer& server, std::unique_ptr<std::string> text) {
   if (server.running) session_.HandleMcpText(server, *text);
-  registry_.OnMessageHandled(text->size());
+  if (server.transport) server.transport->OnMessageHandled(text->size());
 }
 
 void McpClient::OnClosed(McpServer& server) {
@@ -51,9 +57,11 @@ void McpClient::OnClosed(McpServer& server) {
   session_.FailMcpPending(server, "MCP server '" + server.name + "' exited unexpectedly");
 }
 
-void McpClient::OnHttpPosted(McpServer& server, const HttpPosted& posted) {
-  if (posted.sessionIsOver && server.running) session_.ForgetSession(server);
-  if (posted.onSent) posted.onSent();
+void McpClient::OnHttpPosted() {
+  for (const HttpPosted& posted : registry_.TakePosted()) {
+    if (posted.sessionIsOver && posted.server->running) session_.ForgetSession(*posted.server);
+    if (posted.onSent) posted.onSent(posted.status);
+  }
 }
 
 void McpClient::WindowTimers::Start(std::uint64_t id, std::uint32_t periodMs) {

@@ -35,7 +35,8 @@ class McpClient {
   // hear that their sessions are over. Returns as soon as they have, at the latest after 1.5 s.
   void WaitForFarewells();
 
-  void LoadMcpServers() { registry_.LoadMcpServers(window_); }
+  // Stops what runs, ends what waits for it, and starts what config.json lists now.
+  void LoadMcpServers();
 
   // Reloads the servers when config.json has been written since the last look and holds a JSON
   // object. True then: the page is to be told.
@@ -44,8 +45,8 @@ class McpClient {
   // What the window was sent. A message of a server that has been stopped is dropped.
   void OnMessage(McpServer& server, std::unique_ptr<std::string> text);
   void OnClosed(McpServer& server);
-  // A message to a remote server has got its status, or will get none.
-  void OnHttpPosted(McpServer& server, const HttpPosted& posted);
+  // Messages to remote servers have got their status, or will get none.
+  void OnHttpPosted();
   // A timer that is no request's is ignored.
   void OnTimer(std::uint64_t id) { session_.OnTimer(id); }
 

@@ -6,12 +6,17 @@
 #include "win/thread.h"
 
 namespace wendra {
+namespace {
+
+constexpr ULONGLONG kNever = ~ULONGLONG{0};
+
+}  // namespace
 
 MessageWriter::MessageWriter(KernelHandle pipe) : queue_(std::make_shared<Queue>()) {
   queue_->pipe = std::move(pipe);
 }
 
-void MessageWriter::Write(std::string bytes) {
+void MessageWriter::Write(Message message) {
   if (!isStarted_) {
     isStarted_ = true;
     auto job = std::make_unique<Job>(queue_);
@@ -19,7 +24,9 @@ void MessageWriter::Write(std::string bytes) {
   }
   const std::lock_guard<Lock> lock(queue_->lock);
   if (queue_->isStopped) return;
-  queue_->waiting.push_back(std::move(bytes));
+  const ULONGLONG dueMs = message.limitMs ? GetTickCount64() + message.limitMs : kNever;
+  queue_->DropOverdue();
+  queue_->waiting.push_back({std::move(message), dueMs});
   queue_->changed.WakeOne();
 }
 
@@ -36,19 +43,25 @@ void MessageWriter::Stop() {
   queue_->changed.WakeOne();
 }
 
+void MessageWriter::Queue::DropOverdue() {
+  while (!waiting.empty() && waiting.front().dueMs <= GetTickCount64()) waiting.pop_front();
+}
+
 void MessageWriter::Run(std::unique_ptr<Job> job) {
   Queue& queue = **job;
   std::unique_lock<Lock> lock(queue.lock);
   for (;;) {
     queue.changed.Wait(queue.lock, [&] { return queue.isStopped || !queue.waiting.empty(); });
     if (queue.isStopped) return;
-    const std::string bytes = std::move(queue.waiting.front());
+    queue.DropOverdue();
+    if (queue.waiting.empty()) continue;
+    const Message message = std::move(queue.waiting.front().message);
     queue.waiting.pop_front();
     queue.isWriting = true;
     lock.unlock();
     DWORD written = 0;
-    (void)WriteFile(queue.pipe.Get(), bytes.data(), static_cast<DWORD>(bytes.size()), &written,
-                    nullptr);
+    (void)WriteFile(queue.pipe.Get(), message.bytes.data(),
+                    static_cast<DWORD>(message.bytes.size()), &written, nullptr);
     lock.lock();
     queue.isWriting = false;
     if (queue.isStopped) return queue.pipe.Reset();

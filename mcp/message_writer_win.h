@@ -1,10 +1,12 @@
 // Writes messages to a child's standard input without making the sender wait for the child.
 #pragma once
 
+#include <cstdint>
 #include <deque>
 #include <memory>
 #include <string>
 
+#include "mcp/backlog_win.h"
 #include "win/lock.h"
 #include "win/unique.h"
 
@@ -21,19 +23,33 @@ class MessageWriter {
   MessageWriter(const MessageWriter&) = delete;
   MessageWriter& operator=(const MessageWriter&) = delete;
 
-  // One write of all of `bytes`, in order of the calls. What the pipe does not take is lost: the
-  // end of the child's output tells why.
-  void Write(std::string bytes);
+  struct Message {
+    std::string bytes;
+    // In milliseconds, from the call of Write on: a message that is still waiting then is dropped.
+    // 0: it waits as long as it takes.
+    std::uint32_t limitMs = 0;
+    Backlog::Refusal count{};  // let go of when the message has been written or dropped
+  };
+
+  // One write of all of the message's bytes, in order of the calls. What the pipe does not take is
+  // lost: the end of the child's output tells why.
+  void Write(Message message);
 
   // Closes the pipe; what waits is dropped. A write that is blocked is cancelled and its thread
   // closes the pipe. Does not wait. A second call does nothing.
   void Stop();
 
  private:
+  struct Waiting {
+    Message message;
+    ULONGLONG dueMs;  // on the clock of GetTickCount64
+  };
   struct Queue {
+    void DropOverdue();  // at the front; under the lock
+
     Lock lock;
     Condition changed;
-    std::deque<std::string> waiting;
+    std::deque<Waiting> waiting;
     bool isWriting = false;
     bool isStopped = false;
     KernelHandle pipe;  // closed by whoever sees first that it is stopped and nobody writes

@@ -33,7 +33,6 @@ McpRegistry::~McpRegistry() {
 }
 
 void McpRegistry::LoadMcpServers(HWND window) {
-  StopMcpServers();
   WaitForFarewells(0);
   servers_.clear();
   config_.EnsureDefaultConfig();
@@ -45,7 +44,7 @@ void McpRegistry::LoadMcpServers(HWND window) {
   if (!configured) return log_.Line("[MCP] no mcpServers configured");
 
   for (ServerEntry& entry : ReadServerEntries(*configured, &ResolveCommandOnSystem)) {
-    if (!entry.logLine.empty()) log_.Line(entry.logLine);
+    for (const std::string& line : entry.logLines) log_.Line(line);
     if (entry.server) Add(MakeRecord(std::move(*entry.server)), window);
   }
   log_.Line("[MCP] loaded " + std::to_string(servers_.size()) + " server(s)");
@@ -57,7 +56,7 @@ void McpRegistry::Add(std::unique_ptr<McpServer> record, HWND window) {
   if (server.kind == TransportKind::kStdio) {
     return StartStdioServer(server, window, backlog_, log_);
   }
-  server.transport = MakeHttpTransport(server, window, backlog_);
+  server.transport = MakeHttpTransport(server, window, backlog_, posted_);
   server.running = true;
 }
 

@@ -8,6 +8,7 @@
 #include "base/log.h"
 #include "config/config_file_win.h"
 #include "mcp/backlog_win.h"
+#include "mcp/http_link_win.h"
 #include "mcp/server.h"
 
 #include <windows.h>
@@ -23,7 +24,7 @@ class McpRegistry {
   McpRegistry(const McpRegistry&) = delete;
   McpRegistry& operator=(const McpRegistry&) = delete;
 
-  // Stops what runs and starts what config.json lists now. `window` gets the servers' messages.
+  // Starts what config.json lists now, after StopMcpServers. `window` gets the servers' messages.
   void LoadMcpServers(HWND window);
 
   // In the order of the list; the list stays.
@@ -33,8 +34,8 @@ class McpRegistry {
   // all, and lets go of those that are through.
   void WaitForFarewells(std::uint32_t maxMs);
 
-  // The window has been sent a message of so many bytes by one of them and is through with it.
-  void OnMessageHandled(size_t bytes) { backlog_->Remove(bytes); }
+  // What has become of messages to remote servers since the last call, in order.
+  std::vector<HttpPosted> TakePosted() { return posted_->TakeAll(); }
 
   // In the order of config.json; also those that could not be started.
   const std::vector<McpServer*>& Servers() const { return servers_; }
@@ -46,6 +47,7 @@ class McpRegistry {
   ConfigFile& config_;
   Log& log_;
   const std::shared_ptr<Backlog> backlog_ = std::make_shared<Backlog>();
+  const std::shared_ptr<HttpPostedQueue> posted_ = std::make_shared<HttpPostedQueue>();
   std::vector<McpServer*> servers_;
   // Every record since the start of the program: posted messages and waiting requests may name one
   // that is stopped.

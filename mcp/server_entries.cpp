@@ -2,6 +2,7 @@
 
 #include <utility>
 
+#include "base/ascii.h"
 #include "config/server_address.h"
 
 namespace wendra {
@@ -43,7 +44,23 @@ std::vector<std::string> Texts(const Json& entry, std::string_view key) {
 }
 
 ServerEntry Skipped(const std::string& name, const std::string& reason) {
-  return {"[MCP] server '" + name + "'" + reason, std::nullopt};
+  return {{"[MCP] server '" + name + "'" + reason}, std::nullopt};
+}
+
+// A header name for the log, which is to stay one line.
+std::string Printable(std::string name) {
+  for (char& c : name) {
+    if (HoldsControlCharacter({&c, 1})) c = '?';
+  }
+  return name;
+}
+
+void AddUnsentHeaders(const ServerSettings& server, std::vector<std::string>& logLines) {
+  for (const auto& [name, value] : server.headers) {
+    if (!HoldsControlCharacter(name) && !HoldsControlCharacter(value)) continue;
+    logLines.push_back("[MCP] server '" + server.name + "': header '" + Printable(name) +
+                       "' holds a control character — not sent");
+  }
 }
 
 ServerEntry RemoteEntry(const std::string& name, const Json& entry) {
@@ -54,7 +71,9 @@ ServerEntry RemoteEntry(const std::string& name, const Json& entry) {
   server.kind = TransportKind::kHttp;
   server.url = url;
   server.headers = NamedTexts(entry, "headers");
-  return {"[MCP] " + name + " -> " + url + " (http)", std::move(server)};
+  std::vector<std::string> logLines = {"[MCP] " + name + " -> " + url + " (http)"};
+  AddUnsentHeaders(server, logLines);
+  return {std::move(logLines), std::move(server)};
 }
 
 ServerEntry LocalEntry(const std::string& name, const Json& entry, const CommandResolver& resolve) {
@@ -66,7 +85,7 @@ ServerEntry LocalEntry(const std::string& name, const Json& entry, const Command
   server.args = Texts(entry, "args");
   server.env = NamedTexts(entry, "env");
   std::erase_if(server.env, [](const auto& variable) { return variable.first.empty(); });
-  return {"", std::move(server)};  // its start is logged by whoever starts it
+  return {{}, std::move(server)};  // its start is logged by whoever starts it
 }
 
 ServerEntry ReadEntry(const std::string& name, const Json& entry, const CommandResolver& resolve) {

@@ -25,7 +25,7 @@ struct ServerSettings {
 
 // One member of "mcpServers".
 struct ServerEntry {
-  std::string logLine;                   // "" when the log says nothing of it
+  std::vector<std::string> logLines;     // what the log says of it, in order
   std::optional<ServerSettings> server;  // nothing when it is skipped
 };
 

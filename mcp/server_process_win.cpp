@@ -38,12 +38,13 @@ struct Launch {
 Launch LaunchProgram(const std::wstring& program, const std::vector<std::wstring>& arguments,
                      const std::wstring& environment, const KernelHandle& job) {
   Launch launch;
-  auto commandLine = ChildCommandLine(program, arguments);
+  const bool isBatch = IsBatchScript(program);
+  const ShellSettings shell = isBatch ? SystemShellSettings() : ShellSettings::kUsual;
+  auto commandLine = ChildCommandLine(program, arguments, shell);
   if (!commandLine) return launch;
   launch.commandLine = std::move(*commandLine);
   launch.child = StartChild({
-      // cmd.exe, which runs batch files, is found by the system.
-      .program = IsBatchScript(program) ? std::wstring() : program,
+      .program = isBatch ? SystemShell() : program,
       .commandLine = launch.commandLine,
       .directory = EnvironmentText(L"USERPROFILE"),
       .environment = environment.c_str(),
@@ -90,6 +91,7 @@ std::optional<ServerProcess> StartServerProcess(McpServer& server, Log& log) {
     return std::nullopt;
   }
 
+  process.isInJob = launch.child.isInJob;
   process.process = std::move(launch.child.process);
   process.input = std::move(launch.child.input);
   process.output = std::move(launch.child.output);

@@ -14,6 +14,7 @@ namespace wendra {
 // the child itself can be ended.
 struct ServerProcess {
   KernelHandle job;
+  bool isInJob = false;
   KernelHandle process;
   KernelHandle input;   // we write
   KernelHandle output;  // we read

@@ -1,13 +1,20 @@
 #include "mcp/session.h"
 
+#include <algorithm>
+#include <optional>
 #include <utility>
 
 #include "config/json_object.h"
+#include "json/value_count.h"
+#include "mcp/answer_scanner.h"
 
 namespace wendra {
 namespace {
 
 constexpr double kInitializeTimeoutSeconds = 45;
+constexpr std::uint32_t kInitializedTimeoutMs = 45'000;  // a part of the handshake too
+constexpr std::uint32_t kNotFound = 404;                 // HTTP
+constexpr size_t kMaxMessageValues = 1'000'000;
 constexpr char kProtocolVersionOfStdio[] = "2024-11-05";  // deliberate: each transport has its own
 constexpr char kProtocolVersionOfHttp[] = "2025-11-25";
 constexpr int kMethodNotFound = -32601;  // JSON-RPC 2.0
@@ -64,24 +71,25 @@ void McpSession::SendMcpRequest(McpServer& server, std::string_view method, Json
   Json message = Message(method);
   message.members.emplace_back("id", id);
   message.members.emplace_back("params", std::move(params));
-  server.transport->Send({TextOf(message), id, {}});
+  const auto timeoutMs = static_cast<std::uint32_t>(timeoutSeconds * 1000);
+  server.transport->Send({TextOf(message), id, timeoutMs, {}});
 
   // Responses come through the window's queue: none can be here before its request is noted.
   const std::uint64_t timer = ++lastTimer_;
-  timers_.Start(timer, static_cast<std::uint32_t>(timeoutSeconds * 1000));
+  timers_.Start(timer, timeoutMs);
   timerOfRequest_.emplace(id, timer);
   pending_.emplace(timer, Pending{&server, std::move(id), std::move(onReply)});
 }
 
 void McpSession::SendMcpNotification(McpServer& server, std::string_view method, Json params,
-                                     std::function<void()> onSent) {
+                                     std::uint32_t timeoutMs, OnSent onSent) {
   if (!server.running || !server.transport) {
-    if (onSent) onSent();
+    if (onSent) onSent(0);
     return;
   }
   Json message = Message(method);
   message.members.emplace_back("params", std::move(params));
-  server.transport->Send({TextOf(message), "", std::move(onSent)});
+  server.transport->Send({TextOf(message), "", timeoutMs, std::move(onSent)});
 }
 
 void McpSession::EnsureMcpInitialized(McpServer& server, OnInitialized onInitialized) {
@@ -107,10 +115,18 @@ void McpSession::OnInitializeReply(McpServer& server, const Json& reply) {
   }
   server.initialized = true;
   // Some servers refuse a request that overtakes this one.
-  SendMcpNotification(server, "notifications/initialized", Json::Object(), [this, &server] {
-    if (server.transport) server.transport->OnInitialized();
-    ReleaseWaiting(server, nullptr);
-  });
+  SendMcpNotification(server, "notifications/initialized", Json::Object(), kInitializedTimeoutMs,
+                      [this, &server](std::uint32_t status) { OnInitializedSent(server, status); });
+}
+
+void McpSession::OnInitializedSent(McpServer& server, std::uint32_t status) {
+  if (status == kNotFound) {  // the session is over before it has begun
+    server.initialized = false;
+    const Json failure = ErrorReply("HTTP 404");
+    return ReleaseWaiting(server, &failure);
+  }
+  if (server.transport) server.transport->OnInitialized();
+  ReleaseWaiting(server, nullptr);
 }
 
 void McpSession::ReleaseWaiting(McpServer& server, const Json* failure) {
@@ -121,7 +137,21 @@ void McpSession::ReleaseWaiting(McpServer& server, const Json* failure) {
 }
 
 void McpSession::HandleMcpText(McpServer& server, std::string_view text) {
-  if (auto message = ParseJsonObject(text)) HandleMcpMessage(server, std::move(*message));
+  auto message = HoldsMoreValues(text, kMaxMessageValues) ? std::nullopt : ParseJsonObject(text);
+  if (message) return HandleMcpMessage(server, std::move(*message));
+  if (server.kind == TransportKind::kHttp) EndUnusablyAnswered(server, text);
+}
+
+void McpSession::EndUnusablyAnswered(const McpServer& server, std::string_view text) {
+  const auto isAnswered = [&](const auto& entry) {
+    if (entry.second.server != &server) return false;
+    AnswerScanner scanner(entry.second.id);
+    scanner.Feed(text);
+    return scanner.IsAnswer();
+  };
+  const auto request = std::ranges::find_if(pending_, isAnswered);
+  if (request == pending_.end()) return;
+  Complete(request->first, ErrorReply("MCP server returned no response"));
 }
 
 void McpSession::HandleMcpMessage(McpServer& server, Json message) {
@@ -147,7 +177,7 @@ void McpSession::Refuse(McpServer& server, const Json& id) {
   answer.members.emplace_back("jsonrpc", "2.0");
   answer.members.emplace_back("id", id);
   answer.members.emplace_back("error", std::move(error));
-  server.transport->Send({TextOf(answer), "", {}});
+  server.transport->Refuse(TextOf(answer));
 }
 
 void McpSession::FailMcpPending(const McpServer& server, std::string_view text) {
@@ -157,6 +187,13 @@ void McpSession::FailMcpPending(const McpServer& server, std::string_view text) 
   }
   const Json reply = ErrorReply(text);
   for (const std::uint64_t timer : timers) Complete(timer, reply);
+}
+
+void McpSession::OnStopped(McpServer& server) {
+  const std::string text = "MCP server '" + server.name + "' was stopped";
+  FailMcpPending(server, text);
+  const Json failure = ErrorReply(text);
+  ReleaseWaiting(server, &failure);  // those that wait for the status of the notification
 }
 
 void McpSession::ForgetSession(McpServer& server) {

@@ -23,30 +23,37 @@ class McpSession {
   // Gets the whole response for its own, or {"error": {"message": …}} made here. Called exactly
   // once, unless the program ends first; may send, fail and reload whatever it likes.
   using OnReply = std::function<void(Json reply)>;
+  using OnSent = std::function<void(std::uint32_t status)>;  // see OutgoingMessage
   // `failure` is null when the server is initialized, else the reply that says why it is not.
   using OnInitialized = std::function<void(const Json* failure)>;
 
   // Borrows both.
   McpSession(RequestTimers& timers, Log& log) : timers_(timers), log_(log) {}
 
-  // A server that is not running answers at once with an error. A server that is stopped while the
-  // request waits does not end it: the time-out does.
+  // A server that is not running answers at once with an error.
   void SendMcpRequest(McpServer& server, std::string_view method, Json params,
                       double timeoutSeconds, OnReply onReply);
 
   void SendMcpNotification(McpServer& server, std::string_view method, Json params,
-                           std::function<void()> onSent = {});
+                           std::uint32_t timeoutMs, OnSent onSent = {});
 
   // Runs `onInitialized` at once when the handshake is done, else after it. Whoever comes while it
   // goes on waits for the same one, in order; after a failure the next call tries again.
   void EnsureMcpInitialized(McpServer& server, OnInitialized onInitialized);
 
-  // One incoming message. A text that is no JSON object is ignored.
+  // One incoming message. A text that is no JSON object is ignored, and so is one that holds more
+  // than a million values: in memory each of them takes a hundred times its text. Where such a text
+  // looks like the answer of a remote server, its request ends with "MCP server returned no
+  // response": nothing else will come for it.
   void HandleMcpText(McpServer& server, std::string_view text);
   void HandleMcpMessage(McpServer& server, Json message);
 
   // Ends every waiting request of the server with an error of that text.
   void FailMcpPending(const McpServer& server, std::string_view text);
+
+  // The server has been stopped: ends its waiting requests, and whoever waits for its handshake,
+  // with "MCP server '" + name + "' was stopped".
+  void OnStopped(McpServer& server);
 
   // The server has forgotten its session: the next operation makes a new handshake.
   void ForgetSession(McpServer& server);
@@ -65,8 +72,10 @@ class McpSession {
   };
 
   void OnInitializeReply(McpServer& server, const Json& reply);
+  void OnInitializedSent(McpServer& server, std::uint32_t status);
   void ReleaseWaiting(McpServer& server, const Json* failure);
   void Complete(std::uint64_t timer, Json reply);
+  void EndUnusablyAnswered(const McpServer& server, std::string_view text);
   void Refuse(McpServer& server, const Json& id);
 
   RequestTimers& timers_;

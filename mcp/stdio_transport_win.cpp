@@ -24,6 +24,7 @@ constexpr size_t kMaxUnfinishedLineBytes = 1'048'576;  // a longer message is lo
 struct StdioTransport::OutputJob {
   std::shared_ptr<PipeEnd> end;
   std::shared_ptr<Backlog> backlog;
+  std::shared_ptr<Backlog::Share> share;
   WPARAM server;  // only named in messages, never looked into
   HWND window;
 };
@@ -45,7 +46,7 @@ StdioTransport::StdioTransport(const McpServer& server, ServerProcess process, H
   output_->pipe = std::move(process.output);
   error_->pipe = std::move(process.error);
   auto outputJob = std::unique_ptr<OutputJob>(
-      new OutputJob{output_, backlog_, reinterpret_cast<WPARAM>(&server), window});
+      new OutputJob{output_, backlog_, share_, reinterpret_cast<WPARAM>(&server), window});
   auto errorJob = std::unique_ptr<ErrorJob>(new ErrorJob{error_, server.name, log});
   // Without a thread the server does not answer, and each request says so after its time.
   (void)StartThread<ReadOutput>(outputJob);
@@ -54,9 +55,19 @@ StdioTransport::StdioTransport(const McpServer& server, ServerProcess process, H
 
 void StdioTransport::Send(OutgoingMessage message) {
   message.text += '\n';
-  writer_.Write(std::move(message.text));
-  if (message.onSent) message.onSent();  // the queue keeps the order
+  // Nobody waits for the answer any more when a request is overdue; a notification stays useful.
+  const std::uint32_t limitMs = message.requestId.empty() ? 0 : message.timeoutMs;
+  writer_.Write({.bytes = std::move(message.text), .limitMs = limitMs});
+  if (message.onSent) message.onSent(0);  // the queue keeps the order
 }
+
+void StdioTransport::Refuse(std::string text) {
+  text += '\n';
+  Backlog::Refusal count = backlog_->AddRefusal(text.size(), share_);
+  writer_.Write({.bytes = std::move(text), .count = std::move(count)});
+}
+
+void StdioTransport::OnMessageHandled(size_t bytes) { backlog_->Remove(bytes, *share_); }
 
 void StdioTransport::Stop() {
   writer_.Stop();
@@ -66,7 +77,7 @@ void StdioTransport::Stop() {
   }
   StopReading(output_);
   StopReading(error_);
-  backlog_->WakeStopped();
+  backlog_->Stop(*share_);
   job_.Reset();
 }
 
@@ -88,7 +99,7 @@ size_t StdioTransport::ReadSome(PipeEnd& end, char* buffer, size_t bytes) {
 
 void StdioTransport::ReadOutput(std::unique_ptr<OutputJob> job) {
   const auto post = [&](std::string line) {
-    job->backlog->Deliver(job->window, job->server, std::move(line), job->end->isStopped);
+    job->backlog->Deliver(job->window, job->server, std::move(line), *job->share);
   };
   LineSplitter splitter(kMaxUnfinishedLineBytes);
   char buffer[kLongOutputReadBytes];
@@ -115,10 +126,15 @@ void StdioTransport::ReadError(std::unique_ptr<ErrorJob> job) {
 void StartStdioServer(McpServer& server, HWND window, std::shared_ptr<Backlog> backlog, Log& log) {
   auto process = StartServerProcess(server, log);
   if (!process) return;
+  const bool isInJob = process->isInJob;
   server.transport = std::make_unique<StdioTransport>(server, std::move(*process), window,
                                                       std::move(backlog), log);
   server.running = true;
-  log.Line("[MCP " + server.name + "] started " + server.command);
+  const std::string tag = "[MCP " + server.name + "] ";
+  log.Line(tag + "started " + server.command);
+  if (!isInJob) {
+    log.Line(tag + "could not be tied to Wendra: its processes may outlive it");
+  }
 }
 
 }  // namespace wendra

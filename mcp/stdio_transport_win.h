@@ -29,6 +29,8 @@ class StdioTransport : public Transport {
   StdioTransport& operator=(const StdioTransport&) = delete;
 
   void Send(OutgoingMessage message) override;
+  void Refuse(std::string text) override;
+  void OnMessageHandled(size_t bytes) override;
 
   // In this order: closes the child's input, ends the child, ends the reading, ends whatever the
   // child has started.
@@ -53,6 +55,7 @@ class StdioTransport : public Transport {
   std::shared_ptr<PipeEnd> output_;  // null once stopped
   std::shared_ptr<PipeEnd> error_;
   const std::shared_ptr<Backlog> backlog_;
+  const std::shared_ptr<Backlog::Share> share_ = std::make_shared<Backlog::Share>();
 };
 
 // Starts the child of `server`, which then is running and has its transport, or logs why not.

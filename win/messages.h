@@ -8,7 +8,7 @@
 // | kCreateWebViewMessage    | 0      | 0                                 | app        | webview  |
 // | kLogLineMessage          | 0      | owned std::string, one UTF-8 line | any thread | log      |
 // | kPickDirectoryMessage    | 0      | owned PickDirectoryRequest        | bridge     | bridge   |
-// | kHttpPostedMessage       | server | owned HttpPosted                  | a worker   | mcp      |
+// | kHttpPostedMessage       | 0      | 0                                 | a worker   | mcp      |
 //
 // An owned payload belongs to the window procedure as soon as the post has succeeded
 // (win/owned_message.h); it frees the payload whatever else it does with it. What is still queued

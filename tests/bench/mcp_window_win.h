@@ -36,7 +36,7 @@ class McpWindow {
       case kMcpClosedMessage:
         return client_.OnClosed(server);
       case kHttpPostedMessage:
-        return client_.OnHttpPosted(server, *TakeOwned<HttpPosted>(lparam));
+        return client_.OnHttpPosted();
       case WM_TIMER:
         return client_.OnTimer(wparam);
       default:

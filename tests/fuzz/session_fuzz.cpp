@@ -52,13 +52,18 @@ class StrictTransport : public Transport {
   void Send(OutgoingMessage message) override {
     Check(message);
     if (!message.onSent) return;
-    if (keepsOrder_) return message.onSent();
+    if (keepsOrder_) return message.onSent(0);
     held_.push_back(std::move(message.onSent));
+  }
+  void Refuse(std::string text) override {
+    Json json;
+    Require(text.find('\n') == text.npos && Parse(text, json) && json.Find("error"));
+    ++sent_.refusals;
   }
   void Stop() override {}
 
   void Release() {
-    for (const auto& onSent : std::exchange(held_, {})) onSent();
+    for (const auto& onSent : std::exchange(held_, {})) onSent(202);
   }
 
  private:
@@ -67,18 +72,14 @@ class StrictTransport : public Transport {
     Require(message.text.find('\n') == message.text.npos && Parse(message.text, json));
     Require(json.kind == kJsonObject && json.members.at(0).first == "jsonrpc");
     const Json* id = json.Find("id");
-    if (message.requestId.empty()) {
-      if (json.Find("error")) ++sent_.refusals;
-      Require(!json.Find("error") == !id);
-      return;
-    }
+    if (message.requestId.empty()) return Require(!json.Find("error") && !id);
     Require(id && id->text == message.requestId);
     Require(sent_.requestIds.insert(message.requestId).second);
   }
 
   Sent& sent_;
   const bool keepsOrder_;
-  std::vector<std::function<void()>> held_;
+  std::vector<std::function<void(std::uint32_t)>> held_;
 };
 
 class Conversation {

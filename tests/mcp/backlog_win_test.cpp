@@ -1,7 +1,9 @@
 #include "mcp/backlog_win.h"
 
 #include <atomic>
+#include <memory>
 #include <thread>
+#include <vector>
 
 #include <gtest/gtest.h>
 
@@ -17,7 +19,7 @@ class Reader {
  public:
   Reader(Backlog& backlog, size_t lineBytes)
       : backlog_(backlog), thread_([this, lineBytes] {
-          while (backlog_.Add(lineBytes, isStopped_)) ++added_;
+          while (backlog_.Add(lineBytes, *share_)) ++added_;
         }) {}
   ~Reader() {
     if (thread_.joinable()) StopAndCount();
@@ -31,16 +33,17 @@ class Reader {
     return added_ >= count;
   }
   size_t Count() const { return added_; }
+  Backlog::Share& OwnShare() { return *share_; }
+  const std::shared_ptr<Backlog::Share>& SharedShare() const { return share_; }
   size_t StopAndCount() {
-    isStopped_ = true;
-    backlog_.WakeStopped();
+    backlog_.Stop(*share_);
     thread_.join();
     return added_;
   }
 
  private:
   Backlog& backlog_;
-  std::atomic<bool> isStopped_ = false;
+  const std::shared_ptr<Backlog::Share> share_ = std::make_shared<Backlog::Share>();
   std::atomic<size_t> added_ = 0;
   std::thread thread_;  // last: it uses the rest
 };
@@ -65,7 +68,7 @@ TEST(Backlog, GoesOnWhenAllIsHandled) {
     const size_t handled = 100 * atATime;
     for (size_t i = 0; i < handled; ++i) {
       ASSERT_TRUE(reader.WaitFor(i + 1)) << lineBytes;
-      backlog.Remove(lineBytes);
+      backlog.Remove(lineBytes, reader.OwnShare());
     }
     EXPECT_LE(reader.StopAndCount(), handled + atATime) << lineBytes;
   }
@@ -75,33 +78,55 @@ TEST(Backlog, GoesOnWhenAllIsHandled) {
 TEST(Backlog, LeavesNobodyWaiting) {
   Backlog backlog;
   Reader readers[] = {{backlog, 1 << 20}, {backlog, 1 << 20}, {backlog, 1 << 20}};
-  size_t handled = 0;
-  const auto added = [&] {
-    size_t count = 0;
-    for (const Reader& reader : readers) count += reader.Count();
-    return count;
+  size_t handled[3] = {};
+  const auto handleOne = [&] {
+    for (size_t i = 0; i < 3; ++i) {
+      if (handled[i] == readers[i].Count()) continue;
+      ++handled[i];
+      return backlog.Remove(1 << 20, readers[i].OwnShare());
+    }
   };
   const ULONGLONG end = GetTickCount64() + kPatienceMs;
-  for (const Reader& reader : readers) {
+  for (Reader& reader : readers) {
     const size_t before = reader.Count();
-    while (reader.Count() < before + 100 && GetTickCount64() < end) {
-      if (handled == added()) continue;
-      backlog.Remove(1 << 20);
-      ++handled;
-    }
+    while (reader.Count() < before + 100 && GetTickCount64() < end) handleOne();
     EXPECT_GE(reader.Count(), before + 100);
   }
 }
 
 TEST(Backlog, HoldsUpNobodyWhoIsSlower) {
   Backlog backlog;
-  std::atomic<bool> isStopped = false;
+  Backlog::Share share;
   for (int i = 0; i < 1000; ++i) {
-    ASSERT_TRUE(backlog.Add(1 << 20, isStopped));
-    backlog.Remove(1 << 20);
+    ASSERT_TRUE(backlog.Add(1 << 20, share));
+    backlog.Remove(1 << 20, share);
   }
-  isStopped = true;
-  EXPECT_FALSE(backlog.Add(1, isStopped));
+  backlog.Stop(share);
+  EXPECT_FALSE(backlog.Add(1, share));
+}
+
+// Messages that are not handled and refusals that are not sent count together; of other servers
+// nothing counts.
+TEST(Backlog, HoldsUpAServerThatTakesNoRefusals) {
+  const auto backlog = std::make_shared<Backlog>();
+  for (const size_t refusalBytes : {size_t{0}, size_t{60 << 10}}) {
+    const auto other = std::make_shared<Backlog::Share>();
+    Reader reader(*backlog, 0);
+    ASSERT_TRUE(reader.WaitFor(64));
+    const size_t count = (256 << 10) / ((4 << 10) + refusalBytes);
+    std::vector<Backlog::Refusal> refusals;
+    for (size_t i = 0; i < count; ++i) {
+      refusals.push_back(backlog->AddRefusal(refusalBytes, reader.SharedShare()));
+    }
+    for (int i = 0; i < 64; ++i) backlog->Remove(0, reader.OwnShare());  // nothing is under way
+    ASSERT_TRUE(backlog->Add(0, *other));
+    backlog->Remove(0, *other);
+    EXPECT_EQ(reader.Count(), 64u) << refusalBytes;
+    refusals.clear();
+    EXPECT_TRUE(reader.WaitFor(128)) << refusalBytes;
+    EXPECT_EQ(reader.StopAndCount(), 128u) << refusalBytes;
+    for (int i = 0; i < 64; ++i) backlog->Remove(0, reader.OwnShare());
+  }
 }
 
 }  // namespace

@@ -1,6 +1,7 @@
 #include "mcp/http_transport_win.h"
 
 #include <algorithm>
+#include <atomic>
 #include <functional>
 #include <memory>
 #include <optional>
@@ -42,17 +43,14 @@ class HttpServer : public testing::Test {
  protected:
   HttpServer()
       : window_([this](UINT message, WPARAM wparam, LPARAM lparam) {
-          if (message != kMcpMessage && message != kHttpPostedMessage) return;
-          EXPECT_EQ(wparam, reinterpret_cast<WPARAM>(&record_));
           if (message == kMcpMessage) {
+            EXPECT_EQ(wparam, reinterpret_cast<WPARAM>(&record_));
             sessionIdAtMessage_ = record_.shared.sessionId;
             received_.push_back(*TakeOwned<std::string>(lparam));
-            if (isHandling_) backlog_->Remove(received_.back().size());
-          } else {
-            const auto posted = TakeOwned<HttpPosted>(lparam);
-            if (posted->sessionIsOver) received_.push_back("session is over");
-            if (posted->onSent) posted->onSent();
+            if (refuses_) record_.transport->Refuse("no");
+            if (isHandling_) record_.transport->OnMessageHandled(received_.back().size());
           }
+          if (message == kHttpPostedMessage) TakePosted();
         }) {
     record_.name = "test";
     record_.kind = TransportKind::kHttp;
@@ -62,18 +60,25 @@ class HttpServer : public testing::Test {
     if (record_.transport) record_.transport->Stop();
   }
 
+  void TakePosted() {
+    for (const HttpPosted& posted : posted_->TakeAll()) {
+      EXPECT_EQ(posted.server, &record_);
+      if (posted.sessionIsOver) received_.push_back("session is over");
+      if (posted.onSent) posted.onSent(posted.status);
+    }
+  }
   void Serve(HttpTestServer::Handler handler) {
     record_.transport.reset();
     server_.emplace(std::move(handler));
     record_.url = server_->Url();
-    record_.transport = MakeHttpTransport(record_, window_.Handle(), backlog_);
+    record_.transport = MakeHttpTransport(record_, window_.Handle(), backlog_, posted_);
     received_.clear();
   }
   void Send(std::string text = kRequest, std::string requestId = "1") {
-    record_.transport->Send({std::move(text), std::move(requestId), {}});
+    record_.transport->Send({std::move(text), std::move(requestId), timeoutMs_, {}});
   }
-  void SendNotification(std::function<void()> onSent) {
-    record_.transport->Send({"{}", "", std::move(onSent)});
+  void SendNotification(std::function<void(std::uint32_t)> onSent) {
+    record_.transport->Send({"{}", "", timeoutMs_, std::move(onSent)});
   }
   // What comes back for one request, up to its answer.
   Messages Exchange(size_t count = 1) {
@@ -84,7 +89,7 @@ class HttpServer : public testing::Test {
   }
   void Notify() {
     bool isSent = false;
-    SendNotification([&] { isSent = true; });
+    SendNotification([&](std::uint32_t) { isSent = true; });
     WaitUntil([&] { return isSent; });
   }
   static void WaitUntil(const std::function<bool()>& isDone) {
@@ -102,7 +107,10 @@ class HttpServer : public testing::Test {
   Messages received_;
   std::string sessionIdAtMessage_;
   const std::shared_ptr<Backlog> backlog_ = std::make_shared<Backlog>();
+  const std::shared_ptr<HttpPostedQueue> posted_ = std::make_shared<HttpPostedQueue>();
+  std::uint32_t timeoutMs_ = 120'000;
   bool isHandling_ = true;
+  bool refuses_ = false;  // each message
   const TestWindow window_;
   std::optional<HttpTestServer> server_;
 };
@@ -185,7 +193,7 @@ TEST_F(HttpServer, AnswersForAServerThatCannotBeReached) {
   EXPECT_EQ(Exchange(), Messages{ErrorResponse("request failed (offline?)")});
   record_.transport.reset();
   record_.url = "https://" + std::string(255, 'a');
-  record_.transport = MakeHttpTransport(record_, window_.Handle(), backlog_);
+  record_.transport = MakeHttpTransport(record_, window_.Handle(), backlog_, posted_);
   EXPECT_EQ(Exchange(), Messages{ErrorResponse("invalid URL")});
 }
 
@@ -286,7 +294,7 @@ TEST_F(HttpServer, HoldsUpAServerThatSpeaksFasterThanItIsHeard) {
   };
   waitForMessages(kHeldUpAt);
   size_t handled = 0;
-  const auto handle = [&] { backlog_->Remove(received_[handled++].size()); };
+  const auto handle = [&] { record_.transport->OnMessageHandled(received_[handled++].size()); };
   while (handled < kHeldUpAt - 1) handle();
   waitForMessages(kHeldUpAt);  // not before the window is through with all of them
   isHandling_ = true;
@@ -305,7 +313,7 @@ TEST_F(HttpServer, StopsWhileAServerIsHeldUp) {
   isHandling_ = false;
   record_.shared.sessionId = "s1";
   bool isSent = false;
-  record_.transport->Send({kRequest, "1", [&] { isSent = true; }});
+  record_.transport->Send({kRequest, "1", timeoutMs_, [&](std::uint32_t) { isSent = true; }});
   WaitUntil([this] { return received_.size() == kHeldUpAt; });
   record_.transport->Stop();
   WaitUntil([&] { return isSent; });
@@ -355,14 +363,25 @@ TEST_F(HttpServer, KeepsTheSessionIdThatCameLast) {
   EXPECT_EQ(server_->Requests().back().Header("Mcp-Session-Id"), std::string(1023, 'x'));
 }
 
-TEST_F(HttpServer, KeepsTheNewSessionWhenALateResponseRepeatsTheOld) {
+TEST_F(HttpServer, TakesTheSessionIdOfALateResponse) {
   Serve([&](const HttpTestRequest&, HttpTestConnection& connection) {
     record_.shared.sessionId = "new";  // by another thread, while this request was on its way
     connection.Answer("200 OK", "Mcp-Session-Id: old\r\n", kAnswer);
   });
   record_.shared.sessionId = "old";
   (void)Exchange();
-  EXPECT_EQ(record_.shared.sessionId, "new");
+  EXPECT_EQ(record_.shared.sessionId, "old") << "the last one to come counts";
+}
+
+TEST_F(HttpServer, TakesTheSessionIdOfEveryStatus) {
+  for (const char* line : {"202 Accepted", "400 Bad Request", "404 Not Found", "503 Busy"}) {
+    Serve([=](const HttpTestRequest&, HttpTestConnection& connection) {
+      connection.Answer(line, "Mcp-Session-Id: s1\r\n", "");
+    });
+    record_.shared.sessionId.clear();
+    (void)Exchange();
+    EXPECT_EQ(record_.shared.sessionId, "s1") << line;
+  }
 }
 
 TEST_F(HttpServer, ForgetsASessionThatTheServerDoesNotKnow) {
@@ -418,6 +437,123 @@ TEST_F(HttpServer, SaysThatAMessageIsSentOnceItHasItsStatus) {
   server_.reset();
   Notify();
   EXPECT_EQ(received_, Messages());
+}
+
+// Comments keep a stream alive, so no other time-out ends it.
+TEST_F(HttpServer, GivesARequestUpWhoseStreamGoesOn) {
+  std::atomic<bool> hasGone = false;
+  Serve([&, wake = Wake()](const HttpTestRequest&, HttpTestConnection& connection) {
+    connection.Send(Stream(": comment\n\n"));
+    while (connection.Send(": comment\n\n")) continue;
+    hasGone = true;
+    wake();
+  });
+  timeoutMs_ = 300;
+  Send();
+  WaitUntil([&] { return hasGone.load(); });
+  EXPECT_EQ(received_, Messages());
+}
+
+TEST_F(HttpServer, SaysThatANotificationIsThroughAfterItsTime) {
+  Serve([](const HttpTestRequest&, HttpTestConnection& connection) { connection.WaitForClose(); });
+  timeoutMs_ = 300;
+  std::optional<std::uint32_t> sent;
+  SendNotification([&](std::uint32_t status) { sent = status; });
+  WaitUntil([&] { return sent.has_value(); });
+  EXPECT_EQ(sent, 0u);
+}
+
+TEST_F(HttpServer, SendsOneRefusalAtATime) {
+  const KernelHandle go(CreateEventW(nullptr, TRUE, FALSE, nullptr));
+  Serve([&, wake = Wake()](const HttpTestRequest& request, HttpTestConnection& connection) {
+    wake();
+    if (request.body == "0") WaitForSingleObject(go.Get(), INFINITE);
+    connection.Answer("202 Accepted", "", "");
+  });
+  for (int i = 0; i < 20; ++i) record_.transport->Refuse(std::to_string(i));
+  WaitForRequests(1);
+  Notify();  // overtakes them all
+  EXPECT_EQ(server_->Requests().size(), 2u);
+  SetEvent(go.Get());
+  WaitForRequests(21);
+  std::string bodies;
+  for (const HttpTestRequest& request : server_->Requests()) bodies += request.body + " ";
+  EXPECT_EQ(bodies, "0 {} 1 2 3 4 5 6 7 8 9 10 11 12 13 14 15 16 17 18 19 ");
+}
+
+// Reading pauses, and goes on when the refusals are through.
+TEST_F(HttpServer, ReadsNoFurtherWhileItsRefusalsAreNotTaken) {
+  constexpr size_t kPings = 200;
+  const KernelHandle go(CreateEventW(nullptr, TRUE, FALSE, nullptr));
+  Serve([&](const HttpTestRequest& request, HttpTestConnection& connection) {
+    if (request.body == "no") {
+      WaitForSingleObject(go.Get(), INFINITE);
+      return (void)connection.Answer("202 Accepted", "", "");
+    }
+    if (request.body != kRequest) return (void)connection.Answer("202 Accepted", "", "");
+    std::string pings;
+    for (size_t i = 0; i < kPings; ++i) pings += "data: {}\n";
+    connection.Send(Stream(pings + "data: " + kAnswer + "\n"));
+    connection.WaitForClose();
+  });
+  refuses_ = true;
+  Send();
+  WaitUntil([&] { return received_.size() >= 64; });
+  Notify();  // a whole exchange later there is still no more
+  EXPECT_EQ(received_.size(), 64u);
+  refuses_ = false;
+  SetEvent(go.Get());
+  WaitUntil([&] { return received_.size() >= kPings + 1; });
+  EXPECT_EQ(received_.back(), kAnswer);
+}
+
+// A server that answers refusals with questions must not make the one thread wait for itself.
+TEST_F(HttpServer, DropsWhatComesWithARefusalWhenThereIsNoRoom) {
+  Serve([wake = Wake()](const HttpTestRequest&, HttpTestConnection& connection) {
+    std::string pings;
+    for (int i = 0; i < 100; ++i) pings += "data: {}\n";
+    connection.Send(Stream(pings));
+    wake();
+  });
+  isHandling_ = false;
+  for (int i = 0; i < 3; ++i) record_.transport->Refuse("no");
+  WaitForRequests(3);
+  EXPECT_LE(received_.size(), 64u);
+  record_.transport->Stop();
+}
+
+TEST_F(HttpServer, SendsNoRefusalAfterAStop) {
+  Serve([wake = Wake()](const HttpTestRequest&, HttpTestConnection& connection) {
+    wake();
+    connection.WaitForClose();
+  });
+  for (int i = 0; i < 10; ++i) record_.transport->Refuse("no");
+  WaitForRequests(1);
+  record_.transport->Stop();
+  record_.transport->Refuse("no");
+  record_.transport.reset();
+  // The last thread to let go of the backlog is that of the refusals.
+  const ULONGLONG end = GetTickCount64() + 20'000;
+  while (backlog_.use_count() > 1 && GetTickCount64() < end) SwitchToThread();
+  EXPECT_EQ(backlog_.use_count(), 1);
+  EXPECT_EQ(server_->Requests().size(), 1u);
+  server_.reset();
+}
+
+TEST_F(HttpServer, SendsNoHeaderWithAControlCharacter) {
+  record_.headers = {{"X-A", "1\r\nX-Injected: yes"}, {"X-B\n", "2"}, {"X-C", "3"}};
+  Serve([](const HttpTestRequest&, HttpTestConnection& connection) {
+    connection.Answer("200 OK", "", kAnswer);
+  });
+  record_.shared.protocolVersion = "1\nHost: internal.test";
+  record_.shared.sessionId = "s\nContent-Length: 3";
+  EXPECT_EQ(Exchange(), Messages{kAnswer});
+  const HttpTestRequest got = server_->Requests().front();
+  EXPECT_EQ(OwnHeaders(got), (Headers{{"Content-Type", "application/json"},
+                                      {"Accept", "application/json, text/event-stream"},
+                                      {"X-C", "3"}}));
+  EXPECT_TRUE(got.Header("Host").starts_with("localhost:")) << got.Header("Host");
+  EXPECT_EQ(got.body, kRequest);
 }
 
 TEST_F(HttpServer, ListensOnlyAfterTheHandshake) {
@@ -515,11 +651,12 @@ TEST_F(HttpServer, StopsWithTenCallsInFlightAndAListener) {
   record_.transport->OnInitialized();
   int sent = 0;
   for (int i = 0; i < 10; ++i) {
-    record_.transport->Send({kRequest, "1", [&] { ++sent; }});
+    record_.transport->Send({kRequest, "1", timeoutMs_, [&](std::uint32_t) { ++sent; }});
   }
   WaitForRequests(11);
   record_.transport->Stop();
-  record_.transport->Send({kRequest, "1", [&] { ++sent; }});  // at once, and nothing is sent
+  record_.transport->Send(
+      {kRequest, "1", timeoutMs_, [&](std::uint32_t) { ++sent; }});  // at once, and nothing is sent
   WaitUntil([&] { return sent == 11; });
   EXPECT_EQ(received_, Messages());
   EXPECT_EQ(server_->Requests().size(), 11u);
@@ -552,7 +689,7 @@ TEST_F(HttpServer, LetsGoOfAFarewellThatIsOver) {
     });
     record_.shared.sessionId = "s1";
     for (int i = 0; i < 50; ++i) {
-      stopped.push_back(MakeHttpTransport(record_, window_.Handle(), backlog_));
+      stopped.push_back(MakeHttpTransport(record_, window_.Handle(), backlog_, posted_));
       stopped.back()->Stop();
       stopped.back()->WaitForFarewell(INFINITE);
     }

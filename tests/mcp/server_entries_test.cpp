@@ -29,13 +29,20 @@ std::string Described(const ServerSettings& server) {
   return text + Described(server.env) + Described(server.headers);
 }
 
+std::string Joined(const std::vector<std::string>& lines) {
+  std::string text;
+  for (const std::string& line : lines) text += (text.empty() ? "" : " | ") + line;
+  return text;
+}
+
 // What comes of the entry "s".
 std::string Outcome(const std::string& value) {
   const auto entries = ReadServerEntries(Parsed("{\"s\":" + value + "}"), Resolve);
   EXPECT_EQ(entries.size(), 1u);
   const auto& entry = entries.at(0);
-  if (!entry.server) return entry.logLine;
-  return Described(*entry.server) + (entry.logLine.empty() ? "" : " | ") + entry.logLine;
+  const std::string log = Joined(entry.logLines);
+  if (!entry.server) return log;
+  return Described(*entry.server) + (log.empty() ? "" : " | ") + log;
 }
 
 TEST(ReadServerEntries, DecidesByTheEntry) {
@@ -105,6 +112,15 @@ TEST(ReadServerEntries, DecidesByTheEntry) {
       {R"({"url":"h/p","headers":{"B":"1","A":2,"a":"x y","":"z","C":["1"]}})",
        "http s: https://h/p B=1 a=x y =z | [MCP] s -> https://h/p (http)"},
       {R"({"url":"h/p","headers":["A"],"args":["x"],"env":{"A":"1"}})", remote},
+
+      // Every one is kept; those that cannot be sent are said.
+      {R"({"url":"h/p","headers":{"A":"1\r\nB: 2","C\n":"3","D":"\t","E":"\u007f","F":"\u0085"}})",
+       "http s: https://h/p A=1\r\nB: 2 C\n=3 D=\t E=\x7F F=\xC2\x85 | "
+       "[MCP] s -> https://h/p (http) | "
+       "[MCP] server 's': header 'A' holds a control character — not sent | "
+       "[MCP] server 's': header 'C?' holds a control character — not sent | "
+       "[MCP] server 's': header 'D' holds a control character — not sent | "
+       "[MCP] server 's': header 'E' holds a control character — not sent"},
   };
   for (const auto& c : cases) EXPECT_EQ(Outcome(c.entry), c.want) << c.entry;
 }
@@ -116,7 +132,7 @@ TEST(ReadServerEntries, KeepsTheOrderAndEveryName) {
       Resolve);
   std::vector<std::string> got;
   for (const auto& entry : entries) {
-    got.push_back(entry.server ? Described(*entry.server) : entry.logLine);
+    got.push_back(entry.server ? Described(*entry.server) : Joined(entry.logLines));
   }
   EXPECT_EQ(got, (std::vector<std::string>{"stdio zeta: C:\\bin\\z", "http : https://h", "",
                                            "[MCP] server 'zeta': command not found: missing",

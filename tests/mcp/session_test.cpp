@@ -237,7 +237,7 @@ TEST_F(Session, SendsNothingThatCouldOvertakeTheNotification) {
   session.HandleMcpText(b, R"({"id":"1","result":{}})");
   Ensure(b, "second");
   EXPECT_EQ(Taken().back(), std::string("b <- ") + kInitialized);
-  TransportOf(b).held.at(0)();
+  TransportOf(b).held.at(0)(202);
   EXPECT_EQ(Taken(), (Record{"first goes on", "second goes on"}));
 }
 
@@ -264,7 +264,7 @@ TEST_F(Session, CallsNobodyAtTheEndOfTheProgram) {
   EXPECT_EQ(Taken(), (Record{"kill 102", "kill 103"}));
   session.OnTimer(102);
   session.HandleMcpText(a, R"({"id":"2"})");
-  TransportOf(slow).held.at(0)();
+  TransportOf(slow).held.at(0)(202);
   EXPECT_EQ(Taken(), Record());
 }
 
@@ -295,17 +295,108 @@ TEST_F(Session, KeepsRecordsOfOneNameApart) {
   EXPECT_EQ(Taken(), (Record{"kill 101", R"(x = {"id":"1"})"}));
 }
 
-TEST_F(Session, LeavesRequestsOfAStoppedServerToTheirTimeOut) {
+TEST_F(Session, EndsWhatWaitsForAStoppedServer) {
   Ask(a, "x");
   Ensure(a, "first");
+  Ensure(a, "second");
+  Ask(b, "other");
   Taken();
   a.running = false;
-  Ask(a, "y");
-  EXPECT_EQ(Taken(), Record{R"(y = {"error":{"message":"MCP server 'a' is not running"}})"});
+  session.OnStopped(a);
+  const std::string reply = R"({"error":{"message":"MCP server 'a' was stopped"}})";
+  EXPECT_EQ(Taken(), (Record{"kill 101", "x = " + reply, "kill 102", "first failed " + reply,
+                             "second failed " + reply}));
+  session.OnStopped(a);
   session.OnTimer(101);
   session.OnTimer(102);
-  const std::string reply = R"({"error":{"message":"MCP request timed out"}})";
-  EXPECT_EQ(Taken(), (Record{"kill 101", "x = " + reply, "kill 102", "first failed " + reply}));
+  EXPECT_EQ(Taken(), Record());
+  Ask(a, "y");
+  EXPECT_EQ(Taken(), Record{R"(y = {"error":{"message":"MCP server 'a' is not running"}})"});
+}
+
+TEST_F(Session, EndsWhatWaitsForTheNotificationOfAStoppedServer) {
+  TransportOf(b).keepsOrder = false;
+  Ensure(b, "first");
+  session.HandleMcpText(b, R"({"id":"1","result":{}})");
+  Taken();
+  b.running = false;
+  session.OnStopped(b);
+  EXPECT_EQ(Taken(), Record{R"(first failed {"error":{"message":"MCP server 'b' was stopped"}})"});
+  TransportOf(b).held.at(0)(202);
+  EXPECT_EQ(Taken(), Record());
+}
+
+TEST_F(Session, FailsWhoWaitsWhenTheNotificationIsNotFound) {
+  for (const std::uint32_t status : {404u, 0u, 202u, 400u, 500u}) {
+    McpServer server;
+    MakeRunning(server, "http", TransportKind::kHttp);
+    TransportOf(server).keepsOrder = false;
+    Ensure(server, "first");
+    Ensure(server, "second");
+    const std::string id = TransportOf(server).requestIds.at(0);
+    session.HandleMcpText(server, R"({"id":")" + id + R"(","result":{}})");
+    Taken();
+    TransportOf(server).held.at(0)(status);
+    const std::string failed = R"( failed {"error":{"message":"HTTP 404"}})";
+    const Record goOn = {"first goes on", "second goes on"};
+    EXPECT_EQ(Taken(), status == 404 ? (Record{"first" + failed, "second" + failed}) : goOn);
+    EXPECT_EQ(server.initialized, status != 404);
+  }
+}
+
+TEST_F(Session, TellsTheTransportHowLongAMessageMatters) {
+  Ensure(b, "first");
+  session.HandleMcpText(b, R"({"id":"1","result":{}})");
+  session.SendMcpRequest(b, "m", Json::Object(), 1.5, [](const Json&) {});
+  EXPECT_EQ(TransportOf(b).timeoutsMs, (std::vector<std::uint32_t>{45'000, 45'000, 1500}));
+}
+
+// What would be the answer if it could be read. Nothing else comes for it from a remote server; a
+// local one may still answer.
+TEST_F(Session, EndsARequestOfARemoteServerWhoseAnswerIsUnusable) {
+  std::string manyValues = R"({"jsonrpc":"2.0","id":"ID","result":[0)";
+  for (int i = 0; i < 1'000'000; ++i) manyValues += ",0";
+  const struct {
+    const char* why;
+    std::string text;
+    bool ends;
+  } cases[] = {
+      {"broken value", R"({"id":"ID","result":nothing})", true},
+      {"number out of range", R"({"id":"ID","result":1e400})", true},
+      {"too many values", manyValues + "]}", true},
+      {"not whole", R"({"id":"ID","result":)", false},
+      {"of another request", R"({"id":"IDx","result":nothing})", false},
+      {"no object", R"(nothing)", false},
+      {"array", R"([{"id":"ID"},nothing])", false},
+  };
+  for (const auto& c : cases) {
+    for (McpServer* server : {&a, &b}) {
+      Ask(*server, "x");
+      const std::string id = TransportOf(*server).requestIds.back();
+      const auto withId = [&](std::string text) {
+        for (size_t at; (at = text.find("ID")) != text.npos;) text.replace(at, 2, id);
+        return text;
+      };
+      Taken();
+      session.HandleMcpText(*server, withId(c.text));
+      const bool ends = c.ends && server == &b;
+      EXPECT_EQ(Taken().size(), ends ? 2u : 0u) << c.why;
+      session.HandleMcpText(*server, withId(R"({"id":"ID"})"));
+      EXPECT_EQ(Taken().size(), ends ? 0u : 2u) << c.why;
+    }
+  }
+}
+
+TEST_F(Session, TakesAMessageOfAMillionValues) {
+  // The outermost object, the id, the array and what is in it.
+  std::string text = R"({"id":"1","result":[0)";
+  for (int i = 0; i < 1'000'000 - 4; ++i) text += ",0";
+  Ask(a, "x");
+  Taken();
+  session.HandleMcpText(a, text + ",0]}");
+  EXPECT_EQ(Taken(), Record()) << "one too many";
+  session.HandleMcpText(a, text + "]}");
+  EXPECT_EQ(Taken().size(), 2u);
 }
 
 TEST_F(Session, CutsATimeOutToWholeMilliseconds) {
@@ -315,7 +406,8 @@ TEST_F(Session, CutsATimeOutToWholeMilliseconds) {
 
 TEST_F(Session, SendsANotificationWithoutIdAndTimer) {
   const auto notify = [&] {
-    session.SendMcpNotification(a, "n", Json::Object(), [&] { record.push_back("sent"); });
+    session.SendMcpNotification(a, "n", Json::Object(), 1000,
+                                [&](std::uint32_t) { record.push_back("sent"); });
   };
   notify();
   EXPECT_EQ(Taken(), (Record{R"(a <- {"jsonrpc":"2.0","method":"n","params":{}})", "sent"}));

@@ -66,7 +66,7 @@ class StdioServer : public testing::Test {
           if (message == kMcpMessage) {
             received_.push_back(*TakeOwned<std::string>(lparam));
             EXPECT_EQ(wparam, reinterpret_cast<WPARAM>(&server_));
-            if (handlesAtOnce_) backlog_->Remove(received_.back().size());
+            if (handlesAtOnce_) server_.transport->OnMessageHandled(received_.back().size());
           }
           if (message == kMcpClosedMessage) ++closed_;
         }) {
@@ -144,9 +144,9 @@ TEST_F(StdioServer, SaysThatItHasStarted) {
 TEST_F(StdioServer, WritesOneLineAMessageInOrder) {
   Start({"echo"});
   int sent = 0;
-  server_.transport->Send({"{\"a\":1}", "1", {}});
-  server_.transport->Send({std::string(900'000, 'x'), "", [&] { ++sent; }});
-  server_.transport->Send({"last", "", {}});
+  server_.transport->Send({"{\"a\":1}", "1", 0, {}});
+  server_.transport->Send({std::string(900'000, 'x'), "", 0, [&](std::uint32_t) { ++sent; }});
+  server_.transport->Send({"last", "", 0, {}});
   EXPECT_EQ(sent, 1);
   WaitUntil([this] { return received_.size() == 3; });
   EXPECT_EQ(received_, (Lines{"{\"a\":1}", std::string(900'000, 'x'), "last"}));
@@ -155,9 +155,9 @@ TEST_F(StdioServer, WritesOneLineAMessageInOrder) {
 TEST_F(StdioServer, DropsALineOfMoreThanAMebibyte) {
   constexpr size_t kMebibyte = 1'048'576;
   Start({"echo"});
-  server_.transport->Send({std::string(kMebibyte, 'a'), "", {}});
-  server_.transport->Send({std::string(kMebibyte + 1, 'b'), "", {}});
-  server_.transport->Send({"after", "", {}});
+  server_.transport->Send({std::string(kMebibyte, 'a'), "", 0, {}});
+  server_.transport->Send({std::string(kMebibyte + 1, 'b'), "", 0, {}});
+  server_.transport->Send({"after", "", 0, {}});
   WaitUntil([this] { return !received_.empty() && received_.back() == "after"; });
   ASSERT_EQ(received_.size(), 2u);
   EXPECT_TRUE(received_[0] == std::string(kMebibyte, 'a'));
@@ -174,7 +174,8 @@ TEST_F(StdioServer, HoldsUpAChildThatIsFasterThanTheWindow) {
     WaitUntil([&] { return received_.size() > handled; });
     ASSERT_FALSE(HasFatalFailure());
     EXPECT_LE(received_.size() - handled, kHeldUpAt);
-    for (; handled < received_.size(); ++handled) backlog_->Remove(received_[handled].size());
+    for (; handled < received_.size(); ++handled)
+      server_.transport->OnMessageHandled(received_[handled].size());
   }
   WaitForEnd();
   EXPECT_EQ(received_, Lines(kLines, std::string(79, 'x')));
@@ -190,7 +191,7 @@ TEST_F(StdioServer, StopsAChildThatIsHeldUp) {
 
 TEST_F(StdioServer, DoesNotWaitForAChildThatDoesNotRead) {
   Start({"await", "wendra-stdio-never"});
-  for (int i = 0; i < 8; ++i) server_.transport->Send({std::string(1 << 20, 'x'), "", {}});
+  for (int i = 0; i < 8; ++i) server_.transport->Send({std::string(1 << 20, 'x'), "", 0, {}});
   server_.transport->Stop();
   WaitForEnd();
   EXPECT_EQ(received_, Lines());

@@ -159,7 +159,7 @@ TEST_F(ToolActions, MakesEachHandshakeBeforeItsList) {
   session.HandleMcpText(local, R"({"id":"1","error":{"code":-32000}})");
   EXPECT_EQ(page.scripts, Record());
   record.clear();
-  http.held.at(0)();
+  http.held.at(0)(202);
   EXPECT_EQ(record, (Record{R"(r <- {"jsonrpc":"2.0","method":"tools/list","id":"3","params":{}})",
                             "start 103 30000"}));
   session.HandleMcpText(remote, R"({"id":"3","result":{"tools":[]}})");

@@ -1,6 +1,7 @@
 // A transport and timers that note in one list what the session does with them.
 #pragma once
 
+#include <cstdint>
 #include <string>
 #include <utility>
 #include <vector>
@@ -19,18 +20,25 @@ class RecordingTransport : public Transport {
   void Send(OutgoingMessage message) override {
     record_.push_back(name_ + " <- " + message.text);
     requestIds.push_back(message.requestId);
+    timeoutsMs.push_back(message.timeoutMs);
     if (!message.onSent) return;
     if (keepsOrder) {
-      message.onSent();
+      message.onSent(status);
     } else {
       held.push_back(std::move(message.onSent));
     }
   }
+  void Refuse(std::string text) override {
+    record_.push_back(name_ + " <- " + text);
+    requestIds.push_back("");
+  }
   void Stop() override { record_.push_back(name_ + " stopped"); }
 
-  bool keepsOrder = true;                   // like a pipe; else what is sent waits in `held`
-  std::vector<std::function<void()>> held;  // for the test to call
+  bool keepsOrder = true;    // like a pipe; else what is sent waits in `held`
+  std::uint32_t status = 0;  // what a pipe tells of each message
+  std::vector<std::function<void(std::uint32_t)>> held;  // for the test to call
   std::vector<std::string> requestIds;
+  std::vector<std::uint32_t> timeoutsMs;
 
  private:
   const std::string name_;
