@@ -3,6 +3,7 @@
 #include <chrono>
 #include <condition_variable>
 #include <filesystem>
+#include <fstream>
 #include <functional>
 #include <memory>
 #include <mutex>
@@ -11,6 +12,7 @@
 
 #include <gtest/gtest.h>
 
+#include "tests/support/run_child_win.h"
 #include "tests/support/scratch_folder_win.h"
 #include "tests/support/test_window_win.h"
 #include "win/child_process.h"
@@ -58,6 +60,8 @@ class SharedLog : public Log {
   std::vector<std::string> lines_;
 };
 
+constexpr size_t kHeldUpAt = 63;  // lines of 79 bytes: 256 KiB, each with 4 KiB for itself
+
 // One server and the window that its messages go to.
 class StdioServer : public testing::Test {
  protected:
@@ -66,6 +70,7 @@ class StdioServer : public testing::Test {
           if (message == kMcpMessage) {
             received_.push_back(*TakeOwned<std::string>(lparam));
             EXPECT_EQ(wparam, reinterpret_cast<WPARAM>(&server_));
+            if (refuses_) server_.transport->Refuse(std::string(79, 'r'));
             if (handlesAtOnce_) server_.transport->OnMessageHandled(received_.back().size());
           }
           if (message == kMcpClosedMessage) ++closed_;
@@ -105,6 +110,7 @@ class StdioServer : public testing::Test {
   const std::shared_ptr<Backlog> backlog_ = std::make_shared<Backlog>();
   std::vector<std::string> received_;
   bool handlesAtOnce_ = true;  // as a window does that has nothing else to do
+  bool refuses_ = false;       // each line
   int closed_ = 0;
   const TestWindow window_;
 };
@@ -152,6 +158,39 @@ TEST_F(StdioServer, WritesOneLineAMessageInOrder) {
   EXPECT_EQ(received_, (Lines{"{\"a\":1}", std::string(900'000, 'x'), "last"}));
 }
 
+// What nobody waits for any more when the child reads at last is not sent; notifications are.
+TEST_F(StdioServer, GivesUpRequestsThatAreOverdue) {
+  constexpr DWORD kShortMs = 50;
+  Start({"await", "wendra-stdio-reads", "echo"});
+  const std::string large(900'000, 'x');  // more than a pipe holds: what follows it waits
+  server_.transport->Send({large, "1", 120'000, {}});
+  server_.transport->Send({"overdue", "2", kShortMs, {}});
+  server_.transport->Send({"notification", "", kShortMs, {}});
+  server_.transport->Send({"in time", "3", 120'000, {}});
+  const ULONGLONG end = GetTickCount64() + 2 * kShortMs;
+  while (GetTickCount64() < end) SwitchToThread();
+  const KernelHandle reads(CreateEventW(nullptr, TRUE, FALSE, L"wendra-stdio-reads"));
+  SetEvent(reads.Get());
+  WaitUntil([this] { return received_.size() == 3; });
+  EXPECT_EQ(received_, (Lines{large, "notification", "in time"}));
+}
+
+TEST_F(StdioServer, ReadsNoFurtherWhileItsRefusalsAreNotTaken) {
+  constexpr size_t kLines = 500;
+  refuses_ = true;
+  Start({"out", std::to_string(80 * kLines), "await", "wendra-stdio-refusals", "read"});
+  WaitUntil([this] { return received_.size() >= kHeldUpAt; });
+  // A child of its own that is read to its end meanwhile: nothing has come from the first one.
+  const ChildRun other = RunToEnd({.commandLine = L"\"" + Widen(TestChild()) + L"\" out 100000"});
+  EXPECT_EQ(other.output.size(), 100'000u);
+  TestWindow::Pump();
+  const size_t before = received_.size();
+  EXPECT_LE(before, kHeldUpAt + 4'096 / 80);  // what fits into the pipe of its input is taken
+  const KernelHandle reads(CreateEventW(nullptr, TRUE, FALSE, L"wendra-stdio-refusals"));
+  SetEvent(reads.Get());
+  WaitUntil([this] { return received_.size() >= kLines; });
+}
+
 TEST_F(StdioServer, DropsALineOfMoreThanAMebibyte) {
   constexpr size_t kMebibyte = 1'048'576;
   Start({"echo"});
@@ -162,8 +201,6 @@ TEST_F(StdioServer, DropsALineOfMoreThanAMebibyte) {
   ASSERT_EQ(received_.size(), 2u);
   EXPECT_TRUE(received_[0] == std::string(kMebibyte, 'a'));
 }
-
-constexpr size_t kHeldUpAt = 63;  // lines of 79 bytes: 256 KiB, each with 4 KiB for itself
 
 TEST_F(StdioServer, HoldsUpAChildThatIsFasterThanTheWindow) {
   constexpr size_t kLines = 10'000;
@@ -246,6 +283,20 @@ TEST_F(StdioServer, RunsABatchFile) {
   Start({"two words", "a&b"});
   WaitForEnd();
   EXPECT_EQ(received_, (Lines{"two words", "a&b"}));
+}
+
+// The system looks for a cmd.exe without a folder in the current one before its own.
+TEST_F(StdioServer, RunsABatchFileInTheShellOfTheSystemAlone) {
+  ScratchFolder folder;
+  std::filesystem::copy_file(Widen(TestChild()), folder / L"cmd.exe");
+  const auto before = std::filesystem::current_path();
+  std::filesystem::current_path(folder / L"");
+  std::ofstream(std::filesystem::path(folder / L"server.cmd")) << "@echo from the batch file\r\n";
+  server_.command = Narrow(folder / L"server.cmd");
+  Start({});
+  std::filesystem::current_path(before);
+  WaitForEnd();
+  EXPECT_EQ(received_, Lines{"from the batch file\r"});
 }
 
 TEST_F(StdioServer, SaysWhatCouldNotBeStarted) {

@@ -115,6 +115,51 @@ std::vector<std::wstring> Entries(std::wstring_view block) {
   return entries;
 }
 
+TEST(SystemShell, LiesInTheFolderOfTheSystem) {
+  const std::wstring shell = SystemShell();
+  EXPECT_TRUE(SystemFiles().IsFile(shell)) << Narrow(shell);
+  EXPECT_TRUE(shell.ends_with(L"\\system32\\cmd.exe")) << Narrow(shell);
+}
+
+// A value of cmd.exe's settings in the registry of the test's own user, until the end of the scope.
+class ScopedShellValue {
+ public:
+  ScopedShellValue(const wchar_t* name, DWORD type, const void* data, DWORD bytes) : name_(name) {
+    RegSetKeyValueW(HKEY_CURRENT_USER, kKey, name, type, data, bytes);
+  }
+  ~ScopedShellValue() { RegDeleteKeyValueW(HKEY_CURRENT_USER, kKey, name_); }
+  ScopedShellValue(const ScopedShellValue&) = delete;
+  ScopedShellValue& operator=(const ScopedShellValue&) = delete;
+
+ private:
+  static constexpr wchar_t kKey[] = L"Software\\Microsoft\\Command Processor";
+  const wchar_t* name_;
+};
+
+TEST(SystemShellSettings, AreThoseOfTheRegistry) {
+  EXPECT_EQ(SystemShellSettings(), ShellSettings::kUsual);
+  const struct {
+    const wchar_t* name;
+    DWORD number;
+    const wchar_t* text;
+    ShellSettings want;
+  } cases[] = {
+      {L"DelayedExpansion", 1, L"1", ShellSettings::kSwitched},
+      {L"DelayedExpansion", 0, L"0", ShellSettings::kUsual},
+      {L"EnableExtensions", 0, L"0", ShellSettings::kSwitched},
+      {L"EnableExtensions", 1, L"1", ShellSettings::kUsual},
+      {L"Other", 1, L"1", ShellSettings::kUsual},
+  };
+  for (const auto& c : cases) {
+    {
+      const ScopedShellValue value(c.name, REG_DWORD, &c.number, sizeof(c.number));
+      EXPECT_EQ(SystemShellSettings(), c.want) << Narrow(c.name) << " " << c.number;
+    }
+    const ScopedShellValue value(c.name, REG_SZ, c.text, 4);
+    EXPECT_EQ(SystemShellSettings(), c.want) << Narrow(c.name) << " \"" << Narrow(c.text) << "\"";
+  }
+}
+
 TEST(ChildEnvironmentBlock, HoldsTheHostsVariablesAndTheServers) {
   const ScopedVariable searchPath(L"Path", L"C:\\tools");
   const ScopedVariable home(L"USERPROFILE", nullptr);

@@ -22,6 +22,7 @@
 //   text TEXT    the same without a line feed
 //   bytes HEX    writes these bytes
 //   fill N       writes N bytes, no line feed among them
+//   brackets N   writes N opening brackets
 //   hold         keeps what is written from here on
 //   flush        writes what was kept, in one go
 //   bytewise     from here on each byte is written by itself
@@ -113,6 +114,7 @@ class McpChild {
   void Plain(const std::string& text) { Write(WithId(text)); }
   void Bytes(const std::string& hex);
   void Fill(const std::string& bytes) { Write(std::string(std::stoull(bytes), 'x')); }
+  void Brackets(const std::string& count) { Write(std::string(std::stoull(count), '[')); }
   void Hold(const std::string&) { isHeld_ = true; }
   void Flush(const std::string&);
   void Bytewise(const std::string&) { isBytewise_ = true; }
@@ -148,6 +150,7 @@ const McpChild::Word McpChild::kWords[] = {
     {"text", true, &McpChild::Plain},
     {"bytes", true, &McpChild::Bytes},
     {"fill", true, &McpChild::Fill},
+    {"brackets", true, &McpChild::Brackets},
     {"hold", false, &McpChild::Hold},
     {"flush", false, &McpChild::Flush},
     {"bytewise", false, &McpChild::Bytewise},

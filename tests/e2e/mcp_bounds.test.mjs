@@ -1,0 +1,161 @@
+// Servers that ask, say and send more than anyone can use: the host's process stays small, other
+// servers are served, and the window closes.
+import assert from 'node:assert/strict';
+import { after, before, test } from 'node:test';
+import { staysWithinBounds } from './support/bounds.mjs';
+import { callTool, kEcho } from './support/calls.mjs';
+import { endlessly, mcpChild, request } from './support/mcp_children.mjs';
+import { beginEvents, event, send, startMcpServers } from './support/mcp_http_server.mjs';
+import { asks, kNoResponse, never } from './support/remotes.mjs';
+import { startServer } from './support/server.mjs';
+import { until } from './support/waiting.mjs';
+
+const kQuestions = 20_000;
+const kListMs = 60_000; // more than the 30 seconds after which a list is given up
+
+let page;
+before(async () => {
+  page = await startServer({ '/': '<!doctype html><title>bounds</title>' });
+});
+after(() => page?.close());
+
+// As staysWithinBounds, with one remote server "flood".
+async function withRemote(t, remote, flood) {
+  const remotes = await startMcpServers({ flood: remote });
+  try {
+    await staysWithinBounds(t, { page, mcpServers: { flood: remotes.entry('flood') }, ...flood(remotes) });
+  } finally {
+    await remotes.close();
+  }
+}
+
+// Does not wait for the answer, which may never come.
+const startCall = (host, action, args) =>
+  host.page.evaluate((name, list) => void ask(name, list).then((reply) => (window.lastReply = reply)),
+    action, args);
+
+test('a remote server that asks and takes no answers', (t) =>
+  withRemote(t, {
+    answer: never,
+    call: ({ response }) => {
+      const stream = beginEvents(response);
+      for (let i = 0; i < kQuestions; ++i) stream.write(event(asks(i)));
+    },
+  }, (remotes) => ({
+    begin: async (host) => {
+      await startCall(host, 'mcpCall', ['flood', 'echo', {}]);
+      await remotes.waitFor('flood', 'answer');
+    },
+  })));
+
+test('a remote server that asks in its own stream and takes no answers', (t) =>
+  withRemote(t, {
+    answer: never,
+    listen: ({ response }) => {
+      const stream = beginEvents(response);
+      for (let i = 0; i < kQuestions; ++i) stream.write(event(asks(i)));
+    },
+  }, (remotes) => ({
+    begin: async (host) => {
+      await startCall(host, 'mcpServers', []);
+      await remotes.waitFor('flood', 'answer');
+    },
+  })));
+
+test('a remote server that asks with ids of a megabyte', (t) =>
+  withRemote(t, {
+    answer: never,
+    call: ({ response }) => {
+      const stream = beginEvents(response);
+      const large = event(asks('x'.repeat(1 << 20)));
+      for (let i = 0; i < 100; ++i) stream.write(large);
+    },
+  }, (remotes) => ({
+    begin: async (host) => {
+      await startCall(host, 'mcpCall', ['flood', 'echo', {}]);
+      await remotes.waitFor('flood', 'answer');
+    },
+  })));
+
+test('a local server that asks and does not read', (t) =>
+  staysWithinBounds(t, {
+    page,
+    mcpServers: {
+      flood: mcpChild('call', ...endlessly('line', Array(100).fill(request(1, 'ping')).join('\n'))),
+    },
+    begin: (host) => startCall(host, 'mcpCall', ['flood', 'echo', {}]),
+  }));
+
+test('a local server that asks with ids of a megabyte and does not read', (t) =>
+  staysWithinBounds(t, {
+    page,
+    mcpServers: {
+      flood: mcpChild('call', ...endlessly('text', '{"method":"x","id":"', 'fill', '1000000', 'line', '"}')),
+    },
+    begin: (host) => startCall(host, 'mcpCall', ['flood', 'echo', {}]),
+  }));
+
+test('a local server that sends a line of a million brackets, again and again', (t) =>
+  staysWithinBounds(t, {
+    page,
+    mcpServers: {
+      flood: mcpChild('call', ...endlessly('brackets', '1000000', 'line', '')),
+    },
+    begin: (host) => startCall(host, 'mcpCall', ['flood', 'echo', {}]),
+  }));
+
+for (const [what, body] of Object.entries({
+  'opening brackets': '['.repeat(8 << 20),
+  'opening braces': '{'.repeat(8 << 20),
+  'pairs of brackets': '['.repeat(4 << 20) + ']'.repeat(4 << 20),
+  'small values': `{"id":ID,"result":[0${',0'.repeat((4 << 20) - 20)}]}`,
+})) {
+  test(`a remote server that answers with 8 MiB of ${what}`, (t) =>
+    withRemote(t, {
+      call: ({ response, message }) =>
+        send(response, 200, { 'Content-Type': 'application/json' },
+          body.replace('ID', JSON.stringify(message.id))),
+    }, () => ({
+      begin: (host) => startCall(host, 'mcpCall', ['flood', 'echo', {}]),
+      during: async (host) => {
+        const reply = await until('the reply', () => host.page.evaluate(() => window.lastReply));
+        assert.deepEqual(reply.value, kNoResponse);
+      },
+    })));
+}
+
+// Comments keep the stream alive for every time-out but that of the request. The real time of a list
+// goes by, so this also shows that requests time out by themselves.
+test('a remote server whose answer is a stream of comments', { timeout: 2 * kListMs }, async (t) => {
+  let gone = false;
+  await withRemote(t, {
+    list: ({ response }) => {
+      const stream = beginEvents(response);
+      const comment = setInterval(() => stream.write(':\n\n'), 100);
+      stream.on('close', () => {
+        clearInterval(comment);
+        gone = true;
+      });
+    },
+  }, () => ({
+    begin: async (host) => {
+      await startCall(host, 'mcpServers', []);
+      const reply = await until('the end of the list', () => host.page.evaluate(() => window.lastReply), {
+        timeoutMs: kListMs,
+      });
+      const flooded = reply.value.find(({ name }) => name === 'flood');
+      assert.equal(flooded.error, 'MCP request timed out');
+      await until('the end of the connection', () => gone);
+    },
+  }));
+});
+
+test('a local server that asks fifty times before it reads is answered', async (t) => {
+  const child = mcpChild('call', 'times', '50', 'line', request(1, 'ping'), 'call', 'answer');
+  await staysWithinBounds(t, {
+    page,
+    mcpServers: { flood: child },
+    begin: (host) => startCall(host, 'mcpCall', ['flood', 'echo', {}]),
+    during: async (host) => assert.deepEqual(await callTool(host, 'flood'), kEcho),
+  });
+});
