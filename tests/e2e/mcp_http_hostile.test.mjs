@@ -4,7 +4,7 @@ import assert from 'node:assert/strict';
 import { createServer } from 'node:http';
 import { after, before, test } from 'node:test';
 import { callTool, kEcho } from './support/calls.mjs';
-import { writeConfig } from './support/host.mjs';
+import { startHost, writeConfig } from './support/host.mjs';
 import { beginEvents, event, result, send, sendJson } from './support/mcp_http_server.mjs';
 import { begins, kNoResponse, says, status, withRemotes } from './support/remotes.mjs';
 import { startServer } from './support/server.mjs';
@@ -19,7 +19,7 @@ before(async () => {
 });
 after(() => page?.close());
 
-const call = (host, name) => callTool(host, name);
+const call = async (host, name) => (await callTool(host, name)).value;
 const greets = (protocolVersion) => ({ response, message }) =>
   sendJson(response, result(message.id, { protocolVersion }));
 
@@ -102,17 +102,18 @@ test('a chunked stream that falls silent is listened to again', { timeout: 3 * k
   });
   await new Promise((resolve) => silent.listen(0, '127.0.0.1', resolve));
   silent.unref();
+  const host = await startHost({
+    address: page.url,
+    config: { mcpServers: { silent: { url: `http://localhost:${silent.address().port}` } } },
+  });
   try {
-    const entry = { url: `http://localhost:${silent.address().port}` };
-    await withRemotes(page, {}, async (host) => {
-      await writeConfig(host.profile, { mcpServers: { silent: entry } });
-      await host.waitForLine('[MCP] loaded 1 server(s)');
-      assert.deepEqual(await call(host, 'silent'), { text: '' });
-      await until('a second stream', () => times.length === 2, { timeoutMs: 2 * kReceiveMs });
-      assert.ok(times[1] - times[0] >= kReceiveMs + kPauseMs, `${times[1] - times[0]} ms`);
-      assert.deepEqual(await call(host, 'silent'), { text: '' });
-    });
+    assert.deepEqual(await call(host, 'silent'), { text: '' });
+    await until('a second stream', () => times.length === 2, { timeoutMs: 2 * kReceiveMs });
+    assert.ok(times[1] - times[0] >= kReceiveMs + kPauseMs, `${times[1] - times[0]} ms`);
+    assert.deepEqual(await call(host, 'silent'), { text: '' });
+    assert.equal(await host.close(), 0);
   } finally {
+    await host.kill();
     silent.closeAllConnections();
     silent.close();
   }
