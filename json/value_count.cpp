@@ -1,9 +1,9 @@
 #include "json/value_count.h"
 
+#include "json/text_scan.h"
+
 namespace wendra {
 namespace {
-
-bool IsWhitespace(char c) { return c == ' ' || c == '\t' || c == '\r' || c == '\n'; }
 
 // The place after the string whose opening quote is at `at`.
 size_t SkipString(std::string_view text, size_t at) {
@@ -22,7 +22,7 @@ bool HoldsMoreValues(std::string_view text, size_t max) {
   bool isFresh = false;  // the container that was opened last has nothing in it so far
   for (size_t at = 0; at < text.size() && count <= max;) {
     const char c = text[at];
-    if (IsWhitespace(c)) {
+    if (IsBlank(c)) {
       ++at;
       continue;
     }

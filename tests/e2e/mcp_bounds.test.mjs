@@ -106,6 +106,18 @@ test('a local server that sends a line of a million brackets, again and again', 
     begin: (host) => startCall(host, 'mcpCall', ['flood', 'echo', {}]),
   }));
 
+// More than the bound: what is handled does not stay.
+test('a local server that says 256 MiB', (t) =>
+  staysWithinBounds(t, {
+    page,
+    mcpServers: {
+      flood: mcpChild('call', 'times', '4096', 'text', '{"method":"n","params":{"x":"', 'fill', '65536',
+        'line', '"}}', 'call', 'answer'),
+    },
+    begin: (host) => startCall(host, 'mcpCall', ['flood', 'echo', {}]),
+    during: async (host) => assert.deepEqual((await callTool(host, 'flood')).value, kEcho),
+  }));
+
 for (const [what, body] of Object.entries({
   'opening brackets': '['.repeat(8 << 20),
   'opening braces': '{'.repeat(8 << 20),

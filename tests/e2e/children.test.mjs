@@ -1,0 +1,59 @@
+// What the programs that the host starts get from it: their three streams and nothing else, and for
+// batch files the system's own shell in its usual state.
+import assert from 'node:assert/strict';
+import { copyFile, mkdir, writeFile } from 'node:fs/promises';
+import { dirname, join } from 'node:path';
+import { after, before, test } from 'node:test';
+import { fileURLToPath } from 'node:url';
+import { windowsPath } from '../../tools/wine/prefix.mjs';
+import { callTool, kEcho } from './support/calls.mjs';
+import { commandLineOf, processesNamed } from './support/holdings.mjs';
+import { kChild, mcpChild, ownProfile, withLocalServers } from './support/mcp_children.mjs';
+import { startServer } from './support/server.mjs';
+import { until } from './support/waiting.mjs';
+
+const kRoot = join(dirname(fileURLToPath(import.meta.url)), '../..');
+const kTestChild = windowsPath(join(kRoot, 'build/windows/bin/test_child.exe'));
+
+let page;
+before(async () => {
+  page = await startServer({ '/': '<!doctype html><title>children</title>' });
+});
+after(() => page?.close());
+
+async function output(host, command) {
+  const { value } = await host.page.call('exec', ['', command]);
+  assert.equal(value.exit, 0, value.stderr);
+  return value.stdout;
+}
+
+test('a command inherits its three streams, whatever else is open', () =>
+  withLocalServers(page, { one: mcpChild(), two: mcpChild() }, async (host) => {
+    assert.deepEqual((await callTool(host, 'one')).value, kEcho);
+    const many = Array(8).fill(`"${kTestChild}" handles`);
+    const got = await Promise.all(many.map((command) => output(host, command)));
+    assert.deepEqual(got, many.map(() => '3 inherited, 3 of them standard streams'));
+  }));
+
+// Where the registry would have cmd.exe take ! in arguments for variables.
+test('a batch file runs in the shell of the system, turned back to its usual state', async (t) => {
+  const profile = await ownProfile(t);
+  const folder = join(profile, 'server');
+  await mkdir(folder, { recursive: true });
+  await writeFile(join(folder, 'server.cmd'), `@"${kChild}"\r\n`);
+  await copyFile(join(kRoot, 'build/windows/bin/test_child.exe'), join(folder, 'cmd.exe'));
+  const servers = { batch: { command: windowsPath(join(folder, 'server.cmd')) } };
+  const setting = '"HKCU\\Software\\Microsoft\\Command Processor" /v DelayedExpansion /t REG_DWORD /f /d';
+  await withLocalServers(page, servers, async (host) => {
+    const shells = () => processesNamed(host, 'cmd.exe').map((pid) => commandLineOf(pid).join(' '));
+    const shell = (pattern) => until(`a shell like ${pattern}`, () => shells().some((line) => pattern.test(line)), {
+      context: () => shells().join('\n'),
+    });
+    assert.deepEqual((await callTool(host, 'batch')).value, kEcho);
+    await shell(/^cmd\.exe \/d \/s \/c /i);
+    await output(host, `reg add ${setting} 1`);
+    await host.page.call('mcpWriteConfig', [JSON.stringify({ mcpServers: servers })]);
+    await shell(/^cmd\.exe \/d \/e:on \/v:off \/s \/c /i);
+    assert.deepEqual((await callTool(host, 'batch')).value, kEcho);
+  }, { profile });
+});
