@@ -1,6 +1,5 @@
 #include "win/http_request.h"
 
-#include <atomic>
 #include <functional>
 #include <string>
 #include <thread>
@@ -9,11 +8,13 @@
 #include <gtest/gtest.h>
 
 #include "tests/support/http_test_server_win.h"
+#include "win/unique.h"
 
 namespace wendra {
 namespace {
 
 constexpr HttpTimeouts kTimeouts{8000, 8000, 30'000, 30'000};
+constexpr DWORD kPatienceMs = 20'000;
 using Headers = std::vector<std::pair<std::string, std::string>>;
 
 HttpRequest Request(std::string url, const wchar_t* verb = L"GET") {
@@ -344,22 +345,34 @@ TEST(HttpRequest, SendsNoHeaderThatHoldsAControlCharacter) {
   EXPECT_EQ(requests[0].Header("Content-Length"), "4");
 }
 
+// Something that has happened or not; any thread tells, any thread waits.
+class Happening {
+ public:
+  void Tell() { SetEvent(event_.Get()); }
+  // Fails the test where it does not come to that, which can go on and end its threads.
+  void Await(const char* what) const {
+    EXPECT_EQ(WaitForSingleObject(event_.Get(), kPatienceMs), WAIT_OBJECT_0) << "no " << what;
+  }
+
+ private:
+  const KernelHandle event_{CreateEventW(nullptr, TRUE, FALSE, nullptr)};
+};
+
 // A server that has a request, perhaps the beginning of an answer to it, and then says no more.
 class SilentServer {
  public:
   explicit SilentServer(std::string beginning = {})
       : server_([this, beginning](const HttpTestRequest&, HttpTestConnection& connection) {
           connection.Send(beginning);
-          hasRequest_ = true;
-          hasRequest_.notify_all();
+          hasRequest_.Tell();
           connection.WaitForClose();
         }) {}
 
   std::string Url() const { return server_.Url(); }
-  void WaitForRequest() { hasRequest_.wait(false); }
+  void WaitForRequest() { hasRequest_.Await("request"); }
 
  private:
-  std::atomic<bool> hasRequest_ = false;
+  Happening hasRequest_;
   HttpTestServer server_;
 };
 
@@ -379,18 +392,17 @@ TEST(HttpExchange, StopsWaitingForHeadersAtOnce) {
 TEST(HttpExchange, StopsWaitingForTheBodyAtOnce) {
   SilentServer server(kOpenStream);
   HttpExchange exchange;
-  std::atomic<bool> isThrough = false;  // with what there is
+  Happening isThrough;  // with what there is
   std::string body;
   std::thread worker([&] {
     EXPECT_TRUE(static_cast<bool>(exchange.Send(Request(server.Url()))));
     while (const size_t bytes = body == "abc" ? 0 : exchange.WaitForPiece()) {
       body += exchange.ReadPiece(bytes);
     }
-    isThrough = true;
-    isThrough.notify_all();
+    isThrough.Tell();
     EXPECT_EQ(exchange.WaitForPiece(), 0u);
   });
-  isThrough.wait(false);
+  isThrough.Await("end of what there is");
   exchange.Abort();
   worker.join();
   EXPECT_EQ(body, "abc");
