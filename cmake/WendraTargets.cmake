@@ -56,7 +56,7 @@ endfunction()
 function(wendra_test name)
   cmake_parse_arguments(PARSE_ARGV 1 ARG "" "" "SOURCES;LIBS")
   add_executable(${name} ${ARG_SOURCES})
-  target_link_libraries(${name} PRIVATE wendra_options ${ARG_LIBS} GTest::gtest_main)
+  target_link_libraries(${name} PRIVATE wendra_test_limit wendra_options ${ARG_LIBS})
   set_target_properties(${name} PROPERTIES
     RUNTIME_OUTPUT_DIRECTORY "${CMAKE_BINARY_DIR}/bin/tests")
 endfunction()

@@ -19,6 +19,9 @@
 namespace wendra {
 namespace {
 
+constexpr DWORD kPatienceMs = 20'000;
+constexpr DWORD kManyPatienceMs = 120'000;  // for many commands at once
+
 // test_child.exe lies one folder above the tests.
 std::string TestChild() {
   wchar_t self[MAX_PATH];
@@ -118,7 +121,7 @@ TEST(RunCommand, WaitsForWhoeverHoldsTheStreams) {
     result = RunCommand("", TestChild() + "out 2 hold " + name + " set " + endName + " exit 5");
     isAnswered = true;
   });
-  WaitForSingleObject(end.Get(), INFINITE);
+  EXPECT_EQ(WaitForSingleObject(end.Get(), kPatienceMs), WAIT_OBJECT_0) << "no end of the command";
   EXPECT_FALSE(isAnswered);
   SetEvent(event.Get());
   command.join();
@@ -144,6 +147,8 @@ TEST(RunCommand, LosesNoEndWhereManyStartAtOnce) {
   });
   std::vector<std::thread> threads;
   std::atomic<int> right = 0;
+  std::atomic<int> unended = kThreads;
+  const KernelHandle allEnded(CreateEventW(nullptr, TRUE, FALSE, nullptr));
   for (int t = 0; t < kThreads; ++t) {
     threads.emplace_back([&, t] {
       for (int i = 0; i < kCommands; ++i) {
@@ -155,13 +160,16 @@ TEST(RunCommand, LosesNoEndWhereManyStartAtOnce) {
                              << result.error;
         right += isRight;
       }
+      if (--unended == 0) SetEvent(allEnded.Get());
     });
   }
-  for (auto& thread : threads) thread.join();
   starter.join();
-  EXPECT_EQ(right, kThreads * kCommands);
   EXPECT_EQ(started, kLivingOn);
-  SetEvent(event.Get());
+  EXPECT_EQ(WaitForSingleObject(allEnded.Get(), kManyPatienceMs), WAIT_OBJECT_0)
+      << unended << " threads have a command that does not end";
+  SetEvent(event.Get());  // lets go of what the commands wait for, if they do
+  for (auto& thread : threads) thread.join();
+  EXPECT_EQ(right, kThreads * kCommands);
 }
 
 TEST(ExecAction, PostsItsResultAndAnswersFromThere) {
@@ -176,11 +184,7 @@ TEST(ExecAction, PostsItsResultAndAnswersFromThere) {
   ASSERT_TRUE(Parse("[\"\",\"echo \\\"a\\\" & exit 4\"]", args));
   exec.run("r9", args);
   EXPECT_TRUE(page.scripts.empty());  // only from the message loop
-  while (page.scripts.empty()) {
-    MSG message;
-    ASSERT_TRUE(GetMessageW(&message, nullptr, 0, 0));
-    DispatchMessageW(&message);
-  }
+  ASSERT_TRUE(TestWindow::PumpUntil([&] { return !page.scripts.empty(); })) << "no reply";
   EXPECT_NE(page.scripts[0].find("__resolve('r9', 1, {\"exit\":4,\"stdout\":\"\\\"a\\\" \\r\\n\","
                                  "\"stderr\":\"\"}) : 0;"),
             std::string::npos)
