@@ -1,14 +1,37 @@
-// Builds and runs the suites, or those named on the command line, one after the other; ends with a
-// line of counts. The whole output of each run lies in build/test-logs/; what failed is shown.
-import { execFileSync, spawn } from 'node:child_process';
-import { createWriteStream, existsSync, mkdirSync, readFileSync, readdirSync, rmSync } from 'node:fs';
+// Builds and runs the suites, or those named on the command line, two programs at a time; ends with
+// a line of counts. The whole output of each run lies in build/test-logs/; what failed is shown.
+import { execFileSync } from 'node:child_process';
+import { existsSync, mkdirSync, readdirSync, rmSync } from 'node:fs';
 import { basename, dirname, join } from 'node:path';
 import { fileURLToPath } from 'node:url';
+import { windowsPath } from '../tools/wine/prefix.mjs';
+import { runInLanes } from './runner/lanes.mjs';
+import { runProgram, stopPrograms } from './runner/program.mjs';
+import { googleTestResults, nodeTestResults } from './runner/results.mjs';
 
 const kRoot = join(dirname(fileURLToPath(import.meta.url)), '..');
 const kLogs = join(kRoot, 'build/test-logs');
 const kFuzzSeconds = 8; // of each fuzzer; at length by hand, see docs/testing.md
-const kRunLimitMs = 15 * 60_000; // of one program: beyond it hangs, and that is a failure
+
+// Of one program: beyond it hangs, and that is a failure.
+const kRunLimitMs = 3 * 60_000;
+const kLongerLimitsMs = [
+  [/^(configure|build)-/, 15 * 60_000], // a whole preset from nothing
+  [/^e2e-exec$/, 6 * 60_000], // hundreds of commands, each a shell and a program under Wine
+];
+const limitOf = (name) => kLongerLimitsMs.find(([names]) => names.test(name))?.[1] ?? kRunLimitMs;
+
+// What runs beside nothing else, and why.
+const kAlone = {
+  'e2e-mcp_ending': 'the host has two seconds to end',
+  'e2e-mcp_faults': 'a server has a second to answer',
+  'e2e-mcp_http_ending': 'the host has two seconds to end',
+  'e2e-mcp_http_listener': 'measures the pauses between attempts',
+  'e2e-mcp_http_unreachable': 'compares times of fifty servers with those of one',
+};
+
+const kProcessorLane = 0; // builds, sanitizers, fuzzers: at low priority
+const kWaitingLane = 1; // Wine and browsers, which wait for each other most of the time
 
 const total = { passed: 0, failed: 0, skipped: 0 };
 
@@ -16,37 +39,18 @@ const exists = (path) => existsSync(join(kRoot, path));
 const entries = (folder, wanted) =>
   exists(folder) ? readdirSync(join(kRoot, folder)).filter((name) => wanted.test(name)).sort() : [];
 
-// Runs a program to its end; its output goes to the log `name`. Resolves with code and output.
-function run(name, command, args, { env = {} } = {}) {
-  return new Promise((resolve) => {
-    const log = createWriteStream(join(kLogs, `${name}.log`));
-    const child = spawn(command, args, {
-      cwd: kRoot,
-      env: { ...process.env, ...env },
-      stdio: ['ignore', 'pipe', 'pipe'],
-    });
-    let output = '';
-    for (const stream of [child.stdout, child.stderr]) {
-      stream.setEncoding('utf8');
-      stream.on('data', (text) => {
-        output += text;
-        log.write(text);
-      });
-    }
-    const limit = setTimeout(() => {
-      output += `\n${name}: no end after ${kRunLimitMs / 60_000} minutes\n`;
-      child.kill('SIGTERM');
-    }, kRunLimitMs);
-    child.on('error', (error) => (output += `\n${error.message}\n`));
-    child.on('close', (code) => {
-      clearTimeout(limit);
-      log.end();
-      resolve({ code, output });
-    });
+// Runs a program to its end; its output goes to the log `name`. `politely`: at low priority.
+function run(name, command, args, { env = {}, politely = false } = {}) {
+  const [first, ...rest] = politely ? ['nice', '-n', '10', command, ...args] : [command, ...args];
+  return runProgram(first, rest, {
+    cwd: kRoot,
+    env,
+    logFile: join(kLogs, `${name}.log`),
+    limitMs: limitOf(name),
   });
 }
 
-function report(name, { passed = 0, failed = 0, skipped = 0 }, startedMs, output) {
+function report(name, { passed = 0, failed = 0, skipped = 0, running = [] }, startedMs, output) {
   if (passed + failed + skipped === 0) failed = 1; // whatever ran no test has not passed
   total.passed += passed;
   total.failed += failed;
@@ -54,7 +58,9 @@ function report(name, { passed = 0, failed = 0, skipped = 0 }, startedMs, output
   const seconds = ((Date.now() - startedMs) / 1000).toFixed(1);
   const mark = failed ? 'FAIL' : 'ok  ';
   console.log(`${mark} ${name.padEnd(36)} ${passed} passed, ${failed} failed, ${skipped} skipped  ${seconds} s`);
-  if (failed) console.log(indent(shorten(output)));
+  if (!failed) return;
+  for (const test of running) console.log(indent(`was running: ${test}`));
+  console.log(indent(shorten(output)));
 }
 
 const indent = (text) => text.replace(/^/gm, '     | ');
@@ -71,63 +77,51 @@ function shorten(output) {
   return lines.filter((_, at) => wanted.has(at)).slice(0, 200).join('\n');
 }
 
+// A unit of work for the lanes.
+const unit = (lane, name, run) => ({ lane, run, alone: kAlone[name] });
+
 // One program that passes or fails as a whole.
-async function runWhole(name, command, args, options) {
-  const startedMs = Date.now();
-  const { code, output } = await run(name, command, args, options);
-  report(name, { passed: code === 0 ? 1 : 0, failed: code === 0 ? 0 : 1 }, startedMs, output);
-  return code === 0;
-}
+const whole = (lane, name, makeCommand) =>
+  unit(lane, name, async () => {
+    const startedMs = Date.now();
+    const { command, args, env } = makeCommand();
+    const { code, output, trouble } = await run(name, command, args, { env, politely: lane === kProcessorLane });
+    const failed = code === 0 && !trouble ? 0 : 1;
+    report(name, { passed: 1 - failed, failed }, startedMs, output);
+  });
 
-// A build counts only when it fails; without it its tests cannot be.
-async function build(preset, targets = []) {
-  const startedMs = Date.now();
-  const name = `build-${preset}`;
-  let result = await run(`configure-${preset}`, 'cmake', ['--preset', preset]);
-  if (result.code === 0) {
-    const wanted = targets.length ? ['--target', ...targets] : [];
-    result = await run(name, 'cmake', ['--build', '--preset', preset, ...wanted]);
-  }
-  if (result.code === 0) {
-    console.log(`     built ${preset}, ${((Date.now() - startedMs) / 1000).toFixed(1)} s`);
-  } else {
-    report(name, { passed: 0, failed: 1 }, startedMs, result.output);
-  }
-  return result.code === 0;
-}
-
-// A GoogleTest program that writes its counts to a file. One that leaves no file has crashed.
-async function runGoogleTest(name, makeCommand) {
-  const startedMs = Date.now();
-  const results = join(kLogs, `${name}.json`);
-  rmSync(results, { force: true });
-  const { command, args, env } = makeCommand(results);
-  const { code, output } = await run(name, command, args, { env });
-  let counts = { passed: 0, failed: 1 };
-  if (existsSync(results)) {
-    const { tests, failures, errors, disabled, testsuites } = JSON.parse(readFileSync(results, 'utf8'));
-    const skipped = disabled + testsuites.flatMap((suite) => suite.testsuite)
-      .filter((one) => one.result === 'SKIPPED').length;
-    const failed = failures + errors;
-    counts = { passed: tests - failed - skipped, failed: failed || (code === 0 ? 0 : 1), skipped };
-  }
-  report(name, counts, startedMs, output);
-}
+// A GoogleTest program that writes its counts to a file.
+const googleTest = (lane, name, makeCommand) =>
+  unit(lane, name, async () => {
+    const startedMs = Date.now();
+    const results = join(kLogs, `${name}.json`);
+    rmSync(results, { force: true });
+    const { command, args, env } = makeCommand(results);
+    const ended = await run(name, command, args, { env, politely: lane === kProcessorLane });
+    report(name, googleTestResults(ended, results), startedMs, ended.output);
+  });
 
 // A file of tests for Node's own runner.
-async function runNodeTest(name, file, env = {}) {
-  const startedMs = Date.now();
-  const { code, output } = await run(name, 'node', ['--test', '--test-reporter=tap', file], { env });
-  const count = (what) => Number(new RegExp(`^# ${what} (\\d+)`, 'm').exec(output)?.[1] ?? 0);
-  const failed = count('fail') + count('cancelled');
-  const counts = { passed: count('pass'), failed: failed || (code === 0 ? 0 : 1), skipped: count('skipped') };
-  report(name, counts, startedMs, output);
-}
+const nodeTest = (lane, name, file) =>
+  unit(lane, name, async () => {
+    const startedMs = Date.now();
+    const args = ['--import', './tests/runner/limits.mjs', '--test', '--test-reporter=tap', file];
+    const ended = await run(name, process.execPath, args, { politely: lane === kProcessorLane });
+    report(name, nodeTestResults(ended), startedMs, ended.output);
+  });
+
+const nodeTests = (folder) =>
+  entries(`tests/${folder}`, /\.test\.mjs$/).map((file) =>
+    nodeTest(kWaitingLane, `${folder}-${basename(file, '.test.mjs')}`, `tests/${folder}/${file}`));
 
 const native = (preset, program, ...args) => (results) => ({
   command: join(kRoot, 'build', preset, 'bin/tests', program),
   args: [`--gtest_output=json:${results}`, ...args],
 });
+
+const nativeTests = (preset) =>
+  entries(`build/${preset}/bin/tests`, /_test$/).map((program) =>
+    googleTest(kProcessorLane, `${preset}-${program}`, native(preset, program)));
 
 // Windows programs run in a fresh user profile each, by the means that start the host itself.
 const underWine = (folder, program, makeArgs) => (results) => {
@@ -135,7 +129,7 @@ const underWine = (folder, program, makeArgs) => (results) => {
   rmSync(profile, { recursive: true, force: true });
   return {
     command: join(kRoot, 'tools/launch'),
-    args: ['--profile', profile, '--', ...makeArgs(`Z:${results.replaceAll('/', '\\')}`)],
+    args: ['--profile', profile, '--', ...makeArgs(windowsPath(results))],
     env: {
       DISPLAY: '',
       WENDRA_DEV_NO_RUNTIME: '1',
@@ -144,90 +138,129 @@ const underWine = (folder, program, makeArgs) => (results) => {
   };
 };
 
+const kTsanPrograms = ['json_test', 'update_test'];
+
+// Suite -> the presets that it needs built, and its units once they are.
 const suites = {
-  async house() {
-    if (!(await build('windows'))) return;
-    await runNodeTest('house', 'tests/house/house.test.mjs');
+  house: {
+    needs: ['windows'],
+    units: () => [nodeTest(kProcessorLane, 'house', 'tests/house/house.test.mjs')],
   },
-  async native() {
-    if (!(await build('native'))) return;
-    for (const program of entries('build/native/bin/tests', /_test$/)) {
-      await runGoogleTest(`native-${program}`, native('native', program));
-    }
+  native: { needs: ['native'], units: () => nativeTests('native') },
+  asan: { needs: ['asan'], units: () => nativeTests('asan') },
+  tsan: {
+    needs: ['tsan'],
+    units: () => kTsanPrograms.map((program) =>
+      googleTest(kProcessorLane, `tsan-${program}`, native('tsan', program, '--gtest_filter=*Thread*'))),
   },
-  async asan() {
-    if (!(await build('asan'))) return;
-    for (const program of entries('build/asan/bin/tests', /_test$/)) {
-      await runGoogleTest(`asan-${program}`, native('asan', program));
-    }
+  fuzz: {
+    needs: ['fuzz'],
+    units: () => entries('build/fuzz/bin/fuzz', /_fuzz$/).map((program) =>
+      whole(kProcessorLane, program, () => {
+        const found = join(kRoot, 'build/fuzz/corpus', program);
+        mkdirSync(found, { recursive: true });
+        const seeds = join(kRoot, 'tests/fuzz', `${program.replace(/_fuzz$/, '')}_corpus`);
+        return {
+          command: join(kRoot, 'build/fuzz/bin/fuzz', program),
+          args: [
+            `-max_total_time=${kFuzzSeconds}`, '-print_final_stats=1', `-artifact_prefix=${kLogs}/`,
+            found, seeds,
+          ],
+        };
+      })),
   },
-  async tsan() {
-    const programs = ['json_test', 'update_test'];
-    if (!(await build('tsan', programs))) return;
-    for (const program of programs) {
-      await runGoogleTest(`tsan-${program}`, native('tsan', program, '--gtest_filter=*Thread*'));
-    }
+  windows: {
+    needs: ['windows'],
+    units: () => entries('build/windows/bin/tests', /_test\.exe$/)
+      .filter((program) => program !== 'runtime_test.exe') // needs a browser: a suite of its own
+      .map((program) =>
+        googleTest(kWaitingLane, `windows-${basename(program, '.exe')}`,
+          underWine('tests', program, (results) => [`--gtest_output=json:${results}`]))),
   },
-  async fuzz() {
-    if (!(await build('fuzz'))) return;
-    for (const program of entries('build/fuzz/bin/fuzz', /_fuzz$/)) {
-      const found = join(kRoot, 'build/fuzz/corpus', program);
-      mkdirSync(found, { recursive: true });
-      await runWhole(program, join(kRoot, 'build/fuzz/bin/fuzz', program), [
-        `-max_total_time=${kFuzzSeconds}`, '-print_final_stats=1', `-artifact_prefix=${kLogs}/`,
-        found, join(kRoot, 'tests/fuzz', `${program.replace(/_fuzz$/, '')}_corpus`),
-      ]);
-    }
+  runtime: {
+    needs: ['windows'],
+    units: () => [googleTest(kWaitingLane, 'runtime', (results) => ({
+      command: process.execPath,
+      args: ['tests/runtime/run.mjs', 'build/windows', `--gtest_output=json:${windowsPath(results)}`],
+      env: { WINEPREFIX: execFileSync(join(kRoot, 'tools/wine/make-template'), { encoding: 'utf8' }).trim() },
+    }))],
   },
-  async windows() {
-    if (!(await build('windows'))) return;
-    for (const program of entries('build/windows/bin/tests', /_test\.exe$/)) {
-      if (program === 'runtime_test.exe') continue; // needs a browser: a suite of its own
-      await runGoogleTest(`windows-${basename(program, '.exe')}`,
-        underWine('tests', program, (results) => [`--gtest_output=json:${results}`]));
-    }
-  },
-  async runtime() {
-    if (!(await build('windows'))) return;
-    const template = execFileSync(join(kRoot, 'tools/wine/make-template'), { encoding: 'utf8' }).trim();
-    await runGoogleTest('runtime', (results) => ({
-      command: 'node',
-      args: ['tests/runtime/run.mjs', 'build/windows', `--gtest_output=json:Z:${results.replaceAll('/', '\\')}`],
-      env: { WINEPREFIX: template },
-    }));
-  },
-  async tools() {
-    if (!(await build('windows', ['runnable']))) return; // they look into the built program
-    for (const file of entries('tests/tools', /\.test\.mjs$/)) {
-      await runNodeTest(`tools-${basename(file, '.test.mjs')}`, `tests/tools/${file}`);
-    }
-  },
-  async page() {
-    for (const file of entries('tests/page', /\.test\.mjs$/)) {
-      await runNodeTest(`page-${basename(file, '.test.mjs')}`, `tests/page/${file}`);
-    }
-  },
-  async e2e() {
-    if (!(await build('windows'))) return;
-    for (const file of entries('tests/e2e', /\.test\.mjs$/)) {
-      await runNodeTest(`e2e-${basename(file, '.test.mjs')}`, `tests/e2e/${file}`);
-    }
-  },
+  tools: { needs: ['windows'], targets: ['runnable', 'never_ends'], units: () => nodeTests('tools') },
+  page: { needs: [], units: () => nodeTests('page') },
+  e2e: { needs: ['windows'], units: () => nodeTests('e2e') },
   // Every benchmark once, for its results alone; docs/testing.md tells how to measure.
-  async bench() {
-    if (!(await build('native')) || !(await build('windows'))) return;
-    for (const program of entries('build/native/bin/bench', /_bench$/)) {
-      await runWhole(`native-${program}`, join(kRoot, 'build/native/bin/bench', program), ['--once']);
-    }
-    for (const program of entries('build/windows/bin/bench', /_bench\.exe$/)) {
-      const { command, args, env } = underWine('bench', program, () => ['--once'])('');
-      await runWhole(`windows-${basename(program, '.exe')}`, command, args, { env });
-    }
-    for (const file of entries('tests/bench', /_bench\.mjs$/)) {
-      await runWhole(basename(file, '.mjs'), 'node', [`tests/bench/${file}`, '--once']);
-    }
+  bench: {
+    needs: ['native', 'windows'],
+    units: () => [
+      ...entries('build/native/bin/bench', /_bench$/).map((program) =>
+        whole(kProcessorLane, `native-${program}`, () => ({
+          command: join(kRoot, 'build/native/bin/bench', program),
+          args: ['--once'],
+        }))),
+      ...entries('build/windows/bin/bench', /_bench\.exe$/).map((program) =>
+        whole(kWaitingLane, `windows-${basename(program, '.exe')}`, () =>
+          underWine('bench', program, () => ['--once'])(''))),
+      ...entries('tests/bench', /_bench\.mjs$/).map((file) =>
+        whole(kWaitingLane, basename(file, '.mjs'), () => ({
+          command: process.execPath,
+          args: [`tests/bench/${file}`, '--once'],
+        }))),
+    ],
   },
 };
+
+const kPresets = ['windows', 'native', 'asan', 'tsan', 'fuzz']; // in the order of building
+
+// Nothing: the whole preset.
+function targetsOf(preset, wanted) {
+  if (preset === 'tsan') return kTsanPrograms;
+  const users = wanted.map((name) => suites[name]).filter(({ needs }) => needs.includes(preset));
+  return users.every(({ targets }) => targets) ? users.flatMap(({ targets }) => targets) : [];
+}
+
+// A build counts only when it fails; without it its tests cannot be.
+async function build(preset, targets) {
+  const startedMs = Date.now();
+  const name = `build-${preset}`;
+  let result = await run(`configure-${preset}`, 'cmake', ['--preset', preset]);
+  const isGood = ({ code, trouble }) => code === 0 && !trouble;
+  if (isGood(result)) {
+    const options = targets.length ? ['--target', ...targets] : [];
+    const args = ['--build', '--preset', preset, ...options];
+    result = await run(name, 'cmake', args, { politely: true });
+  }
+  if (isGood(result)) {
+    console.log(`     built ${preset}, ${((Date.now() - startedMs) / 1000).toFixed(1)} s`);
+  } else {
+    report(name, { failed: 1 }, startedMs, result.output);
+  }
+  return isGood(result);
+}
+
+// The units of the suites; those that need a build come with its end.
+function unitsOf(wanted) {
+  const built = new Set();
+  const waiting = new Set(wanted);
+  const ready = () => {
+    const units = [];
+    for (const name of wanted) {
+      if (!waiting.has(name) || !suites[name].needs.every((preset) => built.has(preset))) continue;
+      waiting.delete(name);
+      const own = suites[name].units();
+      if (own.length === 0) report(name, {}, Date.now(), 'nothing was run');
+      units.push(...own);
+    }
+    return units;
+  };
+  const isNeeded = (preset) => wanted.some((name) => suites[name].needs.includes(preset));
+  const builds = kPresets.filter(isNeeded).map((preset) =>
+    unit(kProcessorLane, `build-${preset}`, async () => {
+      if (!(await build(preset, targetsOf(preset, wanted)))) return [];
+      built.add(preset);
+      return ready();
+    }));
+  return [...builds, ...ready()];
+}
 
 const named = process.argv.slice(2);
 if (named.includes('--list')) {
@@ -240,12 +273,11 @@ if (unknown.length) {
   process.exit(2);
 }
 
-mkdirSync(kLogs, { recursive: true });
-for (const [name, suite] of Object.entries(suites)) {
-  if (named.length > 0 && !named.includes(name)) continue;
-  const before = total.passed + total.failed;
-  await suite();
-  if (total.passed + total.failed === before) report(name, {}, Date.now(), 'nothing was run');
+for (const signal of ['SIGINT', 'SIGTERM', 'SIGHUP']) {
+  process.once(signal, () => stopPrograms().then(() => process.exit(1)));
 }
+mkdirSync(kLogs, { recursive: true });
+const isWanted = (name) => named.length === 0 || named.includes(name);
+await runInLanes(unitsOf(Object.keys(suites).filter(isWanted)));
 console.log(`${total.passed} passed, ${total.failed} failed, ${total.skipped} skipped`);
 process.exit(total.failed ? 1 : 0);

@@ -5,6 +5,7 @@ import { createServer as createTcpServer } from 'node:net';
 import { after, before, test } from 'node:test';
 import { makeCertificate } from './support/certificate.mjs';
 import { startHost } from './support/host.mjs';
+import { endsWithFile } from './support/leftovers.mjs';
 import { startServer } from './support/server.mjs';
 import { startWinSparkle } from './support/winsparkle.mjs';
 
@@ -343,13 +344,16 @@ test('a server whose certificate nobody knows is not believed', async () => {
   });
   secure.on('tlsClientError', () => {});
   await new Promise((resolve) => secure.listen(0, '127.0.0.1', resolve));
+  const closeSecure = endsWithFile(() => {
+    secure.closeAllConnections();
+    return new Promise((resolve) => secure.close(resolve));
+  });
   const updateFeed = `https://localhost:${secure.address().port}/feed`;
   const updating = await startUpdating({ config: { updateFeed } });
   assert.deepEqual(await reportOf(updating.host), kOffline);
   assert.equal(asked, 0);
   await end(updating);
-  secure.closeAllConnections();
-  await new Promise((resolve) => secure.close(resolve));
+  await closeSecure();
 });
 
 test('the window closes at once while the feed does not come', async (t) => {

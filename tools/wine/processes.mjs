@@ -50,16 +50,19 @@ function environmentOf(pid) {
   }
 }
 
-// Ids of the living processes that were started with this Wine prefix in their environment:
-// Windows processes, Wine's server, and whatever else launch starts, for all of it is marked so.
-export function processesOf(prefix) {
-  const mark = Buffer.from(`\0WINEPREFIX=${prefix}\0`).toString('latin1');
+// Ids of the living processes in whose environment the variable's value begins with `beginning`.
+export function processesWith(variable, beginning) {
+  const mark = Buffer.from(`\0${variable}=${beginning}`).toString('latin1');
   const isMarked = (pid) => `\0${environmentOf(pid)}`.includes(mark);
   return readdirSync('/proc')
     .filter((name) => /^\d+$/.test(name))
     .map(Number)
     .filter((pid) => isMarked(pid) && isAlive(pid));
 }
+
+// Those that were started with this Wine prefix in their environment: Windows processes, Wine's
+// server, and whatever else launch starts, for all of it is marked so.
+export const processesOf = (prefix) => processesWith('WINEPREFIX', `${prefix}\0`);
 
 // Sends a signal to a process that may have ended already.
 export function signalProcess(pid, signal) {

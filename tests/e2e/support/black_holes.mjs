@@ -3,6 +3,7 @@ import { once } from 'node:events';
 import { readFileSync } from 'node:fs';
 import { connect, createServer } from 'node:net';
 import { Worker } from 'node:worker_threads';
+import { endsWithFile } from './leftovers.mjs';
 
 const addressOf = (port) => `http://localhost:${port}/mcp`;
 
@@ -21,12 +22,12 @@ export async function startMuteServer() {
   return {
     url: addressOf(server.address().port),
     isAsked: () => bytes > 0,
-    close: async () => {
+    close: endsWithFile(async () => {
       const closed = once(server, 'close');
       server.close();
       for (const socket of sockets) socket.destroy();
       await closed;
-    },
+    }),
   };
 }
 
@@ -56,9 +57,9 @@ export async function startSilentAddress() {
   return {
     url: addressOf(port),
     isAsked: () => isTried(port),
-    close: async () => {
+    close: endsWithFile(async () => {
       for (const socket of waiting) socket.on('error', () => {}).destroy();
       await worker.terminate();
-    },
+    }),
   };
 }

@@ -8,6 +8,7 @@ import { once } from 'node:events';
 import { createServer, request as send } from 'node:http';
 import { dirname, join } from 'node:path';
 import { fileURLToPath } from 'node:url';
+import { endsWithFile } from './leftovers.mjs';
 import { begin } from './mcp_http_server.mjs';
 import { inTime, until } from './waiting.mjs';
 
@@ -51,10 +52,10 @@ async function run(script, args, target) {
     once(child, 'message').then(([message]) => message.port),
     ended.then(([code]) => Promise.reject(new Error(`${script} ended with ${code}`))),
   ]));
-  return async () => {
+  return endsWithFile(async () => {
     child.kill('SIGKILL');
     await ended;
-  };
+  });
 }
 
 // Before the server at an address; has the same path.
@@ -96,9 +97,9 @@ export async function startUnchunkingProxy(target) {
       mayListen = new Promise((resolve) => (release = resolve));
       return release;
     },
-    close: async () => {
+    close: endsWithFile(async () => {
       proxy.close();
       proxy.closeAllConnections();
-    },
+    }),
   };
 }

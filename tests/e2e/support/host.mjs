@@ -3,7 +3,6 @@ import { existsSync, mkdirSync, readFileSync, realpathSync } from 'node:fs';
 import { mkdtemp, readFile, rm, writeFile } from 'node:fs/promises';
 import { tmpdir } from 'node:os';
 import { dirname, join } from 'node:path';
-import { after } from 'node:test';
 import { fileURLToPath } from 'node:url';
 import {
   openedInBrowserFile,
@@ -13,6 +12,7 @@ import {
   wineEnvironment,
 } from '../../../tools/wine/prefix.mjs';
 import { ended, isAlive, processesOf, spawnTied } from '../../../tools/wine/processes.mjs';
+import { endsWithFile } from './leftovers.mjs';
 import { Lines } from './lines.mjs';
 import { Page } from './page.mjs';
 import { Screen } from './screen.mjs';
@@ -21,12 +21,6 @@ import { inTime, kPatienceMs, until } from './waiting.mjs';
 
 const kRoot = join(dirname(fileURLToPath(import.meta.url)), '../../..');
 const kShownLines = 40; // of the log, in an error
-
-// A test that fails leaves its host to this: without it the file would never end. Hooks run in the
-// order in which they were made, and the file's own, which may close the host, have to come first.
-const kRunning = new Set();
-const killRunning = () => Promise.all([...kRunning].map((host) => host.kill()));
-if (process.env.NODE_TEST_CONTEXT) queueMicrotask(() => after(killRunning));
 
 export const configFile = (profile) => join(profile, '.config/wendra/config.json');
 
@@ -73,6 +67,7 @@ export async function startHost(wanted = {}) {
 class Host {
   page; // once connected
   exit; // resolves with {code, signal} of tools/launch
+  kill; // ends it the hard way
   #wanted;
   #child;
   #out;
@@ -97,7 +92,7 @@ class Host {
       stdio: ['ignore', 'pipe', 'pipe'],
     });
     this.exit = ended(this.#child);
-    kRunning.add(this);
+    this.kill = endsWithFile(() => this.#kill());
     this.#out = new Lines(this.#child.stdout);
     this.#messages = new Lines(this.#child.stderr);
   }
@@ -234,15 +229,14 @@ class Host {
     return code;
   }
 
-  // The hard way.
-  async kill() {
+  async #kill() {
     this.signal('SIGKILL');
     await this.exit;
     await this.#cleanUp();
   }
 
   async #cleanUp() {
-    kRunning.delete(this);
+    this.kill.isDone();
     this.page?.close();
     await this.#probe?.close();
     const gone = () => this.processes().length === 0;

@@ -4,6 +4,7 @@
 // never arrive: everything here is sent without chunks, on a connection that ends with the response.
 import { createServer } from 'node:http';
 import { createServer as createSecureServer } from 'node:https';
+import { endsWithFile } from './leftovers.mjs';
 import { until } from './waiting.mjs';
 
 const kProtocolVersion = '2025-11-25';
@@ -74,7 +75,6 @@ export async function startMcpServers(servers, { secure, port: wantedPort = 0 } 
   };
   const server = secure ? createSecureServer(secure, take) : createServer(take);
   await new Promise((resolve) => server.listen(wantedPort, '127.0.0.1', resolve));
-  server.unref(); // a test that fails may leave it open, and its file must end all the same
   const { port } = server.address();
   const url = (name) =>
     `${secure ? 'https' : 'http'}://localhost:${port}/${encodeURIComponent(name)}`;
@@ -91,10 +91,10 @@ export async function startMcpServers(servers, { secure, port: wantedPort = 0 } 
         context: () => requests.map((one) => `${one.name} ${one.kind}`).join('\n'),
         ...options,
       }),
-    close: () =>
+    close: endsWithFile(() =>
       new Promise((resolve) => {
         server.close(resolve);
         server.closeAllConnections();
-      }),
+      })),
   };
 }

@@ -6,6 +6,7 @@ import { dirname, join } from 'node:path';
 import { fileURLToPath } from 'node:url';
 import { promisify } from 'node:util';
 import { startHost } from './host.mjs';
+import { endsWithFile } from './leftovers.mjs';
 import { until } from './waiting.mjs';
 
 const run = promisify(execFile);
@@ -18,19 +19,20 @@ export async function startPlayground(wanted) {
     cwd: kRoot,
     stdio: ['pipe', 'pipe', 'inherit'],
   });
+  const endPages = endsWithFile(() => pages.stdin.end());
   const [line] = await once(pages.stdout, 'data');
   const host = await startHost({ ...wanted, address: String(line).trim() });
-  return new Playground(host, pages);
+  return new Playground(host, endPages);
 }
 
 class Playground {
-  #pages;
+  #endPages;
   #spots = 0;
 
-  constructor(host, pages) {
+  constructor(host, endPages) {
     this.host = host;
     this.page = host.page;
-    this.#pages = pages;
+    this.#endPages = endPages;
   }
 
   // What stands in the elements, one text each.
@@ -99,7 +101,7 @@ class Playground {
   // The host's exit code.
   async close() {
     const code = await this.host.close();
-    this.#pages.stdin.end();
+    this.#endPages();
     return code;
   }
 }

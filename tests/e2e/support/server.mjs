@@ -1,5 +1,6 @@
 // An HTTP server on localhost that remembers what it was asked.
 import { createServer } from 'node:http';
+import { endsWithFile } from './leftovers.mjs';
 import { until } from './waiting.mjs';
 
 async function bodyOf(request) {
@@ -34,7 +35,6 @@ export async function startServer(routes = {}) {
     await answer(route, request, response);
   });
   await new Promise((resolve) => server.listen(0, '127.0.0.1', resolve));
-  server.unref(); // a test that fails may leave it open, and its file must end all the same
   const { port } = server.address();
   return {
     port,
@@ -45,10 +45,10 @@ export async function startServer(routes = {}) {
       until(`a request for ${path}`, () => requests.find((request) => request.url === path), {
         context: () => `asked so far: ${requests.map(({ url }) => url).join(' ')}`,
       }),
-    close: () =>
+    close: endsWithFile(() =>
       new Promise((resolve) => {
         server.close(resolve);
         server.closeAllConnections();
-      }),
+      })),
   };
 }

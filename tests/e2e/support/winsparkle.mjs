@@ -5,6 +5,7 @@ import { mkdtemp, readFile, rm } from 'node:fs/promises';
 import { createServer } from 'node:net';
 import { tmpdir } from 'node:os';
 import { join } from 'node:path';
+import { endsWithFile } from './leftovers.mjs';
 import { Lines } from './lines.mjs';
 import { inTime, until } from './waiting.mjs';
 
@@ -48,9 +49,9 @@ export async function startWinSparkle(settings = {}) {
       socket.write(`${name}\n`);
       return JSON.parse(await answers.waitFor(`${name}`, { from }));
     },
-    async close() {
+    close: endsWithFile(async () => {
       server.close();
       await rm(folder, { recursive: true, force: true });
-    },
+    }),
   };
 }

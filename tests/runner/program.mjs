@@ -1,0 +1,114 @@
+// Runs one program with a time limit. When it ends, or its time is over, everything that it has
+// started ends too: Windows programs, browsers, servers. Temporary files go with it.
+import { randomUUID } from 'node:crypto';
+import { createWriteStream, mkdtempSync, readFileSync, rmSync } from 'node:fs';
+import { tmpdir } from 'node:os';
+import { join } from 'node:path';
+import { processesWith, signalProcess, spawnTied, waitUntil } from '../../tools/wine/processes.mjs';
+
+// A launch of the host takes up to 13 seconds to close the window, Wine and the browser.
+const kEndLimitMs = 20_000;
+const kRestLimitMs = 10_000; // for what ends by itself after the program
+const kStepMs = 50;
+const kMark = 'WENDRA_DEV_TEST_RUN'; // in the environment of everything that the program starts
+
+const running = new Set();
+
+const commandLineOf = (pid) => {
+  try {
+    return readFileSync(`/proc/${pid}/cmdline`, 'utf8').replaceAll('\0', ' ').trim().slice(0, 200);
+  } catch {
+    return ''; // it has ended
+  }
+};
+
+class Run {
+  output = '';
+  trouble = ''; // why the run counts as failed whatever its exit code, or nothing
+  #mark;
+  #folder = mkdtempSync(join(tmpdir(), 'wendra-test-'));
+  #log;
+  #limits;
+
+  constructor({ logFile, ...limits }) {
+    const outer = process.env[kMark]; // the runner's own tests run within a run
+    this.#mark = `${outer ? `${outer}/` : ''}${randomUUID()}`;
+    this.#log = logFile && createWriteStream(logFile);
+    this.#limits = { endLimitMs: kEndLimitMs, restLimitMs: kRestLimitMs, ...limits };
+  }
+
+  // Resolves with the exit code, or null after a signal.
+  async ended(command, args, { cwd, env }) {
+    const environment = { ...process.env, TMPDIR: this.#folder, ...env, [kMark]: this.#mark };
+    delete environment.NODE_TEST_CONTEXT; // a file of tests within a test is one of its own
+    const child = spawnTied(command, args, {
+      cwd,
+      env: environment,
+      deathSignal: 'TERM',
+      stdio: ['ignore', 'pipe', 'pipe'],
+    });
+    running.add(this);
+    for (const stream of [child.stdout, child.stderr]) {
+      stream.setEncoding('utf8');
+      stream.on('data', (text) => this.#take(text));
+    }
+    child.on('error', (error) => this.#take(`\n${error.message}\n`));
+    const closed = new Promise((resolve) => child.on('close', resolve));
+    const exited = new Promise((resolve) => child.on('exit', resolve).on('error', resolve));
+    this.stop = (why) => {
+      this.trouble ||= why;
+      signalGroup(child.pid, 'SIGTERM');
+      setTimeout(() => signalGroup(child.pid, 'SIGKILL'), this.#limits.endLimitMs).unref();
+    };
+    const { limitMs } = this.#limits;
+    const limit = setTimeout(() => this.stop(`no end after ${limitMs / 1000} s`), limitMs);
+    await exited;
+    clearTimeout(limit);
+    await this.#endRest();
+    const code = await closed;
+    running.delete(this);
+    rmSync(this.#folder, { recursive: true, force: true, maxRetries: 5 });
+    if (this.trouble) this.#take(`\n${this.trouble}\n`);
+    this.#log?.end();
+    return code;
+  }
+
+  #take(text) {
+    this.output += text;
+    this.#log?.write(text);
+  }
+
+  async #endRest() {
+    const rest = () => processesWith(kMark, this.#mark);
+    const limitMs = this.trouble ? this.#limits.endLimitMs : this.#limits.restLimitMs;
+    if (await waitUntil(() => rest().length === 0, limitMs, kStepMs)) return;
+    const left = rest().map(commandLineOf).join('\n  ');
+    this.trouble += `${this.trouble && '\n'}left behind:\n  ${left}`;
+    const kill = () => {
+      const pids = rest();
+      for (const pid of pids) signalProcess(pid, 'SIGKILL');
+      return pids.length === 0;
+    };
+    if (!(await waitUntil(kill, kRestLimitMs, kStepMs))) this.trouble += '\nwhich cannot be killed';
+  }
+}
+
+// Of the program and what it has started without a session of its own.
+function signalGroup(pid, signal) {
+  if (pid) signalProcess(-pid, signal);
+}
+
+// Resolves with {code, output, trouble}: `trouble` says that the time was over, or what was left
+// behind, and then the run has failed whatever the code. Options: limitMs; cwd, env, logFile,
+// endLimitMs (from the request to end to the end), restLimitMs (for what outlives the program).
+export async function runProgram(command, args, options) {
+  const run = new Run(options);
+  const code = await run.ended(command, args, options);
+  return { code, output: run.output, trouble: run.trouble };
+}
+
+// Ends what runs now, for a runner that is to end itself.
+export async function stopPrograms() {
+  for (const run of running) run.stop('stopped');
+  await waitUntil(() => running.size === 0, 2 * kEndLimitMs, kStepMs);
+}
