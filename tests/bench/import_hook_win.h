@@ -7,17 +7,17 @@
 
 namespace wendra {
 
-// From here on every call of kernel32's function `name` in this program is one of `replacement`.
+// From here on every call of the library's function `name` in this program is one of `replacement`.
 // The real one; null when it is not imported. Not for use beside other threads.
 template <typename Function>
-Function HookImport(const char* name, Function replacement) {
+Function HookImport(const char* name, Function replacement,
+                    const wchar_t* library = L"kernel32.dll") {
   auto* base = reinterpret_cast<std::uint8_t*>(GetModuleHandleW(nullptr));
   const auto* dos = reinterpret_cast<IMAGE_DOS_HEADER*>(base);
   const auto* nt = reinterpret_cast<IMAGE_NT_HEADERS*>(base + dos->e_lfanew);
   const auto& imports = nt->OptionalHeader.DataDirectory[IMAGE_DIRECTORY_ENTRY_IMPORT];
   const auto* module = reinterpret_cast<IMAGE_IMPORT_DESCRIPTOR*>(base + imports.VirtualAddress);
-  const auto real =
-      reinterpret_cast<ULONGLONG>(GetProcAddress(GetModuleHandleW(L"kernel32.dll"), name));
+  const auto real = reinterpret_cast<ULONGLONG>(GetProcAddress(GetModuleHandleW(library), name));
   for (; module->Name != 0; ++module) {
     auto* slot = reinterpret_cast<IMAGE_THUNK_DATA*>(base + module->FirstThunk);
     for (; slot->u1.Function != 0; ++slot) {

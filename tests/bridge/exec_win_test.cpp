@@ -11,6 +11,7 @@
 #include "tests/support/scratch_folder_win.h"
 #include "tests/support/test_window_win.h"
 #include "win/child_process.h"
+#include "win/environment.h"
 #include "win/messages.h"
 #include "win/owned_message.h"
 #include "win/unique.h"
@@ -126,6 +127,18 @@ TEST(RunCommand, WaitsForWhoeverHoldsTheStreams) {
   SetEvent(event.Get());
   command.join();
   EXPECT_EQ(result.exitCode, 5);
+  EXPECT_EQ(result.output, "xx");
+}
+
+TEST(RunCommand, GivesTheExitCodeOfACommandThatClosesItsStreamsEarly) {
+  // In place of the shell, which would hold the streams to the end; the rest of the command line
+  // comes after the child has ended.
+  const std::wstring shell = EnvironmentText(L"COMSPEC");
+  const std::string slow = TestChild() + "out 2 shut pause 300 exit 7";
+  SetEnvironmentVariableW(L"COMSPEC", Widen(slow).c_str());
+  const ExecResult result = RunCommand("", "nothing");
+  SetEnvironmentVariableW(L"COMSPEC", shell.c_str());
+  EXPECT_EQ(result.exitCode, 7);
   EXPECT_EQ(result.output, "xx");
 }
 

@@ -14,6 +14,8 @@
 //   await NAME   waits until the event NAME is set
 //   set NAME     sets it, once somebody waits for it
 //   handles      says how many handles it has inherited, and how many of these are its streams
+//   shut         closes its standard streams
+//   pause MS     does nothing for so long
 //   exit N       ends with this code
 //   crash        ends by an access violation
 #include <algorithm>
@@ -137,6 +139,12 @@ void PrintHandles() {
                                " of them standard streams");
 }
 
+void CloseStreams() {
+  for (const DWORD stream : {STD_INPUT_HANDLE, STD_OUTPUT_HANDLE, STD_ERROR_HANDLE}) {
+    CloseHandle(GetStdHandle(stream));
+  }
+}
+
 [[noreturn]] void Crash() {
   RaiseException(EXCEPTION_ACCESS_VIOLATION, EXCEPTION_NONCONTINUABLE, 0, nullptr);
   std::abort();
@@ -174,6 +182,10 @@ void Do(const std::vector<std::string>& arguments) {
       SetEventOfAnother(take());
     } else if (what == "handles") {
       PrintHandles();
+    } else if (what == "shut") {
+      CloseStreams();
+    } else if (what == "pause") {
+      Sleep(static_cast<DWORD>(takeNumber()));
     } else if (what == "exit") {
       ExitProcess(static_cast<UINT>(takeNumber()));
     } else if (what == "crash") {
