@@ -6,7 +6,7 @@ import { basename, dirname, join } from 'node:path';
 import { fileURLToPath } from 'node:url';
 import { windowsPath } from '../tools/wine/prefix.mjs';
 import { runInLanes } from './runner/lanes.mjs';
-import { runProgram, stopPrograms } from './runner/program.mjs';
+import { runProgram, stopAtSignals } from './runner/program.mjs';
 import { googleTestResults, nodeTestResults } from './runner/results.mjs';
 
 const kRoot = join(dirname(fileURLToPath(import.meta.url)), '..');
@@ -273,9 +273,7 @@ if (unknown.length) {
   process.exit(2);
 }
 
-for (const signal of ['SIGINT', 'SIGTERM', 'SIGHUP']) {
-  process.once(signal, () => stopPrograms().then(() => process.exit(1)));
-}
+stopAtSignals();
 mkdirSync(kLogs, { recursive: true });
 const isWanted = (name) => named.length === 0 || named.includes(name);
 await runInLanes(unitsOf(Object.keys(suites).filter(isWanted)));

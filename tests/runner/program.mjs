@@ -13,6 +13,7 @@ const kStepMs = 50;
 const kMark = 'WENDRA_DEV_TEST_RUN'; // in the environment of everything that the program starts
 
 const running = new Set();
+let isStopping = false;
 
 const commandLineOf = (pid) => {
   try {
@@ -102,13 +103,19 @@ function signalGroup(pid, signal) {
 // behind, and then the run has failed whatever the code. Options: limitMs; cwd, env, logFile,
 // endLimitMs (from the request to end to the end), restLimitMs (for what outlives the program).
 export async function runProgram(command, args, options) {
+  if (isStopping) return new Promise(() => {}); // the runner is about to end
   const run = new Run(options);
   const code = await run.ended(command, args, options);
   return { code, output: run.output, trouble: run.trouble };
 }
 
-// Ends what runs now, for a runner that is to end itself.
-export async function stopPrograms() {
-  for (const run of running) run.stop('stopped');
-  await waitUntil(() => running.size === 0, 2 * kEndLimitMs, kStepMs);
+// At a signal the runner ends what runs now, starts nothing more, and ends.
+export function stopAtSignals() {
+  const stop = async () => {
+    isStopping = true;
+    for (const run of running) run.stop('stopped');
+    await waitUntil(() => running.size === 0, 2 * kEndLimitMs, kStepMs);
+    process.exit(1);
+  };
+  for (const signal of ['SIGINT', 'SIGTERM', 'SIGHUP']) process.once(signal, stop);
 }

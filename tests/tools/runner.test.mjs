@@ -1,6 +1,6 @@
 // tests/runner: what ./test makes of programs that fail, hang, or leave something behind.
 import assert from 'node:assert/strict';
-import { mkdtempSync, readdirSync, rmSync, writeFileSync } from 'node:fs';
+import { mkdtempSync, readFileSync, readdirSync, rmSync, writeFileSync } from 'node:fs';
 import { tmpdir } from 'node:os';
 import { dirname, join } from 'node:path';
 import { after, test } from 'node:test';
@@ -70,6 +70,24 @@ test('a program over its limit ends with all that it has started', async () => {
     assert.match(output, /^up$/m, why);
     assert.match(output, /no end after 0\.5 s/, why);
   }
+});
+
+test('a runner that is told to end ends what it runs and starts nothing more', async () => {
+  const script = join(folder, 'runner.mjs');
+  const begun = join(folder, 'begun');
+  const program = join(kRoot, 'tests/runner/program.mjs');
+  writeFileSync(script, `
+    import { runProgram, stopAtSignals } from '${program}';
+    stopAtSignals();
+    for (;;) {
+      await runProgram('bash', ['-c', 'echo begun >> "${begun}"; setsid sleep 300 & sleep 300'], { limitMs: 60000, endLimitMs: 500 });
+    }`);
+  const mark = newMark();
+  const env = { WENDRA_RUNNER_TEST: mark };
+  const { code } = await runProgram(process.execPath, [script], { limitMs: 2_000, env });
+  assert.equal(code, 1);
+  assert.equal(readFileSync(begun, 'utf8'), 'begun\n');
+  assert.deepEqual(leftOf(mark), []);
 });
 
 test('what outlives a program is ended and named', async () => {

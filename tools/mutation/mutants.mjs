@@ -13,7 +13,7 @@ import {
 } from 'node:fs';
 import { dirname, join } from 'node:path';
 import { fileURLToPath } from 'node:url';
-import { runProgram, stopPrograms } from '../../tests/runner/program.mjs';
+import { runProgram, stopAtSignals } from '../../tests/runner/program.mjs';
 import { kFaults } from './faults.mjs';
 import { applied, commandOf, targetsOf, whatIsWrong } from './killers.mjs';
 
@@ -125,9 +125,7 @@ if (unknown.length > 0) fail(`unknown: ${unknown.join(' ')}; tools/mutants --lis
 const wrong = whatIsWrong(kFaults, kRoot);
 if (wrong.length > 0) fail(`the table is out of date:\n${wrong.join('\n')}`);
 
-for (const signal of ['SIGINT', 'SIGTERM', 'SIGHUP']) {
-  process.once(signal, () => stopPrograms().then(() => process.exit(1)));
-}
+stopAtSignals();
 mkdirSync(kLogs, { recursive: true });
 copyTree();
 const wanted = kFaults.filter(({ name }) => names.length === 0 || names.includes(name));
