@@ -17,8 +17,10 @@ const kFuzzSeconds = 8; // of each fuzzer; at length by hand, see docs/testing.m
 const kRunLimitMs = 3 * 60_000;
 const kLongerLimitsMs = [
   [/^(configure|build)-/, 15 * 60_000], // a whole preset from nothing
-  [/^e2e-exec$/, 6 * 60_000], // hundreds of commands, each a shell and a program under Wine
+  [/^e2e-exec$/, 6 * 60_000], // a thousand actions, many of them a shell and a program under Wine
+  [/^e2e-conformance$/, 6 * 60_000], // the whole official suite in one test, a host for each part
 ];
+const kEndMs = 30_000; // what a program may need after a test that hangs
 const limitOf = (name) => kLongerLimitsMs.find(([names]) => names.test(name))?.[1] ?? kRunLimitMs;
 
 // What runs beside nothing else, and why.
@@ -44,7 +46,7 @@ function run(name, command, args, { env = {}, politely = false } = {}) {
   const [first, ...rest] = politely ? ['nice', '-n', '10', command, ...args] : [command, ...args];
   return runProgram(first, rest, {
     cwd: kRoot,
-    env,
+    env: { WENDRA_DEV_TEST_LIMIT_MS: String(limitOf(name) - kEndMs), ...env },
     logFile: join(kLogs, `${name}.log`),
     limitMs: limitOf(name),
   });

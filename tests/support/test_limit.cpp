@@ -14,9 +14,7 @@ namespace {
 using Clock = std::chrono::steady_clock;
 using std::chrono::milliseconds;
 
-// Less than tests/run.mjs gives the whole program. The longest test, many commands at once under
-// Wine, takes a quarter of it on a machine with nothing else to do.
-constexpr milliseconds kLimit{150'000};
+constexpr milliseconds kLimit{150'000};  // tests/run.mjs says how long, this is for runs by hand
 constexpr milliseconds kStep{100};
 
 milliseconds Limit() {
