@@ -92,8 +92,10 @@ ExecResult RunCommand(const std::string& directory, const std::string& command) 
 
   WaitForSingleObject(child.process.Get(), INFINITE);
   DWORD exitCode = 0;
-  (void)GetExitCodeProcess(child.process.Get(), &exitCode);
-  result.exitCode = static_cast<std::int32_t>(exitCode);
+  // A code that cannot be had is not taken for 0, which would be success.
+  if (GetExitCodeProcess(child.process.Get(), &exitCode)) {
+    result.exitCode = static_cast<std::int32_t>(exitCode);
+  }
   result.output = ToUtf8(output.Take());
   result.error = ToUtf8(error.Take());
   return result;

@@ -15,7 +15,7 @@ namespace wendra {
 // Payload of kExecDoneMessage.
 struct ExecResult {
   std::string reqId;
-  std::int32_t exitCode = -1;  // -1 too when the command could not be started
+  std::int32_t exitCode = -1;  // -1 too when there is none: not started, or it cannot be had
   std::string output;          // UTF-8
   std::string error;           // UTF-8; the command line when it could not be started
 };

@@ -1,4 +1,5 @@
 // The functions that the DLL exports, and its start and end.
+#include "runtime/failing_calls/failing_calls_win.h"
 #include "runtime/webview2/browser_port_win.h"
 #include "runtime/webview2/control_record_win.h"
 #include "runtime/webview2/debug_tap_win.h"
@@ -32,6 +33,12 @@ void TellEnvironmentWanted(const Settings& settings, PCWSTR userDataFolder) {
       .Write(Params({{"event", "environment"}, {"userDataFolder", folder}}));
 }
 
+// Before the program runs, so that even its first calls can fail.
+void TakeFailures() {
+  const std::wstring file = ReadSettings().failuresFile;
+  if (!file.empty()) TakeFailuresFrom(file);
+}
+
 }  // namespace
 }  // namespace wendra
 
@@ -61,7 +68,10 @@ GetAvailableCoreWebView2BrowserVersionString(PCWSTR, LPWSTR* versionInfo) {
 }
 
 extern "C" BOOL WINAPI DllMain(HINSTANCE, DWORD reason, LPVOID processEnds) {
-  if (reason == DLL_PROCESS_ATTACH) wendra::InstallDebugTap();
+  if (reason == DLL_PROCESS_ATTACH) {
+    wendra::InstallDebugTap();
+    wendra::TakeFailures();
+  }
   if (reason == DLL_PROCESS_DETACH && processEnds) wendra::TellClosedAtProcessEnd();
   return TRUE;
 }

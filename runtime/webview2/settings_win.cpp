@@ -70,6 +70,7 @@ Settings ReadSettings() {
   settings.eventsFile = FilePath(L"WENDRA_DEV_EVENTS");
   settings.timingsFile = FilePath(L"WENDRA_DEV_TIMINGS");
   settings.traceFile = FilePath(L"WENDRA_DEV_TRACE");
+  settings.failuresFile = FilePath(L"WENDRA_DEV_FAILURES");
   settings.apiIsUserInitiated = Flag(L"WENDRA_DEV_API_USER_INITIATED", true);
   settings.redirectKeepsGesture = Flag(L"WENDRA_DEV_REDIRECT_GESTURE", false);
   settings.fragmentRaisesStarting = Flag(L"WENDRA_DEV_FRAGMENT_STARTING", false);

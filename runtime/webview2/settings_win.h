@@ -27,9 +27,10 @@ struct Settings {
   CreationMode creation = CreationMode::kNormal;
   bool sharedBrowser = false;  // a browser context of our own instead of the default one
   DialogAnswer dialogs = DialogAnswer::kAsk;
-  std::wstring eventsFile;   // empty: none
-  std::wstring timingsFile;  // empty: none
-  std::wstring traceFile;    // empty: none
+  std::wstring eventsFile;    // empty: none
+  std::wstring timingsFile;   // empty: none
+  std::wstring traceFile;     // empty: none
+  std::wstring failuresFile;  // which calls of the program are to fail; empty: none
 
   // Not checked against the real control, therefore switchable.
   bool apiIsUserInitiated = true;       // IsUserInitiated of Navigate and Reload

@@ -1,6 +1,6 @@
 // Starts the host through tools/launch, as anyone outside would, and drives it.
 import { existsSync, mkdirSync, readFileSync, realpathSync } from 'node:fs';
-import { mkdtemp, readFile, rm, writeFile } from 'node:fs/promises';
+import { mkdtemp, readFile, rename, rm, writeFile } from 'node:fs/promises';
 import { tmpdir } from 'node:os';
 import { dirname, join } from 'node:path';
 import { fileURLToPath } from 'node:url';
@@ -35,6 +35,12 @@ export async function writeConfig(profile, config) {
     configFile(profile),
     typeof config === 'string' ? config : JSON.stringify(config),
   );
+}
+
+// The same at once, as an editor that saves safely does it: nobody sees half of the new text.
+export async function replaceConfig(profile, config) {
+  await writeFile(`${configFile(profile)}.new`, JSON.stringify(config));
+  await rename(`${configFile(profile)}.new`, configFile(profile));
 }
 
 // What may be said of the host that a test wants; all of it is optional.
