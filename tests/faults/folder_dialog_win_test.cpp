@@ -1,0 +1,167 @@
+// The folder dialog of pickDirectory, each step of it failing once.
+#include <memory>
+#include <string>
+
+#include <gtest/gtest.h>
+
+#include "bridge/pick_directory_win.h"
+#include "runtime/failing_calls/import_table_win.h"
+#include "tests/support/recording_page.h"
+
+#include <windows.h>
+
+#include <shobjidl.h>
+
+namespace wendra {
+namespace {
+
+// What the dialog and its item were asked for, and which of it is to fail.
+struct Script {
+  std::string failing;  // the name of a step
+  std::string seen;     // all steps, each with a blank behind it
+  int objects = 0;      // that somebody still holds
+
+  HRESULT Step(const char* name) {
+    seen += std::string(name) + " ";
+    return failing == name ? E_FAIL : S_OK;
+  }
+};
+Script script;
+
+// A counted object whose interface is `Interface`.
+template <typename Interface>
+class Counted : public Interface {
+ public:
+  Counted() { ++script.objects; }
+  virtual ~Counted() { --script.objects; }
+
+  HRESULT STDMETHODCALLTYPE QueryInterface(REFIID, void**) override { return E_NOINTERFACE; }
+  ULONG STDMETHODCALLTYPE AddRef() override { return ++references_; }
+  ULONG STDMETHODCALLTYPE Release() override {
+    const ULONG left = --references_;
+    if (left == 0) delete this;
+    return left;
+  }
+
+ private:
+  ULONG references_ = 1;
+};
+
+class Item final : public Counted<IShellItem> {
+ public:
+  HRESULT STDMETHODCALLTYPE BindToHandler(IBindCtx*, REFGUID, REFIID, void**) override {
+    return E_NOTIMPL;
+  }
+  HRESULT STDMETHODCALLTYPE GetParent(IShellItem**) override { return E_NOTIMPL; }
+  HRESULT STDMETHODCALLTYPE GetDisplayName(SIGDN form, LPWSTR* name) override {
+    EXPECT_EQ(form, SIGDN_FILESYSPATH);
+    *name = nullptr;
+    if (const HRESULT result = script.Step("GetDisplayName"); FAILED(result)) return result;
+    constexpr wchar_t kPath[] = L"C:\\chosen";
+    *name = static_cast<LPWSTR>(CoTaskMemAlloc(sizeof(kPath)));
+    std::copy(std::begin(kPath), std::end(kPath), *name);
+    return S_OK;
+  }
+  HRESULT STDMETHODCALLTYPE GetAttributes(SFGAOF, SFGAOF*) override { return E_NOTIMPL; }
+  HRESULT STDMETHODCALLTYPE Compare(IShellItem*, SICHINTF, int*) override { return E_NOTIMPL; }
+};
+
+class Dialog final : public Counted<IFileOpenDialog> {
+ public:
+  HRESULT STDMETHODCALLTYPE Show(HWND) override { return script.Step("Show"); }
+  HRESULT STDMETHODCALLTYPE SetOptions(FILEOPENDIALOGOPTIONS options) override {
+    EXPECT_EQ(options & 0x860u, 0x860u);
+    return script.Step("SetOptions");
+  }
+  HRESULT STDMETHODCALLTYPE GetOptions(FILEOPENDIALOGOPTIONS* options) override {
+    *options = 0;
+    return script.Step("GetOptions");
+  }
+  HRESULT STDMETHODCALLTYPE SetTitle(LPCWSTR) override { return script.Step("SetTitle"); }
+  HRESULT STDMETHODCALLTYPE GetResult(IShellItem** item) override {
+    *item = nullptr;
+    if (const HRESULT result = script.Step("GetResult"); FAILED(result)) return result;
+    *item = new Item;
+    return S_OK;
+  }
+
+  HRESULT STDMETHODCALLTYPE SetFileTypes(UINT, const COMDLG_FILTERSPEC*) override {
+    return E_NOTIMPL;
+  }
+  HRESULT STDMETHODCALLTYPE SetFileTypeIndex(UINT) override { return E_NOTIMPL; }
+  HRESULT STDMETHODCALLTYPE GetFileTypeIndex(UINT*) override { return E_NOTIMPL; }
+  HRESULT STDMETHODCALLTYPE Advise(IFileDialogEvents*, DWORD*) override { return E_NOTIMPL; }
+  HRESULT STDMETHODCALLTYPE Unadvise(DWORD) override { return E_NOTIMPL; }
+  HRESULT STDMETHODCALLTYPE SetDefaultFolder(IShellItem*) override { return E_NOTIMPL; }
+  HRESULT STDMETHODCALLTYPE SetFolder(IShellItem*) override { return E_NOTIMPL; }
+  HRESULT STDMETHODCALLTYPE GetFolder(IShellItem**) override { return E_NOTIMPL; }
+  HRESULT STDMETHODCALLTYPE GetCurrentSelection(IShellItem**) override { return E_NOTIMPL; }
+  HRESULT STDMETHODCALLTYPE SetFileName(LPCWSTR) override { return E_NOTIMPL; }
+  HRESULT STDMETHODCALLTYPE GetFileName(LPWSTR*) override { return E_NOTIMPL; }
+  HRESULT STDMETHODCALLTYPE SetOkButtonLabel(LPCWSTR) override { return E_NOTIMPL; }
+  HRESULT STDMETHODCALLTYPE SetFileNameLabel(LPCWSTR) override { return E_NOTIMPL; }
+  HRESULT STDMETHODCALLTYPE AddPlace(IShellItem*, FDAP) override { return E_NOTIMPL; }
+  HRESULT STDMETHODCALLTYPE SetDefaultExtension(LPCWSTR) override { return E_NOTIMPL; }
+  HRESULT STDMETHODCALLTYPE Close(HRESULT) override { return E_NOTIMPL; }
+  HRESULT STDMETHODCALLTYPE SetClientGuid(REFGUID) override { return E_NOTIMPL; }
+  HRESULT STDMETHODCALLTYPE ClearClientData() override { return E_NOTIMPL; }
+  HRESULT STDMETHODCALLTYPE SetFilter(IShellItemFilter*) override { return E_NOTIMPL; }
+  HRESULT STDMETHODCALLTYPE GetResults(IShellItemArray**) override { return E_NOTIMPL; }
+  HRESULT STDMETHODCALLTYPE GetSelectedItems(IShellItemArray**) override { return E_NOTIMPL; }
+};
+
+HRESULT WINAPI MakeDialog(REFCLSID, IUnknown*, DWORD, REFIID, void** object) {
+  *object = nullptr;
+  if (const HRESULT result = script.Step("CoCreateInstance"); FAILED(result)) return result;
+  *object = static_cast<IFileOpenDialog*>(new Dialog);
+  return S_OK;
+}
+
+// The dialog of this file instead of the system's.
+class OwnDialogs {
+ public:
+  OwnDialogs() : slot_(FindImportOfProgram("CoCreateInstance")) {
+    real_ = RedirectImport(slot_, reinterpret_cast<void*>(&MakeDialog));
+  }
+  ~OwnDialogs() { (void)RedirectImport(slot_, real_); }
+  OwnDialogs(const OwnDialogs&) = delete;
+  OwnDialogs& operator=(const OwnDialogs&) = delete;
+
+ private:
+  ULONGLONG* const slot_;
+  void* real_;
+};
+
+TEST(AnswerPickDirectory, GivesNullWhereAStepFailsThatThePathNeeds) {
+  const OwnDialogs own;
+  const struct {
+    const char *failing, *answer, *seen;
+  } cases[] = {
+      {"", "1, \"C:\\\\chosen\"",
+       "CoCreateInstance GetOptions SetOptions SetTitle Show GetResult GetDisplayName "},
+      {"CoCreateInstance", "1, null", "CoCreateInstance "},
+      {"GetOptions", "1, \"C:\\\\chosen\"",
+       "CoCreateInstance GetOptions SetOptions SetTitle Show GetResult GetDisplayName "},
+      {"SetTitle", "1, \"C:\\\\chosen\"",
+       "CoCreateInstance GetOptions SetOptions SetTitle Show GetResult GetDisplayName "},
+      {"Show", "1, null", "CoCreateInstance GetOptions SetOptions SetTitle Show "},
+      {"GetResult", "1, null", "CoCreateInstance GetOptions SetOptions SetTitle Show GetResult "},
+      {"GetDisplayName", "1, null",
+       "CoCreateInstance GetOptions SetOptions SetTitle Show GetResult GetDisplayName "},
+  };
+  for (const auto& c : cases) {
+    script = {.failing = c.failing, .seen = {}};
+    RecordingPage page;
+    Replies replies(page);
+    AnswerPickDirectory({"r", "title"}, nullptr, replies);
+    ASSERT_EQ(page.scripts.size(), 1u) << c.failing;
+    EXPECT_NE(page.scripts[0].find(std::string("__resolve('r', ") + c.answer + ")"),
+              std::string::npos)
+        << c.failing << ": " << page.scripts[0];
+    EXPECT_EQ(script.seen, c.seen) << c.failing;
+    EXPECT_EQ(script.objects, 0) << c.failing;
+  }
+}
+
+}  // namespace
+}  // namespace wendra
