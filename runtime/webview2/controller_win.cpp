@@ -50,6 +50,7 @@ Controller::Controller(ComRef<IUnknown> environment, std::shared_ptr<UiQueue> qu
     : environment_(std::move(environment)),
       gate_(std::make_shared<Gate>(std::move(queue))),
       record_(MakeControlRecord(settings)),
+      hasView_(settings.creation != CreationMode::kNoView),
       parent_(parent) {}
 
 Controller::~Controller() { Shut(); }
@@ -150,6 +151,7 @@ HRESULT Controller::get_CoreWebView2(ICoreWebView2** coreWebView2) {
   if (!coreWebView2) return E_POINTER;
   *coreWebView2 = nullptr;
   if (const HRESULT open = gate_->Check(); FAILED(open)) return open;
+  if (!hasView_) return E_FAIL;
   *coreWebView2 = webView_.Get();
   webView_->AddRef();
   return S_OK;

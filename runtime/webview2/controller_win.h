@@ -48,6 +48,7 @@ class Controller final : public UnofferedController {
   const ComRef<IUnknown> environment_;
   const std::shared_ptr<Gate> gate_;
   const std::shared_ptr<ControlRecord> record_;
+  const bool hasView_;  // get_CoreWebView2 gives it
   HWND parent_;
   RECT bounds_{};
   BOOL isVisible_ = TRUE;

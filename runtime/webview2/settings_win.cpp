@@ -35,6 +35,7 @@ CreationMode Creation() {
       {L"sync", CreationMode::kSync},
       {L"never", CreationMode::kNever},
       {L"controller-fail", CreationMode::kControllerFail},
+      {L"no-view", CreationMode::kNoView},
   };
   const std::wstring wanted = DevVariable(L"WENDRA_DEV_CREATE");
   for (const auto& mode : modes)

@@ -16,6 +16,7 @@ enum class CreationMode {
   kSync,            // the handler is invoked before the call returns
   kNever,           // the call succeeds and the handler is never invoked
   kControllerFail,  // the environment comes, the controller fails
+  kNoView,          // the controller comes and has no view to give
 };
 
 // What becomes of alert, confirm, prompt and beforeunload.

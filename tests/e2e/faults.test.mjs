@@ -42,7 +42,7 @@ test('a server that nobody runs leaves the window usable', async () => {
 
 test('a browser control that cannot be made, or comes in an odd order, does no harm', async (t) => {
   const server = await startServer({ '/': '<!doctype html><title>start</title>' });
-  for (const [mode, showsPage] of [['fail', false], ['never', false], ['controller-fail', false], ['sync', true]]) {
+  for (const [mode, showsPage] of [['fail', false], ['never', false], ['controller-fail', false], ['no-view', false], ['sync', true]]) {
     await t.test(mode, async () => {
       const host = await startHost({
         address: server.url,
