@@ -79,6 +79,12 @@ test('a command whose output cannot be read still ends', async () => {
     ok({ exit: 0, stdout: '', stderr: '' }));
 });
 
+test('a command sees the end of its input even where its inheritance cannot be set', async () => {
+  const command = `${kChild} read`;
+  assert.deepEqual(await callWithoutRest('SetHandleInformation', 'exec', ['', command]),
+    ok({ exit: 0, stdout: 'read 0 bytes\n', stderr: '' }));
+});
+
 test('a command whose exit code cannot be had counts as failed', async () => {
   assert.deepEqual(await callWithoutRest('GetExitCodeProcess', 'exec', ['', 'echo hi']),
     ok({ exit: -1, stdout: 'hi\r\n', stderr: '' }));
@@ -191,4 +197,15 @@ test('a configuration that cannot be opened is left alone', async () => {
   const { ok: isOk, value } = await callWithoutRest('CreateFileW/config.json', 'mcpReadConfig', []);
   assert.deepEqual([isOk, value.content], [1, '']);
   assert.equal(await host.config(), kConfig);
+});
+
+test('an address that no browser can be started for is logged, and the page stays', async () => {
+  const from = host.log.length;
+  await failures.during('ShellExecuteW', async () => {
+    await host.page.evaluate(() => void window.open('https://foreign.test/'));
+    await host.waitForLine('[External] opening in browser: https://foreign.test/', { from });
+    await failures.waitFor('ShellExecuteW');
+  });
+  assert.equal((await host.page.call('platform', [])).value.name, 'Windows');
+  assert.deepEqual(await host.openedInBrowser(), []);
 });

@@ -8,7 +8,7 @@ import { holdings, holdsNoMore } from './support/holdings.mjs';
 import { replaceConfig, startHost } from './support/host.mjs';
 import { beginEvents, event, startMcpServers } from './support/mcp_http_server.mjs';
 import { kHttpPosted, kMcp } from './support/messages.mjs';
-import { begins, kNoResponse, says } from './support/remotes.mjs';
+import { answer, asks, begins, kNoResponse, says } from './support/remotes.mjs';
 import { startServer } from './support/server.mjs';
 
 const kContextValue = 45; // WINHTTP_OPTION_CONTEXT_VALUE
@@ -22,6 +22,10 @@ before(async () => {
   page = await startServer({ '/': '<!doctype html><title>failing calls</title>' });
   remotes = await startMcpServers({
     session: { initialize: begins('s-1') },
+    asks: {
+      call: ({ response, message }) =>
+        beginEvents(response).end(event(asks(7)) + event(answer(message.id))),
+    },
     speaks: { listen: ({ response }) => beginEvents(response).write(event(says('hello'))) },
   });
   failures = await makeFailures();
@@ -97,6 +101,16 @@ test('a handshake whose notification gets no thread goes on', async () => {
   assert.deepEqual(remotes.of('notification', 'initialized'), []);
 });
 
+test('a question of a server whose answer gets no thread stays open, and the next does not', async () => {
+  await load('asks');
+  assert.deepEqual(await call('asks'), kEcho);
+  await remotes.waitFor('asks', 'answer');
+  assert.deepEqual(await calledDuring('CreateThread:2', 'asks'), kEcho);
+  assert.equal(remotes.of('asks', 'answer').length, 1);
+  assert.deepEqual(await call('asks'), kEcho);
+  await remotes.waitFor('asks', 'answer', 2);
+});
+
 test('a request that gets no thread while the queue is full is given its time', async () => {
   await load('queue');
   assert.deepEqual(await call('queue'), kEcho);
@@ -157,7 +171,7 @@ test('a listener goes on whatever step of it fails', async () => {
   await failures.waitFor('WinHttpOpenRequest/GET');
   const steps = [
     'WinHttpCrackUrl', 'WinHttpOpen', 'WinHttpConnect', 'WinHttpSetStatusCallback', 'WinHttpSendRequest',
-    'WinHttpReceiveResponse', 'WinHttpQueryHeaders', 'WinHttpQueryDataAvailable',
+    'WinHttpReceiveResponse', 'WinHttpQueryHeaders', 'WinHttpQueryDataAvailable', 'WinHttpReadData',
   ];
   for (const plan of steps) {
     failures.plan(plan);
