@@ -12,7 +12,6 @@
 namespace wendra {
 namespace {
 
-constexpr std::uint64_t kMaxConfigBytes = 1'048'576;  // 1 MiB; a larger file counts as none
 constexpr char kDefaultConfig[] = "{\r\n  \"mcpServers\": {}\r\n}\r\n";
 
 std::wstring ProfileFolder() {
@@ -23,17 +22,33 @@ std::wstring ProfileFolder() {
   return EnvironmentText(L"USERPROFILE");
 }
 
+bool IsDirectory(const std::wstring& path) {
+  const DWORD attributes = GetFileAttributesW(path.c_str());
+  return attributes != INVALID_FILE_ATTRIBUTES && (attributes & FILE_ATTRIBUTE_DIRECTORY) != 0;
+}
+
+// After a failed opening of `path`: there is no file of that name.
+bool IsMissing(const std::wstring& path, DWORD error) {
+  return error == ERROR_FILE_NOT_FOUND || error == ERROR_PATH_NOT_FOUND || IsDirectory(path);
+}
+
+ConfigReading ReadFileAt(const std::wstring& path) {
+  const FileHandle file = OpenForReading(path);
+  if (!file) return {.text = {}, .isReadable = IsMissing(path, GetLastError())};
+  const auto bytes = FileSize(file);
+  if (!bytes) return {.text = {}, .isReadable = false};
+  if (*bytes > kMaxConfigBytes) return {};
+  ConfigReading reading;
+  reading.text.resize(static_cast<size_t>(*bytes));  // what cannot be read stays zero bytes
+  reading.isReadable = ReadInto(file, reading.text) == reading.text.size();
+  return reading;
+}
+
 }  // namespace
 
 std::wstring ConfigFilePath() { return ProfileFolder() + L"\\.config\\wendra\\config.json"; }
 
-std::string ReadConfigText(const std::wstring& path) {
-  const FileHandle file = OpenForReading(path);
-  if (!file) return {};
-  const auto bytes = FileSize(file);
-  if (!bytes || *bytes > kMaxConfigBytes) return {};
-  return ReadBytes(file, static_cast<size_t>(*bytes));
-}
+std::string ReadConfigText(const std::wstring& path) { return ReadFileAt(path).text; }
 
 std::string ConfigFile::ConfigPathText() { return Narrow(path_); }
 
@@ -42,28 +57,43 @@ std::wstring ConfigFile::ConfigDirectory() const {
   return separator == std::wstring::npos ? std::wstring() : path_.substr(0, separator);
 }
 
+// Another program may write the file at any time in here. So nothing is ever truncated, and whether
+// it is empty is asked of the handle that is written to.
 void ConfigFile::EnsureDefaultConfig() {
-  if (HasContent()) return;
+  const FileHandle file = OpenForReading(path_);
+  if (!file) {
+    if (IsMissing(path_, GetLastError())) CreateDefault();
+  } else if (FileSize(file) == 0u) {
+    FillEmptyFile();
+  }
+}
+
+void ConfigFile::CreateDefault() {
   CreateDirectories();
-  if (FileHandle file = CreateForWriting(path_)) {
+  if (const FileHandle file = CreateNewForWriting(path_)) {
     (void)WriteBytes(file, kDefaultConfig);  // a failure shows when the file is read
+  } else if (GetLastError() == ERROR_FILE_EXISTS && !IsDirectory(path_)) {
+    return;  // made by another program meanwhile
   }
-  // Deliberate: said even when the file could not be created.
-  log_.Line("[MCP] created default config at " + ConfigPathText());
+  LogDefault();
 }
 
-bool ConfigFile::HasContent() const {
-  const DWORD attributes = GetFileAttributesW(path_.c_str());
-  if (attributes == INVALID_FILE_ATTRIBUTES || (attributes & FILE_ATTRIBUTE_DIRECTORY)) {
-    return false;
+void ConfigFile::FillEmptyFile() {
+  if (const FileHandle file = OpenForChanging(path_)) {
+    if (FileSize(file) != 0u) return;        // written by another program meanwhile
+    (void)WriteBytes(file, kDefaultConfig);  // a failure shows when the file is read
+  } else if (GetLastError() == ERROR_SHARING_VIOLATION) {
+    return;  // another program is about to fill it
   }
-  // Shares reading only: a file that somebody writes just now counts as unreadable.
-  const FileHandle file(CreateFileW(path_.c_str(), GENERIC_READ, FILE_SHARE_READ, nullptr,
-                                    OPEN_EXISTING, 0, nullptr));
-  return file && FileSize(file).value_or(0) > 0;
+  LogDefault();
 }
 
-std::string ConfigFile::ReadConfigText() { return wendra::ReadConfigText(path_); }
+// Deliberate: said even when the file could not be created.
+void ConfigFile::LogDefault() { log_.Line("[MCP] created default config at " + ConfigPathText()); }
+
+std::string ConfigFile::ReadConfigText() { return Read().text; }
+
+ConfigReading ConfigFile::Read() const { return ReadFileAt(path_); }
 
 bool ConfigFile::WriteConfigAtomically(std::string_view text) {
   CreateDirectories();
@@ -83,10 +113,11 @@ bool ConfigFile::WriteConfigAtomically(std::string_view text) {
 }
 
 void ConfigFile::SaveChosenServer(std::string_view url) {
-  const bool saved = WriteConfigAtomically(WithSavedServer(ReadConfigText(), url));
-  log_.Line(
-      (saved ? "[Server] saved \"server\" to " : "[Server] could not save the chosen server to ") +
-      ConfigPathText());
+  const ConfigReading old = Read();
+  const bool isSaved = old.isReadable && WriteConfigAtomically(WithSavedServer(old.text, url));
+  log_.Line((isSaved ? "[Server] saved \"server\" to "
+                     : "[Server] could not save the chosen server to ") +
+            ConfigPathText());
 }
 
 void ConfigFile::CreateDirectories() const {

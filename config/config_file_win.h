@@ -2,6 +2,7 @@
 // UI thread. Reads the disk every time; nothing is cached.
 #pragma once
 
+#include <cstddef>
 #include <string>
 #include <string_view>
 
@@ -10,12 +11,21 @@
 
 namespace wendra {
 
+// 1 MiB. A larger file is not read.
+inline constexpr size_t kMaxConfigBytes = 1'048'576;
+
 // ".config\wendra\config.json" below the user's profile folder; the folder need not exist.
 std::wstring ConfigFilePath();
 
 // The whole file at `path`, at most 1 MiB, no byte-order mark stripped; missing, unreadable or
 // larger gives "". Any thread.
 std::string ReadConfigText(const std::wstring& path);
+
+// What one reading of the file gave.
+struct ConfigReading {
+  std::string text;        // as ReadConfigText gives it
+  bool isReadable = true;  // false: there is a file, but not all of it could be read just now
+};
 
 class ConfigFile : public ServerStore {
  public:
@@ -28,12 +38,16 @@ class ConfigFile : public ServerStore {
   // The folder part of the path; "" when it has none.
   std::wstring ConfigDirectory() const;
 
-  // Writes the default content when the file is missing, a directory, unreadable or empty, and logs
-  // that. Failures are not reported: the next reading tells.
+  // Writes the default content when the file is missing or empty, and logs that, even when it could
+  // not be written: the next reading tells. A file that has content, or that another program keeps
+  // us from opening, is left as it is, and nothing is logged.
   void EnsureDefaultConfig();
 
   // As the function of that name, for this file.
   std::string ReadConfigText() override;
+
+  // The same, for those who must not take a file that another program holds for an empty one.
+  ConfigReading Read() const;
 
   // Replaces the whole content through a temporary file beside it, so that a reader sees the old
   // or the new text and never a part. False when the temporary file cannot be created; the real
@@ -41,11 +55,14 @@ class ConfigFile : public ServerStore {
   // as it was, but is not reported.
   bool WriteConfigAtomically(std::string_view text);
 
-  // Stores `url` as "server" and keeps every other member; logs the outcome.
+  // Stores `url` as "server" and keeps every other member; logs the outcome. A file that cannot be
+  // read is left as it is.
   void SaveChosenServer(std::string_view url) override;
 
  private:
-  bool HasContent() const;
+  void CreateDefault();
+  void FillEmptyFile();
+  void LogDefault();
   void CreateDirectories() const;
 
   const std::wstring path_;

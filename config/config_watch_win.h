@@ -16,6 +16,9 @@ class ConfigWatch {
   // kept. False too while the file is missing.
   bool HasChanged();
 
+  // The file could not be read: the next HasChanged() that finds it says true, whatever its time.
+  void LookAgain() { lastWriteTime_ = 0; }
+
  private:
   const std::wstring path_;
   std::uint64_t lastWriteTime_ = 0;  // in 100 ns since 1601 (FILETIME); 0 when it could not be read

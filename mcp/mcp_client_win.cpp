@@ -8,6 +8,9 @@ namespace {
 // Closing a window is to end the program within two seconds.
 constexpr std::uint32_t kFarewellMs = 1500;
 
+constexpr char kKeepingServers[] =
+    "[MCP] config.json changed but is not valid JSON - keeping current servers";
+
 }  // namespace
 
 McpClient::McpClient(ConfigFile& config, Log& log)
@@ -16,8 +19,9 @@ McpClient::McpClient(ConfigFile& config, Log& log)
 void McpClient::Start(HWND window) {
   window_ = window;
   timers_.window = window;
-  LoadMcpServers();
+  const bool isRead = registry_.LoadMcpServers(window_);
   watch_.emplace(config_.Path());
+  if (!isRead) LookAgain();
 }
 
 void McpClient::Stop() {
@@ -28,20 +32,33 @@ void McpClient::Stop() {
 void McpClient::LoadMcpServers() {
   registry_.StopMcpServers();
   for (McpServer* server : registry_.Servers()) session_.OnStopped(*server);
-  registry_.LoadMcpServers(window_);
+  if (!registry_.LoadMcpServers(window_)) LookAgain();
 }
 
 void McpClient::WaitForFarewells() { registry_.WaitForFarewells(kFarewellMs); }
 
 bool McpClient::CheckMcpConfigChanged() {
   if (!watch_ || !watch_->HasChanged()) return false;
-  if (!ParseJsonObject(config_.ReadConfigText())) {
-    log_.Line("[MCP] config.json changed but is not valid JSON - keeping current servers");
+  const ConfigReading config = config_.Read();
+  if (!config.isReadable) {
+    if (!hasSaidUnreadable_) log_.Line(kKeepingServers);
+    LookAgain();
+    return false;
+  }
+  hasSaidUnreadable_ = false;
+  if (!ParseJsonObject(config.text)) {
+    log_.Line(kKeepingServers);
     return false;
   }
   log_.Line("[MCP] config.json changed on disk - reloading servers");
   LoadMcpServers();
   return true;
+}
+
+// Nothing has been read: what is in the file now must not count as seen.
+void McpClient::LookAgain() {
+  if (watch_) watch_->LookAgain();
+  hasSaidUnreadable_ = true;
 }
 
 void McpClient::OnMessage(McpServer& server, std::unique_ptr<std::string> text) {

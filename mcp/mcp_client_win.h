@@ -35,11 +35,14 @@ class McpClient {
   // hear that their sessions are over. Returns as soon as they have, at the latest after 1.5 s.
   void WaitForFarewells();
 
-  // Stops what runs, ends what waits for it, and starts what config.json lists now.
+  // Stops what runs, ends what waits for it, and starts what config.json lists now. While another
+  // program keeps config.json from being read there are none; CheckMcpConfigChanged starts them as
+  // soon as it can be read.
   void LoadMcpServers();
 
   // Reloads the servers when config.json has been written since the last look and holds a JSON
-  // object. True then: the page is to be told.
+  // object. True then: the page is to be told. A file that cannot be read is looked at again with
+  // the next call, and the servers stay.
   bool CheckMcpConfigChanged();
 
   // What the window was sent. A message of a server that has been stopped is dropped.
@@ -61,6 +64,8 @@ class McpClient {
     HWND window = nullptr;
   };
 
+  void LookAgain();
+
   ConfigFile& config_;
   Log& log_;
   HWND window_ = nullptr;
@@ -68,6 +73,7 @@ class McpClient {
   McpRegistry registry_;
   McpSession session_;
   std::optional<ConfigWatch> watch_;  // from Start on
+  bool hasSaidUnreadable_ = false;    // of config.json, since it was last read
 };
 
 }  // namespace wendra

@@ -32,11 +32,16 @@ McpRegistry::~McpRegistry() {
   for (auto& record : records_) (void)record.release();
 }
 
-void McpRegistry::LoadMcpServers(HWND window) {
+bool McpRegistry::LoadMcpServers(HWND window) {
   WaitForFarewells(0);
   servers_.clear();
   config_.EnsureDefaultConfig();
-  const std::string text = config_.ReadConfigText();
+  const ConfigReading reading = config_.Read();
+  LoadFrom(reading.text, window);
+  return reading.isReadable;
+}
+
+void McpRegistry::LoadFrom(const std::string& text, HWND window) {
   if (text.empty()) return log_.Line("[MCP] could not read config.json — skipping client MCP");
   const auto config = ParseJsonObject(text);
   if (!config) return log_.Line("[MCP] config.json is not a JSON object — skipping client MCP");

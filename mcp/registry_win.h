@@ -3,6 +3,7 @@
 
 #include <cstdint>
 #include <memory>
+#include <string>
 #include <vector>
 
 #include "base/log.h"
@@ -25,7 +26,8 @@ class McpRegistry {
   McpRegistry& operator=(const McpRegistry&) = delete;
 
   // Starts what config.json lists now, after StopMcpServers. `window` gets the servers' messages.
-  void LoadMcpServers(HWND window);
+  // False: there is a file that could not be read, and so nothing was started.
+  bool LoadMcpServers(HWND window);
 
   // In the order of the list; the list stays.
   void StopMcpServers();
@@ -42,6 +44,7 @@ class McpRegistry {
 
  private:
   void StopMcpServer(McpServer& server);
+  void LoadFrom(const std::string& configText, HWND window);
   void Add(std::unique_ptr<McpServer> record, HWND window);
 
   ConfigFile& config_;

@@ -15,6 +15,16 @@ FileHandle CreateForWriting(const std::wstring& path) {
                                 FILE_ATTRIBUTE_NORMAL, nullptr));
 }
 
+FileHandle CreateNewForWriting(const std::wstring& path) {
+  return FileHandle(CreateFileW(path.c_str(), GENERIC_WRITE, 0, nullptr, CREATE_NEW,
+                                FILE_ATTRIBUTE_NORMAL, nullptr));
+}
+
+FileHandle OpenForChanging(const std::wstring& path) {
+  return FileHandle(CreateFileW(path.c_str(), GENERIC_READ | GENERIC_WRITE, FILE_SHARE_READ,
+                                nullptr, OPEN_EXISTING, 0, nullptr));
+}
+
 std::optional<std::uint64_t> FileSize(const FileHandle& file) {
   LARGE_INTEGER size;
   if (!GetFileSizeEx(file.Get(), &size)) return std::nullopt;
@@ -22,16 +32,21 @@ std::optional<std::uint64_t> FileSize(const FileHandle& file) {
 }
 
 std::string ReadBytes(const FileHandle& file, size_t bytes) {
-  constexpr size_t kLargestRead = size_t{1} << 30;  // ReadFile counts in 32 bits
   std::string content(bytes, '\0');
+  (void)ReadInto(file, content);
+  return content;
+}
+
+size_t ReadInto(const FileHandle& file, std::span<char> bytes) {
+  constexpr size_t kLargestRead = size_t{1} << 30;  // ReadFile counts in 32 bits
   size_t done = 0;
-  while (done < bytes) {
-    const auto wanted = static_cast<DWORD>(std::min(bytes - done, kLargestRead));
+  while (done < bytes.size()) {
+    const auto wanted = static_cast<DWORD>(std::min(bytes.size() - done, kLargestRead));
     DWORD got = 0;
-    if (!ReadFile(file.Get(), content.data() + done, wanted, &got, nullptr) || got == 0) break;
+    if (!ReadFile(file.Get(), bytes.data() + done, wanted, &got, nullptr) || got == 0) break;
     done += got;
   }
-  return content;
+  return done;
 }
 
 bool WriteBytes(const FileHandle& file, std::string_view text) {

@@ -8,8 +8,8 @@
 #include <functional>
 
 #include "mcp/tool_actions.h"
-#include "tests/bench/import_hook_win.h"
 #include "tests/bench/mcp_window_win.h"
+#include "tests/support/import_hook_win.h"
 #include "tests/support/recording_page.h"
 
 namespace wendra {

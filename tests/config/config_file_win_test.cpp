@@ -2,10 +2,15 @@
 
 #include <filesystem>
 #include <fstream>
+#include <functional>
 #include <sstream>
+#include <stop_token>
+#include <thread>
+#include <utility>
 
 #include <gtest/gtest.h>
 
+#include "tests/support/import_hook_win.h"
 #include "tests/support/recording_log.h"
 #include "tests/support/scratch_folder_win.h"
 #include "win/file.h"
@@ -16,6 +21,59 @@ namespace {
 
 using Lines = std::vector<std::string>;
 constexpr std::string_view kDefault = "{\r\n  \"mcpServers\": {}\r\n}\r\n";
+
+struct ShareMode {
+  const char* name;
+  DWORD value;
+};
+constexpr ShareMode kShareModes[] = {{"none", 0}, {"read", FILE_SHARE_READ}};
+
+// The file as another program holds it that reads and writes it.
+FileHandle Hold(const std::wstring& path, DWORD share) {
+  return FileHandle(CreateFileW(path.c_str(), GENERIC_READ | GENERIC_WRITE, share, nullptr,
+                                OPEN_EXISTING, 0, nullptr));
+}
+
+// What the next calls of the system's functions do here; reset by each test that sets one.
+enum class Fault { kNone, kDiskFull, kShortWrite, kReadError, kReadOnly };
+Fault fault = Fault::kNone;
+std::function<void()> afterFileOpening;  // runs after each CreateFileW, "" for nothing
+
+decltype(&WriteFile) realWriteFile = nullptr;
+decltype(&ReadFile) realReadFile = nullptr;
+decltype(&CreateFileW) realCreateFile = nullptr;
+
+BOOL WINAPI FaultyWriteFile(HANDLE file, const void* bytes, DWORD count, DWORD* written,
+                            OVERLAPPED* overlapped) {
+  if (fault != Fault::kDiskFull && fault != Fault::kShortWrite) {
+    return realWriteFile(file, bytes, count, written, overlapped);
+  }
+  const BOOL isWritten = realWriteFile(file, bytes, count / 2, written, overlapped);
+  if (fault == Fault::kShortWrite) return isWritten;
+  SetLastError(ERROR_DISK_FULL);
+  return FALSE;
+}
+
+BOOL WINAPI FaultyReadFile(HANDLE file, void* bytes, DWORD count, DWORD* got,
+                           OVERLAPPED* overlapped) {
+  if (fault != Fault::kReadError) return realReadFile(file, bytes, count, got, overlapped);
+  SetLastError(ERROR_LOCK_VIOLATION);
+  return FALSE;
+}
+
+HANDLE WINAPI WatchedCreateFile(const wchar_t* path, DWORD access, DWORD share,
+                                SECURITY_ATTRIBUTES* security, DWORD disposition, DWORD flags,
+                                HANDLE model) {
+  if (fault == Fault::kReadOnly && (access & GENERIC_WRITE)) {
+    SetLastError(ERROR_ACCESS_DENIED);
+    return INVALID_HANDLE_VALUE;
+  }
+  const HANDLE file = realCreateFile(path, access, share, security, disposition, flags, model);
+  const DWORD error = GetLastError();
+  if (afterFileOpening) std::exchange(afterFileOpening, {})();
+  SetLastError(error);
+  return file;
+}
 
 class ConfigFileTest : public testing::Test {
  protected:
@@ -30,6 +88,17 @@ class ConfigFileTest : public testing::Test {
     return content.str();
   }
   static bool Exists(const std::wstring& path) { return std::filesystem::exists(path); }
+
+  static void SetUpTestSuite() {
+    realWriteFile = HookImport("WriteFile", &FaultyWriteFile);
+    realReadFile = HookImport("ReadFile", &FaultyReadFile);
+    realCreateFile = HookImport("CreateFileW", &WatchedCreateFile);
+    ASSERT_TRUE(realWriteFile && realReadFile && realCreateFile);
+  }
+  void TearDown() override {
+    fault = Fault::kNone;
+    afterFileOpening = {};
+  }
 
   ScratchFolder folder_;
   const std::wstring path_ = folder_ / L"süd\\wendra\\config.json";
@@ -85,15 +154,91 @@ TEST_F(ConfigFileTest, EnsureDefaultSaysItsLineEvenWhereADirectoryIsInTheWay) {
 }
 
 TEST_F(ConfigFileTest, EnsureDefaultLeavesAFileThatAnotherProgramHolds) {
-  Write(path_, "{\"kept\":1}");
-  {
-    const FileHandle held(CreateFileW(path_.c_str(), GENERIC_READ | GENERIC_WRITE, 0, nullptr,
-                                      OPEN_EXISTING, 0, nullptr));
+  for (const auto& share : kShareModes) {
+    SCOPED_TRACE(share.name);
+    Write(path_, "{\"kept\":1}");
+    FileHandle held = Hold(path_, share.value);
     ASSERT_TRUE(held);
     config_.EnsureDefaultConfig();
+    held.Reset();
+    EXPECT_EQ(Content(path_), "{\"kept\":1}");
   }
+  EXPECT_EQ(log_.lines, Lines());
+}
+
+TEST_F(ConfigFileTest, EnsureDefaultLeavesAFileThatIsLetGoOfWhileItLooks) {
+  for (const auto& share : kShareModes) {
+    SCOPED_TRACE(share.name);
+    Write(path_, "{\"kept\":1}");
+    FileHandle held = Hold(path_, share.value);
+    ASSERT_TRUE(held);
+    afterFileOpening = [&] { held.Reset(); };
+    config_.EnsureDefaultConfig();
+    EXPECT_FALSE(held);
+    EXPECT_EQ(Content(path_), "{\"kept\":1}");
+  }
+  EXPECT_EQ(log_.lines, Lines());
+}
+
+TEST_F(ConfigFileTest, EnsureDefaultLeavesAFileThatIsWrittenWhileItLooks) {
+  const struct {
+    const char* name;
+    bool isThere;
+  } cases[] = {{"empty before", true}, {"missing before", false}};
+  for (const auto& c : cases) {
+    SCOPED_TRACE(c.name);
+    std::filesystem::remove_all(std::filesystem::path(path_).parent_path());
+    if (c.isThere) Write(path_, "");
+    afterFileOpening = [&] { Write(path_, "{\"kept\":1}"); };
+    config_.EnsureDefaultConfig();
+    EXPECT_EQ(Content(path_), "{\"kept\":1}");
+  }
+  EXPECT_EQ(log_.lines, Lines());
+}
+
+TEST_F(ConfigFileTest, EnsureDefaultLeavesAnEmptyFileThatAnotherProgramIsAboutToFill) {
+  Write(path_, "");
+  FileHandle held = Hold(path_, FILE_SHARE_READ | FILE_SHARE_WRITE);
+  config_.EnsureDefaultConfig();
+  ASSERT_TRUE(WriteBytes(held, "{\"kept\":1}"));
+  held.Reset();
   EXPECT_EQ(Content(path_), "{\"kept\":1}");
+  EXPECT_EQ(log_.lines, Lines());
+}
+
+TEST_F(ConfigFileTest, EnsureDefaultSaysItsLineEvenWhereAnEmptyFileIsReadOnly) {
+  Write(path_, "");
+  fault = Fault::kReadOnly;
+  config_.EnsureDefaultConfig();
+  fault = Fault::kNone;
+  EXPECT_EQ(Content(path_), "");
   EXPECT_EQ(log_.lines, Lines{"[MCP] created default config at " + pathText_});
+}
+
+// What the host does whenever a page asks for the file, 10,000 times.
+TEST_F(ConfigFileTest, NothingIsLostWhileAnotherProgramOpensAndReleasesTheFile) {
+  constexpr int kRounds = 10'000;
+  for (const auto& share : kShareModes) {
+    SCOPED_TRACE(share.name);
+    Write(path_, "{\"kept\":1}");
+    const std::jthread other([&](const std::stop_token& stop) {
+      while (!stop.stop_requested()) (void)Hold(path_, share.value);
+    });
+    int read = 0;
+    for (int i = 0; i < kRounds; ++i) {
+      config_.EnsureDefaultConfig();
+      const std::string text = config_.ReadConfigText();
+      ASSERT_TRUE(text.empty() || text == "{\"kept\":1}") << text;
+      read += !text.empty();
+    }
+    if (share.value == 0) {
+      EXPECT_GT(read, 0);        // it was free at times
+      EXPECT_LT(read, kRounds);  // and held at others
+    } else {
+      EXPECT_EQ(read, kRounds);
+    }
+  }
+  EXPECT_EQ(log_.lines, Lines());
 }
 
 TEST_F(ConfigFileTest, ReadsUpToOneMebibyteAsItIs) {
@@ -159,6 +304,37 @@ TEST_F(ConfigFileTest, WriteCountsAsDoneWhereTheMoveFails) {
   }
   EXPECT_EQ(Content(path_), "old");
   EXPECT_EQ(Content(path_ + L".tmp"), "new");
+}
+
+TEST_F(ConfigFileTest, WriteMovesNothingThatIsNotWhole) {
+  for (const Fault f : {Fault::kDiskFull, Fault::kShortWrite}) {
+    Write(path_, "old");
+    fault = f;
+    EXPECT_TRUE(config_.WriteConfigAtomically("new text"));
+    fault = Fault::kNone;
+    EXPECT_EQ(Content(path_), "old");
+    EXPECT_EQ(Content(path_ + L".tmp"), "new ");
+  }
+}
+
+TEST_F(ConfigFileTest, SaveLeavesAFileThatItCannotRead) {
+  const std::string old = "{\"mcpServers\":{\"a\":{}}}";
+  const auto check = [&] {
+    EXPECT_EQ(Content(path_), old);
+    EXPECT_FALSE(Exists(path_ + L".tmp"));
+    EXPECT_EQ(log_.lines, Lines{"[Server] could not save the chosen server to " + pathText_});
+    log_.lines.clear();
+  };
+  Write(path_, old);
+  FileHandle held = Hold(path_, 0);
+  afterFileOpening = [&] { held.Reset(); };  // nothing would stop a move
+  config_.SaveChosenServer("http://localhost");
+  check();
+
+  fault = Fault::kReadError;  // opened, but a part of it is locked
+  config_.SaveChosenServer("http://localhost");
+  fault = Fault::kNone;
+  check();
 }
 
 TEST_F(ConfigFileTest, SaveWritesOneLineAndSaysWhere) {

@@ -34,6 +34,19 @@ TEST(ConfigWatch, ReportsEachDifferenceOnceEarlierOrLater) {
   EXPECT_FALSE(watch.HasChanged());
 }
 
+TEST(ConfigWatch, ReportsTheSameTimeAgainWhenAskedTo) {
+  ScratchFolder folder;
+  const std::wstring path = folder / L"config.json";
+  std::ofstream(std::filesystem::path(path)) << "{}";
+  ConfigWatch watch(path);
+  watch.LookAgain();
+  EXPECT_TRUE(watch.HasChanged());
+  EXPECT_FALSE(watch.HasChanged());
+  std::filesystem::remove(path);
+  watch.LookAgain();
+  EXPECT_FALSE(watch.HasChanged());
+}
+
 TEST(ConfigWatch, SaysNothingWhileTheFileIsMissing) {
   ScratchFolder folder;
   const std::wstring path = folder / L"config.json";

@@ -16,6 +16,9 @@
 //   handles      says how many handles it has inherited, and how many of these are its streams
 //   shut         closes its standard streams
 //   pause MS     does nothing for so long
+//   keep FILE SHARE NAME    opens the file for reading and writing until the event NAME is set;
+//                SHARE, none or read, is what others may do meanwhile
+//   occupy FILE SHARE NAME  opens it in that way and closes it, over and over until then
 //   exit N       ends with this code
 //   crash        ends by an access violation
 #include <algorithm>
@@ -106,6 +109,23 @@ void SetEventOfAnother(const std::string& name) {
   SetEvent(event.Get());
 }
 
+FileHandle OpenShared(const std::string& file, const std::string& share) {
+  return FileHandle(CreateFileW(Widen(file).c_str(), GENERIC_READ | GENERIC_WRITE,
+                                share == "read" ? FILE_SHARE_READ : 0, nullptr, OPEN_EXISTING, 0,
+                                nullptr));
+}
+
+void KeepFile(const std::string& path, const std::string& share, const std::string& name) {
+  FileHandle file;
+  while (!file) file = OpenShared(path, share);  // another may have it at first
+  WaitForSingleObject(OpenEventNamed(name).Get(), INFINITE);
+}
+
+void OccupyFile(const std::string& path, const std::string& share, const std::string& name) {
+  const KernelHandle end = OpenEventNamed(name);
+  while (WaitForSingleObject(end.Get(), 0) != WAIT_OBJECT_0) (void)OpenShared(path, share);
+}
+
 void HoldStreams(const std::string& name) {
   wchar_t self[MAX_PATH];
   GetModuleFileNameW(nullptr, self, MAX_PATH);
@@ -186,6 +206,10 @@ void Do(const std::vector<std::string>& arguments) {
       CloseStreams();
     } else if (what == "pause") {
       Sleep(static_cast<DWORD>(takeNumber()));
+    } else if (what == "keep" || what == "occupy") {
+      const std::string path = take();
+      const std::string share = take();
+      (what == "keep" ? KeepFile : OccupyFile)(path, share, take());
     } else if (what == "exit") {
       ExitProcess(static_cast<UINT>(takeNumber()));
     } else if (what == "crash") {
