@@ -33,6 +33,9 @@ Action McpWriteConfigAction(Replies& replies, ConfigFile& config, Log& log,
               return replies.Fail(reqId, "mcpWriteConfig expects [content]");
             }
             const std::string_view content = StringArgument(args, 0);
+            if (content.size() > kMaxConfigBytes) {
+              return replies.Fail(reqId, "config.json may not be larger than 1 MiB");
+            }
             if (!ParseJsonObject(content)) {
               return replies.Fail(reqId, "Invalid JSON — the file must contain a JSON object");
             }

@@ -8,6 +8,7 @@ import './wendra-host.js'; // installs the door for replies
 /** @typedef {(first: string, second: string, third: unknown) => unknown} Action its arguments as the host reads them */
 
 const kMaxFileBytes = 16 * 1024 * 1024;
+const kMaxConfigBytes = 1024 * 1024;
 const kDefaultConfig = '{\r\n  "mcpServers": {}\r\n}\r\n';
 const kAccessDenied = 5; // Windows' error numbers
 const kPathNotFound = 3;
@@ -263,10 +264,12 @@ function makeActions(options) {
     mcpServers: () => servers.list(),
     mcpReadConfig: () => ({ path: config, content: toText(disk.read(config)) }),
     mcpWriteConfig(content) {
+      const bytes = toBytes(content);
+      if (bytes.length > kMaxConfigBytes) refuse('config.json may not be larger than 1 MiB');
       if (!parsedObject(content)) {
         refuse('Invalid JSON — the file must contain a JSON object');
       }
-      disk.write(config, toBytes(content));
+      disk.write(config, bytes);
       servers.load(content);
       setTimeout(() => document.dispatchEvent(new CustomEvent('mcpConfigChanged')));
       return { ok: true };

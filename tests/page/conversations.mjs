@@ -5,6 +5,8 @@ const kFails = (value) => ({ ok: 0, value });
 
 const kDefaultConfig = '{\r\n  "mcpServers": {}\r\n}\r\n';
 const kInvalid = 'Invalid JSON — the file must contain a JSON object';
+const kTooLarge = 'config.json may not be larger than 1 MiB';
+const kLargestConfig = `{"a":"ü"}${' '.repeat(1_048_576 - 10)}`; // in bytes of UTF-8
 const configPath = (home) => `${home}\\.config\\wendra\\config.json`;
 
 export const conversations = (home) => [
@@ -112,9 +114,13 @@ export const conversations = (home) => [
       ['mcpWriteConfig', ['[]'], kFails(kInvalid)],
       ['mcpWriteConfig', ['null'], kFails(kInvalid)],
       ['mcpWriteConfig', ['{'], kFails(kInvalid)],
+      ['mcpWriteConfig', [`${kLargestConfig} `], kFails(kTooLarge)],
+      ['mcpWriteConfig', ['x'.repeat(1_048_577)], kFails(kTooLarge)],
       ['mcpReadConfig', [], kOk({ path: configPath(home), content: kDefaultConfig })],
       ['mcpWriteConfig', ['{"a":"ü"} \n'], kOk({ ok: true })],
       ['mcpReadConfig', [], kOk({ path: configPath(home), content: '{"a":"ü"} \n' })],
+      ['mcpWriteConfig', [kLargestConfig], kOk({ ok: true })],
+      ['mcpReadConfig', [], kOk({ path: configPath(home), content: kLargestConfig })],
       ['mcpWriteConfig', [kDefaultConfig], kOk({ ok: true })],
     ],
   },
@@ -127,6 +133,8 @@ export const conversations = (home) => [
       ['mcpCall', ['x', 'tool', {}], kOk({ error: "unknown MCP server 'x'" })],
       ['mcpCall', ["it's"], kOk({ error: "unknown MCP server 'it's'" })],
       ['mcpCall', [5], kOk({ error: "unknown MCP server ''" })],
+      ['mcpWriteConfig', [kLargestConfig], kOk({ ok: true })],
+      ['mcpReadConfig', [], kOk({ path: configPath(home), content: kLargestConfig })],
       ['mcpWriteConfig', [kDefaultConfig], kOk({ ok: true })],
     ],
   },
