@@ -5,7 +5,6 @@
 
 #include "bridge/exec_win.h"
 #include "bridge/file_actions.h"
-#include "bridge/pick_directory_win.h"
 #include "bridge/platform.h"
 #include "bridge/project_dirs.h"
 #include "config/server_address.h"
@@ -28,16 +27,17 @@ Application::Application(HINSTANCE instance, std::string server, WindowLog& log,
                  [this](std::string_view address) { return IsTrustedPage(address, server_); }},
             log),
       replies_(page_),
+      folderPicker_(replies_, [this] { return window_.Handle(); }),
       mcp_(config, log),
       bridge_(MakeActions(), replies_, log),
-      window_(instance, log, mcp_, page_, replies_, [this] { CheckForUpdates(); }) {}
+      window_(instance, log, mcp_, page_, replies_, folderPicker_, [this] { CheckForUpdates(); }) {}
 
 // The order is the order in which names are compared.
 ActionTable Application::MakeActions() {
   const auto window = [this] { return window_.Handle(); };
   const auto servers = [this] { return std::span(mcp_.Registry().Servers()); };
   return {
-      PickDirectoryAction(replies_, window),
+      folderPicker_.MakeAction(),
       PlatformAction(replies_),
       GetProjectDirsAction(replies_, ProjectDirsKeyPath()),
       SetProjectDirAction(replies_, ProjectDirsKeyPath()),

@@ -8,6 +8,7 @@
 #include "app/main_window_win.h"
 #include "app/window_log_win.h"
 #include "bridge/bridge.h"
+#include "bridge/pick_directory_win.h"
 #include "bridge/replies.h"
 #include "config/config_file_win.h"
 #include "mcp/mcp_client_win.h"
@@ -37,6 +38,7 @@ class Application {
   ConfigFile& config_;
   PageHost page_;
   Replies replies_;
+  FolderPicker folderPicker_;
   McpClient mcp_;
   Bridge bridge_;
   MainWindow window_;

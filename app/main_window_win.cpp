@@ -7,7 +7,6 @@
 
 #include "app/layout.h"
 #include "bridge/exec_win.h"
-#include "bridge/pick_directory_win.h"
 #include "mcp/server.h"
 #include "win/messages.h"
 #include "win/owned_message.h"
@@ -50,12 +49,14 @@ RECT ToRect(const Box& box) { return {box.left, box.top, box.right, box.bottom};
 }  // namespace
 
 MainWindow::MainWindow(HINSTANCE instance, WindowLog& log, McpClient& mcp, PageHost& page,
-                       Replies& replies, std::function<void()> checkForUpdates)
+                       Replies& replies, FolderPicker& folderPicker,
+                       std::function<void()> checkForUpdates)
     : instance_(instance),
       log_(log),
       mcp_(mcp),
       page_(page),
       replies_(replies),
+      folderPicker_(folderPicker),
       checkForUpdates_(std::move(checkForUpdates)) {
   RegisterWindowClass(instance, &MainWindow::WindowProcedure);
   CreateWindowExW(0, kWindowClass, L"Wendra", WS_OVERLAPPEDWINDOW, CW_USEDEFAULT, CW_USEDEFAULT,
@@ -116,7 +117,7 @@ void MainWindow::OnMessage(UINT message, WPARAM wparam, LPARAM lparam) {
     case WM_DPICHANGED:
       return OnDpiChanged(*reinterpret_cast<const RECT*>(lparam));
     case kCreateWebViewMessage:
-      return page_.Create(window_);
+      return OnCreateWebView();
     case kLogLineMessage: {
       const auto line = TakeOwned<std::string>(lparam);
       return log_.Line(*line);
@@ -133,10 +134,8 @@ void MainWindow::OnMessage(UINT message, WPARAM wparam, LPARAM lparam) {
       return mcp_.OnClosed(*reinterpret_cast<McpServer*>(wparam));
     case kHttpPostedMessage:
       return mcp_.OnHttpPosted();
-    case kPickDirectoryMessage: {
-      const auto request = TakeOwned<PickDirectoryRequest>(lparam);
-      return AnswerPickDirectory(*request, window_, replies_);
-    }
+    case kPickDirectoryMessage:
+      return folderPicker_.ShowDialogs();
     default:
       return;
   }
@@ -161,6 +160,11 @@ void MainWindow::OnDestroy() {
   log_.SetPanel(nullptr);
   panel_.reset();
   PostQuitMessage(0);
+}
+
+// Any program may post that message too; there is one control all the same.
+void MainWindow::OnCreateWebView() {
+  if (!std::exchange(hasWebView_, true)) page_.Create(window_);
 }
 
 void MainWindow::OnCommand(WORD command) {

@@ -6,6 +6,7 @@
 
 #include "app/log_panel_win.h"
 #include "app/window_log_win.h"
+#include "bridge/pick_directory_win.h"
 #include "bridge/replies.h"
 #include "mcp/mcp_client_win.h"
 #include "webview/page_host_win.h"
@@ -20,7 +21,7 @@ class MainWindow {
   // Makes the window, still hidden; Handle() is null if that failed. Borrows everything.
   // `checkForUpdates` is what Ctrl+U does.
   MainWindow(HINSTANCE instance, WindowLog& log, McpClient& mcp, PageHost& page, Replies& replies,
-             std::function<void()> checkForUpdates);
+             FolderPicker& folderPicker, std::function<void()> checkForUpdates);
   ~MainWindow();
   MainWindow(const MainWindow&) = delete;
   MainWindow& operator=(const MainWindow&) = delete;
@@ -39,6 +40,7 @@ class MainWindow {
   void OnMessage(UINT message, WPARAM wparam, LPARAM lparam);
   void OnCreate();
   void OnDestroy();
+  void OnCreateWebView();
   void OnCommand(WORD command);
   void OnTimer(UINT_PTR timer);
   void OnGetMinMaxInfo(MINMAXINFO& info) const;
@@ -50,9 +52,11 @@ class MainWindow {
   McpClient& mcp_;
   PageHost& page_;
   Replies& replies_;
+  FolderPicker& folderPicker_;
   const std::function<void()> checkForUpdates_;
   HWND window_ = nullptr;          // from WM_NCCREATE to WM_NCDESTROY
   bool isCreated_ = false;         // the window has been made: its DPI can be asked for
+  bool hasWebView_ = false;        // the control has been asked for
   std::optional<LogPanel> panel_;  // from WM_CREATE to WM_DESTROY
 };
 

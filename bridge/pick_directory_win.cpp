@@ -1,20 +1,15 @@
 #include "bridge/pick_directory_win.h"
 
-#include <memory>
-#include <optional>
 #include <utility>
 
 #include "win/messages.h"
-#include "win/owned_message.h"
 #include "win/unique.h"
 #include "win/wide.h"
 
 #include <shobjidl.h>
 
 namespace wendra {
-namespace {
 
-// The chosen folder, or nothing.
 std::optional<std::string> ChooseFolder(const std::string& title, HWND owner) {
   ComOwner<IFileOpenDialog> dialog;
   void** const receiver = reinterpret_cast<void**>(dialog.Receive());
@@ -34,22 +29,41 @@ std::optional<std::string> ChooseFolder(const std::string& title, HWND owner) {
   return Narrow(path.Get());
 }
 
-}  // namespace
+FolderPicker::FolderPicker(Replies& replies, std::function<HWND()> window, Chooser choose)
+    : replies_(replies), window_(std::move(window)), choose_(std::move(choose)) {}
 
-Action PickDirectoryAction(Replies& replies, std::function<HWND()> window) {
-  return {"pickDirectory",
-          [&replies, window = std::move(window)](const std::string& reqId, const Json& args) {
-            auto request = std::make_unique<PickDirectoryRequest>(
-                PickDirectoryRequest{reqId, std::string(StringArgument(args, 0))});
-            if (!PostOwned(window(), kPickDirectoryMessage, 0, std::move(request))) {
-              replies.Succeed(reqId, Json());  // no dialog to be had
-            }
+Action FolderPicker::MakeAction() {
+  return {"pickDirectory", [this](const std::string& reqId, const Json& args) {
+            Add({reqId, std::string(StringArgument(args, 0))});
           }};
 }
 
-void AnswerPickDirectory(const PickDirectoryRequest& request, HWND owner, Replies& replies) {
-  const auto folder = ChooseFolder(request.title, owner);
-  replies.Succeed(request.reqId, folder ? Json(*folder) : Json());
+void FolderPicker::Add(Request request) {
+  // The first of the queue does not wait for a dialog, unless one is shown.
+  const size_t room = kMaxWaiting + (isShowing_ ? 0 : 1);
+  if (waiting_.size() >= room) return Answer(request, std::nullopt);
+  waiting_.push_back(std::move(request));
+  if (isShowing_ || waiting_.size() > 1) return;  // its turn comes by itself
+  const HWND window = window_();
+  if (window && PostMessageW(window, kPickDirectoryMessage, 0, 0)) return;
+  Answer(waiting_.front(), std::nullopt);  // no dialog to be had
+  waiting_.clear();
+}
+
+void FolderPicker::ShowDialogs() {
+  if (isShowing_) return;
+  isShowing_ = true;
+  for (HWND owner = window_(); owner && !waiting_.empty(); owner = window_()) {
+    const Request request = std::move(waiting_.front());
+    waiting_.pop_front();
+    Answer(request, choose_(request.title, owner));
+  }
+  waiting_.clear();  // without a window there is no page either
+  isShowing_ = false;
+}
+
+void FolderPicker::Answer(const Request& request, const std::optional<std::string>& folder) {
+  replies_.Succeed(request.reqId, folder ? Json(*folder) : Json());
 }
 
 }  // namespace wendra

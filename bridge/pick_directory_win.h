@@ -1,7 +1,9 @@
 // The action pickDirectory: the system's dialog for choosing a folder.
 #pragma once
 
+#include <deque>
 #include <functional>
+#include <optional>
 #include <string>
 
 #include "bridge/action.h"
@@ -11,19 +13,47 @@
 
 namespace wendra {
 
-// Payload of kPickDirectoryMessage.
-struct PickDirectoryRequest {
-  std::string reqId;
-  std::string title;  // UTF-8; "" leaves the system's own
+// Shows the dialog over `owner` and gives the chosen folder's path, or nothing when the user
+// cancelled or there was no dialog to be had. Returns when the user has decided; other messages are
+// handled meanwhile. `title` is UTF-8; "" leaves the system's own.
+std::optional<std::string> ChooseFolder(const std::string& title, HWND owner);
+
+// Shows one dialog at a time, in the order of the requests. UI thread only.
+class FolderPicker {
+ public:
+  using Chooser = std::function<std::optional<std::string>(const std::string& title, HWND owner)>;
+
+  static constexpr size_t kMaxWaiting = 16;  // behind the dialog that is shown
+
+  // Borrows `replies`. `window` gives the main window, null when it is gone.
+  FolderPicker(Replies& replies, std::function<HWND()> window, Chooser choose = ChooseFolder);
+  FolderPicker(const FolderPicker&) = delete;
+  FolderPicker& operator=(const FolderPicker&) = delete;
+
+  // The action queues a request and wakes the window with kPickDirectoryMessage, so that the dialog
+  // runs from the message loop: inside the page's message it would keep every later one waiting.
+  // With kMaxWaiting requests before it a further one is answered with null at once.
+  Action MakeAction();
+
+  // What the window does with kPickDirectoryMessage: shows the dialogs of all queued requests and
+  // answers each with the path or with null. Does nothing while one is shown, or without a request:
+  // anybody may post that message.
+  void ShowDialogs();
+
+ private:
+  struct Request {
+    std::string reqId;
+    std::string title;
+  };
+
+  void Add(Request request);
+  void Answer(const Request& request, const std::optional<std::string>& folder);
+
+  Replies& replies_;
+  const std::function<HWND()> window_;
+  const Chooser choose_;
+  std::deque<Request> waiting_;
+  bool isShowing_ = false;
 };
-
-// Posts a request to the window, so that the dialog runs from the message loop: inside the page's
-// message it would keep every later one waiting. `window` gives the main window; borrows `replies`.
-Action PickDirectoryAction(Replies& replies, std::function<HWND()> window);
-
-// Shows the dialog over `owner` and answers with the chosen folder's path, or with null when the
-// user cancelled or there was no dialog to be had. UI thread; returns when the user has decided,
-// other messages being handled meanwhile.
-void AnswerPickDirectory(const PickDirectoryRequest& request, HWND owner, Replies& replies);
 
 }  // namespace wendra

@@ -7,8 +7,11 @@
 // | kMcpClosedMessage        | server | 0                                 | a reader   | mcp      |
 // | kCreateWebViewMessage    | 0      | 0                                 | app        | webview  |
 // | kLogLineMessage          | 0      | owned std::string, one UTF-8 line | any thread | log      |
-// | kPickDirectoryMessage    | 0      | owned PickDirectoryRequest        | bridge     | bridge   |
+// | kPickDirectoryMessage    | 0      | 0                                 | bridge     | bridge   |
 // | kHttpPostedMessage       | 0      | 0                                 | a worker   | mcp      |
+//
+// Any program of the user may post these numbers too. What has no payload here is handled as often
+// as it comes and does no harm.
 //
 // An owned payload belongs to the window procedure as soon as the post has succeeded
 // (win/owned_message.h); it frees the payload whatever else it does with it. What is still queued

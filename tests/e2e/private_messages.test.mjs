@@ -1,0 +1,44 @@
+// The messages that only the program itself has a use for, posted by another program: those without
+// a payload do no harm, whatever their numbers are.
+import assert from 'node:assert/strict';
+import { after, before, test } from 'node:test';
+import { startHost } from './support/host.mjs';
+import { startServer } from './support/server.mjs';
+
+const WM_APP = 0x8000;
+const kCreateWebView = WM_APP + 4;
+const kPickDirectory = WM_APP + 6;
+const kNumbers = [0, 1, -1, 4096, 0x7fff_ffff_ffff];
+
+let server;
+let host;
+
+before(async () => {
+  server = await startServer({ '/': '<!doctype html><title>page</title>' });
+  host = await startHost({ address: server.url });
+});
+
+after(async () => {
+  assert.equal(await host?.close(), 0);
+  await server?.close();
+});
+
+const children = async () => (await host.probe('controls', 'WendraHostWnd')).controls.length;
+const loads = () => server.requests.filter(({ url }) => url === '/').length;
+
+for (const [name, message] of Object.entries({ kCreateWebView, kPickDirectory })) {
+  test(`${name} from elsewhere does nothing`, async () => {
+    await host.page.evaluate('window.isOld = true');
+    const before = [await children(), loads()];
+    for (const wparam of kNumbers) {
+      for (const lparam of kNumbers) {
+        await host.probe('post', 'window', message, wparam, lparam);
+        await host.probe('send', 'window', message, wparam, lparam);
+      }
+    }
+    assert.equal((await host.page.call('platform')).ok, 1); // behind all of them
+    assert.equal(await host.page.evaluate('window.isOld'), true);
+    assert.deepEqual([await children(), loads()], before);
+    assert.equal((await host.probe('windows')).windows.length, 1);
+  });
+}
