@@ -14,6 +14,18 @@
 #include "win/messages.h"
 
 namespace wendra {
+namespace {
+
+// The thread's next message. False: there is none any more; `message` then is the quit message,
+// unless somebody else has taken that.
+bool NextMessage(MSG& message, bool windowIsThere) {
+  if (windowIsThere) return GetMessageW(&message, nullptr, 0, 0) > 0;
+  // The window has posted the quit message, which comes last. A modal loop in which the window went
+  // may have swallowed it: it is not waited for.
+  return PeekMessageW(&message, nullptr, 0, 0, PM_REMOVE) && message.message != WM_QUIT;
+}
+
+}  // namespace
 
 Application::Application(HINSTANCE instance, std::string server, WindowLog& log, ConfigFile& config)
     : server_(std::move(server)),
@@ -62,14 +74,14 @@ int Application::Run() {
 
   const AcceleratorTable accelerators = MainWindow::MakeAccelerators();
   MSG message{};
-  while (GetMessageW(&message, nullptr, 0, 0) > 0) {
+  while (NextMessage(message, window_.Handle() != nullptr)) {
     // The message's own window: the keys act only while the main window itself has the focus.
     if (accelerators && TranslateAcceleratorW(message.hwnd, accelerators.Get(), &message)) continue;
     TranslateMessage(&message);
     DispatchMessageW(&message);
   }
   mcp_.WaitForFarewells();
-  return static_cast<int>(message.wParam);
+  return message.message == WM_QUIT ? static_cast<int>(message.wParam) : 0;
 }
 
 void Application::CheckForUpdates() {

@@ -8,6 +8,7 @@
 //   windows                 all visible top-level windows of the window's process
 //   send WHO MSG W L        SendMessage with numbers only; WHO is window or panel
 //   post WHO MSG W L        PostMessage
+//   modal                   whether its thread is in a loop that moves or sizes a window
 //   move X Y WIDTH HEIGHT   SetWindowPos; answers the rectangle that came of it
 //   process                 facts of the window's process
 //   clipboard JSON          puts a text, written as a JSON string, into the clipboard
@@ -267,6 +268,15 @@ Json Move(std::istream& arguments) {
   return Object({{"rect", RectangleJson(ScreenRectangle(window))}});
 }
 
+Json DescribeModalLoop(std::istream&) {
+  const HWND window = HostWindow();
+  if (!window) return Error("no window");
+  GUITHREADINFO info{};
+  info.cbSize = sizeof(info);
+  GetGUIThreadInfo(GetWindowThreadProcessId(window, nullptr), &info);
+  return Object({{"modal", (info.flags & GUI_INMOVESIZE) != 0}});
+}
+
 Json DescribeProcess(std::istream&) {
   const HWND window = HostWindow();
   return window ? ProcessJson(ProcessOf(window)) : Error("no window");
@@ -406,6 +416,7 @@ Json Answer(const std::string& line) {
       {"windows", DescribeWindows},
       {"send", Send},
       {"post", Post},
+      {"modal", DescribeModalLoop},
       {"move", Move},
       {"process", DescribeProcess},
       {"clipboard", SetClipboard},

@@ -41,9 +41,14 @@ export class Screen {
     await this.#run('xdotool', ...down, 'click', button, ...up);
   }
 
-  async drag(from, to) {
-    await this.moveMouse(...from);
+  // The left button, which stays down.
+  async press(x, y) {
+    await this.moveMouse(x, y);
     await this.#run('xdotool', 'mousedown', 1);
+  }
+
+  async drag(from, to) {
+    await this.press(...from);
     await this.moveMouse(...to);
     await this.#run('xdotool', 'mouseup', 1);
   }
