@@ -194,9 +194,14 @@ test('a configuration that cannot be written is as it was', async () => {
 });
 
 test('a configuration that cannot be opened is left alone', async () => {
-  const { ok: isOk, value } = await callWithoutRest('CreateFileW/config.json', 'mcpReadConfig', []);
-  assert.deepEqual([isOk, value.content], [1, '']);
-  assert.equal(await host.config(), kConfig);
+  const own = '{"mcpServers":{},"mine":1}';
+  await host.page.call('mcpWriteConfig', [own]);
+  for (const plan of ['CreateFileW/config.json', 'CreateFileW/config.json:1']) {
+    const { ok: isOk, value } = await callWithoutRest(plan, 'mcpReadConfig', []);
+    assert.equal(isOk, 1);
+    assert.ok(['', own].includes(value.content), plan);
+    assert.equal(await host.config(), own, plan);
+  }
 });
 
 test('an address that no browser can be started for is logged, and the page stays', async () => {

@@ -101,7 +101,7 @@ test('without its arguments the program takes the server of its configuration', 
 });
 
 test('a configuration that can neither be read nor made is said to be missing', async () => {
-  await startWith('CreateFileW/config.json SHCreateDirectoryExW', async (host) => {
+  await startWith('CreateFileW/config.json=2 SHCreateDirectoryExW', async (host) => {
     await host.waitForLine('[MCP] could not read config.json — skipping client MCP');
     await works(host);
   });
