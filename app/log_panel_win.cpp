@@ -55,6 +55,7 @@ LogPanel::~LogPanel() { RemoveWindowSubclass(edit_, &LogPanel::OnMessage, 0); }
 
 void LogPanel::OnLogGrown() {
   const bool wasStale = std::exchange(isStale_, true);
+  if (!edit_) return;  // the system has refused it; the log goes on without
   if (isVisible_ && !wasStale) SetTimer(edit_, kFollowTimer, kFollowDelayMs, nullptr);
 }
 

@@ -23,10 +23,15 @@ namespace {
 // The UI thread's single-threaded COM apartment.
 class ComApartment {
  public:
-  ComApartment() { (void)CoInitializeEx(nullptr, COINIT_APARTMENTTHREADED); }
-  ~ComApartment() { CoUninitialize(); }
+  ComApartment() : isEntered_(SUCCEEDED(CoInitializeEx(nullptr, COINIT_APARTMENTTHREADED))) {}
+  ~ComApartment() {
+    if (isEntered_) CoUninitialize();
+  }
   ComApartment(const ComApartment&) = delete;
   ComApartment& operator=(const ComApartment&) = delete;
+
+ private:
+  const bool isEntered_;
 };
 
 void InitializeCommonControls() {

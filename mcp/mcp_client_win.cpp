@@ -81,8 +81,8 @@ void McpClient::OnHttpPosted() {
   }
 }
 
-void McpClient::WindowTimers::Start(std::uint64_t id, std::uint32_t periodMs) {
-  (void)SetTimer(window, id, periodMs, nullptr);
+bool McpClient::WindowTimers::Start(std::uint64_t id, std::uint32_t periodMs) {
+  return SetTimer(window, id, periodMs, nullptr) != 0;
 }
 
 void McpClient::WindowTimers::Kill(std::uint64_t id) { (void)KillTimer(window, id); }

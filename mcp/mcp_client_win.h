@@ -59,7 +59,7 @@ class McpClient {
  private:
   class WindowTimers : public RequestTimers {
    public:
-    void Start(std::uint64_t id, std::uint32_t periodMs) override;
+    bool Start(std::uint64_t id, std::uint32_t periodMs) override;
     void Kill(std::uint64_t id) override;
     HWND window = nullptr;
   };

@@ -10,7 +10,8 @@ class RequestTimers {
  public:
   virtual ~RequestTimers() = default;
   // Fires after `periodMs`, and again until it is killed. Ids are the session's, from 101 upward.
-  virtual void Start(std::uint64_t id, std::uint32_t periodMs) = 0;
+  // False: the system has no timer left, and nothing will fire.
+  virtual bool Start(std::uint64_t id, std::uint32_t periodMs) = 0;
   virtual void Kill(std::uint64_t id) = 0;
 };
 

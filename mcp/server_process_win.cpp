@@ -20,14 +20,14 @@ std::vector<std::wstring> WideArguments(const McpServer& server) {
   return wide;
 }
 
-// A job whose processes end with its last handle; empty where the system has none to give.
+// A job whose processes end with its last handle; empty where the system gives none that does.
 KernelHandle MakeKillingJob() {
   KernelHandle job(CreateJobObjectW(nullptr, nullptr));
   JOBOBJECT_EXTENDED_LIMIT_INFORMATION limits{};
   limits.BasicLimitInformation.LimitFlags = JOB_OBJECT_LIMIT_KILL_ON_JOB_CLOSE;
-  (void)SetInformationJobObject(job.Get(), JobObjectExtendedLimitInformation, &limits,
-                                sizeof(limits));
-  return job;
+  const bool isKilling = SetInformationJobObject(job.Get(), JobObjectExtendedLimitInformation,
+                                                 &limits, sizeof(limits));
+  return isKilling ? std::move(job) : KernelHandle();
 }
 
 struct Launch {

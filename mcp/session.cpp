@@ -76,7 +76,8 @@ void McpSession::SendMcpRequest(McpServer& server, std::string_view method, Json
 
   // Responses come through the window's queue: none can be here before its request is noted.
   const std::uint64_t timer = ++lastTimer_;
-  timers_.Start(timer, timeoutMs);
+  // Without a time-out it might never end.
+  if (!timers_.Start(timer, timeoutMs)) return onReply(ErrorReply("MCP request failed"));
   timerOfRequest_.emplace(id, timer);
   pending_.emplace(timer, Pending{&server, std::move(id), std::move(onReply)});
 }

@@ -50,7 +50,9 @@ StdioTransport::StdioTransport(const McpServer& server, ServerProcess process, H
   auto errorJob = std::unique_ptr<ErrorJob>(new ErrorJob{error_, server.name, log});
   // Without a thread the server does not answer, and each request says so after its time.
   (void)StartThread<ReadOutput>(outputJob);
-  (void)StartThread<ReadError>(errorJob);
+  // Nobody would empty the pipe, and a server that writes more than it holds would stand still: a
+  // broken pipe does not stop it.
+  if (!StartThread<ReadError>(errorJob)) error_.reset();
 }
 
 void StdioTransport::Send(OutgoingMessage message) {

@@ -25,8 +25,7 @@ void KeepFromChildren(const KernelHandle& end) {
 }
 
 // What a child is created with: the only handles that it inherits, whatever else is inheritable at
-// that moment, and its job if it has one. The system's list refers to what lies in here; given the
-// memory that it has asked for, it cannot fail.
+// that moment, and its job if it has one. The system's list refers to what lies in here.
 class ChildAttributes {
  public:
   ChildAttributes(const STARTUPINFOW& startup, HANDLE job)
@@ -36,30 +35,37 @@ class ChildAttributes {
     (void)InitializeProcThreadAttributeList(nullptr, count, 0, &bytes);
     memory_.resize(bytes);
     (void)InitializeProcThreadAttributeList(List(), count, 0, &bytes);
-    Add(PROC_THREAD_ATTRIBUTE_HANDLE_LIST, handles_.data(), sizeof(handles_));
-    if (job) Add(PROC_THREAD_ATTRIBUTE_JOB_LIST, &job_, sizeof(job_));
+    (void)Add(PROC_THREAD_ATTRIBUTE_HANDLE_LIST, handles_.data(), sizeof(handles_));
+    hasJob_ = job && Add(PROC_THREAD_ATTRIBUTE_JOB_LIST, &job_, sizeof(job_));
   }
   ~ChildAttributes() { DeleteProcThreadAttributeList(List()); }
   ChildAttributes(const ChildAttributes&) = delete;
   ChildAttributes& operator=(const ChildAttributes&) = delete;
+
+  bool HasJob() const { return hasJob_; }
 
   LPPROC_THREAD_ATTRIBUTE_LIST List() {
     return reinterpret_cast<LPPROC_THREAD_ATTRIBUTE_LIST>(memory_.data());
   }
 
  private:
-  void Add(DWORD_PTR attribute, void* value, SIZE_T bytes) {
-    (void)UpdateProcThreadAttribute(List(), 0, attribute, value, bytes, nullptr, nullptr);
+  bool Add(DWORD_PTR attribute, void* value, SIZE_T bytes) {
+    return UpdateProcThreadAttribute(List(), 0, attribute, value, bytes, nullptr, nullptr);
   }
 
   std::array<HANDLE, 3> handles_;
   HANDLE job_;
+  bool hasJob_ = false;
   std::vector<char> memory_;
 };
 
-// ERROR_SUCCESS, or why not.
-DWORD Create(const ChildRequest& request, STARTUPINFOEXW startup, HANDLE job,
-             PROCESS_INFORMATION& process) {
+struct Creation {
+  DWORD reason = ERROR_SUCCESS;  // or why not
+  bool isInJob = false;
+};
+
+Creation Create(const ChildRequest& request, STARTUPINFOEXW startup, HANDLE job,
+                PROCESS_INFORMATION& process) {
   ChildAttributes attributes(startup.StartupInfo, job);
   startup.lpAttributeList = attributes.List();
   std::wstring commandLine = request.commandLine;  // the system writes into it
@@ -71,7 +77,8 @@ DWORD Create(const ChildRequest& request, STARTUPINFOEXW startup, HANDLE job,
   const BOOL isCreated = CreateProcessW(program, commandLine.data(), nullptr, nullptr, TRUE, flags,
                                         const_cast<wchar_t*>(request.environment), directory,
                                         &startup.StartupInfo, &process);
-  return isCreated ? ERROR_SUCCESS : GetLastError();
+  if (!isCreated) return {.reason = GetLastError()};
+  return {.isInJob = attributes.HasJob()};
 }
 
 }  // namespace
@@ -96,11 +103,12 @@ Child StartChild(const ChildRequest& request) {
   startup.StartupInfo.hStdOutput = output.write.Get();
   startup.StartupInfo.hStdError = error.write.Get();
   PROCESS_INFORMATION process{};
-  child.reason = Create(request, startup, request.job, process);
-  child.isInJob = request.job && child.reason == ERROR_SUCCESS;
-  if (request.job && !child.isInJob) {  // it may have been the job that was refused
-    child.reason = Create(request, startup, nullptr, process);
+  Creation creation = Create(request, startup, request.job, process);
+  if (request.job && creation.reason != ERROR_SUCCESS) {
+    creation = Create(request, startup, nullptr, process);  // it may have been the job
   }
+  child.reason = creation.reason;
+  child.isInJob = creation.isInJob;
   if (child.reason != ERROR_SUCCESS) return child;
   CloseHandle(process.hThread);
   child.start = ChildStart::kStarted;

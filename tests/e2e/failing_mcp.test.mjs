@@ -74,6 +74,10 @@ const kLoads = {
     ['CreateThread:2', [kStarted], kEcho],
   'a server that gets no job runs without one':
     ['CreateJobObjectW', [kStarted, kUntied], kEcho],
+  'a server whose job does not get its limit runs without one':
+    ['SetInformationJobObject', [kStarted, kUntied], kEcho],
+  'a server that cannot be given its job runs without one':
+    ['UpdateProcThreadAttribute/131085', [kStarted, kUntied], kEcho],
   'a server whose attributes cannot be set runs all the same':
     ['InitializeProcThreadAttributeList UpdateProcThreadAttribute', undefined, kEcho],
 };
@@ -99,6 +103,12 @@ test('a server whose output nobody can read is given its time', async () => {
   const late = call();
   await letAllTimeOut(host, late);
   assert.deepEqual(await late, kTimedOut);
+  await worksAgain();
+});
+
+test('a request that gets no timer ends at once', async () => {
+  await load({ one: mcpChild('call') });
+  assert.deepEqual(await calledDuring('SetTimer:2'), { error: 'MCP request failed' });
   await worksAgain();
 });
 
@@ -183,16 +193,17 @@ test('a file that cannot be looked at is looked at again', async () => {
   await worksAgain();
 });
 
-test('a changed file that cannot be read keeps the servers that there are', async () => {
-  await worksAgain();
+test('a changed file that cannot be read keeps the servers until it can', async () => {
   for (const plan of ['CreateFileW/config.json', 'GetFileSizeEx']) {
+    await worksAgain();
     const from = host.log.length;
     await failures.during(plan, async () => {
       await replaceConfig(host.profile, { mcpServers: {} });
       await lookAtConfig(host);
       await host.waitForLine(
         '[MCP] config.json changed but is not valid JSON - keeping current servers', { from });
+      assert.deepEqual(await call(), kEcho, plan);
     });
-    assert.deepEqual(await call(), kEcho, plan);
+    await host.waitForLine('[MCP] no mcpServers configured', { from });
   }
 });

@@ -26,10 +26,11 @@ void Require(bool holds) {
 
 class StrictTimers : public RequestTimers {
  public:
-  void Start(std::uint64_t id, std::uint32_t periodMs) override {
+  bool Start(std::uint64_t id, std::uint32_t periodMs) override {
     Require(id > last_ && id > 100 && periodMs > 0);
     last_ = id;
     live.insert(id);
+    return true;
   }
   void Kill(std::uint64_t id) override { Require(live.erase(id) == 1); }
 

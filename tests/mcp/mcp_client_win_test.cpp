@@ -9,7 +9,7 @@
 
 #include "json/json.h"
 #include "mcp/tool_actions.h"
-#include "tests/bench/import_hook_win.h"
+#include "tests/support/import_hook_win.h"
 #include "tests/support/recording_log.h"
 #include "tests/support/recording_page.h"
 #include "tests/support/run_child_win.h"

@@ -399,6 +399,15 @@ TEST_F(Session, TakesAMessageOfAMillionValues) {
   EXPECT_EQ(Taken().size(), 2u);
 }
 
+TEST_F(Session, EndsARequestThatGetsNoTimer) {
+  timers.hasTimers = false;
+  Ask(a, "x");
+  EXPECT_EQ(Taken().back(), R"(x = {"error":{"message":"MCP request failed"}})");
+  timers.hasTimers = true;
+  session.HandleMcpText(a, R"({"id":"1"})");
+  EXPECT_EQ(Taken(), Record()) << "an answer that comes all the same finds nobody";
+}
+
 TEST_F(Session, CutsATimeOutToWholeMilliseconds) {
   session.SendMcpRequest(a, "m", Json::Object(), 1.9999, [](const Json&) {});
   EXPECT_EQ(Taken().back(), "start 101 1999");

@@ -49,10 +49,13 @@ class RecordingTimers : public RequestTimers {
  public:
   explicit RecordingTimers(Record& record) : record_(record) {}
 
-  void Start(std::uint64_t id, std::uint32_t periodMs) override {
+  bool Start(std::uint64_t id, std::uint32_t periodMs) override {
     record_.push_back("start " + std::to_string(id) + " " + std::to_string(periodMs));
+    return hasTimers;
   }
   void Kill(std::uint64_t id) override { record_.push_back("kill " + std::to_string(id)); }
+
+  bool hasTimers = true;
 
  private:
   Record& record_;
