@@ -32,8 +32,7 @@ Application::Application(HINSTANCE instance, std::string server, WindowLog& log,
       log_(log),
       config_(config),
       page_(server_,
-            {.onMessage = [this](const std::optional<std::string>& source,
-                                 std::string_view json) { OnPageMessage(source, json); },
+            {.onMessage = [this](const PageMessage& message) { OnPageMessage(message); },
              .onLayoutNeeded = [this] { window_.LayOut(); },
              .isTrusted =
                  [this](std::string_view address) { return IsTrustedPage(address, server_); }},
@@ -88,12 +87,12 @@ void Application::CheckForUpdates() {
   if (updater_) updater_->CheckNow();
 }
 
-void Application::OnPageMessage(const std::optional<std::string>& source, std::string_view json) {
-  if (source && !IsTrustedPage(*source, server_)) {
-    log_.Line("[JS->Native] ignoring message from " + UrlHost(*source));
+void Application::OnPageMessage(const PageMessage& message) {
+  if (message.source && !IsTrustedPage(*message.source, server_)) {
+    log_.Line("[JS->Native] ignoring message from " + UrlHost(*message.source));
     return;
   }
-  bridge_.HandleMessage(json);
+  bridge_.HandleMessage(message.origin, message.json);
 }
 
 }  // namespace wendra

@@ -31,7 +31,7 @@ class Application {
  private:
   ActionTable MakeActions();
   void CheckForUpdates();
-  void OnPageMessage(const std::optional<std::string>& source, std::string_view json);
+  void OnPageMessage(const PageMessage& message);
 
   const std::string server_;
   WindowLog& log_;

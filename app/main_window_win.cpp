@@ -204,6 +204,7 @@ void MainWindow::OnDpiChanged(const RECT& suggested) {
 }
 
 void MainWindow::OnTimer(UINT_PTR timer) {
+  if (timer == kReplyDeadlineTimer) return page_.DropLateReplies();
   if (timer != kConfigWatchTimer) return mcp_.OnTimer(timer);
   if (mcp_.CheckMcpConfigChanged()) page_.Run(kConfigChangedScript);
 }

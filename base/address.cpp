@@ -1,5 +1,7 @@
 #include "base/address.h"
 
+#include "base/ascii.h"
+
 namespace wendra {
 
 AddressParts SplitAddress(std::string_view address) {
@@ -19,6 +21,32 @@ AddressParts SplitAddress(std::string_view address) {
 std::string_view HostAndPort(std::string_view authority) {
   const size_t at = authority.rfind('@');
   return at == std::string_view::npos ? authority : authority.substr(at + 1);
+}
+
+bool IsHttp(std::string_view scheme) {
+  const std::string lower = LowerAscii(scheme);
+  return lower == "http" || lower == "https";
+}
+
+std::string_view AddressOfOrigin(std::string_view address) {
+  constexpr std::string_view kBlob = "blob:";
+  return address.starts_with(kBlob) ? address.substr(kBlob.size()) : address;
+}
+
+std::string OriginOf(std::string_view address) {
+  const AddressParts parts = SplitAddress(AddressOfOrigin(address));
+  const std::string_view hostAndPort = HostAndPort(parts.authority);
+  if (!IsHttp(parts.scheme) || hostAndPort.empty()) return {};
+  if (hostAndPort.starts_with('[') && hostAndPort.find(']') == std::string_view::npos) return {};
+  const std::string scheme = LowerAscii(parts.scheme);
+  std::string origin = scheme + "://" + LowerAscii(hostAndPort);
+  // A colon inside brackets belongs to an IPv6 address.
+  const size_t colon =
+      hostAndPort.find(':', hostAndPort.starts_with('[') ? hostAndPort.find(']') : 0);
+  const bool hasColon = colon != std::string_view::npos;
+  if (hasColon && colon + 1 < hostAndPort.size()) return origin;
+  if (!hasColon) origin += ':';
+  return origin + (scheme == "https" ? "443" : "80");
 }
 
 }  // namespace wendra

@@ -12,7 +12,8 @@
 namespace wendra {
 
 // Does the work of one request on the UI thread and owes exactly one reply to `reqId`, at once or
-// later. `args` is lent for the call.
+// later. `reqId` goes back to Replies as it came: it names the page that asked, beside the id that
+// the page has chosen. `args` is lent for the call.
 using ActionCallable = std::function<void(std::string reqId, const Json& args)>;
 
 struct Action {

@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <utility>
 
+#include "bridge/reply_address.h"
+
 namespace wendra {
 namespace {
 
@@ -14,7 +16,7 @@ Json TakeMember(Json& object, std::string_view key) {
 
 }  // namespace
 
-void Bridge::HandleMessage(std::string_view text) {
+void Bridge::HandleMessage(std::string_view origin, std::string_view text) {
   Json message;
   if (!Parse(text, message) || message.kind != kJsonObject) {
     log_.Line("[JS->Native] non-object message");
@@ -29,7 +31,7 @@ void Bridge::HandleMessage(std::string_view text) {
   if (name.kind != kJsonString) name = Json("");
   const Json args = TakeMember(message, "args");
   log_.Line("[JS->Native] action '" + name.text + "' (req " + reqId.text + ")");
-  Dispatch(std::move(reqId.text), name.text, args);
+  Dispatch(ReplyAddress(origin, reqId.text), name.text, args);
 }
 
 void Bridge::Dispatch(std::string reqId, const std::string& name, const Json& args) {

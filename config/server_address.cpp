@@ -9,11 +9,6 @@
 namespace wendra {
 namespace {
 
-bool IsHttp(std::string_view scheme) {
-  const std::string lower = LowerAscii(scheme);
-  return lower == "http" || lower == "https";
-}
-
 // A browser ends the authority at a backslash too, drops blanks, and never sees what follows a
 // zero. Where that would make it read another host than we do, the address must not be loaded.
 bool ReadsTheSameToABrowser(std::string_view url) {
@@ -64,8 +59,9 @@ bool IsAllowedServerUrl(std::string_view url) {
 }
 
 bool IsTrustedPage(std::string_view pageUrl, std::string_view serverUrl) {
-  if (!IsHttp(SplitAddress(pageUrl).scheme)) return false;  // blob:, data: and file: name no host
-  const std::string host = UrlHost(pageUrl);
+  const std::string_view address = AddressOfOrigin(pageUrl);
+  if (!IsHttp(SplitAddress(address).scheme)) return false;  // data: and file: name no host
+  const std::string host = UrlHost(address);
   return host == UrlHost(serverUrl) || IsAllowedHost(host);
 }
 

@@ -27,8 +27,8 @@ bool IsAllowedHost(std::string_view host);
 bool IsAllowedServerUrl(std::string_view url);
 
 // Whether the page at `pageUrl` may use the host: an http or https page with the chosen server's
-// host or an allowed one. A page that a redirect brought into the window from elsewhere may not,
-// nor what such a page makes of itself (blob:, data:).
+// host or an allowed one, or what such a page has made itself ("blob:" with the page's origin
+// inside). A page that a redirect brought into the window from elsewhere may not, nor what it makes.
 bool IsTrustedPage(std::string_view pageUrl, std::string_view serverUrl);
 
 }  // namespace wendra

@@ -1,5 +1,6 @@
 #include "webview/page_host_win.h"
 
+#include <algorithm>
 #include <utility>
 
 #include "base/address.h"
@@ -7,6 +8,7 @@
 #include "webview/navigation.h"
 #include "win/environment.h"
 #include "win/host_name.h"
+#include "win/messages.h"
 #include "win/wide.h"
 
 #include <shellapi.h>
@@ -20,6 +22,7 @@ using ScriptAdded = WendraComImpl<ICoreWebView2AddScriptToExecuteOnDocumentCreat
 using MessageReceived = WendraComImpl<ICoreWebView2WebMessageReceivedEventHandler>;
 using NewWindow = WendraComImpl<ICoreWebView2NewWindowRequestedEventHandler>;
 using NavStarting = WendraComImpl<ICoreWebView2NavigationStartingEventHandler>;
+using ContentLoading = WendraComImpl<ICoreWebView2ContentLoadingEventHandler>;
 using NavCompleted = WendraComImpl<ICoreWebView2NavigationCompletedEventHandler>;
 
 constexpr wchar_t kUserDataFolder[] = L"%LOCALAPPDATA%\\Wendra\\WebView2";
@@ -96,6 +99,11 @@ void PageHost::AddHandlers() {
         OnNavigationStarting(args);
       });
   (void)webView_->add_NavigationStarting(navStarting.Get(), &token);
+  const auto contentLoading =
+      ContentLoading::Make([this](ICoreWebView2*, ICoreWebView2ContentLoadingEventArgs* args) {
+        OnContentLoading(args);
+      });
+  (void)webView_->add_ContentLoading(contentLoading.Get(), &token);
   const auto navCompleted =
       NavCompleted::Make([this](ICoreWebView2*, ICoreWebView2NavigationCompletedEventArgs* args) {
         OnNavigationCompleted(args);
@@ -105,6 +113,7 @@ void PageHost::AddHandlers() {
 
 void PageHost::Close() {
   window_ = nullptr;  // a control that is still being made is not taken any more
+  gate_.Clear();
   webView_.Reset();
   // Out of reach first: closing may dispatch messages.
   if (const auto controller = std::move(controller_)) (void)controller->Close();
@@ -118,35 +127,68 @@ void PageHost::Reload() {
   if (webView_) (void)webView_->Reload();
 }
 
-void PageHost::Run(std::string_view script) {
+void PageHost::RunFor(std::string_view origin, std::string script) {
+  Offer({std::string(origin), std::move(script)});
+}
+
+void PageHost::Run(std::string_view script) { Offer({std::nullopt, std::string(script)}); }
+
+void PageHost::Offer(PageScript script) {
   if (!webView_) return;
-  if (foreignNavigation_) {
-    heldScripts_.emplace_back(script);
-    return;
-  }
-  if (ShowsTrustedPage()) (void)webView_->ExecuteScript(Widen(script).c_str(), nullptr);
+  if (const auto text = gate_.Offer(std::move(script), Shown(), GetTickCount64())) Execute(*text);
+  SetDeadlineTimer();
 }
 
-bool PageHost::ShowsTrustedPage() {
+// "" when the control does not tell, which is no page's address.
+std::string PageHost::ShownAddress() const {
   TaskText source;
-  if (FAILED(webView_->get_Source(source.Receive())) || !source) return true;
-  return callbacks_.isTrusted(Narrow(source.Get()));
+  if (!webView_ || FAILED(webView_->get_Source(source.Receive())) || !source) return {};
+  return Narrow(source.Get());
 }
 
-void PageHost::RunHeldScripts() {
-  for (const std::string& script : std::exchange(heldScripts_, {})) Run(script);
+ShownDocument PageHost::Shown() const {
+  if (showsErrorPage_) return {};
+  const std::string address = ShownAddress();
+  return {OriginOf(address), callbacks_.isTrusted(address)};
+}
+
+void PageHost::Execute(const std::string& script) {
+  (void)webView_->ExecuteScript(Widen(script).c_str(), nullptr);
+}
+
+// Each is freed before the next one is widened: together they may be large.
+void PageHost::ExecuteAll(std::vector<std::string> scripts) {
+  for (std::string& script : scripts) {
+    if (webView_) Execute(std::exchange(script, {}));
+  }
+}
+
+void PageHost::DropLateReplies() {
+  gate_.DropLate(GetTickCount64());
+  KillTimer(window_, kReplyDeadlineTimer);
+  hasDeadlineTimer_ = false;
+  SetDeadlineTimer();
+}
+
+// A timer that comes too early, since what it was set for has run, just sets itself anew.
+void PageHost::SetDeadlineTimer() {
+  const auto deadlineMs = gate_.DeadlineMs();
+  if (!deadlineMs || hasDeadlineTimer_) return;
+  const ULONGLONG nowMs = GetTickCount64();
+  const auto leftMs = static_cast<UINT>(*deadlineMs - std::min<ULONGLONG>(nowMs, *deadlineMs));
+  hasDeadlineTimer_ = SetTimer(window_, kReplyDeadlineTimer, leftMs, nullptr) != 0;
 }
 
 void PageHost::OnMessage(ICoreWebView2WebMessageReceivedEventArgs* args) {
-  std::optional<std::string> source;
+  PageMessage message;
   if (TaskText text; SUCCEEDED(args->get_Source(text.Receive())) && text) {
-    source = Narrow(text.Get());
+    message.source = Narrow(text.Get());
   }
-  std::string json;
   if (TaskText text; SUCCEEDED(args->get_WebMessageAsJson(text.Receive())) && text) {
-    json = Narrow(text.Get());
+    message.json = Narrow(text.Get());
   }
-  callbacks_.onMessage(std::move(source), json);
+  message.origin = OriginOf(message.source ? *message.source : ShownAddress());
+  callbacks_.onMessage(message);
 }
 
 void PageHost::OnNewWindow(ICoreWebView2NewWindowRequestedEventArgs* args) {
@@ -156,18 +198,14 @@ void PageHost::OnNewWindow(ICoreWebView2NewWindowRequestedEventArgs* args) {
 
 void PageHost::OnNavigationStarting(ICoreWebView2NavigationStartingEventArgs* args) {
   TaskText uri;
-  if (FAILED(args->get_Uri(uri.Receive())) || !uri) return;
-  const std::string target = Narrow(uri.Get());
-  if (MustStayOutside(args, target)) {
+  (void)args->get_Uri(uri.Receive());  // without an address the navigation goes on
+  if (uri && MustStayOutside(args, Narrow(uri.Get()))) {
     OpenInBrowser(uri.Get());
     (void)args->put_Cancel(TRUE);
     return;
   }
   UINT64 id = 0;
-  (void)args->get_NavigationId(&id);
-  // A newer navigation takes the place of an older one; a redirect comes with the same id.
-  foreignNavigation_ = callbacks_.isTrusted(target) ? std::nullopt : std::optional(id);
-  if (!foreignNavigation_) RunHeldScripts();
+  if (SUCCEEDED(args->get_NavigationId(&id))) gate_.NavigationStarted(id);
 }
 
 // Redirects and the page's own scripts are never checked.
@@ -178,11 +216,20 @@ bool PageHost::MustStayOutside(ICoreWebView2NavigationStartingEventArgs* args,
   return !StaysInside(target, server_) && !StaysInside(target, namedServer_);
 }
 
+// The new document is in place; its scripts have not run yet.
+void PageHost::OnContentLoading(ICoreWebView2ContentLoadingEventArgs* args) {
+  BOOL isErrorPage = FALSE;
+  (void)args->get_IsErrorPage(&isErrorPage);
+  showsErrorPage_ = isErrorPage != FALSE;
+  UINT64 id = 0;
+  if (FAILED(args->get_NavigationId(&id))) return;
+  ExecuteAll(gate_.DocumentCommitted(id, Shown(), GetTickCount64()));
+}
+
 void PageHost::OnNavigationCompleted(ICoreWebView2NavigationCompletedEventArgs* args) {
   UINT64 id = 0;
-  if (FAILED(args->get_NavigationId(&id)) || foreignNavigation_ != id) return;
-  foreignNavigation_.reset();
-  RunHeldScripts();  // dropped there if the foreign page has come, run if it has not
+  if (FAILED(args->get_NavigationId(&id))) return;
+  ExecuteAll(gate_.NavigationEnded(id, Shown(), GetTickCount64()));
 }
 
 void PageHost::OpenInBrowser(const wchar_t* address) {

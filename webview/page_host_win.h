@@ -11,18 +11,24 @@
 
 #include "base/log.h"
 #include "base/page_scripts.h"
+#include "webview/reply_gate.h"
 #include "webview/webview2_win.h"
 #include "win/unique.h"
 
 namespace wendra {
 
+// What the page has posted.
+struct PageMessage {
+  std::optional<std::string> source;  // address of the page; nothing when the control does not tell
+  std::string origin;                 // of that page; without a source, of the one that is shown
+  std::string json;                   // the message as JSON text, "" when the control gave none
+};
+
 // UI thread only; so are its callbacks, which come from the message loop.
 class PageHost : public PageScripts {
  public:
   struct Callbacks {
-    // One web message as JSON text (UTF-8), "" when the control gave none; `source` is the address
-    // of the page that posted it, or nothing when the control does not tell.
-    std::function<void(std::optional<std::string> source, std::string_view json)> onMessage;
+    std::function<void(const PageMessage& message)> onMessage;
     // The controller is there, or its page is about to load: give it its bounds.
     std::function<void()> onLayoutNeeded;
     // Whether the page at an address may see what we run in it.
@@ -43,9 +49,13 @@ class PageHost : public PageScripts {
   void SetBounds(const RECT& bounds);  // pixels of the window's client area
   void Reload();
 
-  // Scripts carry replies: a page that is not trusted never gets one. While a navigation to such a
-  // page is under way nobody knows which document a script would meet, so it waits for the outcome.
-  void Run(std::string_view script) override;
+  // Both wait while a navigation is under way, see ReplyGate. RunFor never runs a script in a page
+  // that is not trusted either; Run takes any page that is.
+  void RunFor(std::string_view origin, std::string script) override;
+  void Run(std::string_view script);
+
+  // kReplyDeadlineTimer has fired: drops what has waited for too long.
+  void DropLateReplies();
 
  private:
   void OnEnvironmentCreated(ICoreWebView2Environment* environment);
@@ -54,11 +64,16 @@ class PageHost : public PageScripts {
   void OnMessage(ICoreWebView2WebMessageReceivedEventArgs* args);
   void OnNewWindow(ICoreWebView2NewWindowRequestedEventArgs* args);
   void OnNavigationStarting(ICoreWebView2NavigationStartingEventArgs* args);
+  void OnContentLoading(ICoreWebView2ContentLoadingEventArgs* args);
   void OnNavigationCompleted(ICoreWebView2NavigationCompletedEventArgs* args);
   bool MustStayOutside(ICoreWebView2NavigationStartingEventArgs* args, const std::string& target);
   void OpenInBrowser(const wchar_t* address);
-  bool ShowsTrustedPage();
-  void RunHeldScripts();
+  std::string ShownAddress() const;
+  ShownDocument Shown() const;
+  void Offer(PageScript script);
+  void Execute(const std::string& script);
+  void ExecuteAll(std::vector<std::string> scripts);
+  void SetDeadlineTimer();
 
   const std::string server_;
   const std::string namedServer_;  // as the control names it in the addresses it reports
@@ -68,8 +83,9 @@ class PageHost : public PageScripts {
   // as soon as there is nobody to call.
   const std::shared_ptr<PageHost*> self_ = std::make_shared<PageHost*>(this);
   HWND window_ = nullptr;
-  std::optional<UINT64> foreignNavigation_;  // under way to a page that is not trusted
-  std::vector<std::string> heldScripts_;     // until its outcome is known
+  ReplyGate gate_;
+  bool showsErrorPage_ = false;  // the control's own, under the address that could not be loaded
+  bool hasDeadlineTimer_ = false;
   ComOwner<ICoreWebView2Controller> controller_;
   ComOwner<ICoreWebView2> webView_;
 };

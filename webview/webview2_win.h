@@ -27,6 +27,7 @@ struct ICoreWebView2AddScriptToExecuteOnDocumentCreatedCompletedHandler;
 struct ICoreWebView2CallDevToolsProtocolMethodCompletedHandler;
 struct ICoreWebView2CapturePreviewCompletedHandler;
 struct ICoreWebView2ContainsFullScreenElementChangedEventHandler;
+struct ICoreWebView2ContentLoadingEventArgs;
 struct ICoreWebView2ContentLoadingEventHandler;
 struct ICoreWebView2Controller;
 struct ICoreWebView2CreateCoreWebView2ControllerCompletedHandler;
@@ -219,7 +220,13 @@ struct ICoreWebView2 : public IUnknown {
   virtual HRESULT STDMETHODCALLTYPE remove_WindowCloseRequested(EventRegistrationToken token) = 0;
 };
 
-// A navigation of the top-level document that is about to begin.
+// The document of a navigation is in place, and none of its scripts has run.
+struct ICoreWebView2ContentLoadingEventArgs : public IUnknown {
+  virtual HRESULT STDMETHODCALLTYPE get_IsErrorPage(BOOL* value) = 0;
+  virtual HRESULT STDMETHODCALLTYPE get_NavigationId(UINT64* value) = 0;
+};
+
+// A navigation is over, whatever came of it.
 struct ICoreWebView2NavigationCompletedEventArgs : public IUnknown {
   virtual HRESULT STDMETHODCALLTYPE get_IsSuccess(BOOL* isSuccess) = 0;
   virtual HRESULT STDMETHODCALLTYPE
@@ -227,6 +234,7 @@ struct ICoreWebView2NavigationCompletedEventArgs : public IUnknown {
   virtual HRESULT STDMETHODCALLTYPE get_NavigationId(UINT64* navigationId) = 0;
 };
 
+// A navigation of the top-level document that is about to begin.
 struct ICoreWebView2NavigationStartingEventArgs : public IUnknown {
   virtual HRESULT STDMETHODCALLTYPE get_Uri(LPWSTR* uri) = 0;
   virtual HRESULT STDMETHODCALLTYPE get_IsUserInitiated(BOOL* isUserInitiated) = 0;
@@ -283,6 +291,11 @@ struct ICoreWebView2NewWindowRequestedEventHandler : public IUnknown {
                                            ICoreWebView2NewWindowRequestedEventArgs* args) = 0;
 };
 
+struct ICoreWebView2ContentLoadingEventHandler : public IUnknown {
+  virtual HRESULT STDMETHODCALLTYPE Invoke(ICoreWebView2* sender,
+                                           ICoreWebView2ContentLoadingEventArgs* args) = 0;
+};
+
 struct ICoreWebView2NavigationCompletedEventHandler : public IUnknown {
   virtual HRESULT STDMETHODCALLTYPE Invoke(ICoreWebView2* sender,
                                            ICoreWebView2NavigationCompletedEventArgs* args) = 0;
@@ -321,6 +334,12 @@ inline constexpr GUID kIidOf<ICoreWebView2Controller> = {
 template <>
 inline constexpr GUID kIidOf<ICoreWebView2> = {
     0x76eceacb, 0x0462, 0x4d94, {0xac, 0x83, 0x42, 0x3a, 0x67, 0x93, 0x77, 0x5e}};
+template <>
+inline constexpr GUID kIidOf<ICoreWebView2ContentLoadingEventArgs> = {
+    0x0c8a1275, 0x9b6b, 0x4901, {0x87, 0xad, 0x70, 0xdf, 0x25, 0xba, 0xfa, 0x6e}};
+template <>
+inline constexpr GUID kIidOf<ICoreWebView2ContentLoadingEventHandler> = {
+    0x364471e7, 0xf2be, 0x4910, {0xbd, 0xba, 0xd7, 0x20, 0x77, 0xd5, 0x1c, 0x4b}};
 template <>
 inline constexpr GUID kIidOf<ICoreWebView2NavigationCompletedEventArgs> = {
     0x30d68b7d, 0x20d9, 0x4752, {0xa9, 0xca, 0xec, 0x84, 0x48, 0xfb, 0xb5, 0xc1}};

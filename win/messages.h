@@ -34,4 +34,7 @@ inline constexpr UINT kHttpPostedMessage = WM_APP + 7;
 inline constexpr UINT_PTR kConfigWatchTimer = 1;
 inline constexpr UINT kConfigWatchPeriodMs = 2000;
 
+// Drops replies that have waited too long for the outcome of a navigation; set while one waits.
+inline constexpr UINT_PTR kReplyDeadlineTimer = 2;
+
 }  // namespace wendra

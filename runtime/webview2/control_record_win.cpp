@@ -18,10 +18,10 @@ ControlRecord::ControlRecord(const Settings& settings)
     : events_(std::make_shared<EventFile>(settings.eventsFile)),
       timings_(std::make_shared<HandlerTimings>(settings.timingsFile)) {}
 
-void ControlRecord::TellClosed() {
+void ControlRecord::TellClosed(bool hasParent) {
   if (std::exchange(told_, true)) return;
   timings_->Write();
-  events_->Write(Params({{"event", "closed"}}));
+  events_->Write(Params({{"event", "closed"}, {"hasParent", hasParent}}));
 }
 
 std::shared_ptr<ControlRecord> MakeControlRecord(const Settings& settings) {
@@ -34,7 +34,7 @@ std::shared_ptr<ControlRecord> MakeControlRecord(const Settings& settings) {
 void TellClosedAtProcessEnd() {
   if (!records) return;
   for (const auto& weak : *records)
-    if (const auto record = weak.lock()) record->TellClosed();
+    if (const auto record = weak.lock()) record->TellClosed(false);
 }
 
 }  // namespace wendra

@@ -17,8 +17,9 @@ class ControlRecord {
   const std::shared_ptr<const EventFile>& Events() const { return events_; }
   const std::shared_ptr<HandlerTimings>& Timings() const { return timings_; }
 
-  // Writes the report; from the second time on it does nothing.
-  void TellClosed();
+  // Writes the report; from the second time on it does nothing. `hasParent`: whether the window
+  // that the control was in is still there.
+  void TellClosed(bool hasParent);
 
  private:
   std::shared_ptr<const EventFile> events_;

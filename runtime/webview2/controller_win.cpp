@@ -84,7 +84,7 @@ void Controller::Shut() {
   gate_->Close();
   if (webView_) webView_->Close();
   if (window_) window_->Close();
-  record_->TellClosed();
+  record_->TellClosed(HasParent());
 }
 
 HRESULT Controller::get_IsVisible(BOOL* isVisible) {

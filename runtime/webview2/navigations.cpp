@@ -134,7 +134,10 @@ void Navigations::Failed(const Json& params, Events& events) {
   navigation->failure =
       navigation->cancelled ? WebError::kOperationCanceled : ErrorOf(TextOf(params, "errorText"));
   // Every failure but an abort is followed by a document that tells of it.
-  if (TextOf(params, "errorText") == "net::ERR_ABORTED") Finish(*navigation, events);
+  if (TextOf(params, "errorText") != "net::ERR_ABORTED") return;
+  // The page has asked for another navigation, and this is what becomes of the present one.
+  const bool isReplaced = !requested_.uri.empty();
+  Finish(*navigation, rules_.replacedEndsLate && isReplaced ? ends_ : events);
 }
 
 void Navigations::Committed(const Json& params, Events& events) {
@@ -199,6 +202,7 @@ void Navigations::Announce(Navigation& navigation, std::string fetchId, Events& 
   events.push_back(NavigationWanted{navigation.id, navigation.uri,
                                     UserInitiated(navigation, redirected), redirected,
                                     std::move(fetchId)});
+  for (PageEvent& end : std::exchange(ends_, {})) events.push_back(std::move(end));
 }
 
 bool Navigations::UserInitiated(const Navigation& navigation, bool redirected) const {

@@ -25,6 +25,7 @@ struct NavigationRules {
   bool apiIsUserInitiated = true;
   bool redirectKeepsGesture = false;
   bool fragmentRaisesStarting = false;
+  bool replacedEndsLate = false;  // a navigation that a newer one replaces ends once that has begun
 };
 
 // Pure: values in, values out. One per page; one thread.
@@ -86,6 +87,7 @@ class Navigations {
   };
   Request requested_;             // what the page asked for last; emptied when it starts
   std::vector<Navigation> open_;  // begun and not finished
+  Events ends_;                   // of replaced navigations, to be told after the next beginning
 };
 
 }  // namespace wendra

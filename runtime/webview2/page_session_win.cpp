@@ -90,7 +90,7 @@ void PageSession::SetUp(const Json& attached) {
     navigations_.emplace(
         targetId_,  // a page's top-level frame has the target's identifier
         NavigationRules{settings_.apiIsUserInitiated, settings_.redirectKeepsGesture,
-                        settings_.fragmentRaisesStarting});
+                        settings_.fragmentRaisesStarting, settings_.replacedEndsLate});
   }
   const std::weak_ptr<PageSession> weak = shared_from_this();
   connection_->Listen(sessionId_, {[weak](std::string_view method, Json& params) {

@@ -75,6 +75,7 @@ Settings ReadSettings() {
   settings.apiIsUserInitiated = Flag(L"WENDRA_DEV_API_USER_INITIATED", true);
   settings.redirectKeepsGesture = Flag(L"WENDRA_DEV_REDIRECT_GESTURE", false);
   settings.fragmentRaisesStarting = Flag(L"WENDRA_DEV_FRAGMENT_STARTING", false);
+  settings.replacedEndsLate = Flag(L"WENDRA_DEV_REPLACED_ENDS_LATE", false);
   settings.scriptGivesActivation = Flag(L"WENDRA_DEV_SCRIPT_ACTIVATION", false);
   settings.scriptsWaitForDocument = Flag(L"WENDRA_DEV_SCRIPTS_WAIT", true);
   return settings;

@@ -37,6 +37,7 @@ struct Settings {
   bool apiIsUserInitiated = true;       // IsUserInitiated of Navigate and Reload
   bool redirectKeepsGesture = false;    // IsUserInitiated of a redirect of a clicked link
   bool fragmentRaisesStarting = false;  // NavigationStarting for a change of the fragment
+  bool replacedEndsLate = false;        // see NavigationRules
   bool scriptGivesActivation = false;   // ExecuteScript counts as a user gesture
   bool scriptsWaitForDocument = true;   // ExecuteScript waits for the document that is on its way
 };

@@ -38,5 +38,55 @@ TEST(HostAndPort, IsWhatFollowsTheLastAtSign) {
   EXPECT_EQ(HostAndPort("u@"), "");
 }
 
+TEST(IsHttp, TakesTwoSchemesInAnyCase) {
+  for (const char* scheme : {"http", "https", "HTTP", "HttpS"}) EXPECT_TRUE(IsHttp(scheme));
+  for (const char* scheme : {"", "ftp", "http ", "httpss", "blob:http"})
+    EXPECT_FALSE(IsHttp(scheme));
+}
+
+TEST(AddressOfOrigin, IsTheOneInsideABlob) {
+  EXPECT_EQ(AddressOfOrigin("blob:http://h:1/1-2"), "http://h:1/1-2");
+  EXPECT_EQ(AddressOfOrigin("blob:null/1-2#://h/"), "null/1-2#://h/");
+  EXPECT_EQ(AddressOfOrigin("http://h/blob:http://x"), "http://h/blob:http://x");
+  EXPECT_EQ(AddressOfOrigin("data:,blob:http://x"), "data:,blob:http://x");
+}
+
+TEST(OriginOf, IsSchemeHostAndPort) {
+  const struct {
+    std::string_view address, origin;
+  } cases[] = {
+      {"http://h/p?q#f", "http://h:80"},
+      {"http://h:80/", "http://h:80"},
+      {"http://h:/", "http://h:80"},
+      {"https://h", "https://h:443"},
+      {"https://h:80", "https://h:80"},
+      {"HTTP://H:8080", "http://h:8080"},
+      {"http://u:p@h:1/", "http://h:1"},
+      {"http://a@b@h", "http://h:80"},
+      {"http://[::1]/", "http://[::1]:80"},
+      {"http://[::1]:5173/", "http://[::1]:5173"},
+      {"http://127.0.0.1:1", "http://127.0.0.1:1"},
+      {"blob:http://h:1/1-2", "http://h:1"},
+      {"blob:https://h/1-2", "https://h:443"},
+      // Documents that belong to nobody.
+      {"", ""},
+      {"about:blank", ""},
+      {"data:text/html,http://h", ""},
+      {"data:text/html,x://h", ""},
+      {"file:///c:/x", ""},
+      {"ftp://h", ""},
+      {"h:1/p", ""},
+      {"http://", ""},
+      {"http:///p", ""},
+      {"http://u@/", ""},
+      {"http://[::1/", ""},
+      {"blob:null/1-2", ""},
+      {"blob:null/1-2#://h/", ""},
+      {"blob:blob:http://h/1-2", ""},
+      {"blob:data:,http://h/1-2", ""},
+  };
+  for (const auto& c : cases) EXPECT_EQ(OriginOf(c.address), c.origin) << c.address;
+}
+
 }  // namespace
 }  // namespace wendra

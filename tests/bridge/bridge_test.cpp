@@ -12,6 +12,7 @@ namespace wendra {
 namespace {
 
 using Lines = std::vector<std::string>;
+constexpr std::string_view kOrigin = "http://localhost:80";
 
 // A bridge whose action "echo" answers with its arguments, and whose second "echo" never runs.
 class BridgeTest : public testing::Test {
@@ -56,7 +57,7 @@ TEST_F(BridgeTest, LogsAndNeverAnswersWhatIsNoRequest) {
   };
   for (const auto& c : cases) {
     log_.lines.clear();
-    bridge_.HandleMessage(c.message);
+    bridge_.HandleMessage(kOrigin, c.message);
     EXPECT_EQ(log_.lines, Lines{c.line}) << c.message;
   }
   EXPECT_TRUE(page_.scripts.empty());
@@ -89,16 +90,35 @@ TEST_F(BridgeTest, LogsAndAnswersEveryRequestOnce) {
   for (const auto& c : cases) {
     log_.lines.clear();
     page_.scripts.clear();
-    bridge_.HandleMessage(c.message);
+    bridge_.HandleMessage(kOrigin, c.message);
     EXPECT_EQ(log_.lines, Lines{c.line}) << c.message;
     EXPECT_EQ(page_.scripts, Lines{Script(c.call)}) << c.message;
   }
 }
 
+// Two pages number their requests alike, and the first one's reply comes last.
+TEST_F(BridgeTest, AnswersTheOriginThatAsked) {
+  std::vector<std::string> asked;
+  Bridge bridge({{"later", [&](const std::string& id, const Json&) { asked.push_back(id); }}},
+                replies_, log_);
+  for (const char* origin : {"http://a:80", "http://b:80", ""}) {
+    bridge.HandleMessage(origin, R"({"__reqId":"r1","name":"later"})");
+  }
+  bridge.HandleMessage("http://c:80", R"({"__reqId":"r1","name":"nope"})");
+  ASSERT_EQ(asked.size(), 3u);
+  replies_.Succeed(asked[1], Json(1));
+  replies_.Fail(asked[0], "no");
+  replies_.Succeed(asked[2], Json(2));
+  EXPECT_EQ(page_.origins, (Lines{"http://c:80", "http://b:80", "http://a:80", ""}));
+  EXPECT_EQ(page_.scripts,
+            (Lines{Script("'r1', 0, \"unknown native action 'nope'\""), Script("'r1', 1, 1"),
+                   Script("'r1', 0, \"no\""), Script("'r1', 1, 2")}));
+}
+
 TEST_F(BridgeTest, LetsANumberOutOfRangeFly) {
   for (const char* message : {"{\"__reqId\":\"a\",\"name\":\"echo\",\"args\":[1e400]}",
                               "{\"x\":1e400}", "[1e400]", "1e400"}) {
-    EXPECT_THROW(bridge_.HandleMessage(message), std::out_of_range) << message;
+    EXPECT_THROW(bridge_.HandleMessage(kOrigin, message), std::out_of_range) << message;
   }
   EXPECT_TRUE(log_.lines.empty());
   EXPECT_TRUE(page_.scripts.empty());
@@ -106,7 +126,8 @@ TEST_F(BridgeTest, LetsANumberOutOfRangeFly) {
 
 TEST_F(BridgeTest, TakesAMessageOfOneMebibyte) {
   const std::string content(1 << 20, 'x');
-  bridge_.HandleMessage("{\"__reqId\":\"a\",\"name\":\"echo\",\"args\":\"" + content + "\"}");
+  bridge_.HandleMessage(kOrigin,
+                        "{\"__reqId\":\"a\",\"name\":\"echo\",\"args\":\"" + content + "\"}");
   EXPECT_EQ(page_.scripts, Lines{Script("'a', 1, \"" + content + "\"")});
 }
 

@@ -155,7 +155,10 @@ TEST(IsTrustedPage, IsTheServersHostOrAnAllowedOne) {
   EXPECT_FALSE(IsTrustedPage("data:text/html,x://localhost", "http://localhost"));
   EXPECT_FALSE(IsTrustedPage("data:,@localhost", "http://localhost"));
   EXPECT_FALSE(IsTrustedPage("blob:null/1-2#://localhost/", "http://localhost"));
-  EXPECT_FALSE(IsTrustedPage("blob:http://localhost/1-2", "http://localhost"));
+  EXPECT_TRUE(IsTrustedPage("blob:http://localhost:3/1-2", "https://demo.on.wendra.example"));
+  EXPECT_FALSE(IsTrustedPage("blob:http://evil.test/1-2", "http://localhost"));
+  EXPECT_FALSE(IsTrustedPage("blob:http://evil.test/1-2#://localhost/", "http://localhost"));
+  EXPECT_FALSE(IsTrustedPage("blob:blob:http://localhost/1-2", "http://localhost"));
   EXPECT_FALSE(IsTrustedPage("file://localhost/c$/x.html", "http://localhost"));
   EXPECT_FALSE(IsTrustedPage("localhost", "http://localhost"));
   EXPECT_TRUE(IsTrustedPage("HTTPS://localhost", "http://localhost"));

@@ -6,7 +6,6 @@
 #include <string_view>
 
 #include "base/address.h"
-#include "base/ascii.h"
 #include "config/server_address.h"
 #include "webview/navigation.h"
 
@@ -28,8 +27,14 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
 
   const std::string host = wendra::UrlHost(text);
   Require(host.find_first_of("/?#") == std::string::npos);
-  const std::string scheme = wendra::LowerAscii(wendra::SplitAddress(text).scheme);
-  Require(wendra::IsTrustedPage(text, text) == (scheme == "http" || scheme == "https"));
+  // A page is never trusted for a host that its document does not belong to.
+  const std::string origin = wendra::OriginOf(text);
+  Require(origin.empty() || wendra::OriginOf(origin) == origin);
+  Require(origin.empty() || wendra::IsTrustedPage(text, origin));
+  const std::string_view inner = wendra::AddressOfOrigin(text);
+  const bool isPage = wendra::IsHttp(wendra::SplitAddress(inner).scheme);
+  Require(wendra::IsTrustedPage(text, inner) == isPage);
+  Require(origin.empty() || isPage);
   Require(wendra::StaysInside(text, text));
   // What follows the host changes nothing.
   Require(wendra::IsAllowedServerUrl(url) == wendra::IsAllowedServerUrl(url + "/@x"));

@@ -1,5 +1,5 @@
 // Messages of the page: whatever the bytes, there is one log line, and one reply exactly for a
-// request.
+// request, which goes to the origin that asked.
 #include <cstdint>
 #include <cstdlib>
 #include <stdexcept>
@@ -11,6 +11,7 @@
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   using namespace wendra;
+  constexpr std::string_view kOrigin = "http://localhost:80";
   const std::string_view text(reinterpret_cast<const char*>(data), size);
 
   RecordingLog log;
@@ -20,7 +21,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
       {{"echo", [&](const std::string& id, const Json& args) { replies.Succeed(id, args); }}},
       replies, log);
   try {
-    bridge.HandleMessage(text);
+    bridge.HandleMessage(kOrigin, text);
   } catch (const std::out_of_range&) {  // a number like 1e400 flies, before anything was said
     if (!log.lines.empty() || !page.scripts.empty()) std::abort();
     return 0;
@@ -28,5 +29,8 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   if (log.lines.size() != 1) std::abort();
   const bool isRequest = log.lines[0].starts_with("[JS->Native] action '");
   if (page.scripts.size() != (isRequest ? 1u : 0u)) std::abort();
+  for (const std::string& origin : page.origins) {
+    if (origin != kOrigin) std::abort();
+  }
   return 0;
 }

@@ -191,7 +191,7 @@ TEST(Reports, EventsAreWrittenAsTheyHappen) {
                 "{\"event\":\"failed\",\"uri\":\"" +
                 url +
                 "\"}\n"
-                "{\"event\":\"closed\"}\n");
+                "{\"event\":\"closed\",\"hasParent\":true}\n");
 }
 
 TEST(Reports, TimingsLeaveOutTheCallsIntoTheRuntime) {

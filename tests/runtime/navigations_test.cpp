@@ -159,6 +159,34 @@ TEST(Navigations, OfOtherFramesAreNobodysAffair) {
   EXPECT_EQ(navigations.Source(), "about:blank");
 }
 
+TEST(Navigations, ThatAreReplacedEndBeforeOrAfterTheNextBegins) {
+  for (const bool endsLate : {false, true}) {
+    Navigations navigations("M", {.replacedEndsLate = endsLate});
+    const std::string next = "wanted 2 http://b/ waits:G";
+    using Told = std::vector<std::string>;
+    ExpectConversation(
+        navigations,
+        {{"Fetch.requestPaused",
+          R"({"requestId":"F","frameId":"M","networkId":"L","request":{"url":"http://a/"}})",
+          {"wanted 1 http://a/ waits:F"}},
+         {"Page.frameRequestedNavigation",
+          R"({"frameId":"M","reason":"scriptInitiated","url":"http://b/","disposition":"currentTab"})",
+          {}},
+         {"Network.loadingFailed", R"({"requestId":"L","errorText":"net::ERR_ABORTED"})",
+          endsLate ? Told{} : Told{"done 1 failed:9"}},
+         {"Page.frameStartedNavigating",
+          R"({"frameId":"M","url":"http://b/","loaderId":"N","navigationType":"differentDocument"})",
+          {}},
+         {"Fetch.requestPaused",
+          R"({"requestId":"G","frameId":"M","networkId":"N","request":{"url":"http://b/"}})",
+          endsLate ? Told{next, "done 1 failed:9"} : Told{next}},
+         // Nothing replaces this one.
+         {"Network.loadingFailed",
+          R"({"requestId":"N","errorText":"net::ERR_ABORTED"})",
+          {"done 2 failed:9"}}});
+  }
+}
+
 TEST(Navigations, ReplacedBeforeTheyHaveLoadedAreAborted) {
   Navigations navigations("M", {});
   ExpectConversation(navigations,

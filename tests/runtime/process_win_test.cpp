@@ -87,7 +87,7 @@ TEST(ProcessEnd, WithoutClosingIsQuickAndStillReported) {
   const std::string events = ReadWholeFile(path);
   EXPECT_NE(events.find(R"({"event":"environment","userDataFolder":"C:\\probe"})"),
             std::string::npos);
-  EXPECT_NE(events.find(R"({"event":"closed"})"), std::string::npos) << events;
+  EXPECT_NE(events.find(R"({"event":"closed","hasParent":false})"), std::string::npos) << events;
 }
 
 TEST(ProcessEnd, ComesWithAnExceptionThatLeavesAHandler) {

@@ -1,8 +1,9 @@
-// A page that keeps the scripts it is to run, for comparing them byte for byte.
+// A page that keeps the scripts it is to run, and for whom, for comparing them byte for byte.
 #pragma once
 
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 #include "base/page_scripts.h"
@@ -11,9 +12,13 @@ namespace wendra {
 
 class RecordingPage : public PageScripts {
  public:
-  void Run(std::string_view script) override { scripts.emplace_back(script); }
+  void RunFor(std::string_view origin, std::string script) override {
+    origins.emplace_back(origin);
+    scripts.push_back(std::move(script));
+  }
 
   std::vector<std::string> scripts;
+  std::vector<std::string> origins;  // of each script
 };
 
 }  // namespace wendra

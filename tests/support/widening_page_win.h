@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstddef>
+#include <string>
 #include <string_view>
 
 #include "base/page_scripts.h"
@@ -11,7 +12,7 @@ namespace wendra {
 
 class WideningPage : public PageScripts {
  public:
-  void Run(std::string_view script) override { units += Widen(script).size(); }
+  void RunFor(std::string_view, std::string script) override { units += Widen(script).size(); }
 
   size_t units = 0;  // UTF-16 units of all scripts
 };

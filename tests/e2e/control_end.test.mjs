@@ -1,0 +1,19 @@
+// How the browser control ends with its window.
+import assert from 'node:assert/strict';
+import { readFileSync } from 'node:fs';
+import { rm } from 'node:fs/promises';
+import { test } from 'node:test';
+import { profileFiles } from '../../tools/wine/prefix.mjs';
+import { makeProfile, startHost } from './support/host.mjs';
+import { startServer } from './support/server.mjs';
+
+test('the browser control is closed while the window that it is in is still there', async () => {
+  const server = await startServer({ '/': '<!doctype html><title>start</title>' });
+  const profile = await makeProfile();
+  const host = await startHost({ address: server.url, profile });
+  assert.equal(await host.close(), 0);
+  const events = readFileSync(profileFiles(profile).events, 'utf8').trim().split('\n').map(JSON.parse);
+  assert.deepEqual(events.filter(({ event }) => event === 'closed'), [{ event: 'closed', hasParent: true }]);
+  await rm(profile, { recursive: true, force: true });
+  await server.close();
+});
