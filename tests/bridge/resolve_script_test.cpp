@@ -29,5 +29,45 @@ TEST(ResolveScript, IsTheGuardedCall) {
   }
 }
 
+std::string Nested(size_t depth, const std::string& inner = "") {
+  return std::string(depth, '[') + inner + std::string(depth, ']');
+}
+
+TEST(ResolveScript, WrapsWhatALiteralWouldChangeOrRefuse) {
+  const struct {
+    std::string value, written;
+  } cases[] = {
+      {R"({"__proto__":1})", R"(JSON.parse("{\"__proto__\":1}"))"},
+      {R"({"a":1,"__proto__":{"b":[]}})", R"(JSON.parse("{\"a\":1,\"__proto__\":{\"b\":[]}}"))"},
+      {R"({"__proto__":1,"__proto__":2})", R"(JSON.parse("{\"__proto__\":1,\"__proto__\":2}"))"},
+      {R"([1,{"a":[{"\u005f_proto__":"x"}]}])",
+       R"(JSON.parse("[1,{\"a\":[{\"__proto__\":\"x\"}]}]"))"},
+      {R"([[{}],{"a":{},"__proto__":0}])", R"(JSON.parse("[[{}],{\"a\":{},\"__proto__\":0}]"))"},
+      // Everything in it is escaped twice.
+      {R"({"__proto__":"\"\\\n\u2028é"})",
+       R"(JSON.parse("{\"__proto__\":\"\\\"\\\\\\n\\u2028é\"}"))"},
+      {Nested(1001), "JSON.parse(\"" + Nested(1001) + "\")"},
+      {Nested(1000, "{}"), "JSON.parse(\"" + Nested(1000, "{}") + "\")"},
+      {Nested(100'000), "JSON.parse(\"" + Nested(100'000) + "\")"},
+      // Byte for byte.
+      {Nested(1000), Nested(1000)},
+      {Nested(1000, "1"), Nested(1000, "1")},
+      {"[" + Nested(999) + "," + Nested(999) + "]", "[" + Nested(999) + "," + Nested(999) + "]"},
+      {R"("__proto__")", R"("__proto__")"},
+      {R"(["__proto__",{"a":"__proto__"}])", R"(["__proto__",{"a":"__proto__"}])"},
+      {R"({"__proto":1,"__proto__ ":2,"_proto__":3,"__PROTO__":4})",
+       R"({"__proto":1,"__proto__ ":2,"_proto__":3,"__PROTO__":4})"},
+      {"[]", "[]"},
+      {"{}", "{}"},
+  };
+  for (const auto& c : cases) {
+    Json value;
+    ASSERT_TRUE(Parse(c.value, value)) << c.value;
+    EXPECT_EQ(ResolveScript("r", ReplyStatus::kSucceeded, value),
+              std::string(kHead) + "r', 1, " + c.written + ") : 0;")
+        << c.value.substr(0, 100);
+  }
+}
+
 }  // namespace
 }  // namespace wendra
