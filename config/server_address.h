@@ -22,8 +22,8 @@ std::string UrlHost(std::string_view url);
 // a host below it.
 bool IsAllowedHost(std::string_view host);
 
-// Whether `url`, as ParseHttpUrl gives it, may be loaded: its host is allowed, and a browser finds
-// the same host in it.
+// Whether `url`, as ParseHttpUrl gives it, may be loaded: its host is allowed, and nothing in its
+// authority makes a browser find another host there (a backslash, NUL or other control character).
 bool IsAllowedServerUrl(std::string_view url);
 
 // Whether the page at `pageUrl` may use the host: an http or https page with the chosen server's

@@ -139,7 +139,26 @@ TEST(IsAllowedServerUrl, JudgesTheHostAlone) {
       {"https://evil.test\\.wendra.example", false},
       {std::string_view("https://evil.test\0.wendra.example", 33), false},
       {"https://evil.test\t.wendra.example", false},
-      {"https://evil.test .wendra.example", false},
+      {"https://evil.test\n.wendra.example", false},
+      {"https://evil.test\r.wendra.example", false},
+      {"https://evil.test\x01.wendra.example", false},
+      {"https://evil.test\x1F.wendra.example", false},
+      {"https://evil.test\x7F.wendra.example", false},
+      {"https://evil.test\xC2\x80.wendra.example", false},
+      {"https://evil.test\xC2\x9F.wendra.example", false},
+      {"https://us\ter@localhost", false},  // the user part belongs to the authority
+      {"https://us\\er@localhost", false},
+      {"https://localhost:\t80", false},
+      // What looks like one of these and is not.
+      {"https://evil.test .wendra.example", true},  // a blank: no browser loads it
+      {"https://two words.on.wendra.example", true},
+      {"https://a\xC2\xA0.wendra.example", true},
+      {"https://bücher.on.wendra.example", true},
+      {"https://\xE2\x80\x80.wendra.example", true},
+      {"https://localhost/\t", true},
+      {"https://localhost?\x01", true},
+      {"https://localhost#\x7F", true},
+      {std::string_view("https://localhost/\0", 19), true},
       {"https://localhost/a\\b c", true},  // not in the authority
   };
   for (const auto& c : cases) EXPECT_EQ(IsAllowedServerUrl(c.url), c.isAllowed) << c.url;

@@ -36,6 +36,11 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   Require(wendra::IsTrustedPage(text, inner) == isPage);
   Require(origin.empty() || isPage);
   Require(wendra::StaysInside(text, text));
+  // An address that is loaded holds nothing that a browser would take for the end of the host.
+  for (const char c : wendra::SplitAddress(url).authority) {
+    const bool endsHost = c == '\\' || c == '\x7F' || (c >= 0 && c < ' ');
+    Require(!endsHost || !wendra::IsAllowedServerUrl(url));
+  }
   // What follows the host changes nothing.
   Require(wendra::IsAllowedServerUrl(url) == wendra::IsAllowedServerUrl(url + "/@x"));
   return 0;
