@@ -1,7 +1,5 @@
 #include "base/ascii.h"
 
-#include <algorithm>
-
 namespace wendra {
 
 std::string LowerAscii(std::string_view text) {
@@ -18,13 +16,6 @@ std::string_view TrimBlanks(std::string_view text) {
   if (first == std::string_view::npos) return {};
   const size_t last = text.find_last_not_of(kBlanks);
   return text.substr(first, last - first + 1);
-}
-
-bool HoldsControlCharacter(std::string_view text) {
-  return std::ranges::any_of(text, [](char c) {
-    const auto byte = static_cast<unsigned char>(c);
-    return byte < 0x20 || byte == 0x7F;
-  });
 }
 
 }  // namespace wendra

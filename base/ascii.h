@@ -12,7 +12,4 @@ std::string LowerAscii(std::string_view text);
 // `text` without leading and trailing blanks: space, tab, CR and LF, nothing else.
 std::string_view TrimBlanks(std::string_view text);
 
-// Whether `text` holds a byte below 0x20 (NUL, CR, LF and tab among them) or 0x7F.
-bool HoldsControlCharacter(std::string_view text);
-
 }  // namespace wendra

@@ -56,4 +56,15 @@ bool IsWellFormedUtf8(std::string_view text) {
   return true;
 }
 
+bool HoldsControlCharacter(std::string_view text) {
+  char before = 0;
+  for (const char c : text) {
+    const auto byte = static_cast<unsigned char>(c);
+    if (byte < 0x20 || byte == 0x7F) return true;
+    if (before == '\xC2' && byte >= 0x80 && byte <= 0x9F) return true;
+    before = c;
+  }
+  return false;
+}
+
 }  // namespace wendra

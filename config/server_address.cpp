@@ -3,27 +3,16 @@
 #include "base/address.h"
 #include "base/ascii.h"
 #include "base/product.h"
+#include "base/utf8.h"
 
 namespace wendra {
 namespace {
-
-// Control characters, in UTF-8: U+0000 to U+001F and U+007F to U+009F.
-bool HasControlCharacter(std::string_view text) {
-  char before = 0;
-  for (const char c : text) {
-    const auto byte = static_cast<unsigned char>(c);
-    if (byte < 0x20 || byte == 0x7F) return true;
-    if (before == '\xC2' && byte >= 0x80 && byte <= 0x9F) return true;
-    before = c;
-  }
-  return false;
-}
 
 // A browser ends the authority at a backslash too, drops control characters, and never sees what
 // follows a NUL: it may read another host than we do. (One with a blank it does not load at all.)
 bool ReadsTheSameToABrowser(std::string_view url) {
   const std::string_view authority = SplitAddress(url).authority;
-  return authority.find('\\') == std::string_view::npos && !HasControlCharacter(authority);
+  return authority.find('\\') == std::string_view::npos && !HoldsControlCharacter(authority);
 }
 
 }  // namespace

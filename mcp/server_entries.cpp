@@ -2,7 +2,7 @@
 
 #include <utility>
 
-#include "base/ascii.h"
+#include "base/utf8.h"
 #include "config/server_address.h"
 
 namespace wendra {

@@ -4,7 +4,7 @@
 #include <iterator>
 #include <utility>
 
-#include "base/ascii.h"
+#include "base/utf8.h"
 #include "win/unique.h"
 #include "win/wide.h"
 

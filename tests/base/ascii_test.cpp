@@ -26,13 +26,5 @@ TEST(TrimBlanks, RemovesFourKindsOfBlankAtBothEnds) {
   for (const auto& c : cases) EXPECT_EQ(TrimBlanks(c.in), c.want) << c.in;
 }
 
-TEST(HoldsControlCharacter, FindsTheThirtyThreeOfAscii) {
-  for (int byte = 0; byte < 256; ++byte) {
-    const std::string text = {'a', static_cast<char>(byte), 'b'};
-    EXPECT_EQ(HoldsControlCharacter(text), byte < 0x20 || byte == 0x7F) << byte;
-  }
-  EXPECT_FALSE(HoldsControlCharacter(""));
-}
-
 }  // namespace
 }  // namespace wendra

@@ -63,5 +63,17 @@ TEST(IsWellFormedUtf8, KnowsTheEndOfTheText) {
   EXPECT_TRUE(IsWellFormedUtf8(std::string_view("\0", 1)));
 }
 
+TEST(HoldsControlCharacter, FindsBothRanges) {
+  for (unsigned code = 0; code < 0x100; ++code) {
+    std::string text = "a";
+    if (code >= 0x80) text += static_cast<char>(0xC0 | code >> 6);
+    text += static_cast<char>(code < 0x80 ? code : 0x80 | (code & 0x3F));
+    text += 'b';
+    EXPECT_EQ(HoldsControlCharacter(text), code < 0x20 || (code >= 0x7F && code < 0xA0)) << code;
+  }
+  EXPECT_FALSE(HoldsControlCharacter(""));
+  EXPECT_FALSE(HoldsControlCharacter("\xE2\x82\x85"));  // one of three bytes
+}
+
 }  // namespace
 }  // namespace wendra

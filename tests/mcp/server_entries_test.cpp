@@ -120,7 +120,8 @@ TEST(ReadServerEntries, DecidesByTheEntry) {
        "[MCP] server 's': header 'A' holds a control character — not sent | "
        "[MCP] server 's': header 'C?' holds a control character — not sent | "
        "[MCP] server 's': header 'D' holds a control character — not sent | "
-       "[MCP] server 's': header 'E' holds a control character — not sent"},
+       "[MCP] server 's': header 'E' holds a control character — not sent | "
+       "[MCP] server 's': header 'F' holds a control character — not sent"},
   };
   for (const auto& c : cases) EXPECT_EQ(Outcome(c.entry), c.want) << c.entry;
 }
