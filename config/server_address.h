@@ -28,7 +28,8 @@ bool IsAllowedServerUrl(std::string_view url);
 
 // Whether the page at `pageUrl` may use the host: an http or https page with the chosen server's
 // host or an allowed one, or what such a page has made itself ("blob:" with the page's origin
-// inside). A page that a redirect brought into the window from elsewhere may not, nor what it makes.
+// inside). A page that a redirect brought into the window from elsewhere may not, nor what it makes
+// of itself.
 bool IsTrustedPage(std::string_view pageUrl, std::string_view serverUrl);
 
 }  // namespace wendra
