@@ -95,6 +95,7 @@ TEST(ReplyGate, TellsNavigationsApart) {
       {"a newer one under way: its page may be another", ">1 >2 @1a a1 @2b", ""},
       {"a newer one under way that brings nothing", ">1 >2 @1b b1 a2 .2", "1"},
       {"a new page ends all older ones", ">1 >2 >3 a1 @3a a2 .1 .2 .3", "12"},
+      {"and what waits runs at once, for no end of theirs need come", ">1 >2 a1 @2a", "1"},
       {"an end that nobody knows of", ">1 a1 .9", ""},
       {"a page that nobody knows of", ">1 a1 @9b b2 .1", "2"},
       {"a page that nobody knows of, and nothing under way", "@9b b1 a2", "1"},

@@ -4,6 +4,7 @@ import { existsSync, readFileSync } from 'node:fs';
 import { join } from 'node:path';
 
 const kGoogleTests = ['native', 'asan', 'windows'];
+const kFirstFailure = '--gtest_fail_fast'; // is enough
 // What the end-to-end tests use besides the host.
 const kEndToEndTargets = ['runnable', 'host_parent', 'mcp_child', 'test_child', 'window_probe'];
 
@@ -25,7 +26,7 @@ export function commandOf(killer, tree) {
   if (kind === 'windows') {
     return {
       command: join(tree, 'tools/launch'),
-      args: ['--profile', join(tree, 'build/test-profiles', program), '--'],
+      args: ['--profile', join(tree, 'build/test-profiles', program), '--', kFirstFailure],
       env: {
         DISPLAY: '',
         WENDRA_DEV_NO_RUNTIME: '1',
@@ -34,7 +35,7 @@ export function commandOf(killer, tree) {
     };
   }
   if (kGoogleTests.includes(kind)) {
-    return { command: join(tree, 'build', kind, 'bin/tests', program), args: [], env: {} };
+    return { command: join(tree, 'build', kind, 'bin/tests', program), args: [kFirstFailure], env: {} };
   }
   const pattern = filter ? [`--test-name-pattern=${filter}`] : [];
   const limits = ['--import', './tests/runner/limits.mjs'];

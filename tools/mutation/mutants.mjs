@@ -97,17 +97,18 @@ async function passesWithoutFault(killer) {
 
 // What became of the fault: {killer} or {survived: true} or {broken: why}.
 async function meet(fault) {
-  for (const killer of fault.killers) {
-    if (!(await passesWithoutFault(killer))) return { broken: `${killer} fails without a fault` };
-  }
   const file = join(kCopy, fault.file);
   const right = readFileSync(file, 'utf8');
-  writeFileSync(file, applied(fault, right));
   try {
     for (const killer of fault.killers) {
+      if (!(await passesWithoutFault(killer))) {
+        return { broken: `without it ${killer} does not pass` };
+      }
+      writeFileSync(file, applied(fault, right));
       const name = `${fault.name}.${killer}`;
       if (!(await builds(name, killer))) return { broken: `it does not build for ${killer}` };
       if (!(await succeeds(name, commandOf(killer, kCopy), kRunLimitMs))) return { killer };
+      writeFileSync(file, right); // for the next one's run without it
     }
     return { survived: true };
   } finally {
