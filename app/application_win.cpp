@@ -48,7 +48,7 @@ ActionTable Application::MakeActions() {
   const auto window = [this] { return window_.Handle(); };
   const auto servers = [this] { return std::span(mcp_.Registry().Servers()); };
   return {
-      folderPicker_.MakeAction(),
+      PickDirectoryAction(folderPicker_),
       PlatformAction(replies_),
       GetProjectDirsAction(replies_, ProjectDirsKeyPath()),
       SetProjectDirAction(replies_, ProjectDirsKeyPath()),

@@ -32,13 +32,8 @@ std::optional<std::string> ChooseFolder(const std::string& title, HWND owner) {
 FolderPicker::FolderPicker(Replies& replies, std::function<HWND()> window, Chooser choose)
     : replies_(replies), window_(std::move(window)), choose_(std::move(choose)) {}
 
-Action FolderPicker::MakeAction() {
-  return {"pickDirectory", [this](const std::string& reqId, const Json& args) {
-            Add({reqId, std::string(StringArgument(args, 0))});
-          }};
-}
-
-void FolderPicker::Add(Request request) {
+void FolderPicker::Ask(std::string reqId, std::string title) {
+  Request request{std::move(reqId), std::move(title)};
   // The first of the queue does not wait for a dialog, unless one is shown.
   const size_t room = kMaxWaiting + (isShowing_ ? 0 : 1);
   if (waiting_.size() >= room) return Answer(request, std::nullopt);
@@ -64,6 +59,12 @@ void FolderPicker::ShowDialogs() {
 
 void FolderPicker::Answer(const Request& request, const std::optional<std::string>& folder) {
   replies_.Succeed(request.reqId, folder ? Json(*folder) : Json());
+}
+
+Action PickDirectoryAction(FolderPicker& picker) {
+  return {"pickDirectory", [&picker](std::string reqId, const Json& args) {
+            picker.Ask(std::move(reqId), std::string(StringArgument(args, 0)));
+          }};
 }
 
 }  // namespace wendra

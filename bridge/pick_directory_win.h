@@ -30,10 +30,10 @@ class FolderPicker {
   FolderPicker(const FolderPicker&) = delete;
   FolderPicker& operator=(const FolderPicker&) = delete;
 
-  // The action queues a request and wakes the window with kPickDirectoryMessage, so that the dialog
-  // runs from the message loop: inside the page's message it would keep every later one waiting.
-  // With kMaxWaiting requests before it a further one is answered with null at once.
-  Action MakeAction();
+  // Queues a request and wakes the window with kPickDirectoryMessage, so that the dialog runs from
+  // the message loop: inside the page's message it would keep every later one waiting. With
+  // kMaxWaiting requests before it a further one is answered with null at once.
+  void Ask(std::string reqId, std::string title);
 
   // What the window does with kPickDirectoryMessage: shows the dialogs of all queued requests and
   // answers each with the path or with null. Does nothing while one is shown, or without a request:
@@ -46,7 +46,6 @@ class FolderPicker {
     std::string title;
   };
 
-  void Add(Request request);
   void Answer(const Request& request, const std::optional<std::string>& folder);
 
   Replies& replies_;
@@ -55,5 +54,8 @@ class FolderPicker {
   std::deque<Request> waiting_;
   bool isShowing_ = false;
 };
+
+// UI thread; `picker` is borrowed.
+Action PickDirectoryAction(FolderPicker& picker);
 
 }  // namespace wendra

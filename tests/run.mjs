@@ -18,7 +18,8 @@ const kRunLimitMs = 3 * 60_000;
 const kLongerLimitsMs = [
   [/^(configure|build)-/, 15 * 60_000], // a whole preset from nothing
   [/^e2e-exec$/, 6 * 60_000], // a thousand actions, many of them a shell and a program under Wine
-  [/^e2e-(mcp_ending|prompt|startup|update)$/, 6 * 60_000], // a host of its own for each of many cases
+  // A host of its own for each of many cases.
+  [/^e2e-(failing_start|mcp_bounds|mcp_ending|prompt|startup|update)$/, 6 * 60_000],
   [/^e2e-conformance$/, 6 * 60_000], // the whole official suite in one test, a host for each part
 ];
 const kEndMs = 30_000; // what a program may need after a test that hangs

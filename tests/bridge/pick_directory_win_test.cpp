@@ -50,7 +50,7 @@ class FolderPickerTest : public testing::Test {
                          if (title == "cancelled") return std::nullopt;
                          return "C:\\" + title;
                        }};
-  const Action action_ = picker_.MakeAction();
+  const Action action_ = PickDirectoryAction(picker_);
   const TestWindow window_{[this](UINT message, WPARAM, LPARAM) {
     if (message == kPickDirectoryMessage) picker_.ShowDialogs();
   }};
