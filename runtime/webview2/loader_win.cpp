@@ -5,6 +5,7 @@
 #include "runtime/webview2/debug_tap_win.h"
 #include "runtime/webview2/environment_win.h"
 #include "runtime/webview2/event_file_win.h"
+#include "runtime/webview2/exit_tap_win.h"
 #include "runtime/webview2/module_win.h"
 #include "win/wide.h"
 
@@ -70,6 +71,7 @@ GetAvailableCoreWebView2BrowserVersionString(PCWSTR, LPWSTR* versionInfo) {
 extern "C" BOOL WINAPI DllMain(HINSTANCE, DWORD reason, LPVOID processEnds) {
   if (reason == DLL_PROCESS_ATTACH) {
     wendra::InstallDebugTap();
+    wendra::InstallExitTap();
     wendra::TakeFailures();
   }
   if (reason == DLL_PROCESS_DETACH && processEnds) wendra::TellClosedAtProcessEnd();

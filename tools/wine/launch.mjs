@@ -1,7 +1,7 @@
 // Runs the host under Wine with one profile: display, Wine's server, Chromium, the host; and ends
 // them all. Called by tools/launch with the template, the profile, the screenshot's file or '', the
 // language, and the host's arguments.
-import { mkdirSync, rmSync, writeFileSync } from 'node:fs';
+import { existsSync, mkdirSync, readFileSync, rmSync, writeFileSync } from 'node:fs';
 import { basename, dirname, join } from 'node:path';
 import { pipeline } from 'node:stream/promises';
 import { setTimeout as sleep } from 'node:timers/promises';
@@ -151,8 +151,18 @@ function closeSignal() {
   });
 }
 
+// Wine's server kills a process that is still there half a second after it has ended for Windows,
+// as on a busy machine; what the host has said then is its exit code all the same.
+function codeBeforeKill() {
+  const said = existsSync(files.events) ? readFileSync(files.events, 'utf8') : '';
+  const event = said.split('\n').find((line) => line.includes('"event":"ended"'));
+  return event && JSON.parse(event).code % 256;
+}
+
 function exitCode({ code, signal }) {
   if (signal === null) return code;
+  const before = signal === 'SIGKILL' ? codeBeforeKill() : undefined;
+  if (before !== undefined) return before;
   say(`the host was killed by ${signal}`);
   return 1;
 }
