@@ -1,11 +1,14 @@
-// The window is closed while a modal loop of the system runs, which may swallow the quit message.
+// The window is closed while the program is busy: in a modal loop of the system, which may swallow
+// the quit message, or with a flood of log lines.
 import assert from 'node:assert/strict';
 import { after, before, test } from 'node:test';
-import { startHost } from './support/host.mjs';
+import { endAlone, startLonelyHost } from './support/lonely_host.mjs';
+import { endlessly, mcpChild, says } from './support/mcp_children.mjs';
 import { startServer } from './support/server.mjs';
-import { until } from './support/waiting.mjs';
+import { kPatienceMs, until } from './support/waiting.mjs';
 
 const kLimitMs = 2_000;
+const kFlood = 30_000; // bad messages, each of which is logged
 const WM_SYSCOMMAND = 0x112;
 const SC_MOVE = 0xf010;
 const SC_SIZE = 0xf000;
@@ -41,15 +44,37 @@ const cases = {
     await until('the dialog', async () =>
       (await host.probe('windows')).windows.some(({ text }) => text === 'first'));
   },
+  'while its page floods it': async (host) => {
+    await host.page.evaluate((count) => {
+      for (let i = 0; i < count; i += 1) chrome.webview.postMessage({ bad: i });
+    }, kFlood);
+    await host.waitForLine('[JS->Native]');
+  },
+  'after its page has flooded it': async (host) => {
+    await host.page.evaluate((count) => {
+      for (let i = 0; i < count; i += 1) chrome.webview.postMessage({ bad: i });
+    }, kFlood);
+    const isLogged = () => host.log.length > kFlood;
+    await until('the flood in the log', isLogged, { timeoutMs: 3 * kPatienceMs });
+  },
+  'while a server floods the log': async (host) => {
+    await until('the flood in the log', () => host.log.length > 1_000);
+  },
 };
+
+const kFloodingServer = mcpChild('answer', ...endlessly(...says('x', 50)));
+const configs = { 'while a server floods the log': { mcpServers: { a: kFloodingServer } } };
 
 for (const [when, begin] of Object.entries(cases)) {
   test(`the window is closed ${when}: the program ends`, async () => {
-    const host = await startHost({ address: server.url });
-    await begin(host);
-    const { ms, code } = await host.probe('close', kLimitMs * 5);
-    assert.equal(code, 0);
-    assert.equal(await host.ended(), 0);
-    assert.ok(ms < kLimitMs, `${ms} ms`);
+    const host = await startLonelyHost({ address: server.url, config: configs[when] });
+    try {
+      await begin(host);
+      const { ms, code } = await endAlone(host, 'close');
+      assert.equal(code, 0);
+      assert.ok(ms < kLimitMs, `${ms} ms`);
+    } finally {
+      await host.kill();
+    }
   });
 }
