@@ -23,13 +23,15 @@ namespace {
 constexpr DWORD kPatienceMs = 20'000;
 constexpr DWORD kManyPatienceMs = 120'000;  // for many commands at once
 
-// test_child.exe lies one folder above the tests.
-std::string TestChild() {
+// A program of the build lies one folder above the tests.
+std::string ChildProgram(const wchar_t* name) {
   wchar_t self[MAX_PATH];
   GetModuleFileNameW(nullptr, self, MAX_PATH);
   const auto folder = std::filesystem::path(self).parent_path().parent_path();
-  return "\"" + Narrow((folder / L"test_child.exe").wstring()) + "\" ";
+  return "\"" + Narrow((folder / name).wstring()) + "\" ";
 }
+
+std::string TestChild() { return ChildProgram(L"test_child.exe"); }
 
 std::string Filling(size_t bytes) {
   std::string text(bytes, 'x');
@@ -134,7 +136,7 @@ TEST(RunCommand, GivesTheExitCodeOfACommandThatClosesItsStreamsEarly) {
   // In place of the shell, which would hold the streams to the end; the rest of the command line
   // comes after the child has ended.
   const std::wstring shell = EnvironmentText(L"COMSPEC");
-  const std::string slow = TestChild() + "out 2 shut pause 300 exit 7";
+  const std::string slow = ChildProgram(L"windowed_child.exe") + "out 2 shut pause 300 exit 7";
   SetEnvironmentVariableW(L"COMSPEC", Widen(slow).c_str());
   const ExecResult result = RunCommand("", "nothing");
   SetEnvironmentVariableW(L"COMSPEC", shell.c_str());
