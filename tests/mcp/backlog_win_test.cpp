@@ -2,10 +2,15 @@
 
 #include <atomic>
 #include <memory>
+#include <string>
 #include <thread>
 #include <vector>
 
 #include <gtest/gtest.h>
+
+#include "tests/support/test_window_win.h"
+#include "win/messages.h"
+#include "win/owned_message.h"
 
 #include <windows.h>
 
@@ -103,6 +108,23 @@ TEST(Backlog, HoldsUpNobodyWhoIsSlower) {
   }
   backlog.Stop(share);
   EXPECT_FALSE(backlog.Add(1, share));
+}
+
+// Otherwise the server would have less than nothing under way, which is as good as too much.
+TEST(Backlog, CountsWhatIsDeliveredAtOnce) {
+  Backlog backlog;
+  Backlog::Share share;
+  std::vector<std::string> received;
+  const TestWindow window([&](UINT message, WPARAM, LPARAM lparam) {
+    if (message != kMcpMessage) return;
+    received.push_back(*TakeOwned<std::string>(lparam));
+    backlog.Remove(received.back().size(), share);
+  });
+  backlog.DeliverAtOnce(window.Handle(), 0, "at once", share);
+  TestWindow::Pump();
+  backlog.DeliverIfRoom(window.Handle(), 0, "if there is room", share);
+  TestWindow::Pump();
+  EXPECT_EQ(received, (std::vector<std::string>{"at once", "if there is room"}));
 }
 
 // Messages that are not handled and refusals that are not sent count together; of other servers

@@ -16,6 +16,8 @@
 #include "tests/support/scratch_folder_win.h"
 #include "tests/support/test_window_win.h"
 
+#include <psapi.h>
+
 namespace wendra {
 namespace {
 
@@ -43,6 +45,28 @@ void WriteConfig(const std::wstring& path, const std::wstring& program) {
   std::string text;
   Serialize(config, text);
   std::ofstream(std::filesystem::path(path), std::ios::binary) << text;
+}
+
+size_t WorkingSetBytes() {
+  PROCESS_MEMORY_COUNTERS counters{};
+  EXPECT_TRUE(GetProcessMemoryInfo(GetCurrentProcess(), &counters, sizeof(counters)));
+  return counters.WorkingSetSize;
+}
+
+TEST(McpClient, FreesEveryMessage) {
+  constexpr size_t kMessageBytes = 1 << 20;
+  constexpr int kMessages = 100;
+  RecordingLog log;
+  ConfigFile config(L"", log);
+  McpClient client(config, log);
+  McpServer stopped;
+  const auto take = [&] {
+    client.OnMessage(stopped, std::make_unique<std::string>(kMessageBytes, 'x'));
+  };
+  take();
+  const size_t before = WorkingSetBytes();
+  for (int i = 0; i < kMessages; ++i) take();
+  EXPECT_LT(WorkingSetBytes(), before + kMessages / 2 * kMessageBytes);
 }
 
 TEST(McpClient, EndsARequestWhenItsTimeIsOverThoughTheServerSaysNothing) {

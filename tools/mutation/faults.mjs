@@ -271,7 +271,7 @@ export const kFaults = [
   fault('mcp-payload-leaked', 'mcp/mcp_client_win.cpp',
     '  if (server.transport) server.transport->OnMessageHandled(text->size());\n',
     '  if (server.transport) server.transport->OnMessageHandled(text->size());\n  (void)text.release();\n',
-    'e2e/mcp_reload', 'e2e/mcp_http_leaks'),
+    'windows/mcp_win_test'),
   fault('mcp-no-timer', 'mcp/mcp_client_win.cpp',
     '  return SetTimer(window, id, periodMs, nullptr) != 0;\n',
     '  (void)id;\n  (void)periodMs;\n  return true;\n', 'windows/mcp_win_test'),
