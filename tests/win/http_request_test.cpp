@@ -422,6 +422,7 @@ TEST(HttpExchange, DoesNothingAfterAnAbort) {
   within.Abort();
   EXPECT_EQ(within.ReadPiece(3), "");
   EXPECT_EQ(within.WaitForPiece(), 0u);
+  EXPECT_EQ(server.Requests().size(), 1u);  // also nothing that the first one would have begun
 }
 
 // Whenever the abort comes, both threads end, and every other exchange gets its own answer.
