@@ -164,7 +164,7 @@ test('a rejected address shows the error line and can be mended', async () => {
   const before = await places();
   for (const address of [
     'evil.test', 'https://localhost@evil.test', 'notwendra.example', 'ftp://localhost', 'http://',
-    'localhost.', ' ', 'a b',
+    'localhost.', ' ', 'a b.test',
   ]) {
     await prompt.type(address);
     await host.keys('Return');

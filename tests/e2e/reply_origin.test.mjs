@@ -325,13 +325,13 @@ test('what waits is bounded, and dropped after ten seconds', async () => {
   await writeFile(file, 'x'.repeat(16 * kMiB));
   await setOut(foreign(''));
   const before = await holdings(host);
+  let most = 0;
   for (let i = 0; i < kReplies; ++i) {
     await askMeanwhile(`large${i}`, 'readFile', [windowsPath(file)]);
-    const grown = (await holdings(host)).bytes - before.bytes;
-    assert.ok(grown < 110 * kMiB, `${grown / kMiB} MiB more`); // one is being worked on besides
+    most = Math.max(most, (await holdings(host)).bytes - before.bytes);
   }
-  const held = (await holdings(host)).bytes - before.bytes;
-  assert.ok(held > 40 * kMiB && held < 72 * kMiB, `${held / kMiB} MiB more`);
+  // 64 MiB of what waits, and one that is being worked on.
+  assert.ok(most > 40 * kMiB && most < 110 * kMiB, `${most / kMiB} MiB more`);
   const left = async () => (await holdings(host)).bytes - before.bytes;
   await until('the memory of late replies', async () => (await left()) < 8 * kMiB, {
     context: host.context,
