@@ -199,6 +199,14 @@ export const kFaults = [
     '  page_.Close();  // while its parent still exists\n', '', 'e2e/control_end', 'e2e/closing'),
   fault('app-log-line-end', 'app/window_log_win.cpp',
     'text_ += "\\r\\n";', 'text_ += "\\n";', 'windows/app_win_test'),
+  fault('app-config-unwatched', 'app/main_window_win.cpp',
+    '  (void)SetTimer(window_, kConfigWatchTimer, kConfigWatchPeriodMs, nullptr);\n', '',
+    'e2e/mcp_config#a changed file reloads the servers'),
+  fault('app-quit-awaited', 'app/application_win.cpp',
+    'if (windowIsThere) return GetMessageW', 'if (windowIsThere || true) return GetMessageW',
+    'e2e/closing'),
+  fault('app-second-web-view', 'app/main_window_win.cpp',
+    'if (!std::exchange(hasWebView_, true)) page_', 'page_', 'e2e/private_messages'),
 
   // mcp
   fault('mcp-line-limit', 'mcp/line_splitter.cpp',
