@@ -86,7 +86,7 @@ void Backlog::RemoveOfServer(size_t bytes, Share& share) {
   if (!hadRoom && HasRoom(share)) changed_.WakeAll();
 }
 
-Backlog::Refusal Backlog::AddRefusal(size_t bytes, std::shared_ptr<Share> share) {
+Backlog::Refusal Backlog::AddRefusal(size_t bytes, const std::shared_ptr<Share>& share) {
   {
     const std::lock_guard<Lock> lock(lock_);
     share->bytes_ += kMessageBytes + bytes;

@@ -64,7 +64,7 @@ class Backlog : public std::enable_shared_from_this<Backlog> {
   void Remove(size_t bytes, Share& share);
 
   // Counts a refusal of so many bytes. Needs the backlog to be owned by a shared_ptr.
-  Refusal AddRefusal(size_t bytes, std::shared_ptr<Share> share);
+  Refusal AddRefusal(size_t bytes, const std::shared_ptr<Share>& share);
 
   // Ends the waiting of this server, now and later.
   void Stop(Share& share);
