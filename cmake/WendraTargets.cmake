@@ -52,11 +52,17 @@ function(wendra_library name)
   target_link_libraries(${name} PUBLIC wendra_options ${ARG_LIBS})
 endfunction()
 
+# Tests and what stands around them are built more often than they run: translating them without
+# optimization takes a third of the time.
+add_library(wendra_quick_build INTERFACE)
+target_compile_options(wendra_quick_build INTERFACE $<$<NOT:$<CXX_COMPILER_ID:MSVC>>:-O0>)
+
 # wendra_test(name SOURCES ... [LIBS ...]): a GoogleTest program in bin/tests.
 function(wendra_test name)
   cmake_parse_arguments(PARSE_ARGV 1 ARG "" "" "SOURCES;LIBS")
   add_executable(${name} ${ARG_SOURCES})
   target_link_libraries(${name} PRIVATE wendra_test_limit wendra_options ${ARG_LIBS})
+  target_precompile_headers(${name} REUSE_FROM wendra_test_limit)
   set_target_properties(${name} PROPERTIES
     RUNTIME_OUTPUT_DIRECTORY "${CMAKE_BINARY_DIR}/bin/tests")
 endfunction()
