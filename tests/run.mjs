@@ -17,7 +17,7 @@ const kFuzzSeconds = 8; // of each fuzzer; at length by hand, see docs/testing.m
 const kRunLimitMs = 3 * 60_000;
 const kLongerLimitsMs = [
   [/^(configure|build)-/, 40 * 60_000], // a whole preset from nothing, beside another, on a busy machine
-  [/^house$/, 10 * 60_000], // clang-tidy reads every source for Windows, with all of its headers
+  [/^tidy-/, 10 * 60_000], // reads each source of a folder with all of its headers
   [/^e2e-exec$/, 6 * 60_000], // a thousand actions, many of them a shell and a program under Wine
   // A host of its own for each of many cases.
   [/^e2e-(failing_start|mcp_bounds|mcp_ending|prompt|startup|update)$/, 6 * 60_000],
@@ -37,6 +37,10 @@ const kAlone = {
 
 const kProcessorLane = 0; // builds, sanitizers, fuzzers: at low priority
 const kWaitingLane = 1; // Wine and browsers, which wait for each other most of the time
+
+// The folders of the program's and the development runtime's sources.
+const kModules = readdirSync(kRoot)
+  .filter((folder) => folder !== 'tests' && existsSync(join(kRoot, folder, 'CMakeLists.txt')));
 
 const total = { passed: 0, failed: 0, skipped: 0 };
 
@@ -150,6 +154,13 @@ const suites = {
   house: {
     needs: ['windows'],
     units: () => [nodeTest(kProcessorLane, 'house', 'tests/house/house.test.mjs')],
+  },
+  tidy: {
+    needs: ['windows'],
+    units: () => kModules.map((folder) =>
+      whole(kProcessorLane, `tidy-${folder}`, () => ({
+        command: process.execPath, args: ['tests/house/tidy.mjs', folder],
+      }))),
   },
   native: { needs: ['native'], units: () => nativeTests('native') },
   asan: { needs: ['asan'], units: () => nativeTests('asan') },
