@@ -8,8 +8,8 @@
 #include "bridge/platform.h"
 #include "bridge/project_dirs.h"
 #include "config/server_address.h"
-#include "mcp/config_actions_win.h"
-#include "mcp/tool_actions.h"
+#include "mcp/tools/config_actions_win.h"
+#include "mcp/tools/tool_actions.h"
 #include "update/check_action.h"
 #include "win/messages.h"
 

@@ -8,7 +8,7 @@
 #include "base/product.h"
 #include "config/config_file_win.h"
 #include "config/server_choice.h"
-#include "config/server_prompt_win.h"
+#include "config/prompt/server_prompt_win.h"
 #include "win/wide.h"
 
 #include <windows.h>

@@ -9,7 +9,7 @@
 #include "base/log.h"
 #include "config/config_file_win.h"
 #include "config/config_watch_win.h"
-#include "mcp/http_link_win.h"
+#include "mcp/http/http_link_win.h"
 #include "mcp/registry_win.h"
 #include "mcp/request_timers.h"
 #include "mcp/session.h"

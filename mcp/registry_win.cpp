@@ -5,10 +5,10 @@
 #include <utility>
 
 #include "config/json_object.h"
-#include "mcp/http_transport_win.h"
+#include "mcp/http/http_transport_win.h"
 #include "mcp/server_entries.h"
-#include "mcp/stdio_transport_win.h"
-#include "mcp/system_win.h"
+#include "mcp/stdio/stdio_transport_win.h"
+#include "mcp/stdio/system_win.h"
 
 namespace wendra {
 namespace {

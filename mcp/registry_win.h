@@ -9,7 +9,7 @@
 #include "base/log.h"
 #include "config/config_file_win.h"
 #include "mcp/backlog_win.h"
-#include "mcp/http_link_win.h"
+#include "mcp/http/http_link_win.h"
 #include "mcp/server.h"
 
 #include <windows.h>

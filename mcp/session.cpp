@@ -6,7 +6,7 @@
 
 #include "config/json_object.h"
 #include "json/value_count.h"
-#include "mcp/answer_scanner.h"
+#include "mcp/http/answer_scanner.h"
 
 namespace wendra {
 namespace {

@@ -197,7 +197,7 @@ const suites = {
     needs: ['windows'],
     units: () => [googleTest(kWaitingLane, 'runtime', (results) => ({
       command: process.execPath,
-      args: ['tests/runtime/run.mjs', 'build/windows', `--gtest_output=json:${windowsPath(results)}`],
+      args: ['tests/devruntime/run.mjs', 'build/windows', `--gtest_output=json:${windowsPath(results)}`],
       env: { WINEPREFIX: execFileSync(join(kRoot, 'tools/wine/make-template'), { encoding: 'utf8' }).trim() },
     }))],
   },

@@ -2,7 +2,7 @@
 //
 // Names, slot order and identifiers are those of the platform (Microsoft's published reference;
 // the interfaces are frozen since their first release). The order of the methods is the binary
-// interface: never move, add or leave out one. tests/runtime/ counts the slots.
+// interface: never move, add or leave out one. tests/devruntime/ counts the slots.
 //
 // Rules of the platform that the declarations cannot say:
 // - All calls and all callbacks happen on the one thread that made the environment; it must pump

@@ -7,7 +7,7 @@
 #include <sstream>
 #include <utility>
 
-#include "mcp/command_line.h"
+#include "mcp/stdio/command_line.h"
 #include "win/wide.h"
 
 #include <winhttp.h>

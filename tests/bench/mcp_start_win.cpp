@@ -7,7 +7,7 @@
 #include <cstdio>
 #include <functional>
 
-#include "mcp/tool_actions.h"
+#include "mcp/tools/tool_actions.h"
 #include "tests/bench/mcp_window_win.h"
 #include "tests/support/import_hook_win.h"
 #include "tests/support/recording_page.h"

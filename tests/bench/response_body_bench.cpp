@@ -8,7 +8,7 @@
 #include <string>
 #include <string_view>
 
-#include "mcp/response_body.h"
+#include "mcp/http/response_body.h"
 
 namespace wendra {
 namespace {

@@ -1,12 +1,12 @@
-#include "runtime/failing_calls/failing_calls_win.h"
+#include "devruntime/failing_calls/failing_calls_win.h"
 
 #include <optional>
 
 #include <gtest/gtest.h>
 
 #include "config/config_file_win.h"
-#include "config/prompt_window_win.h"
-#include "mcp/system_win.h"
+#include "config/prompt/window_win.h"
+#include "mcp/stdio/system_win.h"
 #include "tests/support/handle_count_win.h"
 #include "tests/support/recording_log.h"
 #include "tests/support/run_child_win.h"

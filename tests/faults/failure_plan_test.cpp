@@ -1,4 +1,4 @@
-#include "runtime/failing_calls/failure_plan.h"
+#include "devruntime/failing_calls/failure_plan.h"
 
 #include <gtest/gtest.h>
 

@@ -7,7 +7,7 @@
 #include <gtest/gtest.h>
 
 #include "bridge/pick_directory_win.h"
-#include "runtime/failing_calls/import_table_win.h"
+#include "devruntime/failing_calls/import_table_win.h"
 
 #include <windows.h>
 

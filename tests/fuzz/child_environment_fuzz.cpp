@@ -6,7 +6,7 @@
 #include <string>
 #include <string_view>
 
-#include "mcp/child_environment.h"
+#include "mcp/stdio/child_environment.h"
 #include "tests/fuzz/fields.h"
 
 namespace {

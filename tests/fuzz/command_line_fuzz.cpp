@@ -4,7 +4,7 @@
 #include <string>
 #include <vector>
 
-#include "mcp/command_line.h"
+#include "mcp/stdio/command_line.h"
 #include "tests/fuzz/fields.h"
 #include "tests/support/shell_reading.h"
 

@@ -5,7 +5,7 @@
 #include <string_view>
 #include <vector>
 
-#include "mcp/event_stream.h"
+#include "mcp/http/event_stream.h"
 #include "tests/fuzz/cuts.h"
 
 namespace {

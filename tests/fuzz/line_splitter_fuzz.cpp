@@ -5,7 +5,7 @@
 #include <string_view>
 #include <vector>
 
-#include "mcp/line_splitter.h"
+#include "mcp/stdio/line_splitter.h"
 #include "tests/fuzz/cuts.h"
 
 namespace {

@@ -8,8 +8,8 @@
 #include <vector>
 
 #include "json/json.h"
-#include "mcp/answer_scanner.h"
-#include "mcp/response_body.h"
+#include "mcp/http/answer_scanner.h"
+#include "mcp/http/response_body.h"
 #include "tests/fuzz/cuts.h"
 
 namespace {

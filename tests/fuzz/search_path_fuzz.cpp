@@ -7,7 +7,7 @@
 #include <string>
 #include <vector>
 
-#include "mcp/search_path.h"
+#include "mcp/stdio/search_path.h"
 #include "tests/fuzz/fields.h"
 #include "tests/support/fake_system.h"
 

@@ -8,8 +8,8 @@
 #include <vector>
 
 #include "json/json.h"
-#include "mcp/tool_list.h"
-#include "mcp/tool_result.h"
+#include "mcp/tools/tool_list.h"
+#include "mcp/tools/tool_result.h"
 
 namespace {
 

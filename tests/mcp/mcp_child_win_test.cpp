@@ -5,7 +5,7 @@
 
 #include <gtest/gtest.h>
 
-#include "mcp/command_line.h"
+#include "mcp/stdio/command_line.h"
 #include "tests/support/run_child_win.h"
 #include "tests/support/scratch_folder_win.h"
 

@@ -8,7 +8,7 @@
 #include <gtest/gtest.h>
 
 #include "json/json.h"
-#include "mcp/tool_actions.h"
+#include "mcp/tools/tool_actions.h"
 #include "tests/support/import_hook_win.h"
 #include "tests/support/recording_log.h"
 #include "tests/support/recording_page.h"

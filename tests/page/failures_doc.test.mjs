@@ -53,7 +53,7 @@ test('every test of calls that fail is named', () => {
 });
 
 test('every function that can be made to fail has a row', () => {
-  const source = read('runtime/failing_calls/failing_calls_win.cpp');
+  const source = read('devruntime/failing_calls/failing_calls_win.cpp');
   const functions = [...source.matchAll(/WENDRA_CALL\((\w+), k/g)].map(([, name]) => name);
   assert.ok(functions.length > 60, `${functions.length} functions`);
   const missing = functions.filter((name) => !new RegExp(`\`${name}\``).test(doc));

@@ -10,16 +10,13 @@ const kRoot = join(dirname(fileURLToPath(import.meta.url)), '../..');
 const read = (path) => readFileSync(join(kRoot, path), 'utf8');
 const text = read('docs/mcp.md');
 
-const sources = ['mcp', 'config', 'win'].flatMap((room) =>
-  readdirSync(join(kRoot, room))
-    .filter((name) => name.endsWith('.cpp'))
-    .map((name) => read(`${room}/${name}`)),
-);
-const code = sources.join('\n');
-const mcpCode = readdirSync(join(kRoot, 'mcp'))
-  .filter((name) => name.endsWith('.cpp'))
-  .map((name) => read(`mcp/${name}`))
-  .join('\n');
+const sourcesOf = (folder) =>
+  readdirSync(join(kRoot, folder), { withFileTypes: true }).flatMap((entry) => {
+    if (entry.isDirectory()) return sourcesOf(`${folder}/${entry.name}`);
+    return entry.name.endsWith('.cpp') ? [read(`${folder}/${entry.name}`)] : [];
+  });
+const mcpCode = sourcesOf('mcp').join('\n');
+const code = [mcpCode, ...sourcesOf('config'), ...sourcesOf('win')].join('\n');
 
 // The first cells of the table below a heading, without their backticks.
 function firstCells(heading) {
@@ -76,7 +73,7 @@ test('the keys are those that the host reads and that editors know', () => {
 });
 
 test('the folders of commands are those of the host', () => {
-  const [, list] = /kToolDirectories\[\] = \{([\s\S]*?)\n\};/.exec(read('mcp/search_path.cpp'));
+  const [, list] = /kToolDirectories\[\] = \{([\s\S]*?)\n\};/.exec(read('mcp/stdio/search_path.cpp'));
   const folders = [...list.matchAll(/L"([^"]*[\\][^"]*)"/g)].map(([, one]) =>
     one.replaceAll('\\\\', '\\').replace(/^\\/, ''));
   assert.equal(folders.length, 12);

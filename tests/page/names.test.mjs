@@ -1,6 +1,6 @@
 // An action's name stands in the module, in its typings, in docs/page-api.md and in the host.
 import assert from 'node:assert/strict';
-import { existsSync, readFileSync, readdirSync } from 'node:fs';
+import { readFileSync, readdirSync } from 'node:fs';
 import { dirname, join } from 'node:path';
 import { test } from 'node:test';
 import { fileURLToPath } from 'node:url';
@@ -38,10 +38,10 @@ const written = () => {
 const documented = () =>
   [...read('docs/page-api.md').matchAll(/^### (\w+)\(/gm)].map(([, name]) => name);
 
-const sourcesOf = (...rooms) =>
-  rooms
-    .filter((room) => existsSync(join(kRoot, room)))
-    .flatMap((room) => readdirSync(join(kRoot, room)).map((name) => `${room}/${name}`))
+const sourcesOf = (...folders) =>
+  folders
+    .flatMap((folder) => readdirSync(join(kRoot, folder), { recursive: true })
+      .map((name) => `${folder}/${name}`))
     .filter((path) => path.endsWith('.cpp'))
     .map(read)
     .join('\n');

@@ -6,7 +6,7 @@
 #include <string>
 #include <string_view>
 
-#include "mcp/search_path.h"
+#include "mcp/stdio/search_path.h"
 
 namespace wendra {
 

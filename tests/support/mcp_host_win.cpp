@@ -7,7 +7,7 @@
 #include <memory>
 
 #include "base/log.h"
-#include "mcp/stdio_transport_win.h"
+#include "mcp/stdio/stdio_transport_win.h"
 #include "win/wide.h"
 
 #include <windows.h>

@@ -1,0 +1,40 @@
+#include "config/prompt/text.h"
+
+#include "base/product.h"
+
+namespace wendra {
+namespace {
+
+// The low ten bits of a language id are the language, the others the region.
+constexpr std::uint16_t kPrimaryLanguageBits = 0x3FF;
+constexpr std::uint16_t kGerman = 7;
+
+PromptText English() {
+  return {
+      .title = "Connect to Wendra",
+      .introduction = "Enter the address of your Wendra instance.",
+      .label = "Instance address",
+      .accept = "Continue",
+      .cancel = "Cancel",
+      .error = std::string("The address must end with ") + kServiceDomain + " or be localhost."};
+}
+
+PromptText German() {
+  return {.title = "Mit Wendra verbinden",
+          .introduction = "Gib die Adresse deiner Wendra-Instanz ein.",
+          .label = "Instanz-Adresse",
+          .accept = "Weiter",
+          .cancel = "Abbrechen",
+          .error = std::string("Die Adresse muss auf ") + kServiceDomain +
+                   " enden oder localhost sein."};
+}
+
+}  // namespace
+
+PromptText PromptTextFor(std::uint16_t uiLanguage) {
+  return (uiLanguage & kPrimaryLanguageBits) == kGerman ? German() : English();
+}
+
+std::string PromptExampleAddress() { return std::string("demo") + kInstanceSuffix; }
+
+}  // namespace wendra

@@ -1,0 +1,40 @@
+#include "devruntime/webview2/control_record_win.h"
+
+#include <utility>
+#include <vector>
+
+#include "devruntime/webview2/protocol_json.h"
+
+namespace wendra {
+namespace {
+
+// The end of the process is told to the DLL without any object; never freed, since that end comes
+// after all destructors.
+std::vector<std::weak_ptr<ControlRecord>>* records = nullptr;
+
+}  // namespace
+
+ControlRecord::ControlRecord(const Settings& settings)
+    : events_(std::make_shared<EventFile>(settings.eventsFile)),
+      timings_(std::make_shared<HandlerTimings>(settings.timingsFile)) {}
+
+void ControlRecord::TellClosed(bool hasParent) {
+  if (std::exchange(told_, true)) return;
+  timings_->Write();
+  events_->Write(Params({{"event", "closed"}, {"hasParent", hasParent}}));
+}
+
+std::shared_ptr<ControlRecord> MakeControlRecord(const Settings& settings) {
+  auto record = std::make_shared<ControlRecord>(settings);
+  if (!records) records = new std::vector<std::weak_ptr<ControlRecord>>;
+  records->push_back(record);
+  return record;
+}
+
+void TellClosedAtProcessEnd() {
+  if (!records) return;
+  for (const auto& weak : *records)
+    if (const auto record = weak.lock()) record->TellClosed(false);
+}
+
+}  // namespace wendra

@@ -1,0 +1,60 @@
+// The control in the host's window: its place, its visibility, its end.
+#pragma once
+
+#include <memory>
+
+#include "devruntime/webview2/control_record_win.h"
+#include "devruntime/webview2/devtools_connection_win.h"
+#include "devruntime/webview2/gate_win.h"
+#include "devruntime/webview2/page_window_win.h"
+#include "devruntime/webview2/unoffered_controller_win.h"
+#include "devruntime/webview2/web_view_win.h"
+
+namespace wendra {
+
+class Controller final : public UnofferedController {
+ public:
+  using CreatedHandler = ICoreWebView2CreateCoreWebView2ControllerCompletedHandler;
+
+  // Invokes `handler` once, later, from the queue. `environment` is held as long as the controller.
+  static void Create(ComRef<IUnknown> environment, const std::shared_ptr<UiQueue>& queue,
+                     std::shared_ptr<DevToolsConnection> connection, const Settings& settings,
+                     HWND parent, ComRef<CreatedHandler> handler);
+
+  HRESULT STDMETHODCALLTYPE get_IsVisible(BOOL* isVisible) override;
+  HRESULT STDMETHODCALLTYPE put_IsVisible(BOOL isVisible) override;
+  HRESULT STDMETHODCALLTYPE get_Bounds(RECT* bounds) override;
+  HRESULT STDMETHODCALLTYPE put_Bounds(RECT bounds) override;
+  HRESULT STDMETHODCALLTYPE get_ZoomFactor(double* zoomFactor) override;
+  HRESULT STDMETHODCALLTYPE MoveFocus(COREWEBVIEW2_MOVE_FOCUS_REASON reason) override;
+  HRESULT STDMETHODCALLTYPE get_ParentWindow(HWND* parentWindow) override;
+  HRESULT STDMETHODCALLTYPE put_ParentWindow(HWND parentWindow) override;
+  HRESULT STDMETHODCALLTYPE NotifyParentWindowPositionChanged() override;
+  HRESULT STDMETHODCALLTYPE Close() override;
+  HRESULT STDMETHODCALLTYPE get_CoreWebView2(ICoreWebView2** coreWebView2) override;
+
+ private:
+  class Creation;
+
+  Controller(ComRef<IUnknown> environment, std::shared_ptr<UiQueue> queue, const Settings& settings,
+             HWND parent);
+  ~Controller() override;
+
+  void Open(const std::shared_ptr<UiQueue>& queue, std::shared_ptr<DevToolsConnection> connection,
+            const Settings& settings, const std::shared_ptr<Creation>& creation);
+  bool HasParent() const;
+  void Shut();
+
+  const ComRef<IUnknown> environment_;
+  const std::shared_ptr<Gate> gate_;
+  const std::shared_ptr<ControlRecord> record_;
+  const bool hasView_;  // get_CoreWebView2 gives it
+  HWND parent_;
+  RECT bounds_{};
+  BOOL isVisible_ = TRUE;
+  std::shared_ptr<PageWindow> window_;
+  std::shared_ptr<PageSession> page_;
+  ComRef<WebView> webView_;
+};
+
+}  // namespace wendra

@@ -1,0 +1,45 @@
+// The environment: one connection to the browser, and the controllers that share it.
+#pragma once
+
+#include <memory>
+
+#include "devruntime/webview2/com_object_win.h"
+#include "devruntime/webview2/devtools_connection_win.h"
+#include "devruntime/webview2/settings_win.h"
+#include "devruntime/webview2/ui_queue_win.h"
+
+namespace wendra {
+
+class Environment final : public ComObject<ICoreWebView2Environment> {
+ public:
+  using CreatedHandler = ICoreWebView2CreateCoreWebView2EnvironmentCompletedHandler;
+
+  // Invokes `handler` once, later, from the message loop of this thread; as the settings say, it
+  // may also be before this returns, with a failure, or never.
+  static HRESULT Create(const Settings& settings, const ComRef<CreatedHandler>& handler);
+
+  HRESULT STDMETHODCALLTYPE CreateCoreWebView2Controller(
+      HWND parentWindow,
+      ICoreWebView2CreateCoreWebView2ControllerCompletedHandler* handler) override;
+  HRESULT STDMETHODCALLTYPE
+  CreateWebResourceResponse(IStream* content, int statusCode, LPCWSTR reasonPhrase, LPCWSTR headers,
+                            ICoreWebView2WebResourceResponse** response) override;
+  HRESULT STDMETHODCALLTYPE get_BrowserVersionString(LPWSTR* versionInfo) override;
+  HRESULT STDMETHODCALLTYPE
+  add_NewBrowserVersionAvailable(ICoreWebView2NewBrowserVersionAvailableEventHandler* eventHandler,
+                                 EventRegistrationToken* token) override;
+  HRESULT STDMETHODCALLTYPE
+  remove_NewBrowserVersionAvailable(EventRegistrationToken token) override;
+
+ private:
+  Environment(const Settings& settings, std::shared_ptr<UiQueue> queue);
+  ~Environment() override;
+
+  HRESULT Connect(const ComRef<CreatedHandler>& handler);
+
+  const Settings settings_;
+  const std::shared_ptr<UiQueue> queue_;
+  std::shared_ptr<DevToolsConnection> connection_;
+};
+
+}  // namespace wendra

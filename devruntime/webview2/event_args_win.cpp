@@ -1,0 +1,98 @@
+#include "devruntime/webview2/event_args_win.h"
+
+#include "json/json.h"
+
+namespace wendra {
+namespace {
+
+HRESULT CopyTruthTo(bool value, BOOL* out) { return CopyValueTo(value ? TRUE : FALSE, out); }
+
+// For what is not offered: a caller that looks at the pointer first must not find rubbish.
+template <typename T>
+HRESULT Nothing(T** out) {
+  if (!out) return E_POINTER;
+  *out = nullptr;
+  return E_NOTIMPL;
+}
+
+}  // namespace
+
+HRESULT NavigationStartingArgs::get_Uri(LPWSTR* uri) { return CopyTextTo(navigation_.uri, uri); }
+HRESULT NavigationStartingArgs::get_IsUserInitiated(BOOL* isUserInitiated) {
+  return CopyTruthTo(navigation_.userInitiated, isUserInitiated);
+}
+HRESULT NavigationStartingArgs::get_IsRedirected(BOOL* isRedirected) {
+  return CopyTruthTo(navigation_.redirected, isRedirected);
+}
+HRESULT NavigationStartingArgs::get_RequestHeaders(ICoreWebView2HttpRequestHeaders** headers) {
+  return Nothing(headers);
+}
+HRESULT NavigationStartingArgs::get_Cancel(BOOL* cancel) { return CopyValueTo(cancel_, cancel); }
+HRESULT NavigationStartingArgs::put_Cancel(BOOL cancel) {
+  cancel_ = cancel;
+  return S_OK;
+}
+HRESULT NavigationStartingArgs::get_NavigationId(UINT64* navigationId) {
+  return CopyValueTo<UINT64>(navigation_.id, navigationId);
+}
+
+HRESULT NewWindowArgs::get_Uri(LPWSTR* uri) { return CopyTextTo(window_.uri, uri); }
+HRESULT NewWindowArgs::put_NewWindow(ICoreWebView2*) { return E_NOTIMPL; }
+HRESULT NewWindowArgs::get_NewWindow(ICoreWebView2** newWindow) {
+  if (!newWindow) return E_POINTER;
+  *newWindow = nullptr;  // none was put
+  return S_OK;
+}
+HRESULT NewWindowArgs::put_Handled(BOOL handled) {
+  handled_ = handled;
+  return S_OK;
+}
+HRESULT NewWindowArgs::get_Handled(BOOL* handled) { return CopyValueTo(handled_, handled); }
+HRESULT NewWindowArgs::get_IsUserInitiated(BOOL* isUserInitiated) {
+  return CopyTruthTo(window_.userInitiated, isUserInitiated);
+}
+HRESULT NewWindowArgs::GetDeferral(ICoreWebView2Deferral** deferral) { return Nothing(deferral); }
+HRESULT NewWindowArgs::get_WindowFeatures(ICoreWebView2WindowFeatures** value) {
+  return Nothing(value);
+}
+
+HRESULT WebMessageArgs::get_Source(LPWSTR* value) {
+  const HandlerTimings::Call call(*timings_);
+  return CopyTextTo(message_.source, value);
+}
+HRESULT WebMessageArgs::get_WebMessageAsJson(LPWSTR* value) {
+  const HandlerTimings::Call call(*timings_);
+  return CopyTextTo(message_.json, value);
+}
+HRESULT WebMessageArgs::TryGetWebMessageAsString(LPWSTR* value) {
+  const HandlerTimings::Call call(*timings_);
+  if (!value) return E_POINTER;
+  *value = nullptr;
+  if (!message_.json.starts_with('"')) return E_INVALIDARG;  // what was posted was no string
+  Json text;
+  if (!Parse(message_.json, text)) return E_INVALIDARG;
+  return CopyTextTo(text.text, value);
+}
+
+HRESULT NavigationCompletedArgs::get_IsSuccess(BOOL* isSuccess) {
+  return CopyTruthTo(done_.success, isSuccess);
+}
+HRESULT NavigationCompletedArgs::get_WebErrorStatus(COREWEBVIEW2_WEB_ERROR_STATUS* status) {
+  return CopyValueTo(static_cast<COREWEBVIEW2_WEB_ERROR_STATUS>(done_.error), status);
+}
+HRESULT NavigationCompletedArgs::get_NavigationId(UINT64* navigationId) {
+  return CopyValueTo<UINT64>(done_.id, navigationId);
+}
+
+HRESULT SourceChangedArgs::get_IsNewDocument(BOOL* value) {
+  return CopyTruthTo(isNewDocument_, value);
+}
+
+HRESULT ContentLoadingArgs::get_IsErrorPage(BOOL* value) {
+  return CopyTruthTo(document_.isErrorPage, value);
+}
+HRESULT ContentLoadingArgs::get_NavigationId(UINT64* value) {
+  return CopyValueTo<UINT64>(document_.id, value);
+}
+
+}  // namespace wendra

@@ -1,0 +1,248 @@
+#include "devruntime/webview2/web_view_win.h"
+
+#include <cctype>
+#include <string_view>
+#include <utility>
+#include <variant>
+
+#include "win/wide.h"
+
+namespace wendra {
+namespace {
+
+// "https:", "about:" and so on: a letter, then letters, digits, plus, minus, dots, then a colon.
+bool HasScheme(std::string_view uri) {
+  const size_t colon = uri.find(':');
+  if (colon == std::string_view::npos || colon == 0) return false;
+  if (!std::isalpha(static_cast<unsigned char>(uri[0]))) return false;
+  for (const char c : uri.substr(0, colon)) {
+    if (!std::isalnum(static_cast<unsigned char>(c)) && c != '+' && c != '-' && c != '.') {
+      return false;
+    }
+  }
+  return true;
+}
+
+}  // namespace
+
+WebView::WebView(std::shared_ptr<Gate> gate, std::shared_ptr<ControlRecord> record,
+                 const Settings& settings, std::function<void(bool)> onReady)
+    : gate_(std::move(gate)),
+      record_(std::move(record)),
+      scriptsWaitForDocument_(settings.scriptsWaitForDocument),
+      onReady_(std::move(onReady)) {}
+
+// A handler may drop the last reference to anything; the caller holds one to this.
+void WebView::Handle(PageEvent event) {
+  if (gate_->IsClosed()) return;
+  std::visit([this](auto& which) { On(which); }, event);
+}
+
+void WebView::Close() {
+  onReady_ = nullptr;
+  waitingScripts_.clear();
+  navigationStarting_.Clear();
+  contentLoading_.Clear();
+  sourceChanged_.Clear();
+  navigationCompleted_.Clear();
+  webMessageReceived_.Clear();
+  newWindowRequested_.Clear();
+  if (page_) page_->Close();
+}
+
+void WebView::On(const PageReady&) { TellReady(true); }
+
+void WebView::On(const PageGone&) {
+  TellReady(false);
+  undecided_.clear();
+  RunWaitingScripts();  // they fail, and whoever waits for them hears of it
+}
+
+void WebView::TellReady(bool usable) {
+  if (const auto onReady = std::exchange(onReady_, nullptr)) onReady(usable);
+}
+
+void WebView::On(MessagePosted& message) {
+  const auto args =
+      ComRef<WebMessageArgs>::Adopt(new WebMessageArgs(std::move(message), record_->Timings()));
+  const auto timings = record_->Timings();
+  timings->BeginHandler();
+  webMessageReceived_.Invoke(this, args.Get());
+  timings->EndHandler();
+}
+
+void WebView::On(NavigationWanted& navigation) {
+  const auto args = ComRef<NavigationStartingArgs>::Adopt(new NavigationStartingArgs(navigation));
+  navigationStarting_.Invoke(this, args.Get());
+  if (gate_->IsClosed()) return;
+  const bool allow = !args->IsCancelled();
+  if (allow) undecided_.insert(navigation.id);
+  page_->Decide(navigation, allow);
+}
+
+// Whether it was handled makes no difference here: no window opens in any case.
+void WebView::On(WindowWanted& window) {
+  const auto args = ComRef<NewWindowArgs>::Adopt(new NewWindowArgs(window));
+  newWindowRequested_.Invoke(this, args.Get());
+}
+
+void WebView::On(DocumentCommitted& document) {
+  source_ = document.uri;
+  TellSourceChanged(true);
+  const auto args = ComRef<ContentLoadingArgs>::Adopt(new ContentLoadingArgs(document));
+  contentLoading_.Invoke(this, args.Get());
+  DocumentIsDecided(document.id);
+}
+
+void WebView::On(SourceMoved& moved) {
+  source_ = moved.uri;
+  TellSourceChanged(false);
+}
+
+void WebView::TellSourceChanged(bool isNewDocument) {
+  const auto args = ComRef<SourceChangedArgs>::Adopt(new SourceChangedArgs(isNewDocument));
+  sourceChanged_.Invoke(this, args.Get());
+}
+
+void WebView::On(NavigationDone& done) {
+  DocumentIsDecided(done.id);
+  record_->Events()->Write(
+      Params({{"event", done.success ? "loaded" : "failed"}, {"uri", source_}}));
+  const auto args = ComRef<NavigationCompletedArgs>::Adopt(new NavigationCompletedArgs(done));
+  navigationCompleted_.Invoke(this, args.Get());
+}
+
+// Earlier navigations than the one that got its document will never get theirs.
+void WebView::DocumentIsDecided(std::uint64_t navigationId) {
+  undecided_.erase(undecided_.begin(), undecided_.upper_bound(navigationId));
+  if (undecided_.empty()) RunWaitingScripts();
+}
+
+void WebView::RunWaitingScripts() {
+  for (Script& script : std::exchange(waitingScripts_, {})) Run(std::move(script));
+}
+
+void WebView::Run(Script script) {
+  if (!page_) return;
+  PageSession::ScriptDone done;
+  if (script.handler) {
+    done = [gate = gate_, handler = std::move(script.handler)](std::optional<std::string> json) {
+      gate->Queue().Post([gate, handler, json = std::move(json)] {
+        if (gate->IsClosed()) return;
+        handler->Invoke(json ? S_OK : E_FAIL, Widen(json.value_or("null")).c_str());
+      });
+    };
+  }
+  page_->Execute(std::move(script.text), std::move(done));
+}
+
+HRESULT WebView::get_Source(LPWSTR* uri) {
+  const HRESULT open = gate_->Check();
+  return FAILED(open) ? open : CopyTextTo(source_, uri);
+}
+
+HRESULT WebView::Navigate(LPCWSTR uri) {
+  if (const HRESULT open = gate_->Check(); FAILED(open)) return open;
+  const HandlerTimings::Call call(*record_->Timings());
+  if (!uri) return E_POINTER;
+  const std::string address = Narrow(uri);
+  if (!HasScheme(address)) return E_INVALIDARG;
+  page_->Navigate(address);
+  return S_OK;
+}
+
+HRESULT WebView::Reload() {
+  if (const HRESULT open = gate_->Check(); FAILED(open)) return open;
+  const HandlerTimings::Call call(*record_->Timings());
+  page_->Reload();
+  return S_OK;
+}
+
+HRESULT WebView::Stop() {
+  if (const HRESULT open = gate_->Check(); FAILED(open)) return open;
+  page_->Stop();
+  return S_OK;
+}
+
+HRESULT WebView::ExecuteScript(LPCWSTR javaScript,
+                               ICoreWebView2ExecuteScriptCompletedHandler* handler) {
+  if (const HRESULT open = gate_->Check(); FAILED(open)) return open;
+  const HandlerTimings::Call call(*record_->Timings());
+  if (!javaScript) return E_POINTER;
+  Script script{Narrow(javaScript), ComRef<ICoreWebView2ExecuteScriptCompletedHandler>(handler)};
+  if (scriptsWaitForDocument_ && !undecided_.empty()) {
+    waitingScripts_.push_back(std::move(script));
+  } else {
+    Run(std::move(script));
+  }
+  return S_OK;
+}
+
+HRESULT WebView::AddScriptToExecuteOnDocumentCreated(
+    LPCWSTR javaScript, ICoreWebView2AddScriptToExecuteOnDocumentCreatedCompletedHandler* handler) {
+  if (const HRESULT open = gate_->Check(); FAILED(open)) return open;
+  if (!javaScript) return E_POINTER;
+  using Handler = ICoreWebView2AddScriptToExecuteOnDocumentCreatedCompletedHandler;
+  page_->AddScript(Narrow(javaScript), [gate = gate_, handler = ComRef<Handler>(handler)](
+                                           std::optional<std::string> id) {
+    if (!handler) return;
+    gate->Queue().Post([gate, handler, id = std::move(id)] {
+      if (gate->IsClosed()) return;
+      const std::wstring text = Widen(id.value_or(std::string()));
+      handler->Invoke(id ? S_OK : E_FAIL, id ? text.c_str() : nullptr);
+    });
+  });
+  return S_OK;
+}
+
+HRESULT WebView::RemoveScriptToExecuteOnDocumentCreated(LPCWSTR id) {
+  if (const HRESULT open = gate_->Check(); FAILED(open)) return open;
+  if (!id) return E_POINTER;
+  page_->RemoveScript(Narrow(id));
+  return S_OK;
+}
+
+HRESULT WebView::add_NavigationStarting(ICoreWebView2NavigationStartingEventHandler* eventHandler,
+                                        EventRegistrationToken* token) {
+  return Add(navigationStarting_, eventHandler, token);
+}
+HRESULT WebView::remove_NavigationStarting(EventRegistrationToken token) {
+  return Remove(navigationStarting_, token);
+}
+HRESULT WebView::add_ContentLoading(ICoreWebView2ContentLoadingEventHandler* eventHandler,
+                                    EventRegistrationToken* token) {
+  return Add(contentLoading_, eventHandler, token);
+}
+HRESULT WebView::remove_ContentLoading(EventRegistrationToken token) {
+  return Remove(contentLoading_, token);
+}
+HRESULT WebView::add_SourceChanged(ICoreWebView2SourceChangedEventHandler* eventHandler,
+                                   EventRegistrationToken* token) {
+  return Add(sourceChanged_, eventHandler, token);
+}
+HRESULT WebView::remove_SourceChanged(EventRegistrationToken token) {
+  return Remove(sourceChanged_, token);
+}
+HRESULT WebView::add_NavigationCompleted(ICoreWebView2NavigationCompletedEventHandler* eventHandler,
+                                         EventRegistrationToken* token) {
+  return Add(navigationCompleted_, eventHandler, token);
+}
+HRESULT WebView::remove_NavigationCompleted(EventRegistrationToken token) {
+  return Remove(navigationCompleted_, token);
+}
+HRESULT WebView::add_WebMessageReceived(ICoreWebView2WebMessageReceivedEventHandler* handler,
+                                        EventRegistrationToken* token) {
+  return Add(webMessageReceived_, handler, token);
+}
+HRESULT WebView::remove_WebMessageReceived(EventRegistrationToken token) {
+  return Remove(webMessageReceived_, token);
+}
+HRESULT WebView::add_NewWindowRequested(ICoreWebView2NewWindowRequestedEventHandler* eventHandler,
+                                        EventRegistrationToken* token) {
+  return Add(newWindowRequested_, eventHandler, token);
+}
+HRESULT WebView::remove_NewWindowRequested(EventRegistrationToken token) {
+  return Remove(newWindowRequested_, token);
+}
+
+}  // namespace wendra

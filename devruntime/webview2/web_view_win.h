@@ -1,0 +1,117 @@
+// The page as the host sees it: calls go out, events come in, all on the UI thread.
+#pragma once
+
+#include <functional>
+#include <memory>
+#include <set>
+#include <string>
+#include <vector>
+
+#include "devruntime/webview2/control_record_win.h"
+#include "devruntime/webview2/event_args_win.h"
+#include "devruntime/webview2/gate_win.h"
+#include "devruntime/webview2/handler_list_win.h"
+#include "devruntime/webview2/page_session_win.h"
+#include "devruntime/webview2/unoffered_web_view_win.h"
+
+namespace wendra {
+
+class WebView final : public UnofferedWebView {
+ public:
+  // `onReady` is called once, when the page is usable (true) or never will be (false).
+  WebView(std::shared_ptr<Gate> gate, std::shared_ptr<ControlRecord> record,
+          const Settings& settings, std::function<void(bool)> onReady);
+
+  // Before the first event.
+  void Connect(std::shared_ptr<PageSession> page) { page_ = std::move(page); }
+  void Handle(PageEvent event);
+  void Close();
+
+  HRESULT STDMETHODCALLTYPE get_Source(LPWSTR* uri) override;
+  HRESULT STDMETHODCALLTYPE Navigate(LPCWSTR uri) override;
+  HRESULT STDMETHODCALLTYPE Reload() override;
+  HRESULT STDMETHODCALLTYPE Stop() override;
+  HRESULT STDMETHODCALLTYPE
+  ExecuteScript(LPCWSTR javaScript, ICoreWebView2ExecuteScriptCompletedHandler* handler) override;
+  HRESULT STDMETHODCALLTYPE AddScriptToExecuteOnDocumentCreated(
+      LPCWSTR javaScript,
+      ICoreWebView2AddScriptToExecuteOnDocumentCreatedCompletedHandler* handler) override;
+  HRESULT STDMETHODCALLTYPE RemoveScriptToExecuteOnDocumentCreated(LPCWSTR id) override;
+
+  HRESULT STDMETHODCALLTYPE
+  add_NavigationStarting(ICoreWebView2NavigationStartingEventHandler* eventHandler,
+                         EventRegistrationToken* token) override;
+  HRESULT STDMETHODCALLTYPE remove_NavigationStarting(EventRegistrationToken token) override;
+  HRESULT STDMETHODCALLTYPE
+  add_ContentLoading(ICoreWebView2ContentLoadingEventHandler* eventHandler,
+                     EventRegistrationToken* token) override;
+  HRESULT STDMETHODCALLTYPE remove_ContentLoading(EventRegistrationToken token) override;
+  HRESULT STDMETHODCALLTYPE add_SourceChanged(ICoreWebView2SourceChangedEventHandler* eventHandler,
+                                              EventRegistrationToken* token) override;
+  HRESULT STDMETHODCALLTYPE remove_SourceChanged(EventRegistrationToken token) override;
+  HRESULT STDMETHODCALLTYPE
+  add_NavigationCompleted(ICoreWebView2NavigationCompletedEventHandler* eventHandler,
+                          EventRegistrationToken* token) override;
+  HRESULT STDMETHODCALLTYPE remove_NavigationCompleted(EventRegistrationToken token) override;
+  HRESULT STDMETHODCALLTYPE add_WebMessageReceived(
+      ICoreWebView2WebMessageReceivedEventHandler* handler, EventRegistrationToken* token) override;
+  HRESULT STDMETHODCALLTYPE remove_WebMessageReceived(EventRegistrationToken token) override;
+  HRESULT STDMETHODCALLTYPE
+  add_NewWindowRequested(ICoreWebView2NewWindowRequestedEventHandler* eventHandler,
+                         EventRegistrationToken* token) override;
+  HRESULT STDMETHODCALLTYPE remove_NewWindowRequested(EventRegistrationToken token) override;
+
+ private:
+  struct Script {
+    std::string text;
+    ComRef<ICoreWebView2ExecuteScriptCompletedHandler> handler;
+  };
+
+  ~WebView() override = default;
+
+  void On(const PageReady&);
+  void On(const PageGone&);
+  void On(MessagePosted& message);
+  void On(NavigationWanted& navigation);
+  void On(WindowWanted& window);
+  void On(DocumentCommitted& document);
+  void On(SourceMoved& moved);
+  void On(NavigationDone& done);
+
+  void TellReady(bool usable);
+  void TellSourceChanged(bool isNewDocument);
+  void DocumentIsDecided(std::uint64_t navigationId);
+  void RunWaitingScripts();
+  void Run(Script script);
+
+  template <typename Handler>
+  HRESULT Add(HandlerList<Handler>& list, Handler* handler, EventRegistrationToken* token) {
+    const HRESULT open = gate_->Check();
+    return FAILED(open) ? open : list.Add(tokens_, handler, token);
+  }
+  template <typename Handler>
+  HRESULT Remove(HandlerList<Handler>& list, EventRegistrationToken token) {
+    const HRESULT open = gate_->Check();
+    return FAILED(open) ? open : list.Remove(token);
+  }
+
+  const std::shared_ptr<Gate> gate_;
+  const std::shared_ptr<ControlRecord> record_;
+  const bool scriptsWaitForDocument_;
+  std::function<void(bool)> onReady_;
+  std::shared_ptr<PageSession> page_;
+  std::string source_ = "about:blank";
+
+  std::set<std::uint64_t> undecided_;   // navigations that began and have no document yet
+  std::vector<Script> waitingScripts_;  // they want the document that is on its way
+
+  TokenSource tokens_;
+  HandlerList<ICoreWebView2NavigationStartingEventHandler> navigationStarting_;
+  HandlerList<ICoreWebView2ContentLoadingEventHandler> contentLoading_;
+  HandlerList<ICoreWebView2SourceChangedEventHandler> sourceChanged_;
+  HandlerList<ICoreWebView2NavigationCompletedEventHandler> navigationCompleted_;
+  HandlerList<ICoreWebView2WebMessageReceivedEventHandler> webMessageReceived_;
+  HandlerList<ICoreWebView2NewWindowRequestedEventHandler> newWindowRequested_;
+};
+
+}  // namespace wendra

@@ -1,0 +1,313 @@
+#include "mcp/stdio/stdio_transport_win.h"
+
+#include <chrono>
+#include <condition_variable>
+#include <filesystem>
+#include <fstream>
+#include <functional>
+#include <memory>
+#include <mutex>
+#include <string>
+#include <vector>
+
+#include <gtest/gtest.h>
+
+#include "tests/support/run_child_win.h"
+#include "tests/support/scratch_folder_win.h"
+#include "tests/support/test_window_win.h"
+#include "win/child_process.h"
+#include "win/messages.h"
+#include "win/owned_message.h"
+#include "win/wide.h"
+
+namespace wendra {
+namespace {
+
+constexpr DWORD kPatienceMs = 20'000;  // before a wait counts as failed
+
+// The programs that tests start lie one folder above the tests.
+std::string ProgramOfTests(const wchar_t* name) {
+  wchar_t self[MAX_PATH];
+  GetModuleFileNameW(nullptr, self, MAX_PATH);
+  const auto folder = std::filesystem::path(self).parent_path().parent_path();
+  return Narrow((folder / name).wstring());
+}
+
+std::string TestChild() { return ProgramOfTests(L"test_child.exe"); }
+
+// A log whose lines come from several threads.
+class SharedLog : public Log {
+ public:
+  void Line(std::string_view line) override { Add(line); }
+  void LineFromAnyThread(std::string_view line) override { Add(line); }
+
+  std::vector<std::string> WaitForLines(size_t count) {
+    std::unique_lock<std::mutex> lock(mutex_);
+    EXPECT_TRUE(added_.wait_for(lock, std::chrono::milliseconds(kPatienceMs),
+                                [&] { return lines_.size() >= count; }));
+    return lines_;
+  }
+
+ private:
+  void Add(std::string_view line) {
+    const std::lock_guard<std::mutex> lock(mutex_);
+    lines_.emplace_back(line);
+    added_.notify_all();
+  }
+
+  std::mutex mutex_;
+  std::condition_variable added_;
+  std::vector<std::string> lines_;
+};
+
+constexpr size_t kHeldUpAt = 63;  // lines of 79 bytes: 256 KiB, each with 4 KiB for itself
+
+// One server and the window that its messages go to.
+class StdioServer : public testing::Test {
+ protected:
+  StdioServer()
+      : window_([this](UINT message, WPARAM wparam, LPARAM lparam) {
+          if (message == kMcpMessage) {
+            received_.push_back(*TakeOwned<std::string>(lparam));
+            EXPECT_EQ(wparam, reinterpret_cast<WPARAM>(&server_));
+            if (refuses_) server_.transport->Refuse(std::string(79, 'r'));
+            if (handlesAtOnce_) server_.transport->OnMessageHandled(received_.back().size());
+          }
+          if (message == kMcpClosedMessage) ++closed_;
+        }) {
+    server_.name = "test";
+    server_.command = TestChild();
+  }
+
+  void Start(std::vector<std::string> args) {
+    server_.args = std::move(args);
+    StartStdioServer(server_, window_.Handle(), backlog_, log_);
+  }
+
+  void WaitUntil(const std::function<bool()>& isDone) {
+    ASSERT_TRUE(TestWindow::PumpUntil(isDone));
+  }
+  // Until a process holds the event of that name, or none does any more. Nothing tells that an
+  // event has gone: look again and again. False when it does not come to that.
+  static bool WaitForEvent(const std::string& name, bool isHeld) {
+    const std::wstring wideName = Widen(name);
+    const ULONGLONG end = GetTickCount64() + kPatienceMs;
+    const auto exists = [&] {
+      return static_cast<bool>(KernelHandle(OpenEventW(SYNCHRONIZE, FALSE, wideName.c_str())));
+    };
+    while (exists() != isHeld) {
+      if (GetTickCount64() >= end) return false;
+      Sleep(1);
+    }
+    return true;
+  }
+  void WaitForEnd() {
+    WaitUntil([this] { return closed_ > 0; });
+  }
+
+  McpServer server_;
+  SharedLog log_;
+  const std::shared_ptr<Backlog> backlog_ = std::make_shared<Backlog>();
+  std::vector<std::string> received_;
+  bool handlesAtOnce_ = true;  // as a window does that has nothing else to do
+  bool refuses_ = false;       // each line
+  int closed_ = 0;
+  const TestWindow window_;
+};
+
+using Lines = std::vector<std::string>;
+
+TEST_F(StdioServer, SendsEachLineAndThenTheEnd) {
+  const struct {
+    const char* why;
+    const char* hex;
+    Lines want;
+  } cases[] = {
+      {"two in one write", "610a620a", {"a", "b"}},
+      {"blank lines vanish", "0a0a780a", {"x"}},
+      {"a carriage return is kept", "780d0a", {"x\r"}},
+      {"last line without line feed", "780a79", {"x", "y"}},
+      {"nothing", "", {}},
+  };
+  for (const auto& c : cases) {
+    received_.clear();
+    closed_ = 0;
+    Start({"bytes", c.hex});
+    WaitForEnd();
+    EXPECT_EQ(received_, c.want) << c.why;
+    EXPECT_EQ(closed_, 1) << c.why;
+    server_.transport.reset();
+  }
+}
+
+TEST_F(StdioServer, SaysThatItHasStarted) {
+  Start({"exit", "0"});
+  EXPECT_TRUE(server_.running);
+  EXPECT_EQ(log_.WaitForLines(1), Lines{"[MCP test] started " + TestChild()});
+  WaitForEnd();
+}
+
+TEST_F(StdioServer, WritesOneLineAMessageInOrder) {
+  Start({"echo"});
+  int sent = 0;
+  server_.transport->Send({"{\"a\":1}", "1", 0, {}});
+  server_.transport->Send({std::string(900'000, 'x'), "", 0, [&](std::uint32_t) { ++sent; }});
+  server_.transport->Send({"last", "", 0, {}});
+  EXPECT_EQ(sent, 1);
+  WaitUntil([this] { return received_.size() == 3; });
+  EXPECT_EQ(received_, (Lines{"{\"a\":1}", std::string(900'000, 'x'), "last"}));
+}
+
+// What nobody waits for any more when the child reads at last is not sent; notifications are.
+TEST_F(StdioServer, GivesUpRequestsThatAreOverdue) {
+  constexpr DWORD kShortMs = 50;
+  Start({"await", "wendra-stdio-reads", "echo"});
+  const std::string large(900'000, 'x');  // more than a pipe holds: what follows it waits
+  server_.transport->Send({large, "1", 120'000, {}});
+  server_.transport->Send({"overdue", "2", kShortMs, {}});
+  server_.transport->Send({"notification", "", kShortMs, {}});
+  server_.transport->Send({"in time", "3", 120'000, {}});
+  const ULONGLONG end = GetTickCount64() + 2 * kShortMs;
+  while (GetTickCount64() < end) SwitchToThread();
+  const KernelHandle reads(CreateEventW(nullptr, TRUE, FALSE, L"wendra-stdio-reads"));
+  SetEvent(reads.Get());
+  WaitUntil([this] { return received_.size() == 3; });
+  EXPECT_EQ(received_, (Lines{large, "notification", "in time"}));
+}
+
+TEST_F(StdioServer, ReadsNoFurtherWhileItsRefusalsAreNotTaken) {
+  constexpr size_t kLines = 500;
+  refuses_ = true;
+  Start({"out", std::to_string(80 * kLines), "await", "wendra-stdio-refusals", "read"});
+  WaitUntil([this] { return received_.size() >= kHeldUpAt; });
+  // A child of its own that is read to its end meanwhile: nothing has come from the first one.
+  const ChildRun other = RunToEnd({.commandLine = L"\"" + Widen(TestChild()) + L"\" out 100000"});
+  EXPECT_EQ(other.output.size(), 100'000u);
+  TestWindow::Pump();
+  const size_t before = received_.size();
+  EXPECT_LE(before, kHeldUpAt + 4'096 / 80);  // what fits into the pipe of its input is taken
+  const KernelHandle reads(CreateEventW(nullptr, TRUE, FALSE, L"wendra-stdio-refusals"));
+  SetEvent(reads.Get());
+  WaitUntil([this] { return received_.size() >= kLines; });
+}
+
+TEST_F(StdioServer, DropsALineOfMoreThanAMebibyte) {
+  constexpr size_t kMebibyte = 1'048'576;
+  Start({"echo"});
+  server_.transport->Send({std::string(kMebibyte, 'a'), "", 0, {}});
+  server_.transport->Send({std::string(kMebibyte + 1, 'b'), "", 0, {}});
+  server_.transport->Send({"after", "", 0, {}});
+  WaitUntil([this] { return !received_.empty() && received_.back() == "after"; });
+  ASSERT_EQ(received_.size(), 2u);
+  EXPECT_TRUE(received_[0] == std::string(kMebibyte, 'a'));
+}
+
+TEST_F(StdioServer, HoldsUpAChildThatIsFasterThanTheWindow) {
+  constexpr size_t kLines = 10'000;
+  handlesAtOnce_ = false;
+  Start({"out", std::to_string(80 * kLines)});
+  size_t handled = 0;
+  while (received_.size() < kLines) {
+    WaitUntil([&] { return received_.size() > handled; });
+    ASSERT_FALSE(HasFatalFailure());
+    EXPECT_LE(received_.size() - handled, kHeldUpAt);
+    for (; handled < received_.size(); ++handled)
+      server_.transport->OnMessageHandled(received_[handled].size());
+  }
+  WaitForEnd();
+  EXPECT_EQ(received_, Lines(kLines, std::string(79, 'x')));
+}
+
+TEST_F(StdioServer, StopsAChildThatIsHeldUp) {
+  handlesAtOnce_ = false;
+  Start({"out", "1000000", "await", "wendra-stdio-never"});
+  WaitUntil([this] { return received_.size() >= kHeldUpAt; });
+  server_.transport->Stop();
+  WaitForEnd();
+}
+
+TEST_F(StdioServer, DoesNotWaitForAChildThatDoesNotRead) {
+  Start({"await", "wendra-stdio-never"});
+  for (int i = 0; i < 8; ++i) server_.transport->Send({std::string(1 << 20, 'x'), "", 0, {}});
+  server_.transport->Stop();
+  WaitForEnd();
+  EXPECT_EQ(received_, Lines());
+}
+
+TEST_F(StdioServer, EndsTheChildAndWhatItHasStarted) {
+  // The grandchild keeps the streams and its event until it is ended.
+  Start({"hold", "wendra-stdio-grandchild", "out", "1", "await", "wendra-stdio-never"});
+  ASSERT_TRUE(WaitForEvent("wendra-stdio-grandchild", true));
+  server_.transport->Stop();
+  WaitForEnd();
+  EXPECT_TRUE(WaitForEvent("wendra-stdio-grandchild", false));
+}
+
+TEST_F(StdioServer, KillingTheHostEndsEverything) {
+  // The server waits for what never comes, and so does what it has started.
+  const std::wstring server = L"\"" + Widen(TestChild()) + L"\" hold wendra-stdio-killed ";
+  Child host = StartChild({.commandLine = L"\"" + Widen(ProgramOfTests(L"mcp_host.exe")) + L"\" " +
+                                          server + L"await wendra-stdio-never"});
+  ASSERT_EQ(host.start, ChildStart::kStarted);
+  ASSERT_TRUE(WaitForEvent("wendra-stdio-killed", true));
+  ASSERT_TRUE(TerminateProcess(host.process.Get(), 1));
+  EXPECT_TRUE(WaitForEvent("wendra-stdio-killed", false));
+}
+
+TEST_F(StdioServer, LogsItsStandardErrorAtTheEnd) {
+  Start({"err", "3", "out", "2", "err", "3"});
+  EXPECT_EQ(log_.WaitForLines(2).back(), "[MCP test] stderr: xxxxxx");
+  WaitForEnd();
+}
+
+TEST_F(StdioServer, GivesTheChildItsEnvironmentAndTheProfileFolder) {
+  server_.env = {{"wendra_test", "grün"}};
+  Start({"env", "WENDRA_TEST"});
+  WaitForEnd();
+  wchar_t profile[MAX_PATH];
+  GetEnvironmentVariableW(L"USERPROFILE", profile, MAX_PATH);
+  EXPECT_EQ(received_, (Lines{"grün", Narrow(profile)}));
+}
+
+TEST_F(StdioServer, RunsABatchFile) {
+  ScratchFolder folder;
+  const std::wstring batch = folder / L"mit Leer\\server.cmd";
+  std::filesystem::create_directories(folder / L"mit Leer");
+  FileHandle file(CreateFileW(batch.c_str(), GENERIC_WRITE, 0, nullptr, CREATE_ALWAYS, 0, nullptr));
+  ASSERT_TRUE(static_cast<bool>(file));
+  const std::string text = "@\"" + TestChild() + "\" args %*\r\n";
+  DWORD written = 0;
+  WriteFile(file.Get(), text.data(), static_cast<DWORD>(text.size()), &written, nullptr);
+  file.Reset();
+  server_.command = Narrow(batch);
+  Start({"two words", "a&b"});
+  WaitForEnd();
+  EXPECT_EQ(received_, (Lines{"two words", "a&b"}));
+}
+
+// The system looks for a cmd.exe without a folder in the current one before its own.
+TEST_F(StdioServer, RunsABatchFileInTheShellOfTheSystemAlone) {
+  ScratchFolder folder;
+  std::filesystem::copy_file(Widen(TestChild()), folder / L"cmd.exe");
+  const auto before = std::filesystem::current_path();
+  std::filesystem::current_path(folder / L"");
+  std::ofstream(std::filesystem::path(folder / L"server.cmd")) << "@echo from the batch file\r\n";
+  server_.command = Narrow(folder / L"server.cmd");
+  Start({});
+  std::filesystem::current_path(before);
+  WaitForEnd();
+  EXPECT_EQ(received_, Lines{"from the batch file\r"});
+}
+
+TEST_F(StdioServer, SaysWhatCouldNotBeStarted) {
+  ScratchFolder folder;
+  server_.command = Narrow(folder / L"none.exe");
+  Start({"a b"});
+  EXPECT_FALSE(server_.running);
+  EXPECT_EQ(server_.transport, nullptr);
+  EXPECT_EQ(log_.WaitForLines(1),
+            Lines{"[MCP test] launch failed: " + server_.command + " \"a b\""});
+}
+
+}  // namespace
+}  // namespace wendra
