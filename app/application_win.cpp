@@ -1,6 +1,6 @@
 #include "app/application_win.h"
 
-#include <span>
+#include <string>
 #include <utility>
 
 #include "bridge/exec_win.h"
@@ -8,13 +8,18 @@
 #include "bridge/platform.h"
 #include "bridge/project_dirs.h"
 #include "config/server_address.h"
-#include "mcp/tools/config_actions_win.h"
+#include "mcp/tools/config_actions.h"
 #include "mcp/tools/tool_actions.h"
 #include "update/check_action.h"
 #include "win/messages.h"
+#include "win/owned_message.h"
 
 namespace wendra {
 namespace {
+
+// The page asks again for what it shows of the configuration; the event carries nothing.
+constexpr char kConfigChangedScript[] =
+    "document.dispatchEvent(new CustomEvent('mcpConfigChanged'));";
 
 // The thread's next message. False: there is none any more; `message` then is the quit message,
 // unless somebody else has taken that.
@@ -39,14 +44,16 @@ Application::Application(HINSTANCE instance, std::string server, WindowLog& log,
             log),
       replies_(page_),
       folderPicker_(replies_, [this] { return window_.Handle(); }),
-      mcp_(config, log),
+      starter_(log),
+      timers_([this] { return window_.Handle(); }),
+      mcp_(config, starter_, timers_, log),
       bridge_(MakeActions(), replies_, log),
-      window_(instance, log, mcp_, page_, replies_, folderPicker_, [this] { CheckForUpdates(); }) {}
+      window_(instance, log, MakeWindowHandlers()) {}
 
 // The order is the order in which names are compared.
 ActionTable Application::MakeActions() {
   const auto window = [this] { return window_.Handle(); };
-  const auto servers = [this] { return std::span(mcp_.Registry().Servers()); };
+  const auto servers = [this] { return mcp_.Servers(); };
   return {
       PickDirectoryAction(folderPicker_),
       PlatformAction(replies_),
@@ -56,12 +63,69 @@ ActionTable Application::MakeActions() {
       ReadFileBase64Action(replies_),
       WriteFileAction(replies_),
       ExecAction(replies_, window),
-      McpServersAction(replies_, servers, mcp_.Session()),
+      McpServersAction(replies_, servers),
       McpReadConfigAction(replies_, config_),
       McpWriteConfigAction(replies_, config_, log_, [this] { mcp_.LoadMcpServers(); }),
-      McpCallAction(replies_, servers, mcp_.Session()),
+      McpCallAction(replies_, servers),
       CheckForUpdatesAction(replies_, [this] { CheckForUpdates(); }),
   };
+}
+
+WindowHandlers Application::MakeWindowHandlers() {
+  WindowHandlers handlers;
+  handlers.messages = {
+      {WM_CREATE, [this](WPARAM, LPARAM) { OnWindowCreated(); }},
+      {WM_DESTROY, [this](WPARAM, LPARAM) { OnWindowDestroyed(); }},
+      {WM_TIMER, [this](WPARAM timer, LPARAM) { OnTimer(timer); }},
+      {kCreateWebViewMessage, [this](WPARAM, LPARAM) { CreateWebView(); }},
+      {kLogLineMessage,
+       [this](WPARAM, LPARAM lparam) { log_.Line(*TakeOwned<std::string>(lparam)); }},
+      {kExecDoneMessage,
+       [this](WPARAM, LPARAM lparam) {
+         ReplyExec(std::move(*TakeOwned<ExecResult>(lparam)), replies_);
+       }},
+      {kMcpMessage,
+       [this](WPARAM server, LPARAM lparam) {
+         mcp_.OnText(ServerId{server}, *TakeOwned<std::string>(lparam));
+       }},
+      {kMcpClosedMessage, [this](WPARAM server, LPARAM) { mcp_.OnClosed(ServerId{server}); }},
+      {kHttpPostedMessage, [this](WPARAM, LPARAM) { OnHttpPosted(); }},
+      {kPickDirectoryMessage, [this](WPARAM, LPARAM) { folderPicker_.ShowDialogs(); }},
+  };
+  handlers.placePage = [this](const RECT& bounds) { page_.SetBounds(bounds); };
+  handlers.reload = [this] { page_.Reload(); };
+  handlers.checkForUpdates = [this] { CheckForUpdates(); };
+  return handlers;
+}
+
+void Application::OnWindowCreated() {
+  const HWND window = window_.Handle();
+  log_.SetWindow(window);
+  inbox_ = std::make_shared<WindowInbox>(window);
+  mcp_.Start(inbox_);
+  (void)SetTimer(window, kConfigWatchTimer, kConfigWatchPeriodMs, nullptr);
+}
+
+void Application::OnWindowDestroyed() {
+  mcp_.Stop();
+  log_.SetWindow(nullptr);
+  page_.Close();  // while its parent still exists
+}
+
+void Application::OnTimer(std::uint64_t timer) {
+  if (timer == kReplyDeadlineTimer) return page_.DropLateReplies();
+  if (timer != kConfigWatchTimer) return mcp_.OnTimer(timer);
+  if (mcp_.CheckMcpConfigChanged()) page_.Run(kConfigChangedScript);
+}
+
+void Application::OnHttpPosted() {
+  if (!inbox_) return;
+  for (const auto& [server, status] : inbox_->TakeStatuses()) mcp_.OnPosted(server, status);
+}
+
+// Any program may post the message that leads here; there is one control all the same.
+void Application::CreateWebView() {
+  if (!std::exchange(hasWebView_, true)) page_.Create(window_.Handle());
 }
 
 int Application::Run() {
@@ -79,7 +143,7 @@ int Application::Run() {
     TranslateMessage(&message);
     DispatchMessageW(&message);
   }
-  mcp_.WaitForFarewells();
+  mcp_.WaitForSessionEnds();
   return message.message == WM_QUIT ? static_cast<int>(message.wParam) : 0;
 }
 

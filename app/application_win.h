@@ -1,17 +1,22 @@
 // Everything the program is made of, one object a subsystem, built in order, destroyed in reverse.
 #pragma once
 
+#include <cstdint>
+#include <memory>
 #include <optional>
 #include <string>
 #include <string_view>
 
 #include "app/main_window_win.h"
+#include "app/window_inbox_win.h"
 #include "app/window_log_win.h"
+#include "app/window_timers_win.h"
 #include "bridge/bridge.h"
 #include "bridge/pick_directory_win.h"
 #include "bridge/replies.h"
 #include "config/config_file_win.h"
-#include "mcp/mcp_client_win.h"
+#include "mcp/client.h"
+#include "mcp/starter_win.h"
 #include "update/updater_win.h"
 #include "webview/page_host_win.h"
 
@@ -30,6 +35,12 @@ class Application {
 
  private:
   ActionTable MakeActions();
+  WindowHandlers MakeWindowHandlers();
+  void OnWindowCreated();
+  void OnWindowDestroyed();
+  void OnTimer(std::uint64_t timer);
+  void OnHttpPosted();
+  void CreateWebView();
   void CheckForUpdates();
   void OnPageMessage(const PageMessage& message);
 
@@ -39,8 +50,12 @@ class Application {
   PageHost page_;
   Replies replies_;
   FolderPicker folderPicker_;
+  SystemServerStarter starter_;
+  WindowTimers timers_;
   McpClient mcp_;
   Bridge bridge_;
+  std::shared_ptr<WindowInbox> inbox_;  // from the window's creation on
+  bool hasWebView_ = false;             // the control has been asked for
   MainWindow window_;
   std::optional<Updater> updater_;  // from the window's showing to the end
 };

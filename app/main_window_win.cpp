@@ -6,10 +6,6 @@
 #include <utility>
 
 #include "app/layout.h"
-#include "bridge/exec_win.h"
-#include "mcp/server.h"
-#include "win/messages.h"
-#include "win/owned_message.h"
 
 namespace wendra {
 namespace {
@@ -22,10 +18,6 @@ constexpr int kIconId = 1;
 constexpr WORD kToggleLogPanelCommand = 100;
 constexpr WORD kReloadCommand = 101;
 constexpr WORD kCheckForUpdatesCommand = 102;
-
-// The page asks again for what it shows of the configuration; the event carries nothing.
-constexpr char kConfigChangedScript[] =
-    "document.dispatchEvent(new CustomEvent('mcpConfigChanged'));";
 
 HICON LoadProgramIcon(HINSTANCE instance) {
   return static_cast<HICON>(LoadImageW(instance, MAKEINTRESOURCEW(kIconId), IMAGE_ICON, 0, 0,
@@ -48,16 +40,8 @@ RECT ToRect(const Box& box) { return {box.left, box.top, box.right, box.bottom};
 
 }  // namespace
 
-MainWindow::MainWindow(HINSTANCE instance, WindowLog& log, McpClient& mcp, PageHost& page,
-                       Replies& replies, FolderPicker& folderPicker,
-                       std::function<void()> checkForUpdates)
-    : instance_(instance),
-      log_(log),
-      mcp_(mcp),
-      page_(page),
-      replies_(replies),
-      folderPicker_(folderPicker),
-      checkForUpdates_(std::move(checkForUpdates)) {
+MainWindow::MainWindow(HINSTANCE instance, WindowLog& log, WindowHandlers handlers)
+    : instance_(instance), log_(log), handlers_(std::move(handlers)) {
   RegisterWindowClass(instance, &MainWindow::WindowProcedure);
   CreateWindowExW(0, kWindowClass, L"Wendra", WS_OVERLAPPEDWINDOW, CW_USEDEFAULT, CW_USEDEFAULT,
                   kWidthPx, kHeightPx, nullptr, nullptr, instance, this);
@@ -95,6 +79,9 @@ LRESULT CALLBACK MainWindow::WindowProcedure(HWND window, UINT message, WPARAM w
 }
 
 void MainWindow::OnMessage(UINT message, WPARAM wparam, LPARAM lparam) {
+  for (const auto& [handled, onMessage] : handlers_.messages) {
+    if (handled == message) onMessage(wparam, lparam);
+  }
   switch (message) {
     case WM_CREATE:
       return OnCreate();
@@ -112,65 +99,32 @@ void MainWindow::OnMessage(UINT message, WPARAM wparam, LPARAM lparam) {
       return OnGetMinMaxInfo(*reinterpret_cast<MINMAXINFO*>(lparam));
     case WM_COMMAND:
       return OnCommand(LOWORD(wparam));
-    case WM_TIMER:
-      return OnTimer(wparam);
     case WM_DPICHANGED:
       return OnDpiChanged(*reinterpret_cast<const RECT*>(lparam));
-    case kCreateWebViewMessage:
-      return OnCreateWebView();
-    case kLogLineMessage: {
-      const auto line = TakeOwned<std::string>(lparam);
-      return log_.Line(*line);
-    }
-    case kExecDoneMessage: {
-      const auto result = TakeOwned<ExecResult>(lparam);
-      return ReplyExec(std::move(*result), replies_);
-    }
-    case kMcpMessage: {
-      auto text = TakeOwned<std::string>(lparam);
-      return mcp_.OnMessage(*reinterpret_cast<McpServer*>(wparam), std::move(text));
-    }
-    case kMcpClosedMessage:
-      return mcp_.OnClosed(*reinterpret_cast<McpServer*>(wparam));
-    case kHttpPostedMessage:
-      return mcp_.OnHttpPosted();
-    case kPickDirectoryMessage:
-      return folderPicker_.ShowDialogs();
     default:
       return;
   }
 }
 
 void MainWindow::OnCreate() {
-  log_.SetWindow(window_);
-  mcp_.Start(window_);
   panel_.emplace(window_, instance_, log_.Text());
   log_.SetPanel(&*panel_);
   if (const HICON icon = LoadProgramIcon(instance_)) {
     SendMessageW(window_, WM_SETICON, ICON_SMALL, reinterpret_cast<LPARAM>(icon));
     SendMessageW(window_, WM_SETICON, ICON_BIG, reinterpret_cast<LPARAM>(icon));
   }
-  (void)SetTimer(window_, kConfigWatchTimer, kConfigWatchPeriodMs, nullptr);
 }
 
 void MainWindow::OnDestroy() {
-  mcp_.Stop();
-  log_.SetWindow(nullptr);
-  page_.Close();  // while its parent still exists
   log_.SetPanel(nullptr);
   panel_.reset();
   PostQuitMessage(0);
 }
 
-// Any program may post that message too; there is one control all the same.
-void MainWindow::OnCreateWebView() {
-  if (!std::exchange(hasWebView_, true)) page_.Create(window_);
-}
-
 void MainWindow::OnCommand(WORD command) {
   if (command == kToggleLogPanelCommand) ToggleLogPanel();
-  if (command == kReloadCommand) page_.Reload();
-  if (command == kCheckForUpdatesCommand) checkForUpdates_();
+  if (command == kReloadCommand) handlers_.reload();
+  if (command == kCheckForUpdatesCommand) handlers_.checkForUpdates();
 }
 
 void MainWindow::ToggleLogPanel() {
@@ -186,7 +140,7 @@ void MainWindow::LayOut() {
   GetClientRect(window_, &client);
   const bool panelIsVisible = panel_ && panel_->IsVisible();
   const ClientLayout layout = LayOutClient(client.right, client.bottom, panelIsVisible);
-  page_.SetBounds(ToRect(layout.page));
+  handlers_.placePage(ToRect(layout.page));
   if (panel_) panel_->Move(layout.panel);
 }
 
@@ -201,12 +155,6 @@ void MainWindow::OnDpiChanged(const RECT& suggested) {
   SetWindowPos(window_, nullptr, suggested.left, suggested.top, suggested.right - suggested.left,
                suggested.bottom - suggested.top, SWP_NOZORDER | SWP_NOACTIVATE);
   LayOut();
-}
-
-void MainWindow::OnTimer(UINT_PTR timer) {
-  if (timer == kReplyDeadlineTimer) return page_.DropLateReplies();
-  if (timer != kConfigWatchTimer) return mcp_.OnTimer(timer);
-  if (mcp_.CheckMcpConfigChanged()) page_.Run(kConfigChangedScript);
 }
 
 }  // namespace wendra

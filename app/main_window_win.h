@@ -3,25 +3,33 @@
 
 #include <functional>
 #include <optional>
+#include <utility>
+#include <vector>
 
 #include "app/log_panel_win.h"
 #include "app/window_log_win.h"
-#include "bridge/pick_directory_win.h"
-#include "bridge/replies.h"
-#include "mcp/mcp_client_win.h"
-#include "webview/page_host_win.h"
 
 #include <windows.h>
 
 namespace wendra {
 
+// What the owners of the program's features do when something happens to the window.
+struct WindowHandlers {
+  using OnMessage = std::function<void(WPARAM wparam, LPARAM lparam)>;
+
+  // All handlers of a message run, in this order; those of WM_CREATE and WM_DESTROY before the
+  // window creates and destroys what lies in it. The owner of a message's payload frees it.
+  std::vector<std::pair<UINT, OnMessage>> messages;
+  std::function<void(const RECT& bounds)> placePage;  // in client coordinates, pixels
+  std::function<void()> reload;                       // Ctrl+R
+  std::function<void()> checkForUpdates;              // Ctrl+U
+};
+
 // UI thread only.
 class MainWindow {
  public:
-  // Makes the window, still hidden; Handle() is null if that failed. Borrows everything.
-  // `checkForUpdates` is what Ctrl+U does.
-  MainWindow(HINSTANCE instance, WindowLog& log, McpClient& mcp, PageHost& page, Replies& replies,
-             FolderPicker& folderPicker, std::function<void()> checkForUpdates);
+  // Makes the window, still hidden; Handle() is null if that failed. Borrows `log`.
+  MainWindow(HINSTANCE instance, WindowLog& log, WindowHandlers handlers);
   ~MainWindow();
   MainWindow(const MainWindow&) = delete;
   MainWindow& operator=(const MainWindow&) = delete;
@@ -40,23 +48,16 @@ class MainWindow {
   void OnMessage(UINT message, WPARAM wparam, LPARAM lparam);
   void OnCreate();
   void OnDestroy();
-  void OnCreateWebView();
   void OnCommand(WORD command);
-  void OnTimer(UINT_PTR timer);
   void OnGetMinMaxInfo(MINMAXINFO& info) const;
   void OnDpiChanged(const RECT& suggested);
   void ToggleLogPanel();
 
   const HINSTANCE instance_;
   WindowLog& log_;
-  McpClient& mcp_;
-  PageHost& page_;
-  Replies& replies_;
-  FolderPicker& folderPicker_;
-  const std::function<void()> checkForUpdates_;
+  const WindowHandlers handlers_;
   HWND window_ = nullptr;          // from WM_NCCREATE to WM_NCDESTROY
   bool isCreated_ = false;         // the window has been made: its DPI can be asked for
-  bool hasWebView_ = false;        // the control has been asked for
   std::optional<LogPanel> panel_;  // from WM_CREATE to WM_DESTROY
 };
 

@@ -5,6 +5,7 @@
 
 #include "base/output_buffer.h"
 #include "base/utf8.h"
+#include "json/objects.h"
 #include "win/child_process.h"
 #include "win/environment.h"
 #include "win/messages.h"
@@ -117,11 +118,9 @@ Action ExecAction(Replies& replies, std::function<HWND()> window) {
 }
 
 void ReplyExec(ExecResult result, Replies& replies) {
-  Json value = Json::Object();
-  value.members.emplace_back("exit", Json(result.exitCode));
-  value.members.emplace_back("stdout", std::move(result.output));
-  value.members.emplace_back("stderr", std::move(result.error));
-  replies.Succeed(result.reqId, value);
+  replies.Succeed(result.reqId, MakeObject({{"exit", result.exitCode},
+                                            {"stdout", std::move(result.output)},
+                                            {"stderr", std::move(result.error)}}));
 }
 
 }  // namespace wendra

@@ -1,14 +1,14 @@
 #include "bridge/platform.h"
 
+#include "json/objects.h"
+
 namespace wendra {
 
 Json PlatformValue(const PlatformFacts& facts) {
-  Json value = Json::Object();
-  value.members.emplace_back("name", "Windows");
-  value.members.emplace_back("version", facts.version);
-  value.members.emplace_back("user", facts.user);
-  value.members.emplace_back("home", facts.home);
-  return value;
+  return MakeObject({{"name", "Windows"},
+                     {"version", facts.version},
+                     {"user", facts.user},
+                     {"home", facts.home}});
 }
 
 }  // namespace wendra

@@ -112,6 +112,15 @@ bool ConfigFile::WriteConfigAtomically(std::string_view text) {
   return true;
 }
 
+std::optional<std::uint64_t> ConfigFile::LastWriteTime() const {
+  WIN32_FILE_ATTRIBUTE_DATA data;
+  if (!GetFileAttributesExW(path_.c_str(), GetFileExInfoStandard, &data)) return std::nullopt;
+  ULARGE_INTEGER time;
+  time.LowPart = data.ftLastWriteTime.dwLowDateTime;
+  time.HighPart = data.ftLastWriteTime.dwHighDateTime;
+  return time.QuadPart;
+}
+
 void ConfigFile::SaveChosenServer(std::string_view url) {
   const ConfigReading old = Read();
   const bool isSaved = old.isReadable && WriteConfigAtomically(WithSavedServer(old.text, url));

@@ -2,17 +2,15 @@
 // UI thread. Reads the disk every time; nothing is cached.
 #pragma once
 
-#include <cstddef>
+#include <cstdint>
+#include <optional>
 #include <string>
 #include <string_view>
 
 #include "base/log.h"
-#include "config/server_choice.h"
+#include "config/config_store.h"
 
 namespace wendra {
-
-// 1 MiB. A larger file is not read.
-inline constexpr size_t kMaxConfigBytes = 1'048'576;
 
 // ".config\wendra\config.json" below the user's profile folder; the folder need not exist.
 std::wstring ConfigFilePath();
@@ -21,13 +19,7 @@ std::wstring ConfigFilePath();
 // larger gives "". Any thread.
 std::string ReadConfigText(const std::wstring& path);
 
-// What one reading of the file gave.
-struct ConfigReading {
-  std::string text;        // as ReadConfigText gives it
-  bool isReadable = true;  // false: there is a file, but not all of it could be read just now
-};
-
-class ConfigFile : public ServerStore {
+class ConfigFile : public ConfigStore {
  public:
   // Borrows `log`. `path` is the file's full path, normally ConfigFilePath().
   ConfigFile(std::wstring path, Log& log) : path_(std::move(path)), log_(log) {}
@@ -41,19 +33,17 @@ class ConfigFile : public ServerStore {
   // Writes the default content when the file is missing or empty, and logs that, even when it could
   // not be written: the next reading tells. A file that has content, or that another program keeps
   // us from opening, is left as it is, and nothing is logged.
-  void EnsureDefaultConfig();
+  void EnsureDefaultConfig() override;
 
   // As the function of that name, for this file.
   std::string ReadConfigText() override;
 
-  // The same, for those who must not take a file that another program holds for an empty one.
-  ConfigReading Read() const;
+  ConfigReading Read() const override;
 
-  // Replaces the whole content through a temporary file beside it, so that a reader sees the old
-  // or the new text and never a part. False when the temporary file cannot be created; the real
-  // file then is untouched. A later failure (disk full, target locked) also leaves the real file
-  // as it was, but is not reported.
-  bool WriteConfigAtomically(std::string_view text);
+  // Goes through a temporary file beside the real one. False when that cannot be created.
+  bool WriteConfigAtomically(std::string_view text) override;
+
+  std::optional<std::uint64_t> LastWriteTime() const override;
 
   // Stores `url` as "server" and keeps every other member; logs the outcome. A file that cannot be
   // read is left as it is.

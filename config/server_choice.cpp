@@ -1,7 +1,7 @@
 #include "config/server_choice.h"
 
 #include "base/product.h"
-#include "config/json_object.h"
+#include "json/objects.h"
 #include "config/server_address.h"
 
 namespace wendra {
@@ -49,9 +49,8 @@ std::string ServerChoice::FromConfig() {
     log_.Line("[Server] config.json is not a JSON object — ignoring its \"server\" entry, if any");
     return {};
   }
-  const Json* server = config->Find("server");
-  if (!server) return {};
-  const Candidate candidate(server->kind == kJsonString ? server->text : std::string());
+  if (!config->Find("server")) return {};
+  const Candidate candidate(TextOf(*config, "server"));
   if (candidate.IsUsable()) {
     log_.Line("[Server] loading " + candidate.url + " (from \"server\" in " +
               store_.ConfigPathText() + ")");

@@ -1,53 +1,52 @@
-// The way to one MCP server, as the session sees it. Messages from the server come back through
-// the main window's message queue, one JSON text at a time.
+// The way to one MCP server. Messages from the server come back through the Inbox, one JSON text at
+// a time.
 #pragma once
 
-#include <cstddef>
 #include <cstdint>
-#include <functional>
+#include <memory>
 #include <string>
-#include <string_view>
+
+#include "mcp/session_end.h"
 
 namespace wendra {
 
-// One request or notification on its way to a server.
+// One request or notification to a server.
 struct OutgoingMessage {
-  std::string text;             // compact JSON without a line end
-  std::string requestId;        // "" for a notification
-  std::uint32_t timeoutMs = 0;  // afterwards nobody waits for what comes of it
-  // Called once, on the UI thread, when the transport has done what it can for the order of
-  // messages: what is sent from here on reaches the server later than this message. At once for a
-  // transport that keeps order by itself; also when sending failed and after a stop. `status` is
-  // the HTTP status of the message, 0 where there is none. May be empty.
-  std::function<void(std::uint32_t status)> onSent;
+  std::string text = {};        // compact JSON without a line end
+  std::string requestId = {};   // "" for a notification
+  std::uint32_t timeoutMs = 0;  // when it is over, nobody waits for the response any more
+  // The sender waits until the server has the message: it sends nothing that depends on the message
+  // before. See Transport::Send.
+  bool reportsStatus = false;
 };
 
-// UI thread only; nothing here waits for the server, but for what says so.
+// UI thread only. No function waits for the server.
 class Transport {
  public:
   virtual ~Transport() = default;
 
-  // A request that fails on the way comes back as an error response to its id; anything else that
-  // fails is dropped. A message that has not been sent when its time-out is over is given up.
-  virtual void Send(OutgoingMessage message) = 0;
+  // A request that fails comes back as an error response to its id; any other message that fails is
+  // dropped. A message that has not been sent within its time-out is dropped.
+  // False, only for a message that reports its status: a PostStatus follows, and what is sent
+  // before it may overtake the message. True: the transport keeps the order by itself.
+  virtual bool Send(OutgoingMessage message) = 0;
 
-  // Sends our error response to a request of the server. A server that does not take them is not
-  // read from while 64 of them wait.
+  // Sends an error response to a request of the server. Reading from a server that does not take
+  // the responses pauses while 64 of them wait.
   virtual void Refuse(std::string text) = 0;
 
-  // The window is through with a message of so many bytes that it was sent for this server.
-  virtual void OnMessageHandled(size_t /*bytes*/) {}
+  // The handshake has agreed on this version. It goes into the headers of a remote server.
+  virtual void SetProtocolVersion(const std::string& /*version*/) {}
 
-  // The handshake has completed: from here on the server may speak by itself.
+  // The handshake has completed: from here on the server may send messages by itself.
   virtual void OnInitialized() {}
 
-  // Ends the connection and everything that was started for it. Nothing is sent afterwards; threads
-  // that still run only post messages, which are dropped. Once.
-  virtual void Stop() = 0;
+  // The server does not know the session any more: session id and protocol version are cleared.
+  virtual void ForgetSession() {}
 
-  // After Stop, any number of times: gives a last word to the server that is still on its way at
-  // most `maxMs`. Once it is through, nothing of the connection is kept.
-  virtual void WaitForFarewell(std::uint32_t /*maxMs*/) {}
+  // Ends the connection and everything that was started for it. Once. Threads that still run
+  // deliver nothing any more. Returns what still has to be sent; null: nothing.
+  virtual std::shared_ptr<SessionEnd> Stop() = 0;
 };
 
 }  // namespace wendra

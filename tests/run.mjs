@@ -147,7 +147,17 @@ const underWine = (folder, program, makeArgs) => (results) => {
   };
 };
 
-const kTsanPrograms = ['json_test', 'update_test'];
+// Program -> its tests in which threads meet.
+const kTsanTests = {
+  json_test: '*Thread*',
+  mcp_test: 'Client.*:FlowControl*:HttpServer.*:StdioTransport*',
+  update_test: '*Thread*',
+};
+
+const kDictionaries = {
+  address_fuzz: 'address', appcast_fuzz: 'appcast', bridge_fuzz: 'json', connection_fuzz: 'mcp',
+  event_stream_fuzz: 'mcp', json_fuzz: 'json', response_body_fuzz: 'mcp', tool_result_fuzz: 'mcp',
+};
 
 // Suite -> the presets that it needs built, and its units once they are.
 const suites = {
@@ -166,8 +176,8 @@ const suites = {
   asan: { needs: ['asan'], units: () => nativeTests('asan') },
   tsan: {
     needs: ['tsan'],
-    units: () => kTsanPrograms.map((program) =>
-      googleTest(kProcessorLane, `tsan-${program}`, native('tsan', program, '--gtest_filter=*Thread*'))),
+    units: () => Object.entries(kTsanTests).map(([program, tests]) =>
+      googleTest(kProcessorLane, `tsan-${program}`, native('tsan', program, `--gtest_filter=${tests}`))),
   },
   fuzz: {
     needs: ['fuzz'],
@@ -176,9 +186,11 @@ const suites = {
         const found = join(kRoot, 'build/fuzz/corpus', program);
         mkdirSync(found, { recursive: true });
         const seeds = join(kRoot, 'tests/fuzz', `${program.replace(/_fuzz$/, '')}_corpus`);
+        const dictionary = kDictionaries[program];
         return {
           command: join(kRoot, 'build/fuzz/bin/fuzz', program),
           args: [
+            ...(dictionary ? [`-dict=tests/fuzz/${dictionary}.dict`] : []),
             `-max_total_time=${kFuzzSeconds}`, '-print_final_stats=1', `-artifact_prefix=${kLogs}/`,
             found, seeds,
           ],
@@ -229,7 +241,7 @@ const kPresets = ['windows', 'native', 'asan', 'tsan', 'fuzz']; // in the order 
 
 // Nothing: the whole preset.
 function targetsOf(preset, wanted) {
-  if (preset === 'tsan') return kTsanPrograms;
+  if (preset === 'tsan') return Object.keys(kTsanTests);
   const users = wanted.map((name) => suites[name]).filter(({ needs }) => needs.includes(preset));
   return users.every(({ targets }) => targets) ? users.flatMap(({ targets }) => targets) : [];
 }

@@ -1,7 +1,7 @@
 #include "update/feed_address.h"
 
 #include "base/product.h"
-#include "config/json_object.h"
+#include "json/objects.h"
 
 namespace wendra {
 namespace {
@@ -17,11 +17,9 @@ std::string BuiltInAddress() {
 
 FeedAddress ReadFeedAddress(std::string_view configText) {
   const auto config = ParseJsonObject(configText);
-  const Json* feed = config ? config->Find("updateFeed") : nullptr;
-  if (!feed || feed->kind != kJsonString || feed->text.empty()) return {BuiltInAddress(), {}};
-  if (feed->text.starts_with("http://") || feed->text.starts_with("https://")) {
-    return {feed->text, {}};
-  }
+  const std::string feed = config ? TextOf(*config, "updateFeed") : std::string();
+  if (feed.empty()) return {BuiltInAddress(), {}};
+  if (feed.starts_with("http://") || feed.starts_with("https://")) return {feed, {}};
   return {BuiltInAddress(), kIgnoring};
 }
 

@@ -4,7 +4,7 @@
 #include "update/app_version_win.h"
 #include "update/feed_address.h"
 #include "update/feed_check.h"
-#include "update/feed_fetch_win.h"
+#include "update/feed_fetch.h"
 #include "win/thread.h"
 
 namespace wendra {
@@ -13,7 +13,7 @@ namespace {
 struct FeedCheckJob {
   std::wstring configPath;
   UpdateOutlet* outlet;  // borrowed, for as long as the process lives
-  std::shared_ptr<HttpExchange> exchange;
+  std::shared_ptr<WinHttpExchange> exchange;
 };
 
 void FeedCheckThread(std::unique_ptr<FeedCheckJob> job) {
@@ -26,7 +26,7 @@ void FeedCheckThread(std::unique_ptr<FeedCheckJob> job) {
 }  // namespace
 
 FeedCheck::FeedCheck(const std::wstring& configPath, UpdateOutlet& outlet)
-    : exchange_(std::make_shared<HttpExchange>()) {
+    : exchange_(std::make_shared<WinHttpExchange>()) {
   auto job = std::make_unique<FeedCheckJob>(FeedCheckJob{configPath, &outlet, exchange_});
   (void)StartThread<FeedCheckThread>(job);  // nobody waits for it
 }

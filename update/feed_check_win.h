@@ -5,7 +5,7 @@
 #include <string>
 
 #include "update/outlet.h"
-#include "win/http_request.h"
+#include "win/winhttp_exchange.h"
 
 namespace wendra {
 
@@ -22,7 +22,7 @@ class FeedCheck {
   FeedCheck& operator=(const FeedCheck&) = delete;
 
  private:
-  const std::shared_ptr<HttpExchange> exchange_;  // shared with the thread
+  const std::shared_ptr<WinHttpExchange> exchange_;  // shared with the thread
 };
 
 }  // namespace wendra

@@ -3,12 +3,14 @@
 // | message                  | wParam | lParam                            | sender     | receiver |
 // |--------------------------|--------|-----------------------------------|------------|----------|
 // | kExecDoneMessage         | 0      | owned ExecResult                  | a worker   | bridge   |
-// | kMcpMessage              | server | owned std::string, one JSON text  | a reader   | mcp      |
+// | kMcpMessage              | server | owned std::string, one JSON text  | a worker   | mcp      |
 // | kMcpClosedMessage        | server | 0                                 | a reader   | mcp      |
 // | kCreateWebViewMessage    | 0      | 0                                 | app        | webview  |
 // | kLogLineMessage          | 0      | owned std::string, one UTF-8 line | any thread | log      |
 // | kPickDirectoryMessage    | 0      | 0                                 | bridge     | bridge   |
 // | kHttpPostedMessage       | 0      | 0                                 | a worker   | mcp      |
+//
+// server: a ServerId.
 //
 // Any program of the user may post these numbers too. What has no payload here is handled as often
 // as it comes and does no harm.

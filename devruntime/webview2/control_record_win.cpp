@@ -3,7 +3,7 @@
 #include <utility>
 #include <vector>
 
-#include "devruntime/webview2/protocol_json.h"
+#include "json/objects.h"
 
 namespace wendra {
 namespace {
@@ -21,7 +21,7 @@ ControlRecord::ControlRecord(const Settings& settings)
 void ControlRecord::TellClosed(bool hasParent) {
   if (std::exchange(told_, true)) return;
   timings_->Write();
-  events_->Write(Params({{"event", "closed"}, {"hasParent", hasParent}}));
+  events_->Write(MakeObject({{"event", "closed"}, {"hasParent", hasParent}}));
 }
 
 std::shared_ptr<ControlRecord> MakeControlRecord(const Settings& settings) {

@@ -15,7 +15,7 @@
 
 #include "json/json.h"
 #include "devruntime/webview2/event_file_win.h"
-#include "devruntime/webview2/protocol_json.h"
+#include "json/objects.h"
 #include "devruntime/webview2/settings_win.h"
 #include "devruntime/webview2/web_socket_win.h"
 

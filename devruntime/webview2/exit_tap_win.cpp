@@ -4,7 +4,7 @@
 
 #include "devruntime/failing_calls/import_table_win.h"
 #include "devruntime/webview2/event_file_win.h"
-#include "devruntime/webview2/protocol_json.h"
+#include "json/objects.h"
 #include "devruntime/webview2/settings_win.h"
 
 namespace wendra {
@@ -15,7 +15,7 @@ using ExitFunction = void(__cdecl*)(int);
 ExitFunction realExit = nullptr;
 
 void __cdecl TappedExit(int code) {
-  EventFile(ReadSettings().eventsFile).Write(Params({{"event", "ended"}, {"code", code}}));
+  EventFile(ReadSettings().eventsFile).Write(MakeObject({{"event", "ended"}, {"code", code}}));
   realExit(code);
 }
 

@@ -2,7 +2,7 @@
 
 #include <string_view>
 
-#include "devruntime/webview2/protocol_json.h"
+#include "json/objects.h"
 #include "devruntime/webview2/mouse_input_win.h"
 #include "win/wide.h"
 
@@ -82,12 +82,12 @@ std::string KeyName(WPARAM virtualKey, const std::wstring& text) {
 
 Json Event(const char* type, WPARAM virtualKey, LPARAM lparam, int modifiers,
            const std::string& key) {
-  return Params({{"type", type},
-                 {"modifiers", modifiers},
-                 {"key", key},
-                 {"code", Place(lparam)},
-                 {"windowsVirtualKeyCode", static_cast<int>(virtualKey)},
-                 {"nativeVirtualKeyCode", static_cast<int>(virtualKey)}});
+  return MakeObject({{"type", type},
+                     {"modifiers", modifiers},
+                     {"key", key},
+                     {"code", Place(lparam)},
+                     {"windowsVirtualKeyCode", static_cast<int>(virtualKey)},
+                     {"nativeVirtualKeyCode", static_cast<int>(virtualKey)}});
 }
 
 }  // namespace
@@ -124,7 +124,7 @@ Json KeyUp(WPARAM virtualKey, LPARAM lparam) {
 
 Json Character(std::wstring text) {
   if (text == L"\n") text = L"\r";
-  return Params({{"type", "char"}, {"text", Narrow(text)}, {"key", Narrow(text)}});
+  return MakeObject({{"type", "char"}, {"text", Narrow(text)}, {"key", Narrow(text)}});
 }
 
 }  // namespace wendra

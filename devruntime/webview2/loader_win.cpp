@@ -31,7 +31,7 @@ std::string AvailableVersion(const Settings& settings) {
 void TellEnvironmentWanted(const Settings& settings, PCWSTR userDataFolder) {
   const std::string folder = userDataFolder ? Narrow(userDataFolder) : std::string();
   EventFile(settings.eventsFile)
-      .Write(Params({{"event", "environment"}, {"userDataFolder", folder}}));
+      .Write(MakeObject({{"event", "environment"}, {"userDataFolder", folder}}));
 }
 
 // Before the program runs, so that even its first calls can fail.

@@ -5,7 +5,7 @@
 
 #include <windowsx.h>
 
-#include "devruntime/webview2/protocol_json.h"
+#include "json/objects.h"
 
 namespace wendra {
 namespace {
@@ -45,11 +45,11 @@ const char* HeldButton(WPARAM keys) {
 }
 
 Json Event(const char* type, POINT at, WPARAM keys) {
-  return Params({{"type", type},
-                 {"x", static_cast<int>(at.x)},
-                 {"y", static_cast<int>(at.y)},
-                 {"modifiers", Modifiers(keys)},
-                 {"buttons", ButtonsDown(keys)}});
+  return MakeObject({{"type", type},
+                     {"x", static_cast<int>(at.x)},
+                     {"y", static_cast<int>(at.y)},
+                     {"modifiers", Modifiers(keys)},
+                     {"buttons", ButtonsDown(keys)}});
 }
 
 Json Wheel(HWND window, UINT message, WPARAM wparam, LPARAM lparam) {

@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <utility>
 
-#include "devruntime/webview2/protocol_json.h"
+#include "json/objects.h"
 
 namespace wendra {
 namespace {

@@ -36,7 +36,7 @@ void PageSession::OnCrash() {
 
 // What a frame inside the page loads is the page's own affair.
 void PageSession::ContinueSubframe(const Json& params) {
-  Call("Fetch.continueRequest", Params({{"requestId", TextOf(params, "requestId")}}));
+  Call("Fetch.continueRequest", MakeObject({{"requestId", TextOf(params, "requestId")}}));
 }
 
 void PageSession::OnContextCreated(const Json& params) {
@@ -74,12 +74,12 @@ void PageSession::OnDialog(const Json& params) {
                  const auto self = weak.lock();
                  if (!self) return;
                  self->Call("Page.handleJavaScriptDialog",
-                            Params({{"accept", accept}, {"promptText", text}}));
+                            MakeObject({{"accept", accept}, {"promptText", text}}));
                });
 }
 
 void PageSession::OnScreencastFrame(Json& params) {
-  Call("Page.screencastFrameAck", Params({{"sessionId", MemberOf(params, "sessionId")}}));
+  Call("Page.screencastFrameAck", MakeObject({{"sessionId", MemberOf(params, "sessionId")}}));
   for (auto& [key, value] : params.members)
     if (key == "data") return Show({std::move(value.text), false});
 }
@@ -92,7 +92,7 @@ void PageSession::TakePictureAfterLoad() {
     const std::lock_guard lock(sizeMutex_);
     resizes = resizes_;
   }
-  Call("Page.captureScreenshot", Params({{"format", "png"}, {"optimizeForSpeed", true}}),
+  Call("Page.captureScreenshot", MakeObject({{"format", "png"}, {"optimizeForSpeed", true}}),
        [weak = weak_from_this(), resizes](const Json* result) {
          const auto self = weak.lock();
          if (!self) return;

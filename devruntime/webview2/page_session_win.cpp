@@ -28,7 +28,7 @@ std::shared_ptr<PageSession> PageSession::Open(std::shared_ptr<DevToolsConnectio
   std::shared_ptr<PageSession> page(
       new PageSession(std::move(connection), settings, std::move(receivers)));
   if (settings.sharedBrowser) {
-    page->CallBrowser("Target.createBrowserContext", Params({{"disposeOnDetach", true}}),
+    page->CallBrowser("Target.createBrowserContext", MakeObject({{"disposeOnDetach", true}}),
                       &PageSession::CreateTarget);
   } else {
     page->CallBrowser("Target.getTargets", Json::Object(), &PageSession::TakeTarget);
@@ -57,7 +57,7 @@ void PageSession::TakeTarget(const Json& targets) {
       blank = TextOf(target, "targetId");
     } else {
       connection_->Call({}, "Target.closeTarget",
-                        Params({{"targetId", TextOf(target, "targetId")}}));
+                        MakeObject({{"targetId", TextOf(target, "targetId")}}));
     }
   }
   if (blank.empty()) {
@@ -69,7 +69,7 @@ void PageSession::TakeTarget(const Json& targets) {
 
 void PageSession::CreateTarget(const Json& context) {
   contextId_ = TextOf(context, "browserContextId");
-  Json params = Params({{"url", "about:blank"}});
+  Json params = MakeObject({{"url", "about:blank"}});
   if (!contextId_.empty()) params.members.emplace_back("browserContextId", contextId_);
   CallBrowser("Target.createTarget", params, &PageSession::Attach);
 }
@@ -78,7 +78,7 @@ void PageSession::Attach(const Json& created) { AttachTo(TextOf(created, "target
 
 void PageSession::AttachTo(const std::string& targetId) {
   targetId_ = targetId;
-  CallBrowser("Target.attachToTarget", Params({{"targetId", targetId}, {"flatten", true}}),
+  CallBrowser("Target.attachToTarget", MakeObject({{"targetId", targetId}, {"flatten", true}}),
               &PageSession::SetUp);
 }
 
@@ -110,16 +110,17 @@ void PageSession::EnableDomains() {
   ready_ = true;
   SetUpCall("Page.enable", Json::Object());
   SetUpCall("Runtime.enable", Json::Object());
-  SetUpCall("Network.enable", Params({{"maxTotalBufferSize", 0}, {"maxResourceBufferSize", 0}}));
+  SetUpCall("Network.enable",
+            MakeObject({{"maxTotalBufferSize", 0}, {"maxResourceBufferSize", 0}}));
   Json patterns = Json::Array();
-  patterns.items.push_back(Params({{"urlPattern", "*"}, {"resourceType", "Document"}}));
-  SetUpCall("Fetch.enable", Params({{"patterns", patterns}}));
-  SetUpCall("Runtime.addBinding", Params({{"name", kBindingName}}));
-  SetUpCall("Page.addScriptToEvaluateOnNewDocument", Params({{"source", kPageShim}}));
-  SetUpCall("Runtime.evaluate", Params({{"expression", kPageShim}}));  // the document now there
+  patterns.items.push_back(MakeObject({{"urlPattern", "*"}, {"resourceType", "Document"}}));
+  SetUpCall("Fetch.enable", MakeObject({{"patterns", patterns}}));
+  SetUpCall("Runtime.addBinding", MakeObject({{"name", kBindingName}}));
+  SetUpCall("Page.addScriptToEvaluateOnNewDocument", MakeObject({{"source", kPageShim}}));
+  SetUpCall("Runtime.evaluate", MakeObject({{"expression", kPageShim}}));  // the document now there
   // Without it the page believes itself in the background: no caret, no autofocus.
-  SetUpCall("Emulation.setFocusEmulationEnabled", Params({{"enabled", true}}));
-  SetUpCall("Page.startScreencast", Params({{"format", "png"}}));
+  SetUpCall("Emulation.setFocusEmulationEnabled", MakeObject({{"enabled", true}}));
+  SetUpCall("Page.startScreencast", MakeObject({{"format", "png"}}));
 }
 
 void PageSession::SetUpCall(std::string_view method, const Json& params) {
@@ -165,7 +166,7 @@ void PageSession::ScriptAnswered() {
 }
 
 void PageSession::Navigate(const std::string& uri) {
-  CallAfterScripts("Page.navigate", Params({{"url", uri}}));
+  CallAfterScripts("Page.navigate", MakeObject({{"url", uri}}));
 }
 
 void PageSession::Reload() { CallAfterScripts("Page.reload", Json::Object()); }
@@ -181,7 +182,7 @@ void PageSession::Decide(const NavigationWanted& navigation, bool allow) {
     if (!allow) Stop();  // nothing waits for us: the best that can be done
     return;
   }
-  Json params = Params({{"requestId", navigation.fetchId}});
+  Json params = MakeObject({{"requestId", navigation.fetchId}});
   if (!allow) params.members.emplace_back("errorReason", "Aborted");
   Call(allow ? "Fetch.continueRequest" : "Fetch.failRequest", params);
 }
@@ -222,7 +223,7 @@ void PageSession::AddScript(std::string script, ScriptAdded done) {
     const std::lock_guard lock(scriptsMutex_);
     ++unansweredScripts_;
   }
-  Call("Page.addScriptToEvaluateOnNewDocument", Params({{"source", std::move(script)}}),
+  Call("Page.addScriptToEvaluateOnNewDocument", MakeObject({{"source", std::move(script)}}),
        [self = shared_from_this(), done = std::move(done)](const Json* result) {
          self->ScriptAnswered();
          if (!done) return;
@@ -235,13 +236,13 @@ void PageSession::AddScript(std::string script, ScriptAdded done) {
 }
 
 void PageSession::RemoveScript(const std::string& id) {
-  Call("Page.removeScriptToEvaluateOnNewDocument", Params({{"identifier", id}}));
+  Call("Page.removeScriptToEvaluateOnNewDocument", MakeObject({{"identifier", id}}));
 }
 
 void PageSession::Resize(int width, int height) {
   if (width <= 0 || height <= 0) return;
-  Json size =
-      Params({{"width", width}, {"height", height}, {"deviceScaleFactor", 1}, {"mobile", false}});
+  Json size = MakeObject(
+      {{"width", width}, {"height", height}, {"deviceScaleFactor", 1}, {"mobile", false}});
   {
     const std::lock_guard lock(sizeMutex_);
     size_ = size;
@@ -268,7 +269,7 @@ void PageSession::ReadSelection(std::function<void(const std::string&)> done) {
       " return e && typeof e.value === 'string' && typeof e.selectionStart === 'number'"
       " ? e.value.slice(e.selectionStart, e.selectionEnd) : String(getSelection()); })()";
   Call("Runtime.evaluate",
-       Params({{"expression", kScript}, {"returnByValue", true}, {"silent", true}}),
+       MakeObject({{"expression", kScript}, {"returnByValue", true}, {"silent", true}}),
        [done = std::move(done)](const Json* result) {
          if (result) done(TextOf(MemberOf(*result, "result"), "value"));
        });
@@ -288,10 +289,10 @@ void PageSession::Close() {
 
 void PageSession::EndTarget() {
   if (contextId_.empty()) {
-    connection_->Call({}, "Target.closeTarget", Params({{"targetId", targetId_}}));
+    connection_->Call({}, "Target.closeTarget", MakeObject({{"targetId", targetId_}}));
   } else {
     connection_->Call({}, "Target.disposeBrowserContext",
-                      Params({{"browserContextId", contextId_}}));
+                      MakeObject({{"browserContextId", contextId_}}));
   }
 }
 

@@ -121,7 +121,7 @@ bool PageWindow::TakeEditingKey(WPARAM key) {
     return true;
   }
   if (control && key == 'V') {
-    page->SendInput("Input.insertText", Params({{"text", Narrow(ReadClipboardText(window_))}}));
+    page->SendInput("Input.insertText", MakeObject({{"text", Narrow(ReadClipboardText(window_))}}));
     return true;
   }
   if (control && (key == 'C' || key == 'X')) {
@@ -224,7 +224,7 @@ void PageWindow::Paint() {
   if (owed) SetTimer(window_, kPaintedTimer, kPaintedDelayMs, nullptr);
 }
 
-void PageWindow::TellPainted() { events_->Write(Params({{"event", "painted"}})); }
+void PageWindow::TellPainted() { events_->Write(MakeObject({{"event", "painted"}})); }
 
 void PageWindow::TakeBitmap(std::shared_ptr<const Bitmap> bitmap) {
   {

@@ -107,7 +107,7 @@ void WebView::TellSourceChanged(bool isNewDocument) {
 void WebView::On(NavigationDone& done) {
   DocumentIsDecided(done.id);
   record_->Events()->Write(
-      Params({{"event", done.success ? "loaded" : "failed"}, {"uri", source_}}));
+      MakeObject({{"event", done.success ? "loaded" : "failed"}, {"uri", source_}}));
   const auto args = ComRef<NavigationCompletedArgs>::Adopt(new NavigationCompletedArgs(done));
   navigationCompleted_.Invoke(this, args.Get());
 }

@@ -1,5 +1,6 @@
 #include "mcp/stdio/server_process_win.h"
 
+#include <atomic>
 #include <string>
 #include <utility>
 #include <vector>
@@ -8,15 +9,63 @@
 #include "mcp/stdio/system_win.h"
 #include "win/child_process.h"
 #include "win/environment.h"
+#include "win/unique.h"
 #include "win/wide.h"
 
 namespace wendra {
 namespace {
 
-std::vector<std::wstring> WideArguments(const McpServer& server) {
+class SystemPipe : public Pipe {
+ public:
+  explicit SystemPipe(KernelHandle handle) : handle_(std::move(handle)) {}
+
+  std::size_t Read(char* buffer, std::size_t bytes) override {
+    DWORD got = 0;
+    if (isCancelled_) return 0;
+    if (!ReadFile(handle_.Get(), buffer, static_cast<DWORD>(bytes), &got, nullptr)) return 0;
+    return got;
+  }
+
+  void Write(std::string_view bytes) override {
+    DWORD written = 0;
+    if (isCancelled_) return;
+    (void)WriteFile(handle_.Get(), bytes.data(), static_cast<DWORD>(bytes.size()), &written,
+                    nullptr);
+  }
+
+  // A thread between the look at the flag and its call is not reached here. It finds the pipe
+  // broken: the child, which has the other end, is ended too.
+  void Cancel() override {
+    isCancelled_ = true;
+    (void)CancelIoEx(handle_.Get(), nullptr);
+  }
+
+ private:
+  const KernelHandle handle_;
+  std::atomic<bool> isCancelled_ = false;
+};
+
+class SystemChild : public ChildProcess {
+ public:
+  SystemChild(KernelHandle process, KernelHandle job)
+      : process_(std::move(process)), job_(std::move(job)) {}
+
+  void Terminate() override {
+    (void)TerminateProcess(process_.Get(), 0);
+    process_.Reset();
+  }
+
+  void EndTree() override { job_.Reset(); }
+
+ private:
+  KernelHandle process_;
+  KernelHandle job_;  // ends its processes with its last handle
+};
+
+std::vector<std::wstring> WideArguments(const ServerSettings& settings) {
   std::vector<std::wstring> wide;
-  wide.reserve(server.args.size());
-  for (const std::string& argument : server.args) wide.push_back(Widen(argument));
+  wide.reserve(settings.args.size());
+  for (const std::string& argument : settings.args) wide.push_back(Widen(argument));
   return wide;
 }
 
@@ -60,43 +109,47 @@ std::string Refusal(const std::string& program) {
   return "launch failed: a batch file takes no argument with a line break or a zero: ";
 }
 
+// The line for the log when the child did not start; "" when it did.
+std::string Complaint(const Launch& launch, const std::string& program) {
+  if (launch.commandLine.empty()) return Refusal(program) + program;
+  if (launch.child.start == ChildStart::kNoPipes) return "failed to create pipes";
+  if (launch.child.start == ChildStart::kStarted) return {};
+  return "launch failed: " + Narrow(launch.commandLine);
+}
+
+// Starts `settings.command`, or the program beside it; see StartStdioServer.
+Launch LaunchServer(ServerSettings& settings, const KernelHandle& job) {
+  const std::vector<std::wstring> arguments = WideArguments(settings);
+  const std::wstring environment = ChildEnvironmentBlock(settings.env);
+  Launch launch = LaunchProgram(Widen(settings.command), arguments, environment, job);
+  if (launch.child.reason != ERROR_BAD_EXE_FORMAT) return launch;
+  const std::wstring program =
+      FindWithExtension(Widen(settings.command), SystemEnvironment(), SystemFiles());
+  if (program.empty()) return launch;
+  settings.command = Narrow(program);
+  return LaunchProgram(program, arguments, environment, job);
+}
+
 }  // namespace
 
-std::optional<ServerProcess> StartServerProcess(McpServer& server, Log& log) {
-  const std::string tag = "[MCP " + server.name + "] ";
-  const std::vector<std::wstring> arguments = WideArguments(server);
-  const std::wstring environment = ChildEnvironmentBlock(server.env);
-  ServerProcess process;
-  process.job = MakeKillingJob();
-  Launch launch = LaunchProgram(Widen(server.command), arguments, environment, process.job);
-  if (launch.child.reason == ERROR_BAD_EXE_FORMAT) {
-    const std::wstring program =
-        FindWithExtension(Widen(server.command), SystemEnvironment(), SystemFiles());
-    if (!program.empty()) {
-      server.command = Narrow(program);
-      launch = LaunchProgram(program, arguments, environment, process.job);
-    }
-  }
-
-  if (launch.commandLine.empty()) {
-    log.Line(tag + Refusal(server.command) + server.command);
+std::optional<McpChild> StartStdioServer(ServerSettings& settings, Log& log) {
+  const std::string tag = "[MCP " + settings.name + "] ";
+  KernelHandle job = MakeKillingJob();
+  Launch launch = LaunchServer(settings, job);
+  if (const std::string complaint = Complaint(launch, settings.command); !complaint.empty()) {
+    log.Line(tag + complaint);
     return std::nullopt;
   }
-  if (launch.child.start == ChildStart::kNoPipes) {
-    log.Line(tag + "failed to create pipes");
-    return std::nullopt;
+  log.Line(tag + "started " + settings.command);
+  if (!launch.child.isInJob) {
+    log.Line(tag + "could not be tied to Wendra: its processes may outlive it");
   }
-  if (launch.child.start != ChildStart::kStarted) {
-    log.Line(tag + "launch failed: " + Narrow(launch.commandLine));
-    return std::nullopt;
-  }
-
-  process.isInJob = launch.child.isInJob;
-  process.process = std::move(launch.child.process);
-  process.input = std::move(launch.child.input);
-  process.output = std::move(launch.child.output);
-  process.error = std::move(launch.child.error);
-  return process;
+  McpChild child;
+  child.process = std::make_unique<SystemChild>(std::move(launch.child.process), std::move(job));
+  child.input = std::make_shared<SystemPipe>(std::move(launch.child.input));
+  child.output = std::make_shared<SystemPipe>(std::move(launch.child.output));
+  child.error = std::make_shared<SystemPipe>(std::move(launch.child.error));
+  return child;
 }
 
 }  // namespace wendra

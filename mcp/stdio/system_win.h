@@ -4,9 +4,9 @@
 
 #include <string>
 
+#include "mcp/server_settings.h"
 #include "mcp/stdio/command_line.h"
 #include "mcp/stdio/search_path.h"
-#include "mcp/server.h"
 
 namespace wendra {
 

@@ -5,6 +5,7 @@
 #include <string>
 #include <utility>
 
+#include "json/objects.h"
 #include "mcp/tools/tool_list.h"
 #include "mcp/tools/tool_result.h"
 
@@ -17,45 +18,40 @@ constexpr char kGeneralFailure[] = "MCP server failed";
 
 // The message of an error reply, where it has one.
 std::string_view ErrorText(const Json& reply) {
-  const Json* error = reply.Find("error");
-  const Json* message = error ? error->Find("message") : nullptr;
-  return message && message->kind == kJsonString ? std::string_view(message->text)
-                                                 : kGeneralFailure;
+  const std::string* message = FindString(MemberOf(reply, "error"), "message");
+  return message ? std::string_view(*message) : kGeneralFailure;
 }
 
 // One request for the list, shared by the answers of its servers.
 struct Listing {
   std::string reqId;
-  size_t outstanding;
+  std::size_t outstanding;
   Json entries = Json::Array();
 };
 
-Json EntryOf(const McpServer& server, Json reply) {
-  Json entry = Json::Object();
-  entry.members.emplace_back("name", SafeServerName(server.name));
-  entry.members.emplace_back("command", server.command);
+Json EntryOf(const ServerSettings& server) {
+  Json entry = MakeObject({{"name", SafeServerName(server.name)}, {"command", server.command}});
   if (!server.url.empty()) entry.members.emplace_back("url", server.url);
+  return entry;
+}
+
+void AddTools(Json reply, Json& entry) {
   if (reply.Find("error")) {
     entry.members.emplace_back("error", ErrorText(reply));
   } else {
     entry.members.emplace_back("tools", ToolList(std::move(reply)));
   }
-  return entry;
 }
 
-void ListTools(McpServer& server, McpSession& session, McpSession::OnReply onReply) {
-  session.EnsureMcpInitialized(
-      server, [&server, &session, onReply = std::move(onReply)](const Json* failure) {
-        if (failure) return onReply(*failure);
-        session.SendMcpRequest(server, "tools/list", Json::Object(), kListTimeoutSeconds, onReply);
-      });
-}
-
-McpServer* FindServer(std::span<McpServer* const> servers, std::string_view name) {
-  const auto named = std::ranges::find(servers, name, &McpServer::name);
+std::shared_ptr<Connection> FindServer(const std::vector<std::shared_ptr<Connection>>& servers,
+                                       std::string_view name) {
+  const auto nameOf = [](const auto& server) -> const std::string& {
+    return server->Settings().name;
+  };
+  const auto named = std::ranges::find(servers, name, nameOf);
   if (named != servers.end()) return *named;
   const auto shown = std::ranges::find_if(
-      servers, [&](const McpServer* server) { return SafeServerName(server->name) == name; });
+      servers, [&](const auto& server) { return SafeServerName(nameOf(server)) == name; });
   return shown == servers.end() ? nullptr : *shown;
 }
 
@@ -66,46 +62,50 @@ Json ToolArguments(const Json& args) {
   return hasObject ? args.items[2] : Json::Object();
 }
 
-}  // namespace
-
-Action McpServersAction(Replies& replies, ServerList servers, McpSession& session) {
-  return {
-      "mcpServers",
-      [&replies, servers = std::move(servers), &session](std::string reqId, const Json&) {
-        const std::span<McpServer* const> current = servers();
-        if (current.empty()) return replies.Succeed(reqId, Json::Array());
-        const auto listing = std::make_shared<Listing>(Listing{std::move(reqId), current.size()});
-        // A copy: what an answer leads to may change the list.
-        for (McpServer* server : std::vector<McpServer*>(current.begin(), current.end())) {
-          ListTools(*server, session, [&replies, listing, server](Json reply) {
-            listing->entries.items.push_back(EntryOf(*server, std::move(reply)));
-            if (--listing->outstanding == 0) replies.Succeed(listing->reqId, listing->entries);
-          });
-        }
-      }};
+void ListServers(Replies& replies, const std::vector<std::shared_ptr<Connection>>& servers,
+                 std::string reqId) {
+  if (servers.empty()) return replies.Succeed(reqId, Json::Array());
+  const auto listing = std::make_shared<Listing>(Listing{std::move(reqId), servers.size()});
+  for (const auto& server : servers) {
+    const auto onReply = [&replies, listing,
+                          entry = EntryOf(server->Settings())](Json reply) mutable {
+      AddTools(std::move(reply), entry);
+      listing->entries.items.push_back(std::move(entry));
+      if (--listing->outstanding == 0) replies.Succeed(listing->reqId, listing->entries);
+    };
+    server->RequestWhenReady("tools/list", Json::Object(), kListTimeoutSeconds, onReply, onReply);
+  }
 }
 
-Action McpCallAction(Replies& replies, ServerList servers, McpSession& session) {
-  return {"mcpCall", [&replies, servers = std::move(servers), &session](const std::string& reqId,
-                                                                        const Json& args) {
-            const std::string_view name = StringArgument(args, 0);
-            McpServer* server = FindServer(servers(), name);
-            if (!server) {
-              const std::string text = "unknown MCP server '" + std::string(name) + "'";
-              return replies.Succeed(reqId, ToolFailure(text));
+void CallTool(Replies& replies, const std::shared_ptr<Connection>& server, const std::string& reqId,
+              const Json& args) {
+  Json params = MakeObject({{"name", StringArgument(args, 1)}, {"arguments", ToolArguments(args)}});
+  const auto onReply = [&replies, reqId](Json reply) {
+    replies.Succeed(reqId, ToolResult(std::move(reply)));
+  };
+  const auto onNotReady = [&replies, reqId](const Json& failure) {
+    replies.Succeed(reqId, ToolFailure(ErrorText(failure)));
+  };
+  server->RequestWhenReady("tools/call", std::move(params), kCallTimeoutSeconds, onReply,
+                           onNotReady);
+}
+
+}  // namespace
+
+Action McpServersAction(Replies& replies, ServerList servers) {
+  return {"mcpServers", [&replies, servers = std::move(servers)](std::string reqId, const Json&) {
+            ListServers(replies, servers(), std::move(reqId));
+          }};
+}
+
+Action McpCallAction(Replies& replies, ServerList servers) {
+  return {"mcpCall",
+          [&replies, servers = std::move(servers)](const std::string& reqId, const Json& args) {
+            const std::string name(StringArgument(args, 0));
+            if (const auto server = FindServer(servers(), name)) {
+              return CallTool(replies, server, reqId, args);
             }
-            Json params = Json::Object();
-            params.members.emplace_back("name", StringArgument(args, 1));
-            params.members.emplace_back("arguments", ToolArguments(args));
-            session.EnsureMcpInitialized(
-                *server, [&replies, reqId, server, &session,
-                          params = std::move(params)](const Json* failure) mutable {
-                  if (failure) return replies.Succeed(reqId, ToolFailure(ErrorText(*failure)));
-                  session.SendMcpRequest(*server, "tools/call", std::move(params),
-                                         kCallTimeoutSeconds, [&replies, reqId](Json reply) {
-                                           replies.Succeed(reqId, ToolResult(std::move(reply)));
-                                         });
-                });
+            replies.Succeed(reqId, ToolFailure("unknown MCP server '" + name + "'"));
           }};
 }
 

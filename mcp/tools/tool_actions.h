@@ -2,24 +2,24 @@
 #pragma once
 
 #include <functional>
-#include <span>
+#include <memory>
+#include <vector>
 
 #include "bridge/action.h"
 #include "bridge/replies.h"
-#include "mcp/server.h"
-#include "mcp/session.h"
+#include "mcp/connection.h"
 
 namespace wendra {
 
 // The servers of config.json, in its order, as they are at the time of the call.
-using ServerList = std::function<std::span<McpServer* const>()>;
+using ServerList = std::function<std::vector<std::shared_ptr<Connection>>()>;
 
 // Answers when each server has answered or failed: entries stand in the order of their completion.
-// UI thread; `replies` and `session` are borrowed.
-Action McpServersAction(Replies& replies, ServerList servers, McpSession& session);
+// UI thread; `replies` is borrowed.
+Action McpServersAction(Replies& replies, ServerList servers);
 
 // Finds the server by its name in config.json, or else by the form of it that mcpServers shows.
 // Failures are answered with ok and a member `error`, deliberately.
-Action McpCallAction(Replies& replies, ServerList servers, McpSession& session);
+Action McpCallAction(Replies& replies, ServerList servers);
 
 }  // namespace wendra

@@ -2,6 +2,8 @@
 
 #include <utility>
 
+#include "json/objects.h"
+
 namespace wendra {
 namespace {
 
@@ -10,10 +12,8 @@ void MoveMember(Json& from, const char* key, Json& to) {
 }
 
 Json ToolEntry(Json& tool) {
-  const Json* name = tool.Find("name");
-  const bool hasName = name && name->kind == kJsonString;
-  Json entry = Json::Object();
-  entry.members.emplace_back("name", hasName ? name->text : "tool");
+  const std::string* name = FindString(tool, "name");
+  Json entry = MakeObject({{"name", name ? *name : "tool"}});
   MoveMember(tool, "description", entry);
   MoveMember(tool, "inputSchema", entry);
   return entry;

@@ -3,29 +3,21 @@
 #include <string>
 #include <utility>
 
+#include "json/objects.h"
+
 namespace wendra {
 namespace {
-
-Json* FindOfKind(Json& object, std::string_view key, std::uint32_t kind) {
-  Json* value = object.Find(key);
-  return value && value->kind == kind ? value : nullptr;
-}
-
-Json* FindString(Json& object, std::string_view key) {
-  return FindOfKind(object, key, kJsonString);
-}
 
 // The text pieces and pictures of a result, in the order of its content. Takes texts out of the
 // items, for they can be long.
 class Content {
  public:
   void Add(Json& item) {
-    const Json* type = FindString(item, "type");
-    if (!type) return;
-    if (type->text == "text") return AddText(item);
-    if (type->text == "image") return AddImage(item);
-    if (type->text == "resource") return AddResource(item);
-    if (type->text == "resource_link") return AddLink(item);
+    const std::string& type = TextOf(item, "type");
+    if (type == "text") return AddText(item);
+    if (type == "image") return AddImage(item);
+    if (type == "resource") return AddResource(item);
+    if (type == "resource_link") return AddLink(item);
   }
 
   void MoveInto(Json& result) {
@@ -34,9 +26,7 @@ class Content {
   }
 
  private:
-  static bool IsImage(const Json* mimeType) {
-    return mimeType && mimeType->text.starts_with("image/");
-  }
+  static bool IsImage(const std::string& mimeType) { return mimeType.starts_with("image/"); }
 
   void AddPiece(std::string piece) {
     if (hasText_) {
@@ -48,39 +38,36 @@ class Content {
   }
 
   void AddPicture(std::string mimeType, std::string base64) {
-    Json image = Json::Object();
-    image.members.emplace_back("mimeType", std::move(mimeType));
-    image.members.emplace_back("data", std::move(base64));
-    images_.items.push_back(std::move(image));
+    images_.items.push_back(
+        MakeObject({{"mimeType", std::move(mimeType)}, {"data", std::move(base64)}}));
   }
 
   void AddText(Json& item) {
-    if (Json* text = FindString(item, "text")) AddPiece(std::move(text->text));
+    if (std::string* text = FindString(item, "text")) AddPiece(std::move(*text));
   }
 
   void AddImage(Json& item) {
-    Json* data = FindString(item, "data");
+    std::string* data = FindString(item, "data");
     if (!data) return AddPiece("[image content could not be attached]");
-    const Json* mimeType = FindString(item, "mimeType");
-    AddPicture(IsImage(mimeType) ? mimeType->text : "image/png", std::move(data->text));
+    const std::string& mimeType = TextOf(item, "mimeType");
+    AddPicture(IsImage(mimeType) ? mimeType : "image/png", std::move(*data));
   }
 
   void AddResource(Json& item) {
     Json* resource = item.Find("resource");
     if (!resource) return AddPiece("[resource content]");
-    if (Json* text = FindString(*resource, "text")) return AddPiece(std::move(text->text));
-    Json* blob = FindString(*resource, "blob");
+    if (std::string* text = FindString(*resource, "text")) return AddPiece(std::move(*text));
+    std::string* blob = FindString(*resource, "blob");
     if (!blob) return AddPiece("[resource content]");
-    const Json* mimeType = FindString(*resource, "mimeType");
-    if (IsImage(mimeType)) return AddPicture(mimeType->text, std::move(blob->text));
-    AddPiece("[binary resource: " + (mimeType ? mimeType->text : "unknown type") + "]");
+    const std::string* mimeType = FindString(*resource, "mimeType");
+    if (mimeType && IsImage(*mimeType)) return AddPicture(*mimeType, std::move(*blob));
+    AddPiece("[binary resource: " + (mimeType ? *mimeType : "unknown type") + "]");
   }
 
   void AddLink(Json& item) {
-    const Json* name = FindString(item, "name");
-    if (name && name->text.empty()) name = nullptr;
-    const Json* shown = name ? name : FindString(item, "uri");
-    AddPiece("[resource link: " + (shown ? shown->text : "unknown") + "]");
+    const std::string& name = TextOf(item, "name");
+    const std::string* shown = name.empty() ? FindString(item, "uri") : &name;
+    AddPiece("[resource link: " + (shown ? *shown : "unknown") + "]");
   }
 
   std::string text_;
@@ -88,9 +75,9 @@ class Content {
   Json images_ = Json::Array();
 };
 
-std::string_view FailureText(Json& error) {
-  const Json* message = FindString(error, "message");
-  return message ? std::string_view(message->text) : "MCP call failed";
+std::string_view FailureText(const Json& error) {
+  const std::string* message = FindString(error, "message");
+  return message ? std::string_view(*message) : "MCP call failed";
 }
 
 }  // namespace
@@ -100,12 +87,11 @@ Json ToolResult(Json reply) {
   Json converted = Json::Object();
   Content content;
   if (Json* result = reply.Find("result")) {
-    const Json* isError = FindOfKind(*result, "isError", kJsonBool);
-    if (isError && isError->boolean) converted.members.emplace_back("isError", Json(true));
+    if (TruthOf(*result, "isError")) converted.members.emplace_back("isError", true);
     if (Json* structured = result->Find("structuredContent")) {
       converted.members.emplace_back("structuredContent", std::move(*structured));
     }
-    if (Json* items = FindOfKind(*result, "content", kJsonArray)) {
+    if (Json* items = FindArray(*result, "content")) {
       for (Json& item : items->items) content.Add(item);
     }
   }
@@ -113,10 +99,6 @@ Json ToolResult(Json reply) {
   return converted;
 }
 
-Json ToolFailure(std::string_view text) {
-  Json failure = Json::Object();
-  failure.members.emplace_back("error", text);
-  return failure;
-}
+Json ToolFailure(std::string_view text) { return MakeObject({{"error", text}}); }
 
 }  // namespace wendra

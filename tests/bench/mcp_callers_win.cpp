@@ -7,6 +7,8 @@
 #include <sstream>
 #include <utility>
 
+#include "json/objects.h"
+#include "mcp/json_rpc.h"
 #include "mcp/stdio/command_line.h"
 #include "win/wide.h"
 
@@ -29,7 +31,7 @@ double MicrosecondsSince(Clock::time_point start) {
 }
 
 // As mcp_sdk_client.mjs has it.
-std::string TextOf(size_t bytes) {
+std::string EchoText(size_t bytes) {
   const std::string line = "A line of text, with \"quotes\" in it, such as a tool may return.\n";
   std::string text;
   while (text.size() < bytes) text += line;
@@ -38,19 +40,10 @@ std::string TextOf(size_t bytes) {
 }
 
 Json EchoParams(const EchoCall& call) {
-  Json arguments = Json::Object();
-  arguments.members.emplace_back("message", TextOf(call.messageBytes));
-  arguments.members.emplace_back("bytes", static_cast<long long>(call.resultBytes));
-  Json params = Json::Object();
-  params.members.emplace_back("name", "echo");
-  params.members.emplace_back("arguments", std::move(arguments));
-  return params;
-}
-
-std::string TextOf(const Json& value) {
-  std::string text;
-  Serialize(value, text);
-  return text;
+  return MakeObject(
+      {{"name", "echo"},
+       {"arguments", MakeObject({{"message", EchoText(call.messageBytes)},
+                                 {"bytes", static_cast<long long>(call.resultBytes)}})}});
 }
 
 size_t ResultBytes(const Json& reply) {
@@ -66,8 +59,8 @@ size_t ResultBytes(const Json& reply) {
 HostCaller::HostCaller(const std::wstring& configPath) : window_(configPath) {
   window_.Start();
   bool isInitialized = false;
-  window_.Client().Session().EnsureMcpInitialized(Server(), [&](const Json* failure) {
-    if (failure) End("the server cannot be called: " + TextOf(*failure));
+  Server().EnsureMcpInitialized([&](const Json* failure) {
+    if (failure) End("the server cannot be called: " + ToText(*failure));
     isInitialized = true;
   });
   MSG message;
@@ -84,16 +77,15 @@ Times HostCaller::Call(const EchoCall& call, int count) {
     const auto start = Clock::now();
     const Json reply = WaitForReply(std::move(copy));
     times.push_back(MicrosecondsSince(start));
-    if (ResultBytes(reply) != call.resultBytes) End("the host got " + TextOf(reply));
+    if (ResultBytes(reply) != call.resultBytes) End("the host got " + ToText(reply));
   }
   return times;
 }
 
 Json HostCaller::WaitForReply(Json params) {
   std::optional<Json> result;
-  window_.Client().Session().SendMcpRequest(Server(), "tools/call", std::move(params),
-                                            kCallTimeoutSeconds,
-                                            [&](Json reply) { result = std::move(reply); });
+  Server().SendMcpRequest("tools/call", std::move(params), kCallTimeoutSeconds,
+                          [&](Json reply) { result = std::move(reply); });
   MSG message;
   while (!result && GetMessageW(&message, nullptr, 0, 0)) {
     TranslateMessage(&message);
@@ -146,28 +138,35 @@ std::string OtherCaller::ReadError() {
 
 void BareCaller::HttpTraits::Close(Raw handle) { WinHttpCloseHandle(handle); }
 
-BareCaller::BareCaller(McpServer& server) {
-  const std::wstring url = Widen(server.url);
+BareCaller::BareCaller(const std::string& address) {
+  const std::wstring url = Widen(address);
   URL_COMPONENTS parts{};
   parts.dwStructSize = sizeof(parts);
   parts.dwHostNameLength = parts.dwUrlPathLength = static_cast<DWORD>(-1);  // point into the url
-  if (!WinHttpCrackUrl(url.c_str(), 0, 0, &parts)) End("not a url: " + server.url);
+  if (!WinHttpCrackUrl(url.c_str(), 0, 0, &parts)) End("not a url: " + address);
   path_.assign(parts.lpszUrlPath, parts.dwUrlPathLength);
-  headers_ = L"Content-Type: application/json\r\nAccept: application/json, text/event-stream\r\n" +
-             Widen("MCP-Protocol-Version: " + server.shared.protocolVersion + "\r\n" +
-                   "Mcp-Session-Id: " + server.shared.sessionId);
+  headers_ = L"Content-Type: application/json\r\nAccept: application/json, text/event-stream";
   session_.Reset(WinHttpOpen(L"bare", WINHTTP_ACCESS_TYPE_NO_PROXY, nullptr, nullptr, 0));
   const std::wstring host(parts.lpszHostName, parts.dwHostNameLength);
   connection_.Reset(WinHttpConnect(session_.Get(), host.c_str(), parts.nPort, 0));
+  BeginSession();
+}
+
+void BareCaller::BeginSession() {
+  const char version[] = "2025-11-25";
+  const Json client = MakeObject({{"name", "bare"}, {"version", "1"}});
+  (void)Exchange(ToText(RpcRequest("initialize", "bare",
+                                   MakeObject({{"protocolVersion", version},
+                                               {"capabilities", Json::Object()},
+                                               {"clientInfo", client}}))));
+  if (sessionId_.empty()) End("the server gives the bare exchange no session");
+  headers_ += Widen(std::string("\r\nMCP-Protocol-Version: ") + version + "\r\nMcp-Session-Id: ") +
+              sessionId_;
+  (void)Exchange(ToText(RpcNotification("notifications/initialized", Json::Object())));
 }
 
 Times BareCaller::Call(const EchoCall& call, int count) {
-  Json message = Json::Object();
-  message.members.emplace_back("jsonrpc", "2.0");
-  message.members.emplace_back("method", "tools/call");
-  message.members.emplace_back("id", "bare");
-  message.members.emplace_back("params", EchoParams(call));
-  const std::string body = TextOf(message);
+  const std::string body = ToText(RpcRequest("tools/call", "bare", EchoParams(call)));
   Times times;
   for (int i = 0; i < count; ++i) {
     const auto start = Clock::now();
@@ -188,6 +187,14 @@ size_t BareCaller::Exchange(const std::string& body) {
     return 0;
   }
   if (!WinHttpReceiveResponse(request.Get(), nullptr)) return 0;
+  if (sessionId_.empty()) {
+    std::array<wchar_t, 1024> id;
+    auto idBytes = static_cast<DWORD>(sizeof(id));
+    if (WinHttpQueryHeaders(request.Get(), WINHTTP_QUERY_CUSTOM, L"Mcp-Session-Id", id.data(),
+                            &idBytes, WINHTTP_NO_HEADER_INDEX)) {
+      sessionId_.assign(id.data(), idBytes / sizeof(wchar_t));
+    }
+  }
   size_t total = 0;
   std::vector<char> piece;
   for (DWORD bytes = 0; WinHttpQueryDataAvailable(request.Get(), &bytes) && bytes > 0;) {

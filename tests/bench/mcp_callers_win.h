@@ -38,7 +38,7 @@ class HostCaller : public EchoCaller {
 
   Times Call(const EchoCall& call, int count) override;
 
-  McpServer& Server() { return *window_.Client().Registry().Servers().at(0); }
+  Connection& Server() { return *window_.Client().Servers().at(0); }
 
  private:
   Json WaitForReply(Json params);
@@ -65,12 +65,13 @@ class OtherCaller : public EchoCaller {
 // session and one connection for all, each call waiting in place.
 class BareCaller : public EchoCaller {
  public:
-  // `server` is initialized: its session is used.
-  explicit BareCaller(McpServer& server);
+  // Makes a session of its own with the server at `url`.
+  explicit BareCaller(const std::string& url);
 
   Times Call(const EchoCall& call, int count) override;
 
  private:
+  void BeginSession();
   size_t Exchange(const std::string& body);
 
   struct HttpTraits {
@@ -82,6 +83,7 @@ class BareCaller : public EchoCaller {
 
   std::wstring path_;
   std::wstring headers_;
+  std::wstring sessionId_;  // "" before BeginSession
   HttpHandle session_;
   HttpHandle connection_;
 };

@@ -82,8 +82,8 @@ int Main(int argc, wchar_t** argv) {
   HostCaller host(argv[2]);
   OtherCaller sdk(argv[4], {argv + 5, argv + argc});
   std::unique_ptr<BareCaller> bare;
-  if (host.Server().kind == TransportKind::kHttp)
-    bare = std::make_unique<BareCaller>(host.Server());
+  const ServerSettings& settings = host.Server().Settings();
+  if (settings.kind == TransportKind::kHttp) bare = std::make_unique<BareCaller>(settings.url);
   for (const EchoCall& call : ReadCalls(argv[3])) {
     std::vector<Measured> all = {{"host", host}, {"SDK", sdk}};
     if (bare) all.push_back({"bare", *bare});

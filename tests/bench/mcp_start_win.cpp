@@ -50,9 +50,7 @@ BOOL WINAPI TimedCreateProcess(const wchar_t* program, wchar_t* commandLine,
 class Lister {
  public:
   explicit Lister(McpClient& client)
-      : list_(McpServersAction(
-            replies_, [&client] { return std::span(client.Registry().Servers()); },
-            client.Session())) {}
+      : list_(McpServersAction(replies_, [&client] { return client.Servers(); })) {}
 
   // From the page's request to its reply. The longest that one message held the window up meanwhile
   // is kept.
@@ -93,7 +91,7 @@ int Main(const wchar_t* configPath) {
       "\n",
       startMs, createdMs, coldMs, warmMs, lister.LongestMs(), stopMs);
   std::fflush(stdout);
-  client.WaitForFarewells();
+  client.WaitForSessionEnds();
   return 0;
 }
 

@@ -1,10 +1,15 @@
 // The main window as far as MCP servers know it.
 #pragma once
 
+#include <memory>
 #include <string>
 
-#include "mcp/mcp_client_win.h"
-#include "tests/support/recording_log.h"
+#include "app/window_inbox_win.h"
+#include "app/window_timers_win.h"
+#include "config/config_file_win.h"
+#include "mcp/client.h"
+#include "mcp/starter_win.h"
+#include "tests/support/shared_log.h"
 #include "tests/support/test_window_win.h"
 #include "win/messages.h"
 #include "win/owned_message.h"
@@ -19,24 +24,29 @@ class McpWindow {
  public:
   explicit McpWindow(const std::wstring& configPath)
       : config_(configPath, log_),
-        client_(config_, log_),
+        client_(config_, starter_, timers_, log_),
         window_([this](UINT message, WPARAM wparam, LPARAM lparam) {
           OnMessage(message, wparam, lparam);
         }) {}
 
-  void Start() { client_.Start(window_.Handle()); }
+  void Start() {
+    inbox_ = std::make_shared<WindowInbox>(window_.Handle());
+    client_.Start(inbox_);
+  }
   McpClient& Client() { return client_; }
 
  private:
   void OnMessage(UINT message, WPARAM wparam, LPARAM lparam) {
-    auto& server = *reinterpret_cast<McpServer*>(wparam);  // only where the message says so
     switch (message) {
       case kMcpMessage:
-        return client_.OnMessage(server, TakeOwned<std::string>(lparam));
+        return client_.OnText(ServerId{wparam}, *TakeOwned<std::string>(lparam));
       case kMcpClosedMessage:
-        return client_.OnClosed(server);
+        return client_.OnClosed(ServerId{wparam});
       case kHttpPostedMessage:
-        return client_.OnHttpPosted();
+        for (const auto& [server, status] : inbox_->TakeStatuses()) {
+          client_.OnPosted(server, status);
+        }
+        return;
       case WM_TIMER:
         return client_.OnTimer(wparam);
       default:
@@ -44,9 +54,12 @@ class McpWindow {
     }
   }
 
-  RecordingLog log_;
+  SharedLog log_;
   ConfigFile config_;
+  SystemServerStarter starter_{log_};
+  WindowTimers timers_{[this] { return window_.Handle(); }};
   McpClient client_;
+  std::shared_ptr<WindowInbox> inbox_;
   TestWindow window_;
 };
 

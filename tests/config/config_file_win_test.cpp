@@ -353,5 +353,19 @@ TEST_F(ConfigFileTest, SaveSaysWhenItCannot) {
   EXPECT_EQ(log_.lines, Lines{"[Server] could not save the chosen server to " + pathText_});
 }
 
+TEST(ConfigFile, KnowsWhenItWasWritten) {
+  ScratchFolder folder;
+  const std::wstring path = folder / L"config.json";
+  RecordingLog log;
+  const ConfigFile config(path, log);
+  EXPECT_EQ(config.LastWriteTime(), std::nullopt);
+  constexpr std::uint64_t kTime = 132'000'000'000'000'000;  // in 2019
+  const FILETIME value{static_cast<DWORD>(kTime), static_cast<DWORD>(kTime >> 32)};
+  const FileHandle file(
+      CreateFileW(path.c_str(), FILE_WRITE_ATTRIBUTES, 0, nullptr, CREATE_NEW, 0, nullptr));
+  ASSERT_TRUE(SetFileTime(file.Get(), nullptr, nullptr, &value));
+  EXPECT_EQ(config.LastWriteTime(), kTime);
+}
+
 }  // namespace
 }  // namespace wendra

@@ -9,7 +9,7 @@ import { fileURLToPath } from 'node:url';
 
 const kRoot = join(dirname(fileURLToPath(import.meta.url)), '../..');
 
-// Room -> what it may include besides itself. docs/architecture.md shows the same as a picture.
+// Module -> what it may include besides itself. docs/architecture.md has the same as a table.
 const kMayUse = {
   base: [],
   json: [],
@@ -49,14 +49,14 @@ function includesOf(file) {
 const mayNameWindows = (file) =>
   /_win(_test)?\.(cpp|h)$/.test(file) || /^(tests\/)?win\//.test(file);
 
-test('no include runs up or across the floors', () => {
+test('every include points down to a lower module', () => {
   const wrong = [];
   for (const file of cppFiles) {
-    const room = file.split('/')[0];
-    if (!(room in kMayUse)) continue;
+    const module = file.split('/')[0];
+    if (!(module in kMayUse)) continue;
     for (const { isOurs, path } of includesOf(file)) {
       if (!isOurs) continue;
-      const allowed = [room, ...kMayUse[room]];
+      const allowed = [module, ...kMayUse[module]];
       if (!allowed.some((one) => path === one || path.startsWith(`${one}/`))) {
         wrong.push(`${file} includes ${path}`);
       }
@@ -84,7 +84,7 @@ test('nothing waits by what loses wake-ups', () => {
   };
   const wrong = [];
   for (const file of cppFiles) {
-    const text = [file, file.replace(/\.cpp$/, '.h')]
+    const text = [file, file.replace(/(_posix)?\.cpp$/, '.h')]
       .filter((one) => existsSync(join(kRoot, one)))
       .map((one) => readFileSync(join(kRoot, one), 'utf8'));
     text[0].split('\n').forEach((line, at) => {
@@ -107,6 +107,28 @@ test('Windows is named only in win/ and in files ending in _win', () => {
     }
   }
   assert.deepEqual(wrong, []);
+});
+
+// By the layout of .clang-format: a function outside a class begins and ends at the first column.
+function longFunctions(file, maxLines) {
+  const lines = readFileSync(join(kRoot, file), 'utf8').split('\n');
+  const long = [];
+  let start = -1;
+  lines.forEach((line, at) => {
+    const isOpening = /^\S.*\{$/.test(line) || /^ {4}.*\) ?(const )?(override )?\{$/.test(line);
+    if (isOpening && !/^(namespace|class|struct|enum|union|extern|const|inline const)\b/.test(line)) start = at;
+    if (line !== '}' || start < 0) return;
+    if (at - start + 1 > maxLines) long.push(`${file}:${start + 1}: ${at - start + 1} lines`);
+    start = -1;
+  });
+  return long;
+}
+
+test('no file of the program has more than 400 lines, no function more than 60', () => {
+  const product = cppFiles.filter((file) => file.split('/')[0] in kMayUse);
+  const lines = product.map((file) => readFileSync(join(kRoot, file), 'utf8').split('\n').length - 1);
+  assert.deepEqual(product.filter((_, at) => lines[at] > 400), []);
+  assert.deepEqual(product.flatMap((file) => longFunctions(file, 60)), []);
 });
 
 test('sources are laid out by .clang-format', () => {

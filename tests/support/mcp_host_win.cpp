@@ -4,10 +4,8 @@
 //   mcp_host PROGRAM [ARGUMENT...]
 //
 // Ends with code 1 when the server could not be started.
-#include <memory>
-
 #include "base/log.h"
-#include "mcp/stdio/stdio_transport_win.h"
+#include "mcp/stdio/server_process_win.h"
 #include "win/wide.h"
 
 #include <windows.h>
@@ -24,13 +22,13 @@ class NoLog : public wendra::Log {
 
 int wmain(int count, wchar_t** arguments) {
   if (count < 2) return 1;
-  static NoLog log;  // the readers use it to the end
-  static wendra::McpServer server;
-  server.name = "test";
-  server.command = wendra::Narrow(arguments[1]);
-  for (int i = 2; i < count; ++i) server.args.push_back(wendra::Narrow(arguments[i]));
-  wendra::StartStdioServer(server, nullptr, std::make_shared<wendra::Backlog>(), log);
-  if (!server.running) return 1;
+  NoLog log;
+  wendra::ServerSettings settings;
+  settings.name = "test";
+  settings.command = wendra::Narrow(arguments[1]);
+  for (int i = 2; i < count; ++i) settings.args.push_back(wendra::Narrow(arguments[i]));
+  const auto child = wendra::StartStdioServer(settings, log);
+  if (!child) return 1;
   Sleep(INFINITE);
   return 0;
 }

@@ -1,7 +1,8 @@
-// A transport and timers that note in one list what the session does with them.
+// A transport and timers that note in one list what a connection does with them.
 #pragma once
 
 #include <cstdint>
+#include <memory>
 #include <string>
 #include <utility>
 #include <vector>
@@ -17,26 +18,25 @@ class RecordingTransport : public Transport {
  public:
   RecordingTransport(std::string name, Record& record) : name_(std::move(name)), record_(record) {}
 
-  void Send(OutgoingMessage message) override {
+  bool Send(OutgoingMessage message) override {
     record_.push_back(name_ + " <- " + message.text);
     requestIds.push_back(message.requestId);
     timeoutsMs.push_back(message.timeoutMs);
-    if (!message.onSent) return;
-    if (keepsOrder) {
-      message.onSent(status);
-    } else {
-      held.push_back(std::move(message.onSent));
-    }
+    return keepsOrder || !message.reportsStatus;
   }
   void Refuse(std::string text) override {
     record_.push_back(name_ + " <- " + text);
     requestIds.push_back("");
   }
-  void Stop() override { record_.push_back(name_ + " stopped"); }
+  void SetProtocolVersion(const std::string& version) override { protocolVersion = version; }
+  void ForgetSession() override { record_.push_back(name_ + " forgot its session"); }
+  std::shared_ptr<SessionEnd> Stop() override {
+    record_.push_back(name_ + " stopped");
+    return nullptr;
+  }
 
-  bool keepsOrder = true;    // like a pipe; else what is sent waits in `held`
-  std::uint32_t status = 0;  // what a pipe tells of each message
-  std::vector<std::function<void(std::uint32_t)>> held;  // for the test to call
+  bool keepsOrder = true;  // like a pipe; otherwise the test reports the status
+  std::string protocolVersion;
   std::vector<std::string> requestIds;
   std::vector<std::uint32_t> timeoutsMs;
 

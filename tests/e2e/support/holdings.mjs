@@ -4,7 +4,7 @@ import { readFileSync } from 'node:fs';
 import { kPatienceMs, until } from './waiting.mjs';
 
 // Wine keeps a thread for up to 30 seconds whose request was closed while it waited.
-export const kRestMs = 2 * kPatienceMs;
+export const kRestMs = kPatienceMs;
 const kMoreHandles = 3;
 const kMoreBytes = 4 << 20;
 

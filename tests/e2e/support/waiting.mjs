@@ -4,7 +4,7 @@ import { setTimeout as sleep } from 'node:timers/promises';
 const kStepMs = 20;
 
 // How long anything may take before a test gives up; generous, for a busy machine.
-export const kPatienceMs = 20_000;
+export const kPatienceMs = 60_000;
 
 // Polls until `condition()` gives something truthy, and gives that back. An error of the condition
 // counts as "not yet". When the time is over: an error that names `what` and shows `context()`.

@@ -1,23 +1,21 @@
-#include "mcp/stdio/stdio_transport_win.h"
+#include "mcp/stdio/stdio_transport.h"
 
-#include <chrono>
-#include <condition_variable>
 #include <filesystem>
 #include <fstream>
 #include <functional>
 #include <memory>
-#include <mutex>
 #include <string>
+#include <variant>
 #include <vector>
 
 #include <gtest/gtest.h>
 
+#include "mcp/stdio/server_process_win.h"
+#include "tests/support/queue_inbox.h"
 #include "tests/support/run_child_win.h"
 #include "tests/support/scratch_folder_win.h"
-#include "tests/support/test_window_win.h"
+#include "tests/support/shared_log.h"
 #include "win/child_process.h"
-#include "win/messages.h"
-#include "win/owned_message.h"
 #include "win/wide.h"
 
 namespace wendra {
@@ -35,58 +33,43 @@ std::string ProgramOfTests(const wchar_t* name) {
 
 std::string TestChild() { return ProgramOfTests(L"test_child.exe"); }
 
-// A log whose lines come from several threads.
-class SharedLog : public Log {
- public:
-  void Line(std::string_view line) override { Add(line); }
-  void LineFromAnyThread(std::string_view line) override { Add(line); }
-
-  std::vector<std::string> WaitForLines(size_t count) {
-    std::unique_lock<std::mutex> lock(mutex_);
-    EXPECT_TRUE(added_.wait_for(lock, std::chrono::milliseconds(kPatienceMs),
-                                [&] { return lines_.size() >= count; }));
-    return lines_;
-  }
-
- private:
-  void Add(std::string_view line) {
-    const std::lock_guard<std::mutex> lock(mutex_);
-    lines_.emplace_back(line);
-    added_.notify_all();
-  }
-
-  std::mutex mutex_;
-  std::condition_variable added_;
-  std::vector<std::string> lines_;
-};
-
 constexpr size_t kHeldUpAt = 63;  // lines of 79 bytes: 256 KiB, each with 4 KiB for itself
 
-// One server and the window that its messages go to.
+// One server and the inbox that its messages go to.
 class StdioServer : public testing::Test {
  protected:
-  StdioServer()
-      : window_([this](UINT message, WPARAM wparam, LPARAM lparam) {
-          if (message == kMcpMessage) {
-            received_.push_back(*TakeOwned<std::string>(lparam));
-            EXPECT_EQ(wparam, reinterpret_cast<WPARAM>(&server_));
-            if (refuses_) server_.transport->Refuse(std::string(79, 'r'));
-            if (handlesAtOnce_) server_.transport->OnMessageHandled(received_.back().size());
-          }
-          if (message == kMcpClosedMessage) ++closed_;
-        }) {
-    server_.name = "test";
-    server_.command = TestChild();
+  StdioServer() {
+    settings_.name = "test";
+    settings_.command = TestChild();
   }
+  ~StdioServer() override { Stop(); }
 
   void Start(std::vector<std::string> args) {
-    server_.args = std::move(args);
-    StartStdioServer(server_, window_.Handle(), backlog_, log_);
+    settings_.args = std::move(args);
+    flow_->Open(id_);
+    auto child = StartStdioServer(settings_, log_);
+    if (!child) return;
+    transport_ =
+        std::make_unique<StdioTransport>(id_, settings_.name, std::move(*child), flow_, log_);
+  }
+  void Stop() {
+    flow_->Close(id_);
+    if (transport_) (void)transport_->Stop();
+  }
+  void Handle(size_t bytes) { flow_->OnHandled(id_, bytes); }
+
+  // Takes what comes until `isDone`.
+  void WaitUntil(const std::function<bool()>& isDone) {
+    const ULONGLONG end = GetTickCount64() + kPatienceMs;
+    while (!isDone()) {
+      ASSERT_LT(GetTickCount64(), end) << "it did not come to that";
+      TakeOne(100);
+    }
+  }
+  void TakeAll() {
+    while (TakeOne(0)) continue;
   }
 
-  void WaitUntil(const std::function<bool()>& isDone) {
-    ASSERT_TRUE(TestWindow::PumpUntil(isDone));
-  }
   // Until a process holds the event of that name, or none does any more. Nothing tells that an
   // event has gone: look again and again. False when it does not come to that.
   static bool WaitForEvent(const std::string& name, bool isHeld) {
@@ -105,14 +88,30 @@ class StdioServer : public testing::Test {
     WaitUntil([this] { return closed_ > 0; });
   }
 
-  McpServer server_;
+  ServerSettings settings_;
   SharedLog log_;
-  const std::shared_ptr<Backlog> backlog_ = std::make_shared<Backlog>();
+  const std::shared_ptr<QueueInbox> inbox_ = std::make_shared<QueueInbox>();
+  const std::shared_ptr<FlowControl> flow_ = std::make_shared<FlowControl>(inbox_);
+  const ServerId id_{1};
+  std::unique_ptr<Transport> transport_;
   std::vector<std::string> received_;
-  bool handlesAtOnce_ = true;  // as a window does that has nothing else to do
+  bool handlesAtOnce_ = true;  // as the program does when it has nothing else to do
   bool refuses_ = false;       // each line
   int closed_ = 0;
-  const TestWindow window_;
+
+ private:
+  bool TakeOne(std::uint32_t maxMs) {
+    auto message = inbox_->Take(maxMs);
+    if (!message) return false;
+    EXPECT_EQ(message->server, id_);
+    if (std::holds_alternative<OutputClosed>(message->content)) ++closed_;
+    if (auto* text = std::get_if<std::string>(&message->content)) {
+      received_.push_back(std::move(*text));
+      if (refuses_) transport_->Refuse(std::string(79, 'r'));
+      if (handlesAtOnce_) Handle(received_.back().size());
+    }
+    return true;
+  }
 };
 
 using Lines = std::vector<std::string>;
@@ -136,24 +135,23 @@ TEST_F(StdioServer, SendsEachLineAndThenTheEnd) {
     WaitForEnd();
     EXPECT_EQ(received_, c.want) << c.why;
     EXPECT_EQ(closed_, 1) << c.why;
-    server_.transport.reset();
+    Stop();
+    transport_.reset();
   }
 }
 
 TEST_F(StdioServer, SaysThatItHasStarted) {
   Start({"exit", "0"});
-  EXPECT_TRUE(server_.running);
+  EXPECT_TRUE(transport_);
   EXPECT_EQ(log_.WaitForLines(1), Lines{"[MCP test] started " + TestChild()});
   WaitForEnd();
 }
 
 TEST_F(StdioServer, WritesOneLineAMessageInOrder) {
   Start({"echo"});
-  int sent = 0;
-  server_.transport->Send({"{\"a\":1}", "1", 0, {}});
-  server_.transport->Send({std::string(900'000, 'x'), "", 0, [&](std::uint32_t) { ++sent; }});
-  server_.transport->Send({"last", "", 0, {}});
-  EXPECT_EQ(sent, 1);
+  (void)transport_->Send({.text = "{\"a\":1}", .requestId = "1", .timeoutMs = 0});
+  EXPECT_TRUE(transport_->Send({.text = std::string(900'000, 'x'), .reportsStatus = true}));
+  (void)transport_->Send({.text = "last", .requestId = "", .timeoutMs = 0});
   WaitUntil([this] { return received_.size() == 3; });
   EXPECT_EQ(received_, (Lines{"{\"a\":1}", std::string(900'000, 'x'), "last"}));
 }
@@ -163,10 +161,10 @@ TEST_F(StdioServer, GivesUpRequestsThatAreOverdue) {
   constexpr DWORD kShortMs = 50;
   Start({"await", "wendra-stdio-reads", "echo"});
   const std::string large(900'000, 'x');  // more than a pipe holds: what follows it waits
-  server_.transport->Send({large, "1", 120'000, {}});
-  server_.transport->Send({"overdue", "2", kShortMs, {}});
-  server_.transport->Send({"notification", "", kShortMs, {}});
-  server_.transport->Send({"in time", "3", 120'000, {}});
+  (void)transport_->Send({.text = large, .requestId = "1", .timeoutMs = 120'000});
+  (void)transport_->Send({.text = "overdue", .requestId = "2", .timeoutMs = kShortMs});
+  (void)transport_->Send({.text = "notification", .requestId = "", .timeoutMs = kShortMs});
+  (void)transport_->Send({.text = "in time", .requestId = "3", .timeoutMs = 120'000});
   const ULONGLONG end = GetTickCount64() + 2 * kShortMs;
   while (GetTickCount64() < end) SwitchToThread();
   const KernelHandle reads(CreateEventW(nullptr, TRUE, FALSE, L"wendra-stdio-reads"));
@@ -183,7 +181,7 @@ TEST_F(StdioServer, ReadsNoFurtherWhileItsRefusalsAreNotTaken) {
   // A child of its own that is read to its end meanwhile: nothing has come from the first one.
   const ChildRun other = RunToEnd({.commandLine = L"\"" + Widen(TestChild()) + L"\" out 100000"});
   EXPECT_EQ(other.output.size(), 100'000u);
-  TestWindow::Pump();
+  TakeAll();
   const size_t before = received_.size();
   EXPECT_LE(before, kHeldUpAt + 4'096 / 80);  // what fits into the pipe of its input is taken
   const KernelHandle reads(CreateEventW(nullptr, TRUE, FALSE, L"wendra-stdio-refusals"));
@@ -194,15 +192,16 @@ TEST_F(StdioServer, ReadsNoFurtherWhileItsRefusalsAreNotTaken) {
 TEST_F(StdioServer, DropsALineOfMoreThanAMebibyte) {
   constexpr size_t kMebibyte = 1'048'576;
   Start({"echo"});
-  server_.transport->Send({std::string(kMebibyte, 'a'), "", 0, {}});
-  server_.transport->Send({std::string(kMebibyte + 1, 'b'), "", 0, {}});
-  server_.transport->Send({"after", "", 0, {}});
+  (void)transport_->Send({.text = std::string(kMebibyte, 'a'), .requestId = "", .timeoutMs = 0});
+  (void)transport_->Send(
+      {.text = std::string(kMebibyte + 1, 'b'), .requestId = "", .timeoutMs = 0});
+  (void)transport_->Send({.text = "after", .requestId = "", .timeoutMs = 0});
   WaitUntil([this] { return !received_.empty() && received_.back() == "after"; });
   ASSERT_EQ(received_.size(), 2u);
   EXPECT_TRUE(received_[0] == std::string(kMebibyte, 'a'));
 }
 
-TEST_F(StdioServer, HoldsUpAChildThatIsFasterThanTheWindow) {
+TEST_F(StdioServer, HoldsUpAChildThatIsFasterThanTheProgram) {
   constexpr size_t kLines = 10'000;
   handlesAtOnce_ = false;
   Start({"out", std::to_string(80 * kLines)});
@@ -211,8 +210,7 @@ TEST_F(StdioServer, HoldsUpAChildThatIsFasterThanTheWindow) {
     WaitUntil([&] { return received_.size() > handled; });
     ASSERT_FALSE(HasFatalFailure());
     EXPECT_LE(received_.size() - handled, kHeldUpAt);
-    for (; handled < received_.size(); ++handled)
-      server_.transport->OnMessageHandled(received_[handled].size());
+    for (; handled < received_.size(); ++handled) Handle(received_[handled].size());
   }
   WaitForEnd();
   EXPECT_EQ(received_, Lines(kLines, std::string(79, 'x')));
@@ -222,14 +220,15 @@ TEST_F(StdioServer, StopsAChildThatIsHeldUp) {
   handlesAtOnce_ = false;
   Start({"out", "1000000", "await", "wendra-stdio-never"});
   WaitUntil([this] { return received_.size() >= kHeldUpAt; });
-  server_.transport->Stop();
+  Stop();
   WaitForEnd();
 }
 
 TEST_F(StdioServer, DoesNotWaitForAChildThatDoesNotRead) {
   Start({"await", "wendra-stdio-never"});
-  for (int i = 0; i < 8; ++i) server_.transport->Send({std::string(1 << 20, 'x'), "", 0, {}});
-  server_.transport->Stop();
+  for (int i = 0; i < 8; ++i)
+    (void)transport_->Send({.text = std::string(1 << 20, 'x'), .requestId = "", .timeoutMs = 0});
+  Stop();
   WaitForEnd();
   EXPECT_EQ(received_, Lines());
 }
@@ -238,7 +237,7 @@ TEST_F(StdioServer, EndsTheChildAndWhatItHasStarted) {
   // The grandchild keeps the streams and its event until it is ended.
   Start({"hold", "wendra-stdio-grandchild", "out", "1", "await", "wendra-stdio-never"});
   ASSERT_TRUE(WaitForEvent("wendra-stdio-grandchild", true));
-  server_.transport->Stop();
+  Stop();
   WaitForEnd();
   EXPECT_TRUE(WaitForEvent("wendra-stdio-grandchild", false));
 }
@@ -261,7 +260,7 @@ TEST_F(StdioServer, LogsItsStandardErrorAtTheEnd) {
 }
 
 TEST_F(StdioServer, GivesTheChildItsEnvironmentAndTheProfileFolder) {
-  server_.env = {{"wendra_test", "grün"}};
+  settings_.env = {{"wendra_test", "grün"}};
   Start({"env", "WENDRA_TEST"});
   WaitForEnd();
   wchar_t profile[MAX_PATH];
@@ -279,7 +278,7 @@ TEST_F(StdioServer, RunsABatchFile) {
   DWORD written = 0;
   WriteFile(file.Get(), text.data(), static_cast<DWORD>(text.size()), &written, nullptr);
   file.Reset();
-  server_.command = Narrow(batch);
+  settings_.command = Narrow(batch);
   Start({"two words", "a&b"});
   WaitForEnd();
   EXPECT_EQ(received_, (Lines{"two words", "a&b"}));
@@ -292,7 +291,7 @@ TEST_F(StdioServer, RunsABatchFileInTheShellOfTheSystemAlone) {
   const auto before = std::filesystem::current_path();
   std::filesystem::current_path(folder / L"");
   std::ofstream(std::filesystem::path(folder / L"server.cmd")) << "@echo from the batch file\r\n";
-  server_.command = Narrow(folder / L"server.cmd");
+  settings_.command = Narrow(folder / L"server.cmd");
   Start({});
   std::filesystem::current_path(before);
   WaitForEnd();
@@ -301,12 +300,11 @@ TEST_F(StdioServer, RunsABatchFileInTheShellOfTheSystemAlone) {
 
 TEST_F(StdioServer, SaysWhatCouldNotBeStarted) {
   ScratchFolder folder;
-  server_.command = Narrow(folder / L"none.exe");
+  settings_.command = Narrow(folder / L"none.exe");
   Start({"a b"});
-  EXPECT_FALSE(server_.running);
-  EXPECT_EQ(server_.transport, nullptr);
+  EXPECT_FALSE(transport_);
   EXPECT_EQ(log_.WaitForLines(1),
-            Lines{"[MCP test] launch failed: " + server_.command + " \"a b\""});
+            Lines{"[MCP test] launch failed: " + settings_.command + " \"a b\""});
 }
 
 }  // namespace

@@ -21,15 +21,38 @@ Json Parsed(const std::string& text) {
 // A page that calls the two actions, and servers that a test answers for.
 class ToolActions : public testing::Test {
  protected:
-  McpServer& Add(const std::string& name, TransportKind kind = TransportKind::kStdio) {
-    auto& server = *owned_.emplace_back(std::make_unique<McpServer>());
-    server.name = name;
-    server.kind = kind;
-    server.running = true;
-    server.initialized = true;
-    server.transport = std::make_unique<RecordingTransport>(name, record);
-    servers.push_back(&server);
+  using Server = std::shared_ptr<Connection>;
+
+  Server AddNew(ServerSettings settings) {
+    auto transport = std::make_unique<RecordingTransport>(settings.name, record);
+    transports.push_back(transport.get());
+    return servers.emplace_back(
+        std::make_shared<Connection>(ServerId{transports.size()}, std::move(settings),
+                                     std::move(transport), numbers_, timers, log));
+  }
+
+  // A server after its handshake, which has used no numbers.
+  Server Add(ServerSettings settings) {
+    const Server server = AddNew(std::move(settings));
+    const RequestNumbers before = std::exchange(numbers_, {});
+    server->EnsureMcpInitialized([](const Json*) {});
+    server->HandleMcpText(R"({"id":"1"})");
+    numbers_ = before;
+    record.clear();
     return server;
+  }
+  Server Add(const std::string& name) { return Add(Named(name)); }
+
+  static ServerSettings Named(const std::string& name, TransportKind kind = TransportKind::kStdio) {
+    ServerSettings settings;
+    settings.name = name;
+    settings.kind = kind;
+    return settings;
+  }
+
+  void OnTimer(std::uint64_t timer) {
+    const std::vector<Server> all = servers;
+    for (const Server& server : all) (void)server->OnTimer(timer);
   }
 
   void Call(const std::string& args) { call.run("r", Parsed(args)); }
@@ -46,18 +69,18 @@ class ToolActions : public testing::Test {
   }
 
   Record record;
-  std::vector<McpServer*> servers;
   RecordingLog log;
   RecordingTimers timers{record};
+  std::vector<Server> servers;
   RecordingPage page;
   Replies replies{page};
-  McpSession session{timers, log};
-  ServerList list = [this] { return std::span<McpServer* const>(servers); };
-  Action call = McpCallAction(replies, list, session);
-  Action listing = McpServersAction(replies, list, session);
+  ServerList list = [this] { return servers; };
+  Action call = McpCallAction(replies, list);
+  Action listing = McpServersAction(replies, list);
+  std::vector<RecordingTransport*> transports;  // in the order of Add
 
  private:
-  std::vector<std::unique_ptr<McpServer>> owned_;
+  RequestNumbers numbers_;
 };
 
 TEST_F(ToolActions, ListsNothingWithoutServers) {
@@ -66,18 +89,20 @@ TEST_F(ToolActions, ListsNothingWithoutServers) {
 }
 
 TEST_F(ToolActions, ListsServersInTheOrderOfTheirAnswers) {
-  McpServer& first = Add("My Server");
-  first.command = "C:\\a.exe";
-  McpServer& second = Add("remote", TransportKind::kHttp);
-  second.url = "http://localhost/mcp";
-  Add("gone").running = false;
+  ServerSettings local = Named("My Server");
+  local.command = "C:\\a.exe";
+  ServerSettings remote = Named("remote", TransportKind::kHttp);
+  remote.url = "http://localhost/mcp";
+  const Server first = Add(local);
+  const Server second = Add(remote);
+  (void)Add("gone")->Stop();
   Add("silent");
   listing.run("r", Json());
-  session.HandleMcpText(second, R"({"id":"2","result":{"tools":[{"name":"t","description":"d",)"
-                                R"("inputSchema":{"type":"object"},"title":"x"},{"name":5},7]}})");
-  session.HandleMcpText(first, R"({"id":"1","error":{"code":1}})");
+  second->HandleMcpText(R"({"id":"2","result":{"tools":[{"name":"t","description":"d",)"
+                        R"("inputSchema":{"type":"object"},"title":"x"},{"name":5},7]}})");
+  first->HandleMcpText(R"({"id":"1","error":{"code":1}})");
   EXPECT_EQ(page.scripts, Record());
-  session.OnTimer(103);
+  OnTimer(103);
   EXPECT_EQ(
       OnlyReply(),
       R"([{"name":"gone","command":"","error":"MCP server 'gone' is not running"},)"
@@ -88,14 +113,14 @@ TEST_F(ToolActions, ListsServersInTheOrderOfTheirAnswers) {
 }
 
 TEST_F(ToolActions, CallsATool) {
-  McpServer& server = Add("s");
+  const Server server = Add("s");
   Call(R"(["s","echo",{"message":"hi"}])");
   EXPECT_EQ(
       record,
       (Record{R"(s <- {"jsonrpc":"2.0","method":"tools/call","id":"1","params":{"name":"echo",)"
               R"("arguments":{"message":"hi"}}})",
               "start 101 120000"}));
-  session.HandleMcpText(server, R"({"id":"1","result":{"content":[{"type":"text","text":"ü"}]}})");
+  server->HandleMcpText(R"({"id":"1","result":{"content":[{"type":"text","text":"ü"}]}})");
   EXPECT_EQ(OnlyReply(), R"({"text":"ü"})");
 }
 
@@ -110,30 +135,29 @@ TEST_F(ToolActions, SendsAnEmptyObjectForArgumentsThatAreNone) {
 }
 
 TEST_F(ToolActions, SaysWhyACallFailed) {
-  McpServer& server = Add("s");
+  const Server server = Add("s");
   Call(R"(["t","x"])");
   EXPECT_EQ(OnlyReply(), R"({"error":"unknown MCP server 't'"})");
   Call("{}");
   EXPECT_EQ(OnlyReply(), R"({"error":"unknown MCP server ''"})");
   Call(R"(["s","x"])");
-  session.FailMcpPending(server, "MCP server 's' exited unexpectedly");
+  server->FailMcpPending("MCP server 's' exited unexpectedly");
   EXPECT_EQ(OnlyReply(), R"({"error":"MCP server 's' exited unexpectedly"})");
   Call(R"(["s","x"])");
-  session.OnTimer(102);
+  OnTimer(102);
   EXPECT_EQ(OnlyReply(), R"({"error":"MCP request timed out"})");
-  server.running = false;
+  (void)server->Stop();
   Call(R"(["s","x"])");
   EXPECT_EQ(OnlyReply(), R"({"error":"MCP server 's' is not running"})");
 }
 
 TEST_F(ToolActions, PassesOnWhyTheHandshakeFailed) {
-  McpServer& server = Add("s");
-  server.initialized = false;
+  const Server server = AddNew(Named("s"));
   Call(R"(["s","x"])");
-  session.HandleMcpText(server, R"({"id":"1","error":{"message":"too old"}})");
+  server->HandleMcpText(R"({"id":"1","error":{"message":"too old"}})");
   EXPECT_EQ(OnlyReply(), R"({"error":"too old"})");
   Call(R"(["s","x"])");
-  session.HandleMcpText(server, R"({"id":"2","error":{}})");
+  server->HandleMcpText(R"({"id":"2","error":{}})");
   EXPECT_EQ(OnlyReply(), R"({"error":"MCP server failed"})");
 }
 
@@ -149,26 +173,24 @@ TEST_F(ToolActions, FindsAServerByTheNameThatTheListShows) {
 }
 
 TEST_F(ToolActions, MakesEachHandshakeBeforeItsList) {
-  McpServer& local = Add("l");
-  McpServer& remote = Add("r", TransportKind::kHttp);
-  local.initialized = remote.initialized = false;
-  auto& http = static_cast<RecordingTransport&>(*remote.transport);
-  http.keepsOrder = false;
+  const Server local = AddNew(Named("l"));
+  const Server remote = AddNew(Named("r", TransportKind::kHttp));
+  transports.back()->keepsOrder = false;
   listing.run("r", Json());
-  session.HandleMcpText(remote, R"({"id":"2","result":{}})");
-  session.HandleMcpText(local, R"({"id":"1","error":{"code":-32000}})");
+  remote->HandleMcpText(R"({"id":"2","result":{}})");
+  local->HandleMcpText(R"({"id":"1","error":{"code":-32000}})");
   EXPECT_EQ(page.scripts, Record());
   record.clear();
-  http.held.at(0)(202);
+  remote->OnPosted({.status = 202, .isAwaited = true});
   EXPECT_EQ(record, (Record{R"(r <- {"jsonrpc":"2.0","method":"tools/list","id":"3","params":{}})",
                             "start 103 30000"}));
-  session.HandleMcpText(remote, R"({"id":"3","result":{"tools":[]}})");
+  remote->HandleMcpText(R"({"id":"3","result":{"tools":[]}})");
   EXPECT_EQ(OnlyReply(), R"([{"name":"l","command":"","error":"MCP server failed"},)"
                          R"({"name":"r","command":"","tools":[]}])");
 }
 
 TEST_F(ToolActions, SaysWhyAListFailed) {
-  McpServer& server = Add("s");
+  const Server server = Add("s");
   const struct {
     const char* error;
     const char* want;
@@ -184,36 +206,36 @@ TEST_F(ToolActions, SaysWhyAListFailed) {
   for (const auto& c : cases) {
     listing.run("r", Json());
     const std::string reply = R"({"id":")" + std::to_string(++id) + R"(","error":)";
-    session.HandleMcpText(server, reply + c.error + "}");
+    server->HandleMcpText(reply + c.error + "}");
     EXPECT_EQ(OnlyReply(), std::string(R"([{"name":"s","command":"","error":")") + c.want + "\"}]");
   }
 }
 
 TEST_F(ToolActions, RepliesOnceWhenNoServerRuns) {
-  Add("s").running = false;
-  Add("t").running = false;
+  (void)Add("s")->Stop();
+  (void)Add("t")->Stop();
   listing.run("r", Json());
   EXPECT_EQ(OnlyReply(), R"([{"name":"s","command":"","error":"MCP server 's' is not running"},)"
                          R"({"name":"t","command":"","error":"MCP server 't' is not running"}])");
 }
 
 TEST_F(ToolActions, FinishesAListOfServersThatWereReplaced) {
-  McpServer& server = Add("s");
+  const Server server = Add("s");
   listing.run("r", Json());
-  server.running = false;
+  (void)server->Stop();
   servers.clear();
   Add("s");
   EXPECT_EQ(page.scripts, Record());
-  session.OnTimer(101);
-  EXPECT_EQ(OnlyReply(), R"([{"name":"s","command":"","error":"MCP request timed out"}])");
+  server->FailStopped();
+  EXPECT_EQ(OnlyReply(), R"([{"name":"s","command":"","error":"MCP server 's' was stopped"}])");
 }
 
 TEST_F(ToolActions, AnswersTheRequestThatAsked) {
-  McpServer& server = Add("s");
+  const Server server = Add("s");
   call.run("first", Parsed(R"(["s","t"])"));
   call.run("second", Parsed(R"(["s","t"])"));
-  session.HandleMcpText(server, R"({"id":"2"})");
-  session.HandleMcpText(server, R"({"id":"1"})");
+  server->HandleMcpText(R"({"id":"2"})");
+  server->HandleMcpText(R"({"id":"1"})");
   ASSERT_EQ(page.scripts.size(), 2u);
   EXPECT_NE(page.scripts[0].find("'second'"), std::string::npos);
   EXPECT_NE(page.scripts[1].find("'first'"), std::string::npos);

@@ -1,0 +1,137 @@
+#include "mcp/client.h"
+
+#include <algorithm>
+#include <utility>
+
+#include "base/clock.h"
+#include "json/objects.h"
+
+namespace wendra {
+namespace {
+
+// Closing a window is to end the program within two seconds.
+constexpr std::uint64_t kSessionEndsMs = 1500;
+
+constexpr char kKeepingServers[] =
+    "[MCP] config.json changed but is not valid JSON - keeping current servers";
+
+}  // namespace
+
+McpClient::McpClient(ConfigStore& config, ServerStarter& starter, RequestTimers& timers, Log& log)
+    : config_(config), starter_(starter), timers_(timers), log_(log) {}
+
+void McpClient::Start(std::shared_ptr<Inbox> inbox) {
+  flow_ = std::make_shared<FlowControl>(std::move(inbox));
+  const bool isRead = StartServers();
+  watch_.emplace(config_);
+  if (!isRead) LookAgain();
+}
+
+void McpClient::Stop() {
+  for (const auto& connection : connections_) connection->KillTimers();
+  StopServers();
+}
+
+void McpClient::LoadMcpServers() {
+  StopServers();
+  // Stopped ones go when nobody holds them any more; their callbacks may ask for the new ones.
+  for (const auto& connection : std::exchange(connections_, {})) connection->FailStopped();
+  if (!StartServers()) LookAgain();
+}
+
+void McpClient::StopServers() {
+  std::erase_if(sessionEnds_, [](const auto& end) { return end->WaitFor(0); });
+  for (const auto& connection : connections_) {
+    flow_->Close(connection->Id());
+    if (auto end = connection->Stop()) sessionEnds_.push_back(std::move(end));
+  }
+}
+
+void McpClient::WaitForSessionEnds() {
+  const std::uint64_t endMs = ClockMs() + kSessionEndsMs;
+  for (const auto& end : sessionEnds_) {
+    (void)end->WaitFor(static_cast<std::uint32_t>(endMs - std::min(endMs, ClockMs())));
+  }
+}
+
+// False: there is a file that could not be read, and so nothing was started.
+bool McpClient::StartServers() {
+  config_.EnsureDefaultConfig();
+  const ConfigReading reading = config_.Read();
+  StartFrom(reading.text);
+  return reading.isReadable;
+}
+
+void McpClient::StartFrom(const std::string& text) {
+  if (text.empty()) return log_.Line("[MCP] could not read config.json — skipping client MCP");
+  const auto config = ParseJsonObject(text);
+  if (!config) return log_.Line("[MCP] config.json is not a JSON object — skipping client MCP");
+  const Json* configured = FindConfiguredServers(*config);
+  if (!configured) return log_.Line("[MCP] no mcpServers configured");
+
+  const auto resolve = [this](const std::string& name) { return starter_.ResolveCommand(name); };
+  for (ServerEntry& entry : ReadServerEntries(*configured, resolve)) {
+    for (const std::string& line : entry.logLines) log_.Line(line);
+    if (entry.server) Add(std::move(*entry.server));
+  }
+  log_.Line("[MCP] loaded " + std::to_string(connections_.size()) + " server(s)");
+}
+
+void McpClient::Add(ServerSettings settings) {
+  const ServerId id{++lastServerId_};
+  flow_->Open(id);
+  auto transport = starter_.Start(id, settings, flow_);
+  connections_.push_back(std::make_shared<Connection>(id, std::move(settings), std::move(transport),
+                                                      numbers_, timers_, log_));
+}
+
+bool McpClient::CheckMcpConfigChanged() {
+  if (!watch_ || !watch_->HasChanged()) return false;
+  const ConfigReading config = config_.Read();
+  if (!config.isReadable) {
+    if (!hasSaidUnreadable_) log_.Line(kKeepingServers);
+    LookAgain();
+    return false;
+  }
+  hasSaidUnreadable_ = false;
+  if (!ParseJsonObject(config.text)) {
+    log_.Line(kKeepingServers);
+    return false;
+  }
+  log_.Line("[MCP] config.json changed on disk - reloading servers");
+  LoadMcpServers();
+  return true;
+}
+
+// Nothing has been read: what is in the file now must not count as seen.
+void McpClient::LookAgain() {
+  if (watch_) watch_->LookAgain();
+  hasSaidUnreadable_ = true;
+}
+
+std::shared_ptr<Connection> McpClient::Find(ServerId server) const {
+  const auto found = std::ranges::find(connections_, server, &Connection::Id);
+  return found == connections_.end() ? nullptr : *found;
+}
+
+void McpClient::OnText(ServerId server, const std::string& text) {
+  if (const auto connection = Find(server)) connection->HandleMcpText(text);
+  if (flow_) flow_->OnHandled(server, text.size());
+}
+
+void McpClient::OnClosed(ServerId server) {
+  if (const auto connection = Find(server)) connection->OnClosed();
+}
+
+void McpClient::OnPosted(ServerId server, const PostStatus& status) {
+  if (const auto connection = Find(server)) connection->OnPosted(status);
+}
+
+void McpClient::OnTimer(std::uint64_t timer) {
+  const Connections servers = connections_;  // a callback may reload them
+  for (const auto& connection : servers) {
+    if (connection->OnTimer(timer)) return;
+  }
+}
+
+}  // namespace wendra
