@@ -155,8 +155,9 @@ const kTsanTests = {
 };
 
 const kDictionaries = {
-  address_fuzz: 'address', appcast_fuzz: 'appcast', bridge_fuzz: 'json', connection_fuzz: 'mcp',
-  event_stream_fuzz: 'mcp', json_fuzz: 'json', response_body_fuzz: 'mcp', tool_result_fuzz: 'mcp',
+  address_fuzz: 'address', appcast_fuzz: 'appcast', bridge_fuzz: 'json', client_fuzz: 'mcp',
+  connection_fuzz: 'mcp', event_stream_fuzz: 'mcp', json_fuzz: 'json', response_body_fuzz: 'mcp',
+  tool_result_fuzz: 'mcp',
 };
 
 // Suite -> the presets that it needs built, and its units once they are.
