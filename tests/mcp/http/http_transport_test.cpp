@@ -6,6 +6,7 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <string_view>
 #include <thread>
 #include <utility>
 #include <variant>
@@ -40,7 +41,7 @@ std::string Stream(std::string_view lines) {
          std::string(lines);
 }
 
-constexpr char kBegin[] = "begin";
+constexpr std::string_view kBegin = "begin ";  // and the session
 constexpr char kLook[] = "look";
 constexpr std::uint32_t kPatienceMs = 20'000;  // before a wait counts as failed
 
@@ -67,8 +68,11 @@ class HttpServer : public testing::Test {
     server_ = std::make_shared<MemoryHttpServer>(
         [this, handler = std::move(handler)](const HttpRequest& request,
                                              MemoryConnection& connection) {
-          const std::string header = "Mcp-Session-Id: " + newSession_ + "\r\n";
-          if (request.body == kBegin) return (void)connection.Answer("202 Accepted", header, "");
+          if (request.body.starts_with(kBegin)) {
+            const std::string session = request.body.substr(kBegin.size());
+            const std::string header = "Mcp-Session-Id: " + session + "\r\n";
+            return (void)connection.Answer("202 Accepted", header, "");
+          }
           if (request.body == kLook) return (void)connection.Answer("202 Accepted", "", "");
           // It comes at the end of a test, when what the handler uses may be gone.
           const bool isForHandler = request.method != "DELETE" || handlesDelete_;
@@ -79,13 +83,12 @@ class HttpServer : public testing::Test {
   }
   // Lets the server give a session to the host.
   void Begin(const std::string& session) {
-    newSession_ = session;
-    (void)Notify(kBegin);
+    (void)Notify(std::string(kBegin) + session);
   }
   // The requests without those of Begin.
   std::vector<HttpRequest> Requests() {
     std::vector<HttpRequest> requests = server_->Requests();
-    std::erase_if(requests, [](const HttpRequest& request) { return request.body == kBegin; });
+    std::erase_if(requests, [](const HttpRequest& request) { return request.body.starts_with(kBegin); });
     return requests;
   }
   // The header of the next request: of its session, or its protocol version.
@@ -130,7 +133,7 @@ class HttpServer : public testing::Test {
     return received_;
   }
   // Sends a notification and waits for its status.
-  std::uint32_t Notify(const char* text = "{}") {
+  std::uint32_t Notify(const std::string& text = "{}") {
     const size_t before = statuses_.size();
     EXPECT_FALSE(transport_->Send({.text = text, .timeoutMs = timeoutMs_, .reportsStatus = true}));
     WaitUntil([=, this] { return statuses_.size() > before; });
@@ -176,7 +179,6 @@ class HttpServer : public testing::Test {
   std::uint32_t timeoutMs_ = 120'000;
   bool isHandling_ = true;
   bool refuses_ = false;  // each message
-  std::string newSession_;
   bool handlesDelete_ = false;
   std::shared_ptr<MemoryHttpServer> server_;
   std::unique_ptr<Transport> transport_;
