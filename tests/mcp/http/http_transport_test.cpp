@@ -82,13 +82,12 @@ class HttpServer : public testing::Test {
     Connect();
   }
   // Lets the server give a session to the host.
-  void Begin(const std::string& session) {
-    (void)Notify(std::string(kBegin) + session);
-  }
+  void Begin(const std::string& session) { (void)Notify(std::string(kBegin) + session); }
   // The requests without those of Begin.
   std::vector<HttpRequest> Requests() {
     std::vector<HttpRequest> requests = server_->Requests();
-    std::erase_if(requests, [](const HttpRequest& request) { return request.body.starts_with(kBegin); });
+    std::erase_if(requests,
+                  [](const HttpRequest& request) { return request.body.starts_with(kBegin); });
     return requests;
   }
   // The header of the next request: of its session, or its protocol version.
