@@ -1,4 +1,4 @@
-// Starts threads that nobody waits for.
+// Starts detached threads: they have no handle, and no other thread waits for their end.
 #pragma once
 
 #include <functional>

@@ -12,8 +12,8 @@
 namespace wendra {
 namespace {
 
-// Holds threads back until all of them have come. Not std::barrier: as a Windows program built with
-// mingw it loses a wake-up now and then, and the test never ends.
+// Holds threads back until all of them have come. It needs a mutex and a condition variable: in
+// Windows programs built with mingw the library's shorter ways can lose a wake-up.
 class StartLine {
  public:
   explicit StartLine(int threads) : missing_(threads) {}
