@@ -40,11 +40,6 @@ const std::string* FindString(const Json& object, std::string_view key) {
   return member ? &member->text : nullptr;
 }
 
-const double* FindNumber(const Json& object, std::string_view key) {
-  const Json* member = FindOfKind(object, key, kJsonNumber);
-  return member ? &member->number : nullptr;
-}
-
 const Json* FindArray(const Json& object, std::string_view key) {
   return FindOfKind(object, key, kJsonArray);
 }

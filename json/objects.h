@@ -40,7 +40,6 @@ std::string ToText(const Json& value);
 
 // The first member with this key, if it is of that kind; otherwise null.
 const std::string* FindString(const Json& object, std::string_view key);
-const double* FindNumber(const Json& object, std::string_view key);
 const Json* FindArray(const Json& object, std::string_view key);
 const Json* FindObject(const Json& object, std::string_view key);
 std::string* FindString(Json& object, std::string_view key);

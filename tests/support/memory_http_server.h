@@ -69,18 +69,11 @@ class MemoryHttpServer {
     return requests_;
   }
 
-  // Until the server has had so many. False: not within 20 seconds.
-  bool WaitForRequests(size_t count) {
-    const std::lock_guard<Lock> lock(lock_);
-    return changed_.WaitFor(lock_, 20'000, [&] { return requests_.size() >= count; });
-  }
-
   // Null once nobody serves any more.
   std::shared_ptr<MemoryConnection> Connect(const HttpRequest& request) {
     const std::lock_guard<Lock> lock(lock_);
     if (isDown_) return nullptr;
     requests_.push_back(request);
-    changed_.WakeAll();
     auto connection = std::make_shared<MemoryConnection>();
     threads_.emplace_back([this, request, connection] {
       handler_(request, *connection);
@@ -113,7 +106,6 @@ class MemoryHttpServer {
 
   const Handler handler_;
   Lock lock_;
-  Condition changed_;
   std::vector<HttpRequest> requests_;
   std::list<std::thread> threads_;
   bool isDown_ = false;
