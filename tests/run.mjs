@@ -1,5 +1,6 @@
-// Builds and runs the suites, or those named on the command line, two programs at a time; ends with
-// a line of counts. The whole output of each run lies in build/test-logs/; what failed is shown.
+// Builds and runs all suites, or the suites named on the command line, two programs at a time. The
+// last line counts the tests. build/test-logs/ gets the whole output of each program; of a program
+// that fails, the lines around each failure are printed too.
 import { execFileSync } from 'node:child_process';
 import { existsSync, mkdirSync, readdirSync, rmSync } from 'node:fs';
 import { basename, dirname, join } from 'node:path';
@@ -11,22 +12,22 @@ import { googleTestResults, nodeTestResults } from './runner/results.mjs';
 
 const kRoot = join(dirname(fileURLToPath(import.meta.url)), '..');
 const kLogs = join(kRoot, 'build/test-logs');
-const kFuzzSeconds = 8; // of each fuzzer; at length by hand, see docs/testing.md
+const kFuzzSeconds = 8; // for each fuzzer; docs/testing.md says how to fuzz for longer
 
-// Of one program: beyond it hangs, and that is a failure.
+// The time limit of one program. A program that runs longer is ended and counts as failed.
 const kRunLimitMs = 3 * 60_000;
 const kLongerLimitsMs = [
-  [/^(configure|build)-/, 40 * 60_000], // a whole preset from nothing, beside another, on a busy machine
+  [/^(configure|build)-/, 40 * 60_000], // a full build of one preset beside another one, on a busy machine
   [/^tidy-/, 10 * 60_000], // reads each source of a folder with all of its headers
-  [/^e2e-exec$/, 6 * 60_000], // a thousand actions, many of them a shell and a program under Wine
-  // A host of its own for each of many cases.
+  [/^e2e-exec$/, 6 * 60_000], // a thousand actions; many start a shell and a program under Wine
+  // Many cases, and each starts a host.
   [/^e2e-(failing_start|mcp_bounds|mcp_ending|prompt|startup|update)$/, 6 * 60_000],
   [/^e2e-conformance$/, 6 * 60_000], // the whole official suite in one test, a host for each part
 ];
-const kEndMs = 30_000; // what a program may need after a test that hangs
+const kEndMs = 30_000; // a test's limit is this much shorter than its program's, which has to end in time
 const limitOf = (name) => kLongerLimitsMs.find(([names]) => names.test(name))?.[1] ?? kRunLimitMs;
 
-// What runs beside nothing else, and why.
+// Programs that run alone, and why.
 const kAlone = {
   'e2e-mcp_ending': 'the host has two seconds to end',
   'e2e-mcp_faults': 'a server has a second to answer',
@@ -36,9 +37,9 @@ const kAlone = {
 };
 
 const kProcessorLane = 0; // builds, sanitizers, fuzzers: at low priority
-const kWaitingLane = 1; // Wine and browsers, which wait for each other most of the time
+const kWaitingLane = 1; // Wine and browsers: they wait for each other most of the time
 
-// The folders of the program's and the development runtime's sources.
+// The folders with sources of the program and of the development runtime.
 const kModules = readdirSync(kRoot)
   .filter((folder) => folder !== 'tests' && existsSync(join(kRoot, folder, 'CMakeLists.txt')));
 
@@ -48,7 +49,7 @@ const exists = (path) => existsSync(join(kRoot, path));
 const entries = (folder, wanted) =>
   exists(folder) ? readdirSync(join(kRoot, folder)).filter((name) => wanted.test(name)).sort() : [];
 
-// Runs a program to its end; its output goes to the log `name`. `politely`: at low priority.
+// Runs a program to its end. Its output goes to the log `name`. `politely`: at low priority.
 function run(name, command, args, { env = {}, politely = false } = {}) {
   const [first, ...rest] = politely ? ['nice', '-n', '10', command, ...args] : [command, ...args];
   return runProgram(first, rest, {
@@ -60,7 +61,7 @@ function run(name, command, args, { env = {}, politely = false } = {}) {
 }
 
 function report(name, { passed = 0, failed = 0, skipped = 0, running = [] }, startedMs, output) {
-  if (passed + failed + skipped === 0) failed = 1; // whatever ran no test has not passed
+  if (passed + failed + skipped === 0) failed = 1; // a program that ran no test counts as failed
   total.passed += passed;
   total.failed += failed;
   total.skipped += skipped;
@@ -74,7 +75,7 @@ function report(name, { passed = 0, failed = 0, skipped = 0, running = [] }, sta
 
 const indent = (text) => text.replace(/^/gm, '     | ');
 
-// The lines around each failure, or the end.
+// The lines around each failure, and the last 15 lines; 200 lines at most.
 function shorten(output) {
   const lines = output.replaceAll('\r', '').trimEnd().split('\n');
   const isTrouble = (line) => /^not ok|\[  FAILED|Failure$|rror:|ERROR|AssertionError|✖/.test(line);
@@ -86,10 +87,10 @@ function shorten(output) {
   return lines.filter((_, at) => wanted.has(at)).slice(0, 200).join('\n');
 }
 
-// A unit of work for the lanes.
+// A unit of work for runInLanes.
 const unit = (lane, name, run) => ({ lane, run, alone: kAlone[name] });
 
-// One program that passes or fails as a whole.
+// A program that counts as one test: it passes with exit code 0.
 const whole = (lane, name, makeCommand) =>
   unit(lane, name, async () => {
     const startedMs = Date.now();
@@ -110,7 +111,7 @@ const googleTest = (lane, name, makeCommand) =>
     report(name, googleTestResults(ended, results), startedMs, ended.output);
   });
 
-// A file of tests for Node's own runner.
+// A file of tests for Node's test runner.
 const nodeTest = (lane, name, file) =>
   unit(lane, name, async () => {
     const startedMs = Date.now();
@@ -132,7 +133,7 @@ const nativeTests = (preset) =>
   entries(`build/${preset}/bin/tests`, /_test$/).map((program) =>
     googleTest(kProcessorLane, `${preset}-${program}`, native(preset, program)));
 
-// Windows programs run in a fresh user profile each, by the means that start the host itself.
+// Each Windows program runs in a fresh user profile. tools/launch starts it, as it starts the host.
 const underWine = (folder, program, makeArgs) => (results) => {
   const profile = join(kRoot, 'build/test-profiles', program);
   rmSync(profile, { recursive: true, force: true });
@@ -147,7 +148,7 @@ const underWine = (folder, program, makeArgs) => (results) => {
   };
 };
 
-// Program -> its tests in which threads meet.
+// Test program -> a filter for its tests in which several threads share state.
 const kTsanTests = {
   json_test: '*Thread*',
   mcp_test: 'Client.*:FlowControl*:HttpServer.*:StdioTransport*',
@@ -160,17 +161,18 @@ const kDictionaries = {
   tool_result_fuzz: 'mcp',
 };
 
-// Suite -> the presets that it needs built, and its units once they are.
+// Suite -> the presets that must be built first (`needs`), the targets of these presets if not all
+// (`targets`), and what makes its units after the builds (`units`).
 const suites = {
-  house: {
+  source: {
     needs: ['windows'],
-    units: () => [nodeTest(kProcessorLane, 'house', 'tests/house/house.test.mjs')],
+    units: () => [nodeTest(kProcessorLane, 'source', 'tests/source/source.test.mjs')],
   },
   tidy: {
     needs: ['windows'],
     units: () => kModules.map((folder) =>
       whole(kProcessorLane, `tidy-${folder}`, () => ({
-        command: process.execPath, args: ['tests/house/tidy.mjs', folder],
+        command: process.execPath, args: ['tests/source/tidy.mjs', folder],
       }))),
   },
   native: { needs: ['native'], units: () => nativeTests('native') },
@@ -201,7 +203,7 @@ const suites = {
   windows: {
     needs: ['windows'],
     units: () => entries('build/windows/bin/tests', /_test\.exe$/)
-      .filter((program) => program !== 'runtime_test.exe') // needs a browser: a suite of its own
+      .filter((program) => program !== 'runtime_test.exe') // needs a browser: the suite `runtime`
       .map((program) =>
         googleTest(kWaitingLane, `windows-${basename(program, '.exe')}`,
           underWine('tests', program, (results) => [`--gtest_output=json:${results}`]))),
@@ -217,7 +219,7 @@ const suites = {
   tools: { needs: ['windows'], targets: ['runnable', 'never_ends'], units: () => nodeTests('tools') },
   page: { needs: [], units: () => nodeTests('page') },
   e2e: { needs: ['windows'], units: () => nodeTests('e2e') },
-  // Every benchmark once, for its results alone; docs/testing.md tells how to measure.
+  // Each benchmark runs once, to check its results. docs/testing.md says how to measure.
   bench: {
     needs: ['native', 'windows'],
     units: () => [
@@ -238,16 +240,16 @@ const suites = {
   },
 };
 
-const kPresets = ['windows', 'native', 'asan', 'tsan', 'fuzz']; // in the order of building
+const kPresets = ['windows', 'native', 'asan', 'tsan', 'fuzz']; // built in this order
 
-// Nothing: the whole preset.
+// The targets to build for the wanted suites. An empty list means the whole preset.
 function targetsOf(preset, wanted) {
   if (preset === 'tsan') return Object.keys(kTsanTests);
   const users = wanted.map((name) => suites[name]).filter(({ needs }) => needs.includes(preset));
   return users.every(({ targets }) => targets) ? users.flatMap(({ targets }) => targets) : [];
 }
 
-// A build counts only when it fails; without it its tests cannot be.
+// A build is counted only when it fails: then its tests cannot run.
 async function build(preset, targets) {
   const startedMs = Date.now();
   const name = `build-${preset}`;
@@ -266,7 +268,7 @@ async function build(preset, targets) {
   return isGood(result);
 }
 
-// The units of the suites; those that need a build come with its end.
+// The units of the suites. A suite that needs builds comes when the last of them has ended.
 function unitsOf(wanted) {
   const built = new Set();
   const waiting = new Set(wanted);

@@ -1,7 +1,7 @@
-// Runs units of work two at a time. A unit is {lane, run, alone}: `lane` 0 is for what keeps the
-// processors busy, 1 for what mostly waits; a lane without work of its own takes the other's. `run`
-// resolves with further units, which come next, or with nothing. A unit that is `alone` waits for
-// the end of all that are not, and runs beside nothing.
+// Runs units of work two at a time. A unit is {lane, run, alone}. `lane` 0 is for work that keeps
+// the processors busy, 1 for work that mostly waits; a lane without work takes a unit of the other
+// lane. `run` resolves with further units, which run next, or with nothing. The units with `alone`
+// run one at a time, after all other units have ended.
 export async function runInLanes(units) {
   const queues = [[], []];
   const alone = [];
@@ -18,7 +18,7 @@ export async function runInLanes(units) {
       const unit = next(lane);
       if (!unit) {
         if (busy === 0) return;
-        await new Promise((resolve) => (wake = resolve)); // the other lane may yet bring more
+        await new Promise((resolve) => (wake = resolve)); // the other lane's unit may add more
         continue;
       }
       busy += 1;

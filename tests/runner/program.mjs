@@ -1,5 +1,5 @@
-// Runs one program with a time limit. When it ends, or its time is over, everything that it has
-// started ends too: Windows programs, browsers, servers. Temporary files go with it.
+// Runs one program with a time limit. When the program ends, or its time is over, all programs that
+// it has started end too: Windows programs, browsers, servers. Its temporary files are deleted.
 import { randomUUID } from 'node:crypto';
 import { createWriteStream, mkdtempSync, readFileSync, rmSync } from 'node:fs';
 import { tmpdir } from 'node:os';
@@ -8,9 +8,9 @@ import { processesWith, signalProcess, spawnTied, waitUntil } from '../../tools/
 
 // A launch of the host takes up to 13 seconds to close the window, Wine and the browser.
 const kEndLimitMs = 20_000;
-const kRestLimitMs = 10_000; // for what ends by itself after the program
+const kRestLimitMs = 10_000; // how long programs that it started may run after it has ended
 const kStepMs = 50;
-const kMark = 'WENDRA_DEV_TEST_RUN'; // in the environment of everything that the program starts
+const kMark = 'WENDRA_DEV_TEST_RUN'; // in the environment of each program that the program starts
 
 const running = new Set();
 let isStopping = false;
@@ -19,20 +19,20 @@ const commandLineOf = (pid) => {
   try {
     return readFileSync(`/proc/${pid}/cmdline`, 'utf8').replaceAll('\0', ' ').trim().slice(0, 200);
   } catch {
-    return ''; // it has ended
+    return ''; // the process has ended
   }
 };
 
 class Run {
   output = '';
-  trouble = ''; // why the run counts as failed whatever its exit code, or nothing
+  trouble = ''; // why the run has failed even with exit code 0; empty: nothing was wrong
   #mark;
   #folder = mkdtempSync(join(tmpdir(), 'wendra-test-'));
   #log;
   #limits;
 
   constructor({ logFile, ...limits }) {
-    const outer = process.env[kMark]; // the runner's own tests run within a run
+    const outer = process.env[kMark]; // set when a test of the runner runs a program
     this.#mark = `${outer ? `${outer}/` : ''}${randomUUID()}`;
     this.#log = logFile && createWriteStream(logFile);
     this.#limits = { endLimitMs: kEndLimitMs, restLimitMs: kRestLimitMs, ...limits };
@@ -41,7 +41,7 @@ class Run {
   // Resolves with the exit code, or null after a signal.
   async ended(command, args, { cwd, env }) {
     const environment = { ...process.env, TMPDIR: this.#folder, ...env, [kMark]: this.#mark };
-    delete environment.NODE_TEST_CONTEXT; // a file of tests within a test is one of its own
+    delete environment.NODE_TEST_CONTEXT; // else Node takes a file of tests for a part of this run
     const child = spawnTied(command, args, {
       cwd,
       env: environment,
@@ -94,14 +94,16 @@ class Run {
   }
 }
 
-// Of the program and what it has started without a session of its own.
+// Sends the signal to the program's process group: to the program, and to the programs that it has
+// started in the same group.
 function signalGroup(pid, signal) {
   if (pid) signalProcess(-pid, signal);
 }
 
-// Resolves with {code, output, trouble}: `trouble` says that the time was over, or what was left
-// behind, and then the run has failed whatever the code. Options: limitMs; cwd, env, logFile,
-// endLimitMs (from the request to end to the end), restLimitMs (for what outlives the program).
+// Resolves with {code, output, trouble}. `code` is null after a signal. `trouble` says that the
+// time was over, or which programs were left behind; with such a text the run has failed, whatever
+// the code. Options: limitMs (required); cwd, env, logFile; endLimitMs (from the first signal to
+// SIGKILL); restLimitMs (how long programs that it started may run after it has ended).
 export async function runProgram(command, args, options) {
   if (isStopping) return new Promise(() => {}); // the runner is about to end
   const run = new Run(options);
@@ -109,7 +111,7 @@ export async function runProgram(command, args, options) {
   return { code, output: run.output, trouble: run.trouble };
 }
 
-// At a signal the runner ends what runs now, starts nothing more, and ends.
+// At a signal the runner ends the running programs, starts no more, and ends.
 export function stopAtSignals() {
   const stop = async () => {
     isStopping = true;

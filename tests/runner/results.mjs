@@ -1,8 +1,8 @@
-// What a run of tests says: how many passed, failed, were skipped, and which test was running when
-// the run ended before its time.
+// Reads the result of a test program: how many tests passed, failed and were skipped, and which
+// tests were running when the program was ended.
 import { existsSync, readFileSync } from 'node:fs';
 
-// The names that one expression finds and the other does not.
+// The names that `begins` finds and `ends` does not: the tests that have begun and not ended.
 const unended = (output, begins, ends) => {
   const names = (expression) => Array.from(output.matchAll(expression), (found) => found.at(-1).trim());
   const left = names(begins);
@@ -15,8 +15,9 @@ const unended = (output, begins, ends) => {
 
 const kDone = /^\[ +(OK|FAILED|SKIPPED) +\] (\S+) \(/gm;
 
-// `resultsFile` is what GoogleTest was told to write. A program that leaves none has crashed or was
-// ended, and counts as one failure beside what had ended before.
+// `resultsFile` is the file that GoogleTest was told to write. A program that leaves no such file
+// has crashed or was ended. It counts as one failure, besides the results of the tests that had
+// ended.
 export function googleTestResults({ code, output, trouble }, resultsFile) {
   const text = output.replaceAll('\r', '');
   if (existsSync(resultsFile)) {
@@ -37,7 +38,7 @@ export function googleTestResults({ code, output, trouble }, resultsFile) {
   };
 }
 
-// Of Node's runner with the reporter "tap". A run that was ended has no counts.
+// For Node's test runner with the reporter "tap". The output of a run that was ended has no counts.
 export function nodeTestResults({ code, output, trouble }) {
   const count = (what) => Number(new RegExp(`^# ${what} (\\d+)`, 'm').exec(output)?.[1] ?? 0);
   const failed = count('fail') + count('cancelled');

@@ -1,5 +1,5 @@
-// tools/appcast and what it is made of: keys, signatures, resources of the built program, and the
-// two readings of a feed.
+// Tests tools/appcast and its modules: keys, signatures, the resources of the built program, and
+// the two readings of a feed: the program's and WinSparkle's.
 import assert from 'node:assert/strict';
 import { execFileSync, spawnSync } from 'node:child_process';
 import { mkdtempSync, readFileSync, rmSync, statSync, writeFileSync } from 'node:fs';
@@ -31,7 +31,7 @@ function appcast(...args) {
   return { status, out: stdout.trim(), error: stderr.trim() };
 }
 
-// The built program with another key in it.
+// A copy of the built program with `publicKey` in the place of the development key.
 function programWithKey(publicKey) {
   const bytes = Buffer.from(readFileSync(kProgram));
   const at = bytes.indexOf(kDevelopmentKey, 'latin1');
@@ -47,7 +47,7 @@ const item = ({ version = '1.4.0.0', url = 'https://x.test/a.exe', signature = k
 const feed = (...items) =>
   `<?xml version="1.0"?><!-- updates --><rss version="2.0"><channel><title>W &amp; W</title>${items.join('')}</channel></rss>`;
 
-test('resources of the built program are read from the file itself', () => {
+test('the resources of the built program are read from its file', () => {
   const file = readFileSync(kProgram);
   assert.deepEqual(programFacts(file), {
     company: 'Wendra',
@@ -69,7 +69,7 @@ test('resources of the built program are read from the file itself', () => {
   assert.throws(() => programFacts(Buffer.alloc(1000)), /no Windows program/);
 });
 
-test('signatures are those of OpenSSL, and only the exact bytes and the right key fit', () => {
+test('signatures equal those of OpenSSL and hold for the exact bytes and the right key only', () => {
   const seed = newSeed();
   const publicKey = publicKeyOf(seed);
   assert.equal(publicKey.length, 44);
@@ -93,7 +93,7 @@ test('signatures are those of OpenSSL, and only the exact bytes and the right ke
   assert.equal(theirs.toString('base64'), signature);
 });
 
-test('a known key gives the published signature', () => {
+test('the seed of the RFC gives the public key and signature of the RFC', () => {
   // RFC 8032, 7.1, test 2.
   const base64 = (hex) => Buffer.from(hex, 'hex').toString('base64');
   const seed = base64('4ccd089b28ff96da9db6c346ec114e0f5b8a319f35aba624da8cf6ed4fb8a6fb');
@@ -107,7 +107,7 @@ test('a known key gives the published signature', () => {
   }
 });
 
-test('versions compare the two ways', () => {
+test('versions are compared as the program does it and as the library does it', () => {
   for (const [a, b, asProgram, asLibrary] of [
     ['1.4', '1.4.0.0', 0, -1],
     ['1.4.0.0', '1.4.0.0', 0, 0],
@@ -127,7 +127,7 @@ test('versions compare the two ways', () => {
   }
 });
 
-test('a feed is read the two ways', () => {
+test('a feed is read as the program does it and as the library does it', () => {
   const two = feed(item(), item({ version: '1.5.0.0', url: 'https://x.test/b.exe?c&amp;d' }));
   assert.deepEqual(readAsProgram(two), { version: '1.4.0.0', shown: '', url: 'https://x.test/a.exe' });
   const { version, url } = readAsLibrary(two);
@@ -140,7 +140,7 @@ test('a feed is read the two ways', () => {
   assert.equal(readAsLibrary(cdata).version, '1.7');
 });
 
-test('where the two readings part is said', () => {
+test('the check of a feed names each difference between the two readings', () => {
   const same = { fileVersion: '1.4.0.0', productVersion: '1.4.0.0' };
   const cases = [
     ['nothing wrong, newer', feed(item({ version: '1.5.0.0' }), item()), same, []],
@@ -166,7 +166,7 @@ test('where the two readings part is said', () => {
   }
 });
 
-test('the way from a new key to a checked feed', () => {
+test('tools/appcast makes a key, a feed item and a signature, and checks the feed', () => {
   const [key, installer] = [scratch('seed'), scratch('setup.exe')];
   writeFileSync(installer, 'the installer');
   const made = appcast('new-key', key);

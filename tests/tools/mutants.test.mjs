@@ -1,4 +1,4 @@
-// tools/mutants: its table fits the tree, and a table that does not is told apart.
+// Tests tools/mutants: its table fits the tree, and rows that do not fit are found.
 import assert from 'node:assert/strict';
 import { spawnSync } from 'node:child_process';
 import { dirname, join } from 'node:path';
@@ -9,7 +9,7 @@ import { applied, whatIsWrong } from '../../tools/mutation/killers.mjs';
 
 const kRoot = join(dirname(fileURLToPath(import.meta.url)), '../..');
 
-test('every fault can be planted, and those who are to notice it are there', () => {
+test('every fault can be planted, and the tests that have to notice it exist', () => {
   assert.deepEqual(whatIsWrong(kFaults, kRoot), []);
 });
 
@@ -39,12 +39,12 @@ test('a row that does not fit is an error', () => {
   assert.match(whatIsWrong([good, good], kRoot)[0], /twice/);
 });
 
-test('planting takes the replacement as it is', () => {
+test('a replacement is planted literally, with its dollar signs', () => {
   const fault = { text: 'b', replacement: '$&$1' };
   assert.equal(applied(fault, 'abc'), 'a$&$1c');
 });
 
-test('names and the list', () => {
+test('tools/mutants lists all faults and refuses an unknown name', () => {
   const mutants = (...args) => spawnSync(join(kRoot, 'tools/mutants'), args, { encoding: 'utf8' });
   const { status, stdout } = mutants('--list');
   assert.equal(status, 0);

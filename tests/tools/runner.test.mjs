@@ -1,4 +1,4 @@
-// tests/runner: what ./test makes of programs that fail, hang, or leave something behind.
+// Tests tests/runner: what ./test does when a program fails, hangs, or leaves processes behind.
 import assert from 'node:assert/strict';
 import { mkdtempSync, readFileSync, readdirSync, rmSync, writeFileSync } from 'node:fs';
 import { tmpdir } from 'node:os';
@@ -16,7 +16,8 @@ const kLong = 60_000;
 const folder = mkdtempSync(join(tmpdir(), 'wendra-runner-'));
 after(() => rmSync(folder, { recursive: true }));
 
-// What a program leaves behind has this in its environment.
+// Each run has a mark of its own in its environment. Processes that the run leaves behind have the
+// mark too.
 let marks = 0;
 const newMark = () => `${process.pid}.${(marks += 1)}`;
 const leftOf = (mark) => processesWith('WENDRA_RUNNER_TEST', `${mark}\0`);
@@ -43,7 +44,7 @@ async function runNodeFile(name, text, env = {}, limitMs = kLong) {
 
 const counts = ({ passed, failed, skipped }) => ({ passed, failed, skipped });
 
-test('a program gives its exit code and output, and its temporary files go', async () => {
+test('a run gives exit code and output, and deletes the temporary files', async () => {
   const { code, output, trouble } = await runShell(
     'mkdir $TMPDIR/made; echo out $TMPDIR; echo err >&2; exit 7');
   assert.deepEqual([code, trouble], [7, '']);
@@ -52,12 +53,12 @@ test('a program gives its exit code and output, and its temporary files go', asy
   assert.throws(() => readdirSync(temporary), { code: 'ENOENT' });
 });
 
-test('a program that cannot be started has failed', async () => {
+test('a program that cannot be started counts as failed', async () => {
   const { code } = await runProgram('/no/such/program', [], { limitMs: kLong });
   assert.notEqual(code, 0);
 });
 
-test('a program over its limit ends with all that it has started', async () => {
+test('a program over its limit is ended with all programs that it has started', async () => {
   const cases = [
     ['its own children', 'sleep 300 & echo up; wait'],
     ['deaf to TERM', "trap '' TERM; echo up; for (( ; ; )); do sleep 300; done"],
@@ -72,7 +73,7 @@ test('a program over its limit ends with all that it has started', async () => {
   }
 });
 
-test('a runner that is told to end ends what it runs and starts nothing more', async () => {
+test('a runner that gets a signal ends its programs and starts no more', async () => {
   const script = join(folder, 'runner.mjs');
   const begun = join(folder, 'begun');
   const program = join(kRoot, 'tests/runner/program.mjs');
@@ -90,18 +91,18 @@ test('a runner that is told to end ends what it runs and starts nothing more', a
   assert.deepEqual(leftOf(mark), []);
 });
 
-test('what outlives a program is ended and named', async () => {
+test('a process that outlives the program is ended and named', async () => {
   const { code, trouble } = await runShell('setsid sleep 300 & exit 0', { restLimitMs: 500 });
   assert.equal(code, 0);
   assert.match(trouble, /^left behind:\n {2}sleep 300$/);
 });
 
-test('what ends by itself soon after a program is no trouble', async () => {
+test('a process that ends soon after the program is no failure', async () => {
   const { code, trouble } = await runShell('setsid sleep 0.3 & exit 0');
   assert.deepEqual([code, trouble], [0, '']);
 });
 
-test('a file of tests that passes, fails and skips is counted', async () => {
+test('passed, failed and skipped tests of a file are counted', async () => {
   const ended = await runNodeFile('counts', `
     import { test } from 'node:test';
     test('good', () => {});
@@ -113,7 +114,7 @@ test('a file of tests that passes, fails and skips is counted', async () => {
   assert.match(ended.output, /planted/);
 });
 
-test('a test that hangs fails by itself, and the others run', async () => {
+test('a test that hangs fails after its limit, and the other tests run', async () => {
   const ended = await runNodeFile('hangs', `
     import { after, test } from 'node:test';
     import { createServer } from 'node:net';
@@ -129,7 +130,7 @@ test('a test that hangs fails by itself, and the others run', async () => {
   assert.equal(ended.trouble, '');
 });
 
-test('a file that leaves something open ends, and has failed', async () => {
+test('a file that leaves a socket open is ended and fails', async () => {
   const ended = await runNodeFile('open', `
     import { test } from 'node:test';
     import { createServer } from 'node:net';
@@ -139,7 +140,7 @@ test('a file that leaves something open ends, and has failed', async () => {
   assert.match(ended.output, /has not ended 0\.5 s after its last test; still open: .*TCPServerWrap/);
 });
 
-test('of a file that is ended from outside the running test is named', async () => {
+test('the running test is named when its file is ended from outside', async () => {
   const ended = await runNodeFile('busy', `
     import { test } from 'node:test';
     test('before', () => {});
@@ -173,8 +174,8 @@ test('a test that fails while its host is open ends its file and the host', asyn
   assert.equal(ended.trouble, '');
 });
 
-// The Windows program, since there a thread that waits cannot be seen from outside.
-test('a test of GoogleTest that hangs is named, and ends its program', async () => {
+// Uses the Windows program: there a waiting thread cannot be seen from outside.
+test('a GoogleTest test that hangs is named and ends its program', async () => {
   const mark = newMark();
   const args = ['--profile', join(folder, 'profile'), '--', '--gtest_output=json:never_ends.json'];
   const ended = await runProgram(join(kRoot, 'tools/launch'), args, {
@@ -195,7 +196,7 @@ test('a test of GoogleTest that hangs is named, and ends its program', async () 
   assert.deepEqual(results, { passed: 1, failed: 1, skipped: 0, running: [name] });
 });
 
-test('of a GoogleTest program that leaves no results the running test is named', () => {
+test('the running test is named when a GoogleTest program leaves no results', () => {
   const output = [
     '[ RUN      ] A.Good', '[       OK ] A.Good (3 ms)',
     '[ RUN      ] A.Bad', '[  FAILED  ] A.Bad (3 ms)',
@@ -206,7 +207,7 @@ test('of a GoogleTest program that leaves no results the running test is named',
   assert.deepEqual(results, { passed: 1, failed: 2, skipped: 1, running: ['A.Hangs'] });
 });
 
-test('results count as failed where the program itself has failed', () => {
+test('a program that fails counts as a failure even if all its tests passed', () => {
   const file = join(folder, 'results.json');
   const all = { tests: 3, failures: 0, errors: 0, disabled: 0, testsuites: [] };
   writeFileSync(file, JSON.stringify(all));
@@ -216,7 +217,7 @@ test('results count as failed where the program itself has failed', () => {
   assert.equal(failed({ code: 0, trouble: 'left behind: x' }), 1);
 });
 
-test('two lanes share the work, and what wants to be alone is', async () => {
+test('two lanes share the units, and a unit with `alone` runs alone', async () => {
   const events = [];
   let atOnce = 0;
   let most = 0;

@@ -1,6 +1,6 @@
-// A second compiler and its linter, clang-tidy, take every source of a folder that is built for
-// Windows; .clang-tidy says what they look for. Ends with 1 when they find something.
-//   node tests/house/tidy.mjs FOLDER
+// Runs clang-tidy, the linter of a second compiler, over each source of a folder that is built for
+// Windows. .clang-tidy says which checks it makes. The exit code is 1 when it finds something.
+//   node tests/source/tidy.mjs FOLDER
 import { execFile } from 'node:child_process';
 import { readFileSync } from 'node:fs';
 import { cpus } from 'node:os';
@@ -11,7 +11,7 @@ import { promisify } from 'node:util';
 const run = promisify(execFile);
 const kRoot = join(dirname(fileURLToPath(import.meta.url)), '../..');
 
-// clang 14 does not find Debian's folder name "12-posix" by itself.
+// clang 14 does not find Debian's folder "12-posix" by itself.
 const kLibrary = '/usr/lib/gcc/x86_64-w64-mingw32/12-posix/include/c++';
 const kTarget = [
   '--target=x86_64-w64-mingw32', '-nostdinc++', '-isystem', kLibrary,

@@ -1,5 +1,6 @@
-// The rules of the house that no compiler checks: who may know whom, where Windows may be named,
-// what the program imports, and that all sources are formatted. tidy.mjs has a second compiler.
+// Checks rules that the compiler does not check: which module may include which, which files may
+// include Windows headers, what the program imports, how long files and functions are, and that
+// clang-format has formatted all sources. tidy.mjs runs a second compiler.
 import assert from 'node:assert/strict';
 import { execFileSync, spawnSync } from 'node:child_process';
 import { existsSync, readFileSync } from 'node:fs';
@@ -45,7 +46,7 @@ function includesOf(file) {
   }));
 }
 
-// What only a file that may name Windows may be called, or lie in.
+// The names and folders of files that may include Windows headers.
 const mayNameWindows = (file) =>
   /_win(_test)?\.(cpp|h)$/.test(file) || /^(tests\/)?win\//.test(file);
 
@@ -72,12 +73,14 @@ test('the program has no switches for development', () => {
   assert.deepEqual(wrong, []);
 });
 
-// As Windows programs built with mingw they lose a wake-up once in some thousand runs, and a thread
-// waits for ever. A mutex and a condition variable, or an event of Windows, do not.
-test('nothing waits by what loses wake-ups', () => {
+// In Windows programs built with mingw, these primitives lose a wake-up once in some thousand runs,
+// and then a thread waits for ever. A mutex with a condition variable does not, nor does a Windows
+// event.
+test('no thread waits with a primitive that loses wake-ups', () => {
   const losesWakeUps =
     /#\s*include\s*<(barrier|latch|semaphore)>|\bstop_callback\b|[.>]notify_(one|all)\(|[.>]wait\((?!\s*lock\b)|\batomic_(flag_)?(wait|notify)/;
-  // What tells of a condition variable takes the lock as the first argument of its wait.
+  // True when the object that is notified is a condition variable. The waits of a condition
+  // variable take the lock as first argument, so `losesWakeUps` does not match them.
   const isCondition = (text, line) => {
     const name = /(\w+)(?:\.|->)notify_/.exec(line)?.[1];
     return name !== undefined && new RegExp(`condition_variable(_any)? ${name};`).test(text);
@@ -96,7 +99,7 @@ test('nothing waits by what loses wake-ups', () => {
   assert.deepEqual(wrong, []);
 });
 
-test('Windows is named only in win/ and in files ending in _win', () => {
+test('only win/ and files ending in _win include Windows headers', () => {
   const isWindowsHeader = (path) =>
     /^(windows|windowsx|winsock2|ws2tcpip|winreg|winnls|sysinfoapi|combaseapi|shobjidl_core|objbase|objidl|oaidl|unknwn|ole2|winhttp|commctrl|shellapi|shlobj|shobjidl|shlwapi|knownfolders|wincodec|dwmapi|uxtheme|eventtoken|winver|winternl|tlhelp32|psapi|debugapi|winbase|winuser)\.h$/i
       .test(path);
@@ -109,7 +112,8 @@ test('Windows is named only in win/ and in files ending in _win', () => {
   assert.deepEqual(wrong, []);
 });
 
-// By the layout of .clang-format: a function outside a class begins and ends at the first column.
+// Finds functions by the layout of .clang-format: a function outside a class begins and ends in the
+// first column.
 function longFunctions(file, maxLines) {
   const lines = readFileSync(join(kRoot, file), 'utf8').split('\n');
   const long = [];
@@ -131,7 +135,7 @@ test('no file of the program has more than 400 lines, no function more than 60',
   assert.deepEqual(product.flatMap((file) => longFunctions(file, 60)), []);
 });
 
-test('sources are laid out by .clang-format', () => {
+test('clang-format has nothing to change in the sources', () => {
   const result = spawnSync('clang-format', ['--dry-run', '-Werror', ...cppFiles], {
     cwd: kRoot,
     encoding: 'utf8',
@@ -139,7 +143,7 @@ test('sources are laid out by .clang-format', () => {
   assert.equal(result.status, 0, result.stderr.split('\n').slice(0, 20).join('\n'));
 });
 
-test('the program imports system libraries and the two of its vendors only', () => {
+test('the program imports only system libraries and the two vendor libraries', () => {
   const exe = join(kRoot, 'build/windows/bin/wendra.exe');
   const headers = execFileSync('x86_64-w64-mingw32-objdump', ['-p', exe], {
     encoding: 'utf8',
@@ -155,7 +159,7 @@ test('the program imports system libraries and the two of its vendors only', () 
   assert.match(headers, /Base Relocation Directory \[\.reloc\]/);
 });
 
-test('of the update library the program imports what it calls and no more', () => {
+test('the program imports only the functions of the update library that it calls', () => {
   const exe = join(kRoot, 'build/windows/bin/wendra.exe');
   const headers = execFileSync('x86_64-w64-mingw32-objdump', ['-p', exe], {
     encoding: 'utf8',
@@ -185,7 +189,7 @@ test('of the update library the program imports what it calls and no more', () =
   ]);
 });
 
-test('a release is refused without a key of its own', () => {
+test('CMake refuses a release build without a key, and names and versions that are not valid', () => {
   const configure = (...options) =>
     spawnSync('cmake', ['-S', kRoot, '-B', join(kRoot, 'build/release-check'), '-G', 'Ninja',
       '--fresh', '-DWENDRA_TESTS=OFF', ...options], { encoding: 'utf8' });
