@@ -1,11 +1,11 @@
-// An ordinary browser with one page in it, driven over Chromium's own pipe.
+// Drives an ordinary browser with one page, over the pipe of Chromium's DevTools protocol.
 import { mkdtempSync, rmSync } from 'node:fs';
 import { tmpdir } from 'node:os';
 import { join } from 'node:path';
 import { ended, spawnTied } from '../../tools/wine/processes.mjs';
 import { inTime, until } from '../e2e/support/waiting.mjs';
 
-const kChromium = '/usr/lib/chromium/chromium-headless-shell'; // the one in /usr/bin is a wrapper
+const kChromium = '/usr/lib/chromium/chromium-headless-shell'; // the file in /usr/bin is a wrapper
 const kFlags = [
   '--no-sandbox', '--disable-gpu', '--disable-dev-shm-usage', '--no-first-run',
   '--disable-background-networking', '--remote-debugging-pipe', '--window-size=1260,900',
@@ -27,10 +27,10 @@ class Browser {
   #lastId = 0;
   #unread = '';
   #session;
-  errors = []; // what the page's scripts threw, and what its console took for an error
+  errors = []; // exceptions of the page's scripts and errors on its console
 
   async attach() {
-    this.#child.stdio[3].on('error', () => {}); // it has gone, and answers nothing
+    this.#child.stdio[3].on('error', () => {}); // the browser has ended; #send reports the time-out
     this.#child.stdio[4].setEncoding('utf8').on('data', (text) => this.#receive(text));
     const { targetInfos } = await this.#send('Target.getTargets');
     const { targetId } = targetInfos.find(({ type }) => type === 'page');
@@ -39,7 +39,7 @@ class Browser {
     await this.send('Runtime.enable');
   }
 
-  // Any command of the protocol, to the page.
+  // Sends any command of the protocol to the page.
   send(method, params = {}) {
     return this.#send(method, params, this.#session);
   }
@@ -49,7 +49,7 @@ class Browser {
     await this.waitFor(`document.readyState === "complete" && location.href === "${address}"`);
   }
 
-  // The value of an expression, or of a function of the page with JSON arguments.
+  // The value of an expression, or of a function that runs in the page with JSON arguments.
   async evaluate(expression, ...args) {
     const given = args.map((arg) => JSON.stringify(arg)).join(', ');
     const { result, exceptionDetails } = await this.send('Runtime.evaluate', {
@@ -61,7 +61,7 @@ class Browser {
     return result.value;
   }
 
-  // Until the condition gives something truthy.
+  // Waits until the condition gives something truthy.
   until(what, condition, context) {
     return until(what, condition, { context });
   }
@@ -70,7 +70,7 @@ class Browser {
     return this.until(`the page to fulfil ${expression}`, () => this.evaluate(expression));
   }
 
-  // What the user sees of the elements, one text each.
+  // The visible text of each element.
   async texts(selector) {
     return this.evaluate(
       (wanted) => [...document.querySelectorAll(wanted)].map((one) => one.innerText.trim()),
@@ -78,7 +78,7 @@ class Browser {
     );
   }
 
-  // Waits for the element first.
+  // Waits for the element, then clicks it.
   async click(selector) {
     const find = (wanted) => {
       const found = document.querySelector(wanted);
@@ -92,7 +92,7 @@ class Browser {
     await this.send('Input.dispatchMouseEvent', { type: 'mouseReleased', ...press });
   }
 
-  // Replaces what a field holds, as a user would by typing.
+  // Replaces the text of a field, as a user does by typing.
   async fill(selector, text) {
     await this.click(selector);
     await this.evaluate((wanted) => document.querySelector(wanted).select(), selector);

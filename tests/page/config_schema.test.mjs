@@ -1,5 +1,5 @@
-// docs/config.schema.json, which editors use, and the playground's own remarks: both know what the
-// host does with a configuration.
+// Tests that docs/config.schema.json, which editors use, and the remarks of the playground's editor
+// agree with what the host does with a configuration.
 import assert from 'node:assert/strict';
 import { readFileSync } from 'node:fs';
 import { dirname, join } from 'node:path';
@@ -12,12 +12,12 @@ import { kBadFiles, kGoodFiles } from './config_files.mjs';
 const kRoot = join(dirname(fileURLToPath(import.meta.url)), '../..');
 const schema = JSON.parse(readFileSync(join(kRoot, 'docs/config.schema.json'), 'utf8'));
 
-const kForEditors = ['errorMessage']; // beyond the standard
+const kForEditors = ['errorMessage']; // a keyword that the JSON Schema standard does not have
 const ajv = new Ajv({ strict: true, strictRequired: false, allowUnionTypes: true, allErrors: true });
 ajv.addVocabulary(kForEditors);
 const isValid = ajv.compile(schema);
 
-test('the schema is one', () => {
+test('the schema is a valid JSON schema', () => {
   assert.ok(ajv.validateSchema(schema), ajv.errorsText());
 });
 
@@ -35,7 +35,7 @@ for (const [why, file, remark] of kBadFiles) {
   });
 }
 
-test('a text that is no JSON is told apart', () => {
+test('a text that is not JSON gets one remark that says so', () => {
   for (const text of ['', '{', '{"a":1,}', '\ufeff{}', '// x\n{}']) {
     const [remark, ...others] = remarksOn(text);
     assert.match(remark, /^This is not JSON: ./, JSON.stringify(text));
@@ -43,7 +43,7 @@ test('a text that is no JSON is told apart', () => {
   }
 });
 
-test('every remark of a server is made, each under its name', () => {
+test('a server gets all its remarks, each with the name of the server', () => {
   const a = { url: 'ws://x', command: 'npx', disabled: true, headers: { n: 1 } };
   assert.deepEqual(remarksOn(JSON.stringify({ mcpServers: { a, 'b c': 5 } })), [
     'a: "disabled" is not a key: write "enabled": false',

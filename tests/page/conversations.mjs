@@ -1,17 +1,17 @@
-// Requests and the replies that they get, from the stand-in as from the host itself. `home` is the
-// folder of a user who has nothing yet.
+// Requests and their replies. The stand-in host and the real host must give the same replies.
+// `home` is the home folder of a new user, without files.
 const kOk = (value) => ({ ok: 1, value });
 const kFails = (value) => ({ ok: 0, value });
 
 const kDefaultConfig = '{\r\n  "mcpServers": {}\r\n}\r\n';
 const kInvalid = 'Invalid JSON — the file must contain a JSON object';
 const kTooLarge = 'config.json may not be larger than 1 MiB';
-const kLargestConfig = `{"a":"ü"}${' '.repeat(1_048_576 - 10)}`; // in bytes of UTF-8
+const kLargestConfig = `{"a":"ü"}${' '.repeat(1_048_576 - 10)}`; // 1 MiB as UTF-8
 const configPath = (home) => `${home}\\.config\\wendra\\config.json`;
 
 export const conversations = (home) => [
   {
-    why: 'a text comes back as it was written',
+    why: 'a file is read as it was written',
     steps: [
       ['writeFile', [`${home}\\a.txt`, 'one\r\ntwo ü 日本 \u{1f600}'], kOk('ok')],
       ['readFile', [`${home}\\a.txt`], kOk('one\r\ntwo ü 日本 \u{1f600}')],
@@ -42,7 +42,7 @@ export const conversations = (home) => [
     ],
   },
   {
-    why: 'reading says what is wrong with the path',
+    why: 'reading a file fails with the reason',
     steps: [
       ['readFile', [], kFails('readFile expects [path]')],
       ['readFile', [''], kFails('readFile expects [path]')],
@@ -58,7 +58,7 @@ export const conversations = (home) => [
     ],
   },
   {
-    why: 'a file may hold 16 MiB and no byte more',
+    why: 'a file of 16 MiB can be read, a larger file cannot',
     steps: [
       ['writeFile', [`${home}\\big`, 'x'.repeat(16_777_216)], kOk('ok')],
       ['readFile', [`${home}\\big`], kOk('x'.repeat(16_777_216))],
@@ -68,7 +68,7 @@ export const conversations = (home) => [
     ],
   },
   {
-    why: 'writing makes missing folders, and says what is wrong with the path',
+    why: 'writing makes missing folders, and fails with the reason',
     steps: [
       ['writeFile', [`${home}\\new\\deep\\f.txt`, 'x'], kOk('ok')],
       ['readFile', [`${home}\\new\\deep\\f.txt`], kOk('x')],
@@ -98,14 +98,14 @@ export const conversations = (home) => [
     ],
   },
   {
-    why: 'a command without text is refused',
+    why: 'an empty or missing command is refused',
     steps: [
       ['exec', ['', ''], kFails('exec expects [dir, command]')],
       ['exec', ['C:\\'], kFails('exec expects [dir, command]')],
     ],
   },
   {
-    why: 'the configuration is read and written whole',
+    why: 'the configuration is read and replaced as one text of at most 1 MiB',
     steps: [
       ['mcpReadConfig', [], kOk({ path: configPath(home), content: kDefaultConfig })],
       ['mcpWriteConfig', [], kFails('mcpWriteConfig expects [content]')],
@@ -125,7 +125,7 @@ export const conversations = (home) => [
     ],
   },
   {
-    why: 'without MCP servers the list is empty, and every one is unknown',
+    why: 'without MCP servers the list is empty, and every name is unknown',
     steps: [
       ['mcpServers', [], kOk([])],
       ['mcpWriteConfig', ['{"mcpServers":{"x":{"command":"x","enabled":false}}}'], kOk({ ok: true })],
@@ -139,7 +139,7 @@ export const conversations = (home) => [
     ],
   },
   {
-    why: 'names that nobody knows are answered',
+    why: 'an unknown action gets an error',
     steps: [
       ['nope', [], kFails("unknown native action 'nope'")],
       ['Platform', [], kFails("unknown native action 'Platform'")],

@@ -1,4 +1,5 @@
-// docs/failures.md beside the tests that it names and the list of functions that can be made to fail.
+// Compares docs/failures.md with the tests that it names, and with the list of functions that tests
+// can make fail.
 import assert from 'node:assert/strict';
 import { readFileSync, readdirSync } from 'node:fs';
 import { dirname, join } from 'node:path';
@@ -9,7 +10,7 @@ const kRoot = join(dirname(fileURLToPath(import.meta.url)), '../..');
 const read = (path) => readFileSync(join(kRoot, path), 'utf8');
 const doc = read('docs/failures.md');
 
-// The rows that have a test: {calls, test}, the latter as 'program: name'.
+// The rows of the document's tables: {calls, test}; `test` is 'program: name'.
 const rows = doc.split('\n')
   .map((line) => line.split(/(?<!\\) ?\| ?/).slice(1, -1))
   .filter((cells) => cells.length === 4 && !/^(Call|---)/.test(cells[0]))
@@ -20,7 +21,9 @@ const namesOfNode = (file) =>
 const namesOfGoogle = (file) =>
   [...read(file).matchAll(/^TEST(?:_F)?\((\w+),\s*(\w+)\)/gm)].map(([, suite, name]) => `${suite}.${name}`);
 
-// Every GoogleTest file, by folder: 'faults_test' is tests/faults, 'config_win_test' tests/config.
+// The names of a program's tests. A GoogleTest program has the files of one folder: 'faults_test'
+// those of tests/faults, 'config_win_test' those of tests/config. Other names are those of files
+// in tests/e2e.
 function namesOf(program) {
   const folder = /^(\w+?)(?:_win)?_test$/.exec(program)?.[1];
   if (!folder) return namesOfNode(`tests/e2e/${program}.test.mjs`);
@@ -29,7 +32,7 @@ function namesOf(program) {
     .flatMap((file) => namesOfGoogle(`tests/${folder}/${file}`));
 }
 
-test('every test that is named exists', () => {
+test('every test that docs/failures.md names exists', () => {
   assert.ok(rows.length > 50, `${rows.length} rows`);
   for (const { test: named } of rows) {
     const [program, name] = named.split(/: (.*)/s);
@@ -37,7 +40,7 @@ test('every test that is named exists', () => {
   }
 });
 
-test('every test of calls that fail is named', () => {
+test('docs/failures.md names every end-to-end test of failing calls', () => {
   const named = new Set(rows.map((row) => row.test));
   const files = readdirSync(join(kRoot, 'tests/e2e')).filter((file) => /^failing_.*\.test\.mjs$/.test(file));
   assert.ok(files.length >= 4, files.join());
@@ -45,14 +48,14 @@ test('every test of calls that fail is named', () => {
     const program = file.replace('.test.mjs', '');
     const tests = [...read(`tests/e2e/${file}`).matchAll(/^test\((['"])(.+)\1, async/gm)];
     for (const [, , name] of tests) {
-      // What stands for a table of its own has a row for each of its lines instead.
+      // This test has a table of its own. docs/failures.md has a row for each line of that table.
       if (name === 'what fails while a server is started is said, and leaves nothing behind') continue;
       assert.ok(named.has(`${program}: ${name}`), `${program}: ${name}`);
     }
   }
 });
 
-test('every function that can be made to fail has a row', () => {
+test('every function that tests can make fail has a row', () => {
   const source = read('devruntime/failing_calls/failing_calls_win.cpp');
   const functions = [...source.matchAll(/WENDRA_CALL\((\w+), k/g)].map(([, name]) => name);
   assert.ok(functions.length > 60, `${functions.length} functions`);

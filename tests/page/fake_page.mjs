@@ -1,12 +1,13 @@
-// A document as the module finds it: made before the module is imported, since it looks once.
+// Makes the `window` and `document` that page/wendra-host.js finds. Call makePage() before the
+// module is imported: the module looks at them once, when it is loaded.
 
 let copies = 0;
 
-// Node 18 has the other kinds of event only; every browser has this one.
+// Every browser has CustomEvent; Node 18 does not.
 globalThis.CustomEvent ??= class CustomEvent extends Event {};
 
-// What may differ from Wendra's own window: `inside` (what the host adds is there), `framed`,
-// `bridge` (window.__wendra as another script left it), `post` (what postMessage does besides).
+// `inside`: the page has the objects that the host adds. `framed`: the page is in a frame.
+// `bridge`: a window.__wendra that another script has made. `post`: postMessage calls it too.
 export function makePage({ inside = true, framed = false, bridge, post = () => {} } = {}) {
   const posted = [];
   const window = {};
@@ -29,7 +30,7 @@ export function makePage({ inside = true, framed = false, bridge, post = () => {
   return { window, document, posted, reply };
 }
 
-// A copy of its own, as a page gets one that is loaded twice.
+// Imports a new copy of the module, as when a page loads the module twice.
 export function importModule() {
   copies += 1;
   return import(`../../page/wendra-host.js?copy=${copies}`);

@@ -1,4 +1,4 @@
-// docs/mcp.md says what the host says: its log lines, its error texts, its keys, its folders.
+// Compares docs/mcp.md with the host: log lines, error texts, keys of a server, folders.
 import assert from 'node:assert/strict';
 import { readFileSync, readdirSync } from 'node:fs';
 import { dirname, join } from 'node:path';
@@ -26,7 +26,8 @@ function firstCells(heading) {
   return rows.flatMap((cell) => [...cell.matchAll(/`([^`]+)`/g)].map(([, one]) => one));
 }
 
-// What stands still in a text: the pieces between words that stand for something.
+// A documented text has placeholders, such as NAME. These are the pieces between them, without
+// quotes; pieces without two letters in a row are left out.
 const kPlaceholder = /\b(?:NAME|PATH|URL|TEXT|PROGRAM|COMMAND LINE|COMMAND|N)\b/;
 const fixedPieces = (line) =>
   line
@@ -34,7 +35,7 @@ const fixedPieces = (line) =>
     .map((piece) => piece.replace(/^'|'$/g, ''))
     .filter((piece) => /[a-z]{2}/.test(piece));
 
-test('every line of the log that is written down is one of the host', () => {
+test('the host writes every log line that docs/mcp.md lists', () => {
   const lines = firstCells('What the log says');
   assert.ok(lines.length >= 18, `${lines.length} lines`);
   for (const line of lines) {
@@ -45,16 +46,16 @@ test('every line of the log that is written down is one of the host', () => {
   }
 });
 
-test('every line of the log that the host writes is written down', () => {
+test('docs/mcp.md lists every log line of the MCP client', () => {
   const statements = mcpCode.split(';').filter((one) => /"\[MCP|\btag \+|Skipped\(name,/.test(one));
   const literals = statements.flatMap((one) => [...one.matchAll(/"((?:[^"\\]|\\.)*)"/g)])
     .map(([, literal]) => literal.trim())
-    .filter((literal) => /[a-z]{4}/.test(literal) && /[ [\]]/.test(literal)); // no mere keys
+    .filter((literal) => /[a-z]{4}/.test(literal) && /[ [\]]/.test(literal)); // leaves out keys
   assert.ok(literals.length >= 15, literals.join('\n'));
   for (const literal of literals) assert.ok(text.includes(literal), `docs/mcp.md misses: ${literal}`);
 });
 
-test('every error text that is written down is one of the host', () => {
+test('the host has every error text that docs/mcp.md lists', () => {
   const texts = firstCells('What a failed call says').filter((one) => !one.startsWith('HTTP '));
   assert.ok(texts.length >= 12, texts.join());
   for (const one of texts) {
@@ -64,7 +65,7 @@ test('every error text that is written down is one of the host', () => {
   }
 });
 
-test('the keys are those that the host reads and that editors know', () => {
+test('docs/mcp.md has the keys that the schema has and the host reads', () => {
   const keys = firstCells('A server').sort();
   const { properties } = JSON.parse(read('docs/config.schema.json')).definitions.server;
   assert.deepEqual(keys, Object.keys(properties).filter((key) => key !== 'disabled').sort());
@@ -72,7 +73,7 @@ test('the keys are those that the host reads and that editors know', () => {
   for (const key of keys) assert.ok(entries.includes(`"${key}"`), `the host does not read ${key}`);
 });
 
-test('the folders of commands are those of the host', () => {
+test('docs/mcp.md lists every folder in which the host looks for commands', () => {
   const [, list] = /kToolDirectories\[\] = \{([\s\S]*?)\n\};/.exec(read('mcp/stdio/search_path.cpp'));
   const folders = [...list.matchAll(/L"([^"]*[\\][^"]*)"/g)].map(([, one]) =>
     one.replaceAll('\\\\', '\\').replace(/^\\/, ''));
@@ -80,7 +81,7 @@ test('the folders of commands are those of the host', () => {
   for (const folder of folders) assert.ok(text.includes(`${folder}\``), `misses ${folder}`);
 });
 
-test('the example is one that Wendra takes as it stands', () => {
+test('the example in docs/mcp.md gets no remarks', () => {
   const [, example] = /```json\n([\s\S]*?)```/.exec(text);
   assert.deepEqual(remarksOn(example), []);
 });

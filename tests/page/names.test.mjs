@@ -1,4 +1,5 @@
-// An action's name stands in the module, in its typings, in docs/page-api.md and in the host.
+// Tests that the module, its typings, docs/page-api.md and the host have the same actions, and that
+// the error texts of the native actions are documented.
 import assert from 'node:assert/strict';
 import { readFileSync, readdirSync } from 'node:fs';
 import { dirname, join } from 'node:path';
@@ -15,7 +16,7 @@ const kNoActions = [
   'HostError', 'NoHostError', 'call', 'isInsideHost', 'isStandIn', 'onMcpConfigChanged',
 ];
 
-// Each value that the typings export, in their order.
+// The names of all values that the typings export, in the order of the typings.
 function promised() {
   const program = ts.createProgram([kTypings], { strict: true, types: [] });
   const checker = program.getTypeChecker();
@@ -29,7 +30,7 @@ function promised() {
 
 const isAction = (name) => !kNoActions.includes(name);
 
-// A module's own exports are sorted; its source keeps the order.
+// The exports in the order of the module's source. `Object.keys(host)` is in alphabetical order.
 const written = () => {
   const found = read('page/wendra-host.js').matchAll(/^export (?:const|class|function) (\w+)/gm);
   return Array.from(found, ([, name]) => name);
@@ -46,7 +47,7 @@ const sourcesOf = (...folders) =>
     .map(read)
     .join('\n');
 
-// The name that an action's factory gives: the first text in its definition.
+// The name of the action that a factory makes: the first string in the factory's definition.
 function nameMadeBy(factory, code) {
   const start = code.search(new RegExp(`^Action ${factory}\\(`, 'm'));
   assert.notEqual(start, -1, `${factory} is defined nowhere`);
@@ -65,20 +66,20 @@ function dispatched() {
   return [...table.matchAll(/\b(\w+Action)\(/g)].map(([, factory]) => nameMadeBy(factory, code));
 }
 
-test('the module exports what its typings promise, in their order', () => {
+test('the module exports the values of its typings in the same order', () => {
   assert.deepEqual(written(), promised());
   assert.deepEqual(Object.keys(host).sort(), promised().sort());
 });
 
-test('the text on the API lists the same actions in the same order', () => {
+test('docs/page-api.md lists the same actions in the same order', () => {
   assert.deepEqual(documented(), promised().filter(isAction));
 });
 
-test('the host dispatches the same actions in the same order', () => {
+test('the host has the same actions in the same order', () => {
   assert.deepEqual(dispatched(), promised().filter(isAction));
 });
 
-test('every error text of the native actions is written down', () => {
+test('docs/page-api.md and the typings have every error text of the native actions', () => {
   const found = sourcesOf('bridge').matchAll(/(?:Fail\([^";\n]*|Failure\{)"([^"]+)"/g);
   const texts = Array.from(found, ([, text]) => text);
   assert.ok(texts.includes('no such file') && texts.length >= 6, texts.join());

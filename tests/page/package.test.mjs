@@ -1,4 +1,4 @@
-// The npm package: what is in it, that it can be imported, and that its typings hold.
+// Tests the npm package: its files, that its modules can be imported, and that its typings fit.
 import assert from 'node:assert/strict';
 import { execFileSync, spawnSync } from 'node:child_process';
 import { cpSync, mkdirSync, mkdtempSync, readFileSync, rmSync, writeFileSync } from 'node:fs';
@@ -34,7 +34,7 @@ before(() => {
 
 after(() => rmSync(project, { recursive: true, force: true }));
 
-test('it holds the module, the stand-in and their typings, and nothing else', () => {
+test('the package holds the module, the stand-in, their typings, licence and README only', () => {
   const [{ files, name }] = JSON.parse(npm('pack', '--dry-run', '--json'));
   assert.equal(name, 'wendra-host');
   assert.deepEqual(files.map(({ path }) => path).sort(), [
@@ -48,14 +48,14 @@ test('it holds the module, the stand-in and their typings, and nothing else', ()
   ]);
 });
 
-test('it depends on nothing and has the licence of the whole', () => {
+test("the package has no dependencies and has the repository's licence", () => {
   const manifest = JSON.parse(readFileSync(join(installed, 'package.json'), 'utf8'));
   for (const name of Object.keys(manifest)) assert.doesNotMatch(name, /dependencies|scripts/i);
   const licence = readFileSync(join(kPage, '../LICENSE'), 'utf8');
   assert.equal(readFileSync(join(installed, 'LICENSE'), 'utf8'), licence);
 });
 
-test('both of its modules can be imported by name', () => {
+test('both modules of the package can be imported by name', () => {
   const script = `
     const host = await import('wendra-host');
     const { installStandIn } = await import('wendra-host/standin');
@@ -71,7 +71,7 @@ const kStrict = ['--noEmit', '--strict', '--exactOptionalPropertyTypes', '--targ
 const kResolutions = [['nodenext', 'nodenext'], ['es2022', 'bundler']];
 
 for (const [module, resolution] of kResolutions) {
-  test(`a page in TypeScript compiles against it, modules found by ${resolution}`, () => {
+  test(`a page in TypeScript compiles with the package, module resolution ${resolution}`, () => {
     const how = ['--module', module, '--moduleResolution', resolution];
     const { status, stdout } = compile('use.ts', ...kStrict, ...how);
     assert.equal(stdout, '');
@@ -79,7 +79,7 @@ for (const [module, resolution] of kResolutions) {
   });
 }
 
-test('the compiler holds module, stand-in and playground to the typings', () => {
+test('the compiler accepts module, stand-in and playground with the typings', () => {
   const { status, stdout } = compile('-p', kHere, '--listFilesOnly');
   assert.equal(status, 0);
   for (const file of ['wendra-host.js', 'wendra-host-standin.js', 'playground/views/files.js']) {

@@ -1,4 +1,4 @@
-// How the playground is served, and what its views work out without a document.
+// Tests how the playground is served, and those functions of its views that need no document.
 import assert from 'node:assert/strict';
 import { setDefaultResultOrder } from 'node:dns';
 import { after, before, test } from 'node:test';
@@ -6,7 +6,7 @@ import { entriesOf, joined, parentOf } from '../../page/playground/views/folder_
 import { describe, forEditor, forFile, isFaithful } from '../../page/playground/views/text_file.js';
 import { startPlayground } from './playground_server.mjs';
 
-setDefaultResultOrder('ipv4first'); // Node 18 tries one address of a name only
+setDefaultResultOrder('ipv4first'); // Node 18 tries only the first address of a name
 
 let server;
 
@@ -18,7 +18,7 @@ after(async () => {
   await server?.close();
 });
 
-test('the printed address is the page, and every module that it needs is there', async () => {
+test('the printed address serves the page, and all modules that it imports are served', async () => {
   assert.match(server.address, /^http:\/\/localhost:\d+\/playground\/$/);
   const page = await fetch(server.address);
   assert.match(page.headers.get('content-type'), /^text\/html/);
@@ -39,7 +39,7 @@ test('the printed address is the page, and every module that it needs is there',
   assert.ok(seen.has(new URL('/wendra-host.js', server.address).href));
 });
 
-test('a folder without its slash is sent to it, and nothing lies outside', async () => {
+test('a folder without its slash is redirected, and paths outside the folder give 404', async () => {
   const folder = await fetch(server.address.slice(0, -1), { redirect: 'manual' });
   assert.equal(folder.status, 302);
   assert.equal(folder.headers.get('location'), '/playground/');
@@ -58,14 +58,14 @@ test('a listing is split into folders and files', () => {
   for (const [output, entries] of cases) assert.deepEqual(entriesOf(output), entries);
 });
 
-test('paths are joined and shortened as Windows means them', () => {
+test('paths are joined, and their parents found, by the rules of Windows', () => {
   assert.equal(joined('C:\\', 'a'), 'C:\\a');
   assert.equal(joined('C:\\a', 'b'), 'C:\\a\\b');
   const parents = [['C:\\a\\b', 'C:\\a'], ['C:\\a\\', 'C:\\'], ['C:\\a', 'C:\\'], ['C:\\', 'C:\\']];
   for (const [folder, parent] of parents) assert.equal(parentOf(folder), parent, folder);
 });
 
-test('a text goes through the editor unchanged, or may not be saved', () => {
+test('the editor keeps a text unchanged, or reports that it cannot', () => {
   const faithful = ['', 'a', 'a\n', 'a\nb\n', 'a\r\nb\r\n', '\r\n', '\ufeffa\r\n'];
   const damaged = ['a\r\nb\n', 'a\rb', 'a\r\r\n', 'a\0b', 'a\ufffd'];
   for (const content of faithful) {

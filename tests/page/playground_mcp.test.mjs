@@ -1,4 +1,4 @@
-// What the playground's MCP views work out without a document.
+// Tests those functions of the playground's MCP views that need no document.
 import assert from 'node:assert/strict';
 import { test } from 'node:test';
 import { expected, inventory } from '../../page/playground/views/mcp_inventory.js';
@@ -14,7 +14,7 @@ const config = (mcpServers) => JSON.stringify({ mcpServers });
 // Name and state of each server, in order.
 const states = (servers) => servers.map(({ name, state }) => `${name}: ${state}`);
 
-test('every server of the configuration is shown, whether the host answers for it or not', () => {
+test('every server of the configuration is shown, also one that the host does not list', () => {
   const text = config({
     One: { command: 'npx' },
     off: { command: 'npx', enabled: false },
@@ -49,7 +49,7 @@ test('every server of the configuration is shown, whether the host answers for i
   ]); // prettier-ignore
 });
 
-test('a reduced name finds its server, so that it is shown with the full one', () => {
+test('a server that the host lists by its safe name is shown with its full name', () => {
   const names = [['My Server', 'my_server'], ['a-B_9', 'a-b_9'], ['Übel 😀!', '_bel___'], ['', '']];
   for (const [name, reduced] of names) {
     const answers = [{ name: reduced, command: 'a', tools: [] }];
@@ -58,7 +58,7 @@ test('a reduced name finds its server, so that it is shown with the full one', (
   }
 });
 
-test('names that are reduced to the same are told apart by kind, then by order', () => {
+test('servers with the same safe name are told apart by kind, then by order', () => {
   const text = config({ 'a b': { command: 'x' }, A_B: { url: 'https://u' }, a_b: { command: 'y' } });
   const answers = [
     { name: 'a_b', command: '', url: 'https://u', tools: [] },
@@ -69,7 +69,7 @@ test('names that are reduced to the same are told apart by kind, then by order',
   assert.deepEqual(found, ['a b: X', 'A_B: https://u', 'a_b: Y']);
 });
 
-test('an answer for which the configuration has no server is shown after the others', () => {
+test('a listed server that the configuration does not have is shown after the others', () => {
   const answers = [{ name: 'old', command: 'x', tools: [] }];
   for (const text of ['', '{', '[]', 'null', '{"mcpServers":[]}', config({})]) {
     assert.deepEqual(states(inventory(text, answers)), ['old: ready'], text);
@@ -79,7 +79,7 @@ test('an answer for which the configuration has no server is shown after the oth
   assert.deepEqual(states(servers), ['new: missing', 'old: ready']);
 });
 
-test('a schema becomes fields of the right kind', () => {
+test('the properties of a schema become fields of the right kind', () => {
   const cases = [
     [{ type: 'string' }, { kind: 'text', start: '' }],
     [{ type: 'string', default: 'a' }, { kind: 'text', start: 'a' }],
@@ -106,7 +106,7 @@ test('a schema becomes fields of the right kind', () => {
   }
 });
 
-test('a tool without parameters has no fields, one that a form cannot say has none to fill in', () => {
+test('a tool without parameters has no fields; a schema that no form can show gives null', () => {
   for (const schema of [undefined, {}, { type: 'object' }, { properties: 5 }, { properties: {} }]) {
     assert.deepEqual(fieldsOf(schema), [], JSON.stringify(schema));
   }
@@ -127,7 +127,7 @@ const kFields = fieldsOf({
   required: ['text', 'count'],
 });
 
-test('what is filled in becomes arguments of the right type', () => {
+test('texts in the fields become arguments of the right type', () => {
   const cases = [
     [['', '1'], { text: '', count: 1 }],
     [['5', '-3', '1.5e3', 'true', '"a"', '[1]'],
@@ -138,7 +138,7 @@ test('what is filled in becomes arguments of the right type', () => {
   for (const [texts, args] of cases) assert.deepEqual(argumentsOf(kFields, texts), args);
 });
 
-test('what cannot be sent is named', () => {
+test('a field whose text cannot be sent is named', () => {
   const cases = [
     [['a'], /^count is missing$/],
     [['a', 'x'], /^count is not a number$/],
@@ -152,7 +152,7 @@ test('what cannot be sent is named', () => {
   }
 });
 
-test('arguments as JSON are an object', () => {
+test('arguments written as JSON must be an object', () => {
   assert.deepEqual(argumentsFromJson(' '), {});
   assert.deepEqual(argumentsFromJson('{"a":[1]}'), { a: [1] });
   for (const text of ['[]', 'null', '5']) {

@@ -1,4 +1,4 @@
-// The playground, served as ./run serves it.
+// Serves the playground the way ./run does.
 import { spawn } from 'node:child_process';
 import { once } from 'node:events';
 import { dirname, join } from 'node:path';
@@ -13,7 +13,7 @@ export async function startPlayground() {
   });
   const [line] = await once(server.stdout, 'data');
   return {
-    address: String(line).trim(), // as it is printed
+    address: String(line).trim(), // as the server prints it
     async close() {
       server.stdin.end();
       await once(server, 'exit');

@@ -1,4 +1,4 @@
-// The playground's MCP views in an ordinary browser, where the stand-in answers.
+// Tests the playground's MCP views in an ordinary browser, where the stand-in host answers.
 import assert from 'node:assert/strict';
 import { after, before, beforeEach, test } from 'node:test';
 import { startBrowser } from './browser.mjs';
@@ -20,7 +20,7 @@ after(async () => {
 let visits = 0;
 
 beforeEach(async () => {
-  visits += 1; // a new address, so that nothing is left of the test before
+  visits += 1; // a new address, so that the browser loads a new document for each test
   await browser.visit(`${server.address}?${visits}#servers`);
   await browser.waitFor('document.querySelector(".server.ready")');
 });
@@ -29,7 +29,7 @@ const open = (view) => browser.evaluate((name) => void (location.hash = name), v
 const valueOf = (selector) =>
   browser.evaluate((wanted) => document.querySelector(wanted).value, selector);
 
-// Waits until elements say what they have to, and shows what they said if they never do.
+// Waits until an element has the wanted text. When none gets it, the error shows their last texts.
 async function says(selector, wanted) {
   let seen;
   const fits = async () => {
@@ -49,7 +49,7 @@ async function call(tool, fields = {}) {
   await browser.click(inTool(tool, '.call button'));
 }
 
-test('every server is listed with its state, its place and its tools', async () => {
+test('every server is listed with its state, its command or address, and its tools', async () => {
   assert.deepEqual(await browser.texts('.server > summary b'), ['Samples', 'remote', 'resting']);
   assert.deepEqual(await browser.texts('.server > summary .state'), ['ready · 4 tools', 'failed', 'off']);
   assert.deepEqual(await browser.texts('.server > .where'), ['npx', 'https://mcp.example/mcp', 'npx']);
@@ -67,7 +67,7 @@ test('a tool is called through its form, and the answer has text and structured 
   assert.deepEqual(JSON.parse(structured), { place: 'Köln', sky: 'sunny', days: 2 });
 });
 
-test('a picture is shown as one', async () => {
+test('an image in an answer is shown as a picture', async () => {
   await call('draw');
   await says(inTool('draw', 'figcaption'), 'image/svg+xml · 240 × 120 pixels');
 });
@@ -85,13 +85,13 @@ test('a tool that fails and a call without an answer look different', async () =
   await says('.server .problem', "MCP server 'Others' is not running");
 });
 
-test('a field that cannot be sent is named, and nothing is called', async () => {
+test('a field that cannot be sent is named, and no tool is called', async () => {
   await call('forecast', { place: 'x', days: '1.5' });
   await says(inTool('forecast', '.problem'), 'days is not a whole number');
   assert.deepEqual(await browser.texts(inTool('forecast', '.calls li')), []);
 });
 
-test('arguments may be written as JSON, beginning with what the form says', async () => {
+test("arguments may be written as JSON, which begins with the form's values", async () => {
   await browser.click(inTool('echo', '> summary'));
   await browser.fill(inTool('echo', '[name="message"]'), 'hi');
   await browser.click(inTool('echo', '.call .quiet'));
@@ -101,7 +101,7 @@ test('arguments may be written as JSON, beginning with what the form says', asyn
   await says(inTool('echo', '.calls pre'), 'from JSON');
 });
 
-test('the configuration is read, changed and saved, and the servers follow', async () => {
+test('the configuration is read, changed and saved, and the list of servers follows', async () => {
   await open('config');
   await browser.waitFor('document.querySelector("#config-text").value');
   const text = await valueOf('#config-text');
@@ -115,7 +115,7 @@ test('the configuration is read, changed and saved, and the servers follow', asy
   await says('[data-server="resting"] .state', 'ready · 0 tools');
 });
 
-test('what the host refuses and what it would ignore is said', async () => {
+test('the editor shows what the host would ignore, and the error when the host refuses', async () => {
   await open('config');
   await browser.waitFor('document.querySelector("#config-text").value');
   await browser.fill('#config-text', '{"mcpServers":{"a":{"command":"x","disabled":true}}}');
@@ -128,7 +128,7 @@ test('what the host refuses and what it would ignore is said', async () => {
   assert.deepEqual(await browser.texts('#view-config .problem:not([hidden])'), []);
 });
 
-test('what somebody else writes is shown, but never replaces what is being written', async () => {
+test('a change by another program is shown, but does not replace unsaved text', async () => {
   await open('config');
   await browser.waitFor('document.querySelector("#config-text").value');
   const write = (text) =>
@@ -145,7 +145,7 @@ test('what somebody else writes is shown, but never replaces what is being writt
   assert.equal(await valueOf('#config-text'), '{"mine":1}');
 });
 
-test('a new list leaves open forms and results as they are', async () => {
+test('a new list of servers keeps open forms and results', async () => {
   await call('echo', { message: 'kept' });
   await says(inTool('echo', '.calls pre'), 'kept');
   await browser.evaluate(async () => {
@@ -157,7 +157,7 @@ test('a new list leaves open forms and results as they are', async () => {
   assert.equal(await valueOf(inTool('echo', '[name="message"]')), 'kept');
 });
 
-test('an empty configuration says where to begin', async () => {
+test('with an empty configuration the page says where to begin', async () => {
   await browser.evaluate(async () => {
     const { host } = await import('./recorded_host.js');
     await host.mcpWriteConfig('{}');
@@ -165,13 +165,13 @@ test('an empty configuration says where to begin', async () => {
   await says('#servers', /^config\.json names no server\./);
 });
 
-test('the check for updates is asked for', async () => {
+test('the button for updates sends checkForUpdates', async () => {
   await open('updates');
   await browser.click('#updates-check');
   await says('#updates-status', /^ok, at /);
   await says('#requests b', 'checkForUpdates');
 });
 
-test('nothing is said on the console but that a stand-in answers', () => {
+test('the page writes no error to the console', () => {
   assert.deepEqual(browser.errors, []);
 });

@@ -1,4 +1,4 @@
-// page/wendra-host-standin.js: what a page sees of it through the module.
+// Tests page/wendra-host-standin.js through the module, as a page uses it.
 import assert from 'node:assert/strict';
 import { test } from 'node:test';
 import { conversations } from './conversations.mjs';
@@ -18,11 +18,11 @@ const replyTo = (name, args) =>
     (error) => ({ ok: 0, value: error instanceof host.HostError ? error.message : error }),
   );
 
-test('nobody answers before it is installed', async () => {
+test('a call before the stand-in is installed is rejected', async () => {
   await assert.rejects(host.platform(), { name: 'NoHostError' });
 });
 
-test('inside Wendra it stays away', () => {
+test('inside Wendra the stand-in is not installed', () => {
   window.__wendraHost = { platform: 'windows', topInset: 0 };
   assert.equal(installStandIn(), false);
   delete window.__wendraHost;
@@ -30,7 +30,7 @@ test('inside Wendra it stays away', () => {
   assert.deepEqual(warnings, []);
 });
 
-test('it says in the console and to the page what it is', () => {
+test('the stand-in names itself on the console and to the page', () => {
   assert.equal(installStandIn(), true);
   assert.match(warnings.join(), /STAND-IN/);
   assert.equal(host.isStandIn(), true);
@@ -38,7 +38,7 @@ test('it says in the console and to the page what it is', () => {
 });
 
 for (const { why, steps } of conversations(kHome)) {
-  test(`as the host: ${why}`, async () => {
+  test(`the stand-in replies as the host: ${why}`, async () => {
     installStandIn();
     for (const [name, args, expected] of steps) {
       const reply = await replyTo(name, args);
@@ -47,7 +47,7 @@ for (const { why, steps } of conversations(kHome)) {
   });
 }
 
-// Without a comparison of 16 MiB, line by line, when it fails.
+// For short errors: assert.deepEqual would compare 16 MiB line by line when it fails.
 const brief = (value) => JSON.stringify(value).slice(0, 200);
 const isSame = (a, b) => {
   const sorted = ({ ok, value }) =>
@@ -55,7 +55,7 @@ const isSame = (a, b) => {
   return JSON.stringify(sorted(a)) === JSON.stringify(sorted(b));
 };
 
-test('it begins with what it is given', async () => {
+test('the stand-in has the facts, files and folders that it is given', async () => {
   installStandIn({
     platform: { user: 'eve', home: 'D:\\eve' },
     files: { 'D:\\eve\\t.txt': 'text', 'D:\\eve\\b.bin': new Uint8Array([0, 255, 128]) },
@@ -73,7 +73,7 @@ test('it begins with what it is given', async () => {
   assert.deepEqual(await host.getProjectDirs(), { one: 'D:\\one' });
 });
 
-test('installed again it has forgotten', async () => {
+test('a stand-in that is installed again has no files of before', async () => {
   installStandIn();
   await host.writeFile('C:\\x', 'x');
   installStandIn();
@@ -89,7 +89,7 @@ test('a command is not run, and the reply says so', async () => {
   });
 });
 
-test('commands and the folder dialog may be played', async () => {
+test('functions of the page may play commands and the folder dialog', async () => {
   const asked = [];
   const chosen = [`${kHome}\\src`, null];
   installStandIn({
@@ -125,7 +125,7 @@ test("without a dialog the browser's prompt asks; empty or cancelled is null", a
   assert.equal(prompts[0][1], kHome);
 });
 
-test('a written configuration is told to the page', async () => {
+test('the page is notified when the configuration has been written', async () => {
   installStandIn();
   const changed = new Promise((resolve) => host.onMcpConfigChanged(resolve));
   await host.mcpWriteConfig('{"a":1}');
@@ -137,7 +137,7 @@ const kEcho = {
   call: (tool, args) => ({ text: `${tool} ${JSON.stringify(args)}` }),
 };
 
-test('MCP servers may be played, and stand in the configuration', async () => {
+test('the page may play MCP servers, and the configuration has them', async () => {
   const far = { config: { url: 'far.example/mcp/', headers: { A: 'b' } }, error: 'HTTP 401' };
   installStandIn({ mcpServers: { 'My Echo': kEcho, far, bare: {} } });
   assert.deepEqual(JSON.parse((await host.mcpReadConfig()).content), {

@@ -1,4 +1,4 @@
-// page/wendra-host.js against a window that records what is posted.
+// Tests page/wendra-host.js with a window that records the posted requests.
 import assert from 'node:assert/strict';
 import { test } from 'node:test';
 import { importModule, makePage } from './fake_page.mjs';
@@ -42,7 +42,7 @@ test('call sends any name, and arguments of any shape', async () => {
   assert.deepEqual(posted.map(({ args }) => args), [[], [1, null], null, {}, 'text', 5, []]);
 });
 
-test('a success resolves with the value as it came', async () => {
+test('a success resolves with the value of the reply, unchanged', async () => {
   const { posted, reply } = makePage();
   const host = await importModule();
   for (const value of [null, true, false, 0, '', 'ok', [], { exit: -1 }]) {
@@ -73,7 +73,7 @@ test('a failure rejects with the text of the host, unchanged', async () => {
   }
 });
 
-test('ids hold nothing that a quoted text must escape, and differ between copies', async () => {
+test('ids need no escaping in a string, and differ between copies of the module', async () => {
   const { posted } = makePage();
   const [first, second] = [await importModule(), await importModule()];
   for (let count = 0; count < 500; count += 1) {
@@ -93,13 +93,13 @@ test('replies may come in any order', async () => {
   assert.deepEqual(await Promise.all(answers), ['content of a', 'content of b', 'content of c']);
 });
 
-test('a reply that comes while the request is being posted counts', async () => {
+test('a reply that comes while the request is being posted is taken', async () => {
   makePage({ post: ({ __reqId }, window) => window.__wendra.__resolve(__reqId, 1, 'at once') });
   const host = await importModule();
   assert.equal(await host.readFile('a'), 'at once');
 });
 
-test('a second reply and one to nobody change nothing', async () => {
+test('a second reply and a reply with an unknown id change nothing', async () => {
   const { posted, reply, window } = makePage();
   const host = await importModule();
   const answer = host.readFile('a');
@@ -109,7 +109,7 @@ test('a second reply and one to nobody change nothing', async () => {
   assert.equal(await answer, 'first');
 });
 
-test('what another script keeps in __wendra stays', async () => {
+test('the __wendra object of another script is kept, and gets the replies to other ids', async () => {
   const seen = [];
   const bridge = {
     version: 7,
@@ -127,7 +127,7 @@ test('what another script keeps in __wendra stays', async () => {
   reply(posted[0], 1, 'mine');
   assert.equal(await answer, 'mine');
   assert.deepEqual(seen, [[7, 'other-1', 0, 'no']]);
-  reply(posted[0], 1, 'again'); // settled and forgotten: no longer ours
+  reply(posted[0], 1, 'again'); // the module has forgotten this id, so the other script gets it
   assert.deepEqual(seen[1], [7, posted[0].__reqId, 1, 'again']);
 });
 
@@ -140,7 +140,7 @@ test('two copies in one document each get their own replies', async () => {
   assert.deepEqual(await Promise.all(answers), ['for the first', 'for the second']);
 });
 
-test('where nobody answers a call rejects at once', async (t) => {
+test('without a host a call rejects at once', async (t) => {
   const otherProgram = () => {
     const page = makePage();
     delete page.window.__wendraHost;
@@ -153,7 +153,7 @@ test('where nobody answers a call rejects at once', async (t) => {
   };
   const cases = [
     ['an ordinary browser', () => makePage({ inside: false }), /does not run in Wendra/],
-    ['another program with such a control', otherProgram, /does not run in Wendra/],
+    ['another program with a WebView2 control', otherProgram, /does not run in Wendra/],
     ['a frame in the window', () => makePage({ framed: true }), /top document only/],
     ['a server that renders the page', noWindow, /does not run in Wendra/],
   ];
@@ -173,14 +173,14 @@ test('where nobody answers a call rejects at once', async (t) => {
   }
 });
 
-test('the window of Wendra is known by what the host puts there', async () => {
+test('the module recognises the window of Wendra by the objects that the host adds', async () => {
   makePage();
   const host = await importModule();
   assert.equal(host.isInsideHost(), true);
   assert.equal(host.isStandIn(), false);
 });
 
-test('what cannot be posted rejects, and later requests still work', async () => {
+test('a request that cannot be posted rejects, and later requests work', async () => {
   const { posted, reply } = makePage({
     post: ({ args }) => {
       if (args[0] === 'bad') throw new TypeError('cannot be cloned');
@@ -193,7 +193,7 @@ test('what cannot be posted rejects, and later requests still work', async () =>
   assert.equal(await answer, 'yes');
 });
 
-test('listeners to changes of the configuration end one by one', async () => {
+test('each listener for changes of the configuration ends by its own function', async () => {
   const { document } = makePage();
   const host = await importModule();
   const calls = [];

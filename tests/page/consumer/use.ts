@@ -1,13 +1,14 @@
-// A page's use of the package, for the compiler alone. Each @ts-expect-error is an error that a
-// page's author must see; the compiler objects if there is none.
+// Uses every part of the package the way a page does. It is only compiled, never run. Each
+// @ts-expect-error marks an error that the author of a page must see; without an error there the
+// compiler reports one.
 import * as host from 'wendra-host';
 import { installStandIn } from 'wendra-host/standin';
 
 export async function useEverything(): Promise<void> {
   const folder: string | null = await host.pickDirectory();
-  // @ts-expect-error: it may be null
+  // @ts-expect-error: the folder may be null
   folder.length;
-  // @ts-expect-error: a title is a text
+  // @ts-expect-error: a title is a string
   void host.pickDirectory(5);
 
   const { name, version, user, home } = await host.platform();
