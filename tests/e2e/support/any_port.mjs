@@ -1,8 +1,8 @@
-// Preloaded into servers that others wrote: whatever port they ask for, they get a free one of
-// localhost, and the process that started them is told which.
+// Preloaded into servers of other authors. Replaces the port that the server asks for with a free
+// port of localhost, and sends that port to the process that started the server.
 import { Server } from 'node:net';
 
-process.on('disconnect', () => process.exit()); // nobody is left to end it
+process.on('disconnect', () => process.exit()); // the process that started this one has ended
 
 const { listen } = Server.prototype;
 Server.prototype.listen = function listenAnywhere(...args) {

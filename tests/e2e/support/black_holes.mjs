@@ -1,4 +1,4 @@
-// Addresses at which whatever arrives is never heard of again.
+// Addresses that never answer: one accepts connections, one does not.
 import { once } from 'node:events';
 import { readFileSync } from 'node:fs';
 import { connect, createServer } from 'node:net';
@@ -7,14 +7,14 @@ import { endsWithFile } from './leftovers.mjs';
 
 const addressOf = (port) => `http://localhost:${port}/mcp`;
 
-// Takes every connection and all that comes over it, and never says a word.
+// Accepts each connection, reads what comes, and never sends anything.
 export async function startMuteServer() {
   const sockets = new Set();
   let bytes = 0;
   const server = createServer((socket) => {
     sockets.add(socket);
     socket.on('data', (data) => (bytes += data.length));
-    socket.on('error', () => {}); // whoever waits here may go as it likes
+    socket.on('error', () => {}); // a client may drop its connection at any time
     socket.on('close', () => sockets.delete(socket));
   });
   server.listen(0, '127.0.0.1');
@@ -40,15 +40,15 @@ const kStandStill = `
   });`;
 const kQueueLength = 2; // Linux keeps one connection more than the backlog says
 
-// Whether somebody on this machine is trying to connect to the port: Linux' table of connections, in
-// hexadecimal digits; state 2 is SYN_SENT.
+// True while a program on this machine tries to connect to the port. Looks into Linux' table of
+// connections, which has ports as hexadecimal digits; state 02 is SYN_SENT.
 function isTried(port) {
   const remote = `:${port.toString(16).toUpperCase().padStart(4, '0')} 02`;
   return readFileSync('/proc/net/tcp', 'utf8').includes(remote);
 }
 
-// Answers no attempt to connect, like a firewall that drops packets: nobody takes connections out of
-// the system's queue, and a full queue swallows them.
+// Answers no attempt to connect, like a firewall that drops packets. The program that listens never
+// accepts a connection; once the system's queue is full, it drops further attempts.
 export async function startSilentAddress() {
   const worker = new Worker(kStandStill, { eval: true });
   const [port] = await once(worker, 'message');

@@ -1,4 +1,4 @@
-// Holds a host to its bounds while somebody outside floods it.
+// Measures a host while a server or a page floods it, and checks that it keeps its limits.
 import assert from 'node:assert/strict';
 import { readFileSync, writeFileSync } from 'node:fs';
 import { callTool, kEcho } from './calls.mjs';
@@ -7,29 +7,30 @@ import { endAlone, startLonelyHost } from './lonely_host.mjs';
 import { mcpChild } from './mcp_children.mjs';
 
 const kMiB = 1 << 20;
-// Above rest, at any moment of the flood.
+// What the host may hold at most during the flood, above what it held before.
 const kMost = { bytes: 128 * kMiB, threads: 10, handles: 50 };
-const kCalls = 20; // of another server, during the flood
-const kCallMs = 250; // the median of them: single calls suffer from whatever else this machine does
-const kEndMs = 2000; // from the wish to close to the end of the process
+const kCalls = 20; // calls of another server during the flood
+const kCallMs = 250; // limit of their median; single calls may be late on a busy machine
+const kEndMs = 2000; // from the request to close the window to the end of the process
 
 const hostId = (host) => processesNamed(host, 'wendra.exe')[0];
 
-// The most memory that the host's process has had in RAM since forgetPeak.
+// The most RAM that the host's process has used since forgetPeak.
 const peakBytes = (host) =>
   Number(/VmHWM:\s+(\d+) kB/.exec(readFileSync(`/proc/${hostId(host)}/status`, 'utf8'))[1]) * 1024;
 const forgetPeak = (host) => writeFileSync(`/proc/${hostId(host)}/clear_refs`, '5');
 
-// Milliseconds that a call of the server "other" takes, as the page sees it.
+// How many milliseconds the page waits for a call of the server "other".
 async function callOther(host) {
   const startMs = performance.now();
   assert.deepEqual((await callTool(host, 'other')).value, kEcho);
   return performance.now() - startMs;
 }
 
-// Starts a host with the servers and "other", which does everything right; runs `begin(host)`, which
-// resolves once the flood is on its way, and from then on measures. `during(host)` may do more before
-// the window is closed. Gives the figures, all above rest.
+// Starts a host with the servers and with "other", a server that works properly. Runs
+// `begin(host)`, which resolves when the flood has begun, then measures. `during(host)` may do more
+// before the window is closed. Memory, threads and handles in the result are above those before the
+// flood.
 export async function measureFlood({ page, mcpServers = {}, begin, during = async () => {} }) {
   const host = await startLonelyHost({
     address: page.url,
@@ -62,7 +63,7 @@ export async function measureFlood({ page, mcpServers = {}, begin, during = asyn
   }
 }
 
-// The same, held to the bounds; the figures stand in the output of the test.
+// Measures a flood, writes the figures to the test's output, and checks them against the limits.
 export async function staysWithinBounds(t, flood) {
   const figures = await measureFlood(flood);
   t.diagnostic(JSON.stringify({ ...figures, bytes: `${(figures.bytes / kMiB).toFixed(1)} MiB` }));

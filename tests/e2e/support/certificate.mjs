@@ -1,10 +1,10 @@
-// A certificate for localhost that nobody has signed but itself.
+// Makes a self-signed certificate for localhost.
 import { execFileSync } from 'node:child_process';
 import { mkdtempSync, readFileSync, rmSync } from 'node:fs';
 import { tmpdir } from 'node:os';
 import { join } from 'node:path';
 
-// {key, cert} for a server of node:https; made anew each time, good for a day.
+// {key, cert} for a server of node:https; a new one for each call, valid for one day.
 export function makeCertificate() {
   const folder = mkdtempSync(join(tmpdir(), 'wendra-certificate-'));
   const [key, cert] = [join(folder, 'key.pem'), join(folder, 'cert.pem')];

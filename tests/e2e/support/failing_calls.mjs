@@ -1,24 +1,25 @@
-// Calls of the system that fail in the real program; docs/runtime-webview2.md says how.
+// Makes system calls fail in the real program; docs/runtime-webview2.md says how that works.
 import { existsSync, renameSync, rmSync, writeFileSync } from 'node:fs';
 import { mkdtemp, readFile, rm } from 'node:fs/promises';
 import { tmpdir } from 'node:os';
 import { join } from 'node:path';
 import { until } from './waiting.mjs';
 
-// Makes the means for one host: `env` goes into its environment. `plan`: what fails from the very
-// start.
+// For one host, which gets `env` of the result in its environment. `plan` names the calls that fail
+// from the host's start on.
 export async function makeFailures(plan = '') {
   const folder = await mkdtemp(join(tmpdir(), 'wendra-failures-'));
   const file = join(folder, 'plan');
   const record = `${file}.made`;
   let plans = 0;
 
-  // A plan counts anew when its text changes; a word that fits nothing makes it another text.
+  // The host counts calls anew when the text of the plan changes. The last word names no call: it
+  // makes each text different from the one before.
   const write = (text) => {
     writeFileSync(`${file}.new`, `${text} plan-${(plans += 1)}`);
-    renameSync(`${file}.new`, file); // whoever reads sees the old or the new one, whole
+    renameSync(`${file}.new`, file); // the host never reads a half-written plan
   };
-  // 'NAME' or 'NAME/DETAIL' of each call that was made to fail since the last plan, in order.
+  // The calls that have failed since the last plan, in order, as 'NAME' or 'NAME/DETAIL'.
   const made = async () =>
     existsSync(record) ? (await readFile(record, 'utf8')).split('\n').slice(0, -1) : [];
   const plan_ = (text) => {
@@ -35,10 +36,10 @@ export async function makeFailures(plan = '') {
   return {
     env: { WENDRA_DEV_FAILURES: file },
     made,
-    // From now on, until the next one. Nothing fails with ''.
+    // Sets the plan that holds until the next one. With '' nothing fails.
     plan: plan_,
     waitFor,
-    // What fails during `action` is what `text` says; something has to.
+    // Runs `action` under the plan `text`. Throws if a function that the plan names did not fail.
     async during(text, action) {
       plan_(text);
       try {

@@ -1,5 +1,5 @@
-// A remote MCP server on the framework fastmcp. The command line says how it answers: "sessions",
-// "stateless" or "json".
+// A remote MCP server that uses the framework fastmcp. The argument says how it answers:
+// "sessions", "stateless" or "json".
 import { FastMCP } from 'fastmcp';
 import * as z from 'zod';
 
@@ -12,7 +12,8 @@ server.addTool({
   execute: async ({ message }) => `Echo: ${message}`,
 });
 
-// Has the server say by itself that its tools have changed, and the message.
+// Adds a tool, so that the server notifies the client of changed tools, and sends a notification
+// with the message.
 server.addTool({
   name: 'announce',
   parameters: z.object({ message: z.string() }),
@@ -26,7 +27,7 @@ server.addTool({
   },
 });
 
-// Asks the client something before it answers, on the stream that the client listens to.
+// Sends the client a ping before it answers, on the event stream of the client's GET request.
 server.addTool({
   name: 'ask',
   execute: () => server.sessions[0].server.ping().then(() => 'answered', ({ message }) => message),

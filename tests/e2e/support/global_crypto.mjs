@@ -1,5 +1,5 @@
-// Preloaded into servers that others wrote: Node 18 keeps this to itself, and they name their
-// sessions with it.
+// Preloaded into servers of other authors: Node 18 has no global `crypto`, and they make their
+// session ids with it.
 import { webcrypto } from 'node:crypto';
 
 globalThis.crypto ??= webcrypto;

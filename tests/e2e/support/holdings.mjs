@@ -1,14 +1,15 @@
-// What the host's process holds, for tests of what must not pile up.
+// What the host's process holds (threads, handles, memory), for tests that look for leaks.
 import assert from 'node:assert/strict';
 import { readFileSync } from 'node:fs';
 import { kPatienceMs, until } from './waiting.mjs';
 
-// Wine keeps a thread for up to 30 seconds whose request was closed while it waited.
+// When a request is closed while a thread of Wine waits for it, Wine keeps that thread for up to 30
+// seconds.
 export const kRestMs = kPatienceMs;
 const kMoreHandles = 3;
 const kMoreBytes = 4 << 20;
 
-// A process's program and arguments; nothing once it has gone.
+// The program and arguments of a process; empty when the process has ended.
 export function commandLineOf(pid) {
   try {
     return readFileSync(`/proc/${pid}/cmdline`, 'utf8').split('\0');
@@ -17,7 +18,7 @@ export function commandLineOf(pid) {
   }
 }
 
-// Ids of the host's processes whose program has that name.
+// The ids of the host's processes whose program has that name.
 export const processesNamed = (host, name) =>
   host.processes().filter((pid) => commandLineOf(pid)[0]?.endsWith(name));
 
@@ -26,14 +27,14 @@ function memoryBytes(host) {
   return Number(/VmRSS:\s+(\d+) kB/.exec(readFileSync(`/proc/${pid}/status`, 'utf8'))[1]) * 1024;
 }
 
-// {handles, threads, bytes}
+// {handles, threads, bytes} of the host's process.
 export async function holdings(host) {
   const { handles, threads } = await host.probe('process');
   return { handles, threads, bytes: memoryBytes(host) };
 }
 
-// Waits until there are no more threads and handles than before, which end in their own time, and
-// sees that the memory has not grown; gives what there is now.
+// Waits until the host has no more threads and handles than before (a few handles more are
+// allowed), and checks that its memory has not grown. Returns what the host holds now.
 export async function holdsNoMore(host, before) {
   let now;
   await until('the same threads and handles', async () => {

@@ -1,5 +1,5 @@
-// A remote MCP server on the framework Hono with @hono/mcp. The command line says how it answers:
-// "sessions", "stateless" or "json".
+// A remote MCP server that uses the framework Hono with @hono/mcp. The argument says how it
+// answers: "sessions", "stateless" or "json".
 import { randomUUID } from 'node:crypto';
 import { StreamableHTTPTransport } from '@hono/mcp';
 import { serve } from '@hono/node-server';
@@ -16,14 +16,15 @@ function makeServer() {
   const server = new McpServer({ name: 'hono', version: '1.0.0' });
   const inputSchema = { message: z.string() };
   server.registerTool('echo', { inputSchema }, async ({ message }) => text(`Echo: ${message}`));
-  // Has the server say by itself that its tools have changed, and the message.
+  // Adds a tool, so that the server notifies the client of changed tools, and sends a notification
+  // with the message.
   server.registerTool('announce', { inputSchema }, async ({ message }) => {
     server.registerTool(message, {}, async () => text('new'));
     const params = { progressToken: 0, progress: 1, message };
     await server.server.notification({ method: 'notifications/progress', params });
     return text('announced');
   });
-  // Asks the client something before it answers, on the stream of the call.
+  // Sends the client a ping before it answers, on the event stream of the call.
   server.registerTool('ask', {}, ({ sendRequest }) =>
     sendRequest({ method: 'ping' }, EmptyResultSchema)
       .then(() => text('answered'), ({ message }) => text(message)));

@@ -1,4 +1,4 @@
-// Starts the host through tools/launch, as anyone outside would, and drives it.
+// Starts the host with tools/launch, as a developer does by hand, and drives it.
 import { existsSync, mkdirSync, readFileSync, realpathSync } from 'node:fs';
 import { mkdtemp, readFile, rename, rm, writeFile } from 'node:fs/promises';
 import { tmpdir } from 'node:os';
@@ -20,7 +20,7 @@ import { WindowProbe } from './window_probe.mjs';
 import { inTime, kPatienceMs, until } from './waiting.mjs';
 
 const kRoot = join(dirname(fileURLToPath(import.meta.url)), '../../..');
-const kShownLines = 40; // of the log, in an error
+const kShownLines = 40; // the last lines of the log that an error shows
 
 export const configFile = (profile) => join(profile, '.config/wendra/config.json');
 
@@ -28,7 +28,7 @@ export async function makeProfile() {
   return realpathSync(await mkdtemp(join(tmpdir(), 'wendra-e2e-')));
 }
 
-// Text, or anything that becomes JSON.
+// Writes config.json. `config` is a text, or a value that is written as JSON.
 export async function writeConfig(profile, config) {
   mkdirSync(dirname(configFile(profile)), { recursive: true });
   await writeFile(
@@ -37,19 +37,19 @@ export async function writeConfig(profile, config) {
   );
 }
 
-// The same at once, as an editor that saves safely does it: nobody sees half of the new text.
+// Replaces config.json in one step, as a careful editor does: the host never sees half of the text.
 export async function replaceConfig(profile, config) {
   await writeFile(`${configFile(profile)}.new`, JSON.stringify(config));
   await rename(`${configFile(profile)}.new`, configFile(profile));
 }
 
-// What may be said of the host that a test wants; all of it is optional.
-//   address   its server, given on the command line
-//   args      further arguments of the command line, or all of them without an address
+// Starts a host. All members of `wanted` are optional:
+//   address   the server, as the host's first argument
+//   args      further arguments of the host; without an address all its arguments
 //   config    content of config.json, text or object
-//   profile   a folder to use and keep; without it one that goes with the host
+//   profile   a profile folder to use and keep; without it a new one, which is deleted at the end
 //   lang      'de' or 'en'
-//   env       environment variables, WENDRA_DEV_* among them
+//   env       environment variables, also WENDRA_DEV_*
 //   options   further options of tools/launch
 //   page      false: do not wait for a page
 export async function startHost(wanted = {}) {
@@ -60,7 +60,8 @@ export async function startHost(wanted = {}) {
   try {
     if (runtime && (wanted.page ?? wanted.address !== undefined)) {
       await host.connectPage();
-      // Of the built-in feed there is nothing to be had; the lines that say so come from a thread.
+      // The built-in feed cannot be fetched. A thread of the host logs that; wait for its last
+      // line.
       await host.feedChecked();
     }
   } catch (error) {
@@ -71,9 +72,9 @@ export async function startHost(wanted = {}) {
 }
 
 class Host {
-  page; // once connected
+  page; // set by connectPage
   exit; // resolves with {code, signal} of tools/launch
-  kill; // ends it the hard way
+  kill; // ends tools/launch with SIGKILL
   #wanted;
   #child;
   #out;
@@ -92,7 +93,7 @@ class Host {
     const given = address === undefined ? args : [address, ...args];
     const parameters = ['--profile', this.profile, ...language, ...options, '--', ...given];
     this.#child = spawnTied(join(kRoot, 'tools/launch'), parameters, {
-      // A test that just ends lets the window close the normal way.
+      // When the test process ends, the window is closed the normal way.
       deathSignal: 'TERM',
       env: { ...process.env, DISPLAY: '', ...env },
       stdio: ['ignore', 'pipe', 'pipe'],
@@ -107,22 +108,23 @@ class Host {
     return this.#child.pid;
   }
 
-  // The log's lines so far.
+  // The lines of the host's log so far.
   get log() {
     return this.#out.all;
   }
 
-  // What tools/launch and the host wrote to standard error so far.
+  // The lines that tools/launch and the host have written to standard error so far.
   get messages() {
     return this.#messages.all;
   }
 
-  // The first log line that contains the text or matches the expression; `from`: index in log.
+  // Waits for the first log line that contains the text or matches the expression. `from`: the
+  // index in `log` at which to begin.
   waitForLine(pattern, options) {
     return this.#out.waitFor(pattern, { context: this.context, ...options });
   }
 
-  // The last line of the look at the update feed that the host takes at each start.
+  // Waits for the last line of the feed check that the host makes at each start.
   async feedChecked() {
     return this.waitForLine(
       /^\[Update\] (could not fetch feed|decision: feed|cannot compare versions) /,
@@ -133,7 +135,7 @@ class Host {
     return this.#messages.waitFor(pattern, { context: this.context, ...options });
   }
 
-  // For errors: what the host has said.
+  // For errors: the end of the log and all messages.
   context = () => {
     const log = this.log.slice(-kShownLines).join('\n  ');
     return `log:\n  ${log}\nmessages:\n  ${this.messages.join('\n  ')}`;
@@ -142,13 +144,14 @@ class Host {
   // Connects host.page once its document has loaded.
   async connectPage() {
     const portFile = join(profileFiles(this.profile).browserData, 'DevToolsActivePort');
-    await this.#running(); // an older launch of the profile has left an older file
+    await this.#running(); // before, the file may be that of an earlier launch with this profile
     this.page = await Page.connect(portFile, this.context);
     await this.page.loaded();
     return this.page;
   }
 
-  // Facts of the host's window, once it is visible; of another class for the prompt.
+  // Waits until the host's window is visible and gives facts about it. Without a class name it is
+  // the main window; the prompt has a class of its own.
   async window(className = '') {
     const probe = await this.#windowProbe();
     const ask = () => probe.ask('window', className);
@@ -159,14 +162,14 @@ class Host {
     return (await this.#windowProbe()).ask('panel');
   }
 
-  // Any command of the window probe.
+  // Sends any command to the window probe.
   async probe(...words) {
     return (await this.#windowProbe()).ask(...words);
   }
 
   async keys(...combinations) {
     const screen = await this.screen();
-    // A window is there a moment before it gets the keyboard; keys until then are lost.
+    // A new window does not have the keyboard at once; keys until then are lost.
     await until('a window with the keyboard', () => screen.focusedWindow(), { context: this.context });
     await screen.keys(...combinations);
   }
@@ -175,7 +178,7 @@ class Host {
     await (await this.screen()).type(text);
   }
 
-  // In pixels of the window's client area, which are the page's too.
+  // Clicks at a place in pixels of the window's client area, which are the page's pixels too.
   async click(x, y, options) {
     const { client } = await this.window();
     await (await this.screen()).click(client[0] + x, client[1] + y, options);
@@ -195,7 +198,7 @@ class Host {
     return this.#screen;
   }
 
-  // Addresses that the host gave to the default browser.
+  // The addresses that the host has opened in the default browser.
   async openedInBrowser() {
     const file = openedInBrowserFile(this.profile);
     return existsSync(file) ? (await readFile(file, 'utf8')).trimEnd().split('\n') : [];
@@ -213,7 +216,7 @@ class Host {
     return readFile(configFile(this.profile), 'utf8');
   }
 
-  // Ids of the living processes that belong to this host.
+  // The ids of all running processes in this host's Wine prefix.
   processes() {
     return processesOf(prefixOf(this.profile));
   }
@@ -222,13 +225,13 @@ class Host {
     this.#child.kill(name);
   }
 
-  // Closes the window the normal way, unless the host has ended already; the exit code.
+  // Closes the window the normal way, unless the host has ended already. Gives the exit code.
   async close() {
     if (isAlive(this.pid)) this.signal('SIGTERM');
     return this.ended();
   }
 
-  // Waits for an end that something else brings about; the exit code.
+  // Waits until the host ends for another reason. Gives the exit code.
   async ended() {
     const { code } = await inTime('the end of the host', this.exit, { context: this.context });
     await this.#cleanUp();
@@ -250,11 +253,12 @@ class Host {
       timeoutMs: kPatienceMs / 4,
       context: () => `still there: ${this.processes().join(' ')}`,
     });
-    removeServerFolder(prefixOf(this.profile)); // still there after a hard end
+    removeServerFolder(prefixOf(this.profile)); // after SIGKILL it is still there
     if (!this.#wanted.profile) await rm(this.profile, { recursive: true, force: true });
   }
 
-  // What tools/launch says of its surroundings, once everything stands.
+  // Waits until tools/launch has started everything; gives its facts: process id, display,
+  // language.
   async #running() {
     const file = profileFiles(this.profile).launch;
     const read = () => {

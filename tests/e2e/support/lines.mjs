@@ -1,4 +1,4 @@
-// The lines of a stream, kept in order, and waiting for one of them.
+// Keeps the lines of a stream in order, and waits for a line.
 import { createInterface } from 'node:readline';
 import { inTime } from './waiting.mjs';
 
@@ -17,8 +17,8 @@ export class Lines {
     });
   }
 
-  // The first line that contains the text or matches the expression, from line number `from` on,
-  // whether it has come already or not.
+  // The first line at index `from` or later that contains the text or matches the expression. Waits
+  // for it if it has not come yet.
   async waitFor(pattern, { from = 0, timeoutMs, context } = {}) {
     const present = this.all.slice(from).find((line) => matches(line, pattern));
     if (present !== undefined) return present;

@@ -1,5 +1,6 @@
-// A host behind which nobody tidies up, so that what it leaves behind can be seen: tools/launch, which
-// ends everything else with the program that it has started, has started its parent.
+// Starts a host after which nothing is cleaned up, so that a test can see what it leaves behind.
+// tools/launch ends all other processes when the program that it has started ends. Here that
+// program is the host's parent, host_parent.exe, which goes on when the host ends.
 import { dirname, join } from 'node:path';
 import { fileURLToPath } from 'node:url';
 import { isAlive, signalProcess } from '../../../tools/wine/processes.mjs';
@@ -9,21 +10,22 @@ import { kPatienceMs, until } from './waiting.mjs';
 
 const kRoot = join(dirname(fileURLToPath(import.meta.url)), '../../..');
 const kParent = join(kRoot, 'build/windows/bin/host_parent.exe');
-// The host, its servers, and what stands between it and those that are batch files.
+// The host, its servers, and the shell that runs servers which are batch files.
 const kPrograms = ['wendra.exe', 'mcp_child.exe', 'cmd.exe'];
 
-// As startHost takes and gives it. Such a host is ended by endAlone, then by its kill().
+// Takes and gives the same as startHost. End such a host with endAlone, then with its kill().
 export const startLonelyHost = (wanted) =>
   startHost({ ...wanted, env: { ...wanted.env, WENDRA_DEV_HOST: kParent } });
 
-// The command lines of the host and its servers that still run.
+// The command lines of those processes of the host and its servers that still run.
 export function remains(host) {
   const pids = kPrograms.flatMap((name) => processesNamed(host, name));
   return pids.map((pid) => commandLineOf(pid).join(' ')).filter((line) => line !== '');
 }
 
-// `how`: 'close' for the window's own way, 'kill' for TerminateProcess, 'SIGKILL' for a process that
-// is simply gone. Milliseconds until the host had ended, and the exit code where there is one.
+// Ends the host. `how`: 'close' closes the window, 'kill' is TerminateProcess, 'SIGKILL' is the
+// signal of Linux. Gives {ms, code}: milliseconds until the end, and the exit code, except for
+// 'SIGKILL'.
 export async function endAlone(host, how) {
   if (how !== 'SIGKILL') return host.probe(how, kPatienceMs / 2);
   const [pid] = processesNamed(host, 'wendra.exe');

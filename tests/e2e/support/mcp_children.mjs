@@ -1,5 +1,5 @@
-// Local servers that do as they are told (tests/support/mcp_child_win.cpp lists the words), and what
-// they may be told.
+// Local MCP servers that do what their arguments say, and words for these arguments.
+// tests/support/mcp_child_win.cpp lists all words.
 import assert from 'node:assert/strict';
 import { rm } from 'node:fs/promises';
 import { dirname, join } from 'node:path';
@@ -17,14 +17,14 @@ export const mcpChild = (...words) => ({ command: kChild, args: words });
 export const request = (id, method) => `{"jsonrpc":"2.0","id":${id},"method":"${method}"}`;
 export const notification = (rest) =>
   `{"jsonrpc":"2.0","method":"notifications/message"${rest}}`;
-// Words by which a server says something that the host logs as "[MCP name] text", so many times in
+// Words with which a server sends a text that the host logs as "[MCP name] text", `times` times in
 // one write.
 export const says = (text, times = 1) =>
   ['line', Array(times).fill(notification(`,"params":{"message":${JSON.stringify(text)}}`)).join('\n')];
 export const endlessly = (...words) => ['times', '1000000000', ...words];
 
-// Starts a host on `page` with those servers and ends it after `use(host)`. `wanted` is what startHost
-// takes besides.
+// Starts a host on `page` with these servers, and ends it after `use(host)`. `wanted` has further
+// members for startHost.
 export async function withLocalServers(page, mcpServers, use, wanted = {}) {
   const host = await startHost({ address: page.url, config: { mcpServers }, ...wanted });
   try {
@@ -35,7 +35,7 @@ export async function withLocalServers(page, mcpServers, use, wanted = {}) {
   }
 }
 
-// A profile into which a test puts files before the host is started.
+// A profile in which a test can make files before the host is started. Deleted after the test.
 export async function ownProfile(t) {
   const profile = await makeProfile();
   t.after(() => rm(profile, { recursive: true, force: true }));

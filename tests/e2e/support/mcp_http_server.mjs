@@ -1,7 +1,7 @@
-// A remote MCP server on localhost that does, path by path, what a test tells it to.
+// Remote MCP servers on localhost, one for each path, that do what a test tells them.
 //
-// Wine hands a chunked body over one chunk late, so that the last event of a quiet stream would
-// never arrive: everything here is sent without chunks, on a connection that ends with the response.
+// Wine hands over a chunked body one chunk late, so the last event of a quiet stream would never
+// arrive. Everything here is sent without chunks, on a connection that ends with the response.
 import { createServer } from 'node:http';
 import { createServer as createSecureServer } from 'node:https';
 import { endsWithFile } from './leftovers.mjs';
@@ -13,7 +13,7 @@ export const result = (id, value) => ({ jsonrpc: '2.0', id, result: value });
 export const text = (words) => ({ content: [{ type: 'text', text: words }] });
 export const event = (message) => `event: message\ndata: ${JSON.stringify(message)}\n\n`;
 
-// Sends the head of a response that goes on until it is ended.
+// Sends the head of a response. The caller writes the body and ends it.
 export function begin(response, status = 200, headers = {}) {
   response.useChunkedEncodingByDefault = false;
   response.shouldKeepAlive = false;
@@ -31,14 +31,14 @@ export const sendJson = (response, message, headers = {}) =>
 export const beginEvents = (response, headers = {}) =>
   begin(response, 200, { 'Content-Type': 'text/event-stream', ...headers });
 
-// What a server does that does everything right, without sessions and without a stream of its own.
+// A server that works properly, without sessions and without an event stream for GET.
 const kProper = {
   initialize: ({ response, message }) =>
     sendJson(response, result(message.id, { protocolVersion: kProtocolVersion, capabilities: {} })),
   initialized: ({ response }) => send(response, 202),
   list: ({ response, message }) => sendJson(response, result(message.id, { tools: [] })),
   call: ({ response, message }) => sendJson(response, result(message.id, text('hi'))),
-  answer: ({ response }) => send(response, 202), // to a question of the server's
+  answer: ({ response }) => send(response, 202), // the host's response to a request of the server
   listen: ({ response }) => send(response, 405),
   end: ({ response }) => send(response, 200),
 };
@@ -56,8 +56,9 @@ function kindOf(method, message) {
   return kMethods[message.method] ?? 'answer';
 }
 
-// `servers`: name -> what it does otherwise than kProper; each lives under the path /name. `secure`:
-// {key, cert} for https. `port`: that of servers which were closed, to be those again.
+// `servers`: name -> the functions that replace those of kProper; each server has the path /name.
+// `secure`: {key, cert} for https. `port`: the port of closed servers, to start them again under
+// the same addresses.
 export async function startMcpServers(servers, { secure, port: wantedPort = 0 } = {}) {
   const requests = []; // {name, kind, method, url, headers, message}, in order of arrival
   const take = async (request, response) => {
@@ -84,7 +85,7 @@ export async function startMcpServers(servers, { secure, port: wantedPort = 0 } 
     requests,
     of,
     url,
-    // The entry of config.json.
+    // The server's entry in config.json.
     entry: (name, rest = {}) => ({ url: url(name), ...rest }),
     waitFor: (name, kind, count = 1, options = {}) =>
       until(`${count} × ${kind} at ${name}`, () => of(name, kind).length >= count && of(name, kind), {

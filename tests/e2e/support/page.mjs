@@ -1,10 +1,10 @@
-// A DevTools session of our own on the page that the host shows. It only looks and runs script;
-// what a user does comes through the screen.
+// A DevTools session of the test on the page that the host shows. It reads and runs script only;
+// screen.mjs plays what a user does.
 import { readFile } from 'node:fs/promises';
 import WebSocket from 'ws';
 import { inTime, until } from './waiting.mjs';
 
-// Runs in the page: posts a request as the page would, and keeps every reply that comes.
+// Runs in the page: posts a request as a page does, and keeps every reply.
 function postRequest(name, args) {
   const bridge = (window.__wendra ??= {});
   if (!bridge.testReplies) {
@@ -34,7 +34,7 @@ export class Page {
   #waiting = new Map();
   #onEvent;
 
-  // `portFile`: Chromium's DevToolsActivePort. Waits until the host has its page.
+  // `portFile`: Chromium's file DevToolsActivePort. Waits until the host has its page.
   static async connect(portFile, context) {
     const [port, path] = await until(
       'the browser',
@@ -46,7 +46,8 @@ export class Page {
     );
     const page = new Page(context);
     await page.#open(`ws://127.0.0.1:${port}${path}`);
-    // The page that somebody is attached to: taking it first would take it away from the host.
+    // Wait until the host's control is attached to the page: a test that attaches first would take
+    // the page away from the control.
     const target = await until("the host's page", () => page.#attachedTarget(), { context });
     const { sessionId } = await page.#call('Target.attachToTarget', {
       targetId: target.targetId,
@@ -60,8 +61,8 @@ export class Page {
     this.#context = context;
   }
 
-  // The value of an expression, or of a function of the page called with JSON arguments; promises
-  // are awaited. Throws what the page throws.
+  // The value of an expression, or of a function that runs in the page with JSON arguments. Waits
+  // for a promise. Throws what the page throws.
   async evaluate(expression, ...args) {
     const isFunction = typeof expression === 'function';
     const text = isFunction
@@ -78,7 +79,7 @@ export class Page {
     return result.value;
   }
 
-  // Until the expression is truthy, across navigations.
+  // Waits until the expression is truthy, also across navigations.
   async waitFor(expression, options = {}) {
     return until(`the page to fulfil ${expression}`, () => this.evaluate(expression), {
       context: this.#context,
@@ -86,7 +87,7 @@ export class Page {
     });
   }
 
-  // Until a document whose address contains the text, or matches the expression, has loaded.
+  // Waits until a document has loaded whose address contains the text or matches the expression.
   async loaded(address = /^(?!about:blank)/) {
     const fits = (href) => (typeof address === 'string' ? href.includes(address) : address.test(href));
     return until(
@@ -99,7 +100,7 @@ export class Page {
     );
   }
 
-  // Loads the address anew, even if it is the present one, and waits for its document.
+  // Loads the address, even if it is the current one, and waits for its document.
   async visit(address) {
     await this.evaluate((url) => {
       window.isLeft = true;
@@ -109,8 +110,8 @@ export class Page {
     return this.loaded(address);
   }
 
-  // One request to the host; resolves with {ok, value} as the page gets them. `args` is left out of
-  // the message when undefined.
+  // Makes one request to the host. Resolves with {ok, value} as the page gets them. With `args`
+  // undefined the message has no args.
   async call(action, args, { timeoutMs } = {}) {
     return inTime(`the reply to ${action}`, this.evaluate(postRequest, action, args), {
       context: this.#context,
@@ -118,17 +119,17 @@ export class Page {
     });
   }
 
-  // Every reply since the first call, {id, ok, value}, so that a test can count them.
+  // All replies in this document since its first `call`: {id, ok, value}.
   async replies() {
     return this.evaluate('window.__wendra?.testReplies ?? []');
   }
 
-  // Posts any value as a web message, awaiting nothing.
+  // Posts any value as a web message and waits for no reply.
   async post(message) {
     await this.evaluate((value) => chrome.webview.postMessage(value), message);
   }
 
-  // Left, top, width, height and middle of an element in the page, after scrolling to it.
+  // Scrolls to an element; gives its left, top, width, height and middle (x, y) in the page.
   async boxOf(selector) {
     return this.evaluate((wanted) => {
       const element = document.querySelector(wanted);
@@ -139,7 +140,7 @@ export class Page {
     }, selector);
   }
 
-  // The text of every script that was run in the page during `action`, however it got there.
+  // The text of every script that runs in the page during `action`, the host's scripts included.
   async scriptsDuring(action) {
     const texts = [];
     const textOf = async (scriptId) => {
@@ -147,11 +148,11 @@ export class Page {
       return scriptSource;
     };
     this.#onEvent = ({ method, params }) => {
-      // At once: a script goes with its document. One that is gone already was of an older one.
+      // Ask at once: a script is gone with its document. An error means that this has happened.
       if (method === 'Debugger.scriptParsed') texts.push(textOf(params.scriptId).catch(() => ''));
     };
     await this.send('Debugger.enable');
-    texts.length = 0; // enabling reports the scripts that are there already
+    texts.length = 0; // Debugger.enable reports the scripts that have run before
     await action();
     const scripts = await Promise.all(texts);
     await this.send('Debugger.disable');
@@ -159,7 +160,7 @@ export class Page {
     return scripts;
   }
 
-  // Any command of the protocol, in this page's session.
+  // Sends any command of the protocol in this page's session.
   async send(method, params = {}) {
     return this.#call(method, params, this.#session);
   }

@@ -1,4 +1,4 @@
-// The playground, served from page/ and used in the host's window as a person would.
+// Serves the playground from page/ and uses it in the host's window as a user does.
 import { execFile, spawn } from 'node:child_process';
 import { once } from 'node:events';
 import { mkdirSync } from 'node:fs';
@@ -13,7 +13,7 @@ const run = promisify(execFile);
 const kRoot = join(dirname(fileURLToPath(import.meta.url)), '../../..');
 const kPictures = join(kRoot, 'build/screenshots');
 
-// `wanted`: as for startHost, but for the address.
+// `wanted`: as for startHost, without the address.
 export async function startPlayground(wanted) {
   const pages = spawn(process.execPath, ['tools/serve.mjs', 'page', '/playground/'], {
     cwd: kRoot,
@@ -35,7 +35,7 @@ class Playground {
     this.#endPages = endPages;
   }
 
-  // What stands in the elements, one text each.
+  // The visible text of each element.
   texts(selector) {
     return this.page.evaluate(
       (wanted) => [...document.querySelectorAll(wanted)].map((one) => one.innerText.trim()),
@@ -43,7 +43,7 @@ class Playground {
     );
   }
 
-  // Waits until one of the elements says what it has to.
+  // Waits until one of the elements has the wanted text.
   async says(selector, wanted, timeoutMs) {
     let seen = [];
     const fits = async () => {
@@ -59,7 +59,7 @@ class Playground {
     await this.host.clickElement(selector);
   }
 
-  // A click into a field, all of it chosen, and the keys.
+  // Clicks into a field, selects all of its text, and types the new text.
   async fill(selector, text) {
     await this.click(selector);
     await this.host.keys('ctrl+a');
@@ -69,8 +69,9 @@ class Playground {
     );
   }
 
-  // A picture of the screen in build/screenshots/. The window shows the page a moment late: the
-  // picture is taken again until a spot in the page's corner shows that it is not an older one.
+  // Takes a picture of the screen to build/screenshots/. The window shows changes of the page a
+  // moment late. Therefore each try paints a spot in a new colour into the page's corner, until the
+  // picture has the colour of one of these tries.
   async takePicture(name) {
     mkdirSync(kPictures, { recursive: true });
     const file = join(kPictures, `${name}.png`);
@@ -87,18 +88,18 @@ class Playground {
     await until(`a picture for ${name}`, isNew, { context: this.host.context });
   }
 
-  // In a colour that it had not yet.
+  // Paints the spot in a colour that it has not had yet.
   async #paintSpot() {
     this.#spots += 1;
     await this.page.evaluate((shade) => {
       const spot = document.querySelector('#spot') ?? document.createElement('i');
       spot.id = 'spot';
       spot.style = `position: fixed; inset: 0 auto auto 0; padding: 4px; background: rgb(${shade} 0 0)`;
-      document.documentElement.append(spot); // outside of what a test zooms
+      document.documentElement.append(spot); // outside the body, which a test may zoom
     }, this.#spots);
   }
 
-  // The host's exit code.
+  // Ends the host and the server of the playground; gives the host's exit code.
   async close() {
     const code = await this.host.close();
     this.#endPages();

@@ -1,4 +1,4 @@
-// A page that calls its servers while config.json is loaded again and again.
+// A page that calls MCP servers while config.json is loaded again and again.
 
 import { until } from './waiting.mjs';
 
@@ -30,13 +30,13 @@ async function reloadInPage(names, config, times) {
   }
 }
 
-// Reloads `times` times by the page's own writing of `config`, a text, with a call of each server
-// under way that may or may not be answered first: the host's look at the file reloads too, two
-// seconds apart.
+// The page writes `config` (a text) `times` times, and the host reloads it each time. During each
+// reload a call of each server is under way; it may be answered before the reload or not. The host
+// also looks at the file every two seconds, and reloads when it has changed.
 export const reload = (host, names, config, times) =>
   host.page.evaluate(reloadInPage, names, config, times);
 
-// What each server answers once the host has seen the last writing.
+// The answer of each server after the host has reloaded the last written text.
 export async function lastAnswers(host, names) {
   const saved = await host.page.evaluate('saved');
   const savings = () => host.log.flatMap((line, i) => line.startsWith('[MCP] config saved') ? [i] : []);

@@ -1,4 +1,4 @@
-// A host whose config.json lists remote servers of mcp_http_server.mjs, and what they do.
+// Starts a host with remote servers of mcp_http_server.mjs, and has functions for what they do.
 import assert from 'node:assert/strict';
 import { startHost } from './host.mjs';
 import { beginEvents, event, result, send, sendJson, startMcpServers, text } from './mcp_http_server.mjs';
@@ -8,8 +8,8 @@ export const kOffline = { error: 'request failed (offline?)' };
 const kProtocolVersion = '2025-11-25';
 
 // Starts the servers (as startMcpServers takes them) and a host on `page`, and ends both after
-// `use(host, remotes)`. `entries`: further keys of config.json for each; `secure`: a certificate for
-// https; the rest is wanted of the host.
+// `use(host, remotes)`. `entries`: name -> further keys of its entry in config.json. `secure`: a
+// certificate for https. `wanted`: further members for startHost.
 export async function withRemotes(page, servers, use, { entries = {}, secure, ...wanted } = {}) {
   const remotes = await startMcpServers(servers, { secure });
   const names = Object.keys(servers);
@@ -24,7 +24,7 @@ export async function withRemotes(page, servers, use, { entries = {}, secure, ..
   }
 }
 
-// What a server may do with a request.
+// What a server may do with a request, and messages that it may send.
 export const answer = (id) => result(id, text('hi'));
 export const status = (code, headers, body) => ({ response }) => send(response, code, headers, body);
 export const asEvents = (make) => ({ response, message }) => beginEvents(response).end(make(message.id));
@@ -37,8 +37,8 @@ export const drops = ({ response }) => response.socket.destroy();
 export const asks = (id) => ({ jsonrpc: '2.0', id, method: 'ping' });
 export const says = (words) => ({ jsonrpc: '2.0', method: 'notifications/message', params: { message: words } });
 
-// Says the same again and again, a hundred times a piece, as fast as somebody listens; `seen.pieces`
-// counts.
+// Sends the same event again and again, a hundred per write, as fast as the host reads.
+// `seen.pieces` counts the writes.
 export function flood(stream, seen) {
   const piece = event(says('more')).repeat(100);
   const write = () => {

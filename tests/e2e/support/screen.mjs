@@ -1,4 +1,4 @@
-// The X display: real keys, real mouse, pictures.
+// Drives an X display: presses keys, moves the mouse, takes pictures.
 import { execFile } from 'node:child_process';
 import { promisify } from 'node:util';
 
@@ -9,16 +9,16 @@ export class Screen {
   #environment;
 
   constructor(display) {
-    // Without a locale of its own xdotool takes text for ASCII.
+    // Without a UTF-8 locale xdotool takes text for ASCII.
     this.#environment = { ...process.env, DISPLAY: display, LC_ALL: 'C.UTF-8' };
   }
 
-  // Key combinations in xdotool's words: 'ctrl+l', 'Return', 'alt+F4'.
+  // Key combinations with xdotool's names: 'ctrl+l', 'Return', 'alt+F4'.
   async keys(...combinations) {
     await this.#run('xdotool', 'key', ...combinations);
   }
 
-  // The title of the window that gets the keys; fails while there is none.
+  // The title of the window that has the keyboard. Throws while no window has it.
   async focusedWindow() {
     const { stdout } = await this.#run('xdotool', 'getwindowfocus', 'getwindowname');
     return stdout.trim();
@@ -33,7 +33,7 @@ export class Screen {
     await this.#run('xdotool', 'mousemove', Math.round(x), Math.round(y));
   }
 
-  // Buttons: 1 left, 2 middle, 3 right, 4 wheel up, 5 wheel down. `keys` are held meanwhile.
+  // Buttons: 1 left, 2 middle, 3 right, 4 wheel up, 5 wheel down. `keys` are held down during it.
   async click(x, y, { button = 1, keys = [] } = {}) {
     await this.moveMouse(x, y);
     const down = keys.flatMap((key) => ['keydown', key]);
@@ -41,7 +41,7 @@ export class Screen {
     await this.#run('xdotool', ...down, 'click', button, ...up);
   }
 
-  // The left button, which stays down.
+  // Presses the left button and keeps it down.
   async press(x, y) {
     await this.moveMouse(x, y);
     await this.#run('xdotool', 'mousedown', 1);

@@ -1,4 +1,4 @@
-// An HTTP server on localhost that remembers what it was asked.
+// An HTTP server on localhost that records its requests.
 import { createServer } from 'node:http';
 import { endsWithFile } from './leftovers.mjs';
 import { until } from './waiting.mjs';
@@ -9,8 +9,8 @@ async function bodyOf(request) {
   return Buffer.concat(chunks).toString();
 }
 
-// A route is a text (sent as HTML), {status, headers, body}, or a function of (request, response)
-// that answers by itself or returns one of the former.
+// A route is a text (sent as HTML), {status, headers, body}, or a function of (request, response).
+// The function returns a text or such an object, or it answers itself and returns nothing.
 async function answer(route, request, response) {
   const made = typeof route === 'function' ? await route(request, response) : route;
   if (made === undefined) return;
@@ -23,7 +23,7 @@ async function answer(route, request, response) {
   response.end(reply.body ?? '');
 }
 
-// `routes`: from path, without the query, to route; anything else is 404. They may be changed while
+// `routes`: path without query -> route. Other paths give 404. A test may change the routes while
 // the server runs.
 export async function startServer(routes = {}) {
   const requests = [];

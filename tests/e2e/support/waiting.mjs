@@ -1,13 +1,14 @@
-// Waiting for something that has to come: never for a time.
+// Waits for conditions and promises, with a limit. No test waits for a fixed time.
 import { setTimeout as sleep } from 'node:timers/promises';
 
 const kStepMs = 20;
 
-// How long anything may take before a test gives up; generous, for a busy machine.
+// How long a test waits before it gives up. Long enough for a busy machine.
 export const kPatienceMs = 60_000;
 
-// Polls until `condition()` gives something truthy, and gives that back. An error of the condition
-// counts as "not yet". When the time is over: an error that names `what` and shows `context()`.
+// Polls until `condition()` gives something truthy, and returns that. An error of the condition
+// counts as "not yet". When the time is over, throws an error that names `what` and shows
+// `context()`.
 export async function until(what, condition, { timeoutMs = kPatienceMs, context } = {}) {
   const end = Date.now() + timeoutMs;
   for (let reason = ''; ; ) {
@@ -22,13 +23,13 @@ export async function until(what, condition, { timeoutMs = kPatienceMs, context 
   }
 }
 
-// The promise's value, or the error that it took too long.
+// The value of the promise. Throws an error that names `what` when the time is over before.
 export async function inTime(what, promise, { timeoutMs = kPatienceMs, context } = {}) {
   const giveUp = new AbortController();
   const late = sleep(timeoutMs, undefined, { signal: giveUp.signal }).then(() => {
     throw lateError(what, timeoutMs, context);
   });
-  late.catch(() => {}); // given up
+  late.catch(() => {}); // the promise was in time
   try {
     return await Promise.race([promise, late]);
   } finally {

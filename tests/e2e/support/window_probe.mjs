@@ -1,4 +1,4 @@
-// Looks at the host's window from a Windows program beside it (tests/support/window_probe_win.cpp).
+// Looks at the host's window with a second Windows program, tests/support/window_probe_win.cpp.
 import { dirname, join } from 'node:path';
 import { createInterface } from 'node:readline';
 import { fileURLToPath } from 'node:url';
@@ -14,17 +14,17 @@ export class WindowProbe {
   #answers;
   #queue = Promise.resolve();
 
-  // `environment`: that of the prefix in which the host runs.
+  // `environment`: the environment of the Wine prefix in which the host runs.
   constructor(environment) {
     this.#child = spawnTied(...wineCommand(kProgram), {
       env: environment,
       stdio: ['pipe', 'pipe', 'ignore'],
     });
-    this.#child.stdin.on('error', () => {}); // it ends with the host
+    this.#child.stdin.on('error', () => {}); // the probe is ended together with the host
     this.#answers = createInterface({ input: this.#child.stdout })[Symbol.asyncIterator]();
   }
 
-  // One command, as the program's comment lists them; the answer as an object.
+  // Sends one command and gives the answer as an object. The program's comment lists the commands.
   ask(...words) {
     const answer = this.#queue.then(() => this.#ask(words.join(' ')));
     this.#queue = answer.catch(() => {});

@@ -1,5 +1,5 @@
-// The stand-in for the update library, as a test sees it: what the host has called, and calling the
-// host's callbacks. docs/runtime-winsparkle.md says how it is told what to do.
+// The test's side of the stand-in for the update library: shows what the host has called, and calls
+// the host's callbacks. docs/runtime-winsparkle.md describes the settings of the stand-in.
 import { existsSync } from 'node:fs';
 import { mkdtemp, readFile, rm } from 'node:fs/promises';
 import { createServer } from 'node:net';
@@ -9,8 +9,8 @@ import { endsWithFile } from './leftovers.mjs';
 import { Lines } from './lines.mjs';
 import { inTime, until } from './waiting.mjs';
 
-// For one host. `env` goes into the host's environment, beside what `settings` says: for example
-// {INTERVAL: 7200} for WENDRA_DEV_WINSPARKLE_INTERVAL.
+// For one host, which gets `env` of the result in its environment. `settings` become variables, for
+// example {INTERVAL: 7200} becomes WENDRA_DEV_WINSPARKLE_INTERVAL.
 export async function startWinSparkle(settings = {}) {
   const folder = await mkdtemp(join(tmpdir(), 'wendra-winsparkle-'));
   const file = join(folder, 'calls');
@@ -37,12 +37,12 @@ export async function startWinSparkle(settings = {}) {
     // {call, args, thread} or {fired, returned, thread}, in order.
     record,
     calls,
-    // The call of that name, come or to come; `index`: not the first, but a later one.
+    // Waits for the call of that name. `index`: which of the calls with that name, from 0.
     waitForCall: (name, index = 0) =>
       until(`a call of ${name}`, async () =>
         (await calls()).filter(({ call }) => call === name)[index]),
-    // Calls the host's callback from a thread of the library's own: {fired, returned} or {error},
-    // after it has returned. 'did_find_update' and so on.
+    // Calls the host's callback, such as 'did_find_update', from a thread of the library. Resolves
+    // after it has returned, with {fired, returned} or {error}.
     async fire(name) {
       const { socket, answers } = await inTime('the library to connect', connected);
       const from = answers.all.length;
