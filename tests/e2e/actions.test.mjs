@@ -1,4 +1,4 @@
-// The native actions through a real page: files, project folders, the folder picker.
+// Tests the native actions from a real page: files, project folders, the folder picker.
 import assert from 'node:assert/strict';
 import { appendFile, mkdir, readFile, rm, stat, truncate, writeFile } from 'node:fs/promises';
 import { join, relative } from 'node:path';
@@ -22,7 +22,7 @@ after(async () => {
   await server?.close();
 });
 
-// A file of the user's, as the host and as this machine name it.
+// The path of a file in the user's profile: for the host, and on this machine.
 const hostPath = (name) => `C:\\users\\wendra\\${name.replaceAll('/', '\\')}`;
 const realPath = (name) => join(host.profile, name);
 
@@ -31,7 +31,7 @@ const succeeds = async (action, args, value) =>
 const fails = async (action, args, error) =>
   assert.deepEqual(await page.call(action, args), { ok: 0, value: error }, JSON.stringify(args));
 
-test('files are written and read, with all their folders', async () => {
+test('files are written with all their folders, and read', async () => {
   const names = ['a.txt', 'Ordner mit Leer/ü/日本/x.txt', `${'lang/'.repeat(40)}x.txt`, 'slash\\a/b.txt'];
   for (const name of names) {
     const content = `Inhalt — ${name}\n\u2028"\\ 😀`;
@@ -51,17 +51,17 @@ test('writing without content empties the file, and replaces longer content', as
   await succeeds('readFileBase64', [hostPath('b.txt')], '');
 });
 
-test('bytes that are not UTF-8 come through base64 as they are', async () => {
+test('readFileBase64 gives bytes that are not UTF-8 unchanged', async () => {
   const bytes = Buffer.from(Array.from({ length: 256 }, (_, i) => i));
   await writeFile(realPath('bytes.bin'), bytes);
   await succeeds('readFileBase64', [hostPath('bytes.bin')], bytes.toString('base64'));
 });
 
-test('16 MiB are read, one byte more is too large', async () => {
+test('a file of 16 MiB is read, one of a byte more is too large', async () => {
   const name = 'big.bin';
   await writeFile(realPath(name), Buffer.alloc(16_777_216, 'x'));
   for (const [action, length] of [['readFile', 16_777_216], ['readFileBase64', 22_369_624]]) {
-    // The value stays in the page: it is long.
+    // The long value stays in the page; only its length comes to the test.
     const seen = await page.evaluate(
       (wanted, path) => new Promise((resolve) => {
         window.__wendra = { __resolve: (id, ok, value) => resolve([ok, value.length]) };
@@ -76,7 +76,7 @@ test('16 MiB are read, one byte more is too large', async () => {
   await fails('readFileBase64', [hostPath(name)], 'file too large');
 });
 
-test('what cannot be read says why', async () => {
+test('a path that cannot be read fails with the reason', async () => {
   await mkdir(realPath('folder'), { recursive: true });
   await writeFile(realPath('there.txt'), 'x');
   const cases = [
@@ -93,14 +93,14 @@ test('what cannot be read says why', async () => {
   }
 });
 
-test('what cannot be written says why, and leaves what is there', async () => {
+test('a path that cannot be written fails with the reason, and changes nothing', async () => {
   await mkdir(realPath('folder'), { recursive: true });
   await fails('writeFile', [hostPath('folder'), 'x'], 'could not create file (5)');
   await fails('writeFile', [`${hostPath('folder')}\\`, 'x'], 'could not create file (5)');
   await fails('writeFile', ['Z:\\sys\\kernel\\uevent_seqnum', 'x'], 'could not create file (5)'); // read-only
   await fails('writeFile', [hostPath('a<b'), 'x'], 'could not create file (123)');
   await fails('writeFile', [`${hostPath('zero')}\0x`, 'x'], 'could not create file (123)');
-  const tooDeep = hostPath(`${'lang/'.repeat(60)}x.txt`); // folders beyond 248 characters
+  const tooDeep = hostPath(`${'lang/'.repeat(60)}x.txt`); // its folders have more than 248 characters
   await fails('writeFile', [tooDeep, 'x'], 'could not create file (3)');
   await fails('readFile', [tooDeep], 'no such file');
   await fails('writeFile', ['', 'x'], 'writeFile expects [path, content]');
@@ -108,7 +108,7 @@ test('what cannot be written says why, and leaves what is there', async () => {
   assert.ok((await stat(realPath('folder'))).isDirectory());
 });
 
-test('device names are no trap', async () => {
+test('device names are answered like files', async () => {
   for (const name of ['NUL', 'CON', 'COM9', '\\\\.\\NUL']) {
     const { ok, value } = await page.call('readFile', [name]);
     assert.ok(ok === 1 || /^(no such file|could not open file|is a directory)$/.test(value), `${name}: ${value}`);
@@ -120,7 +120,8 @@ test('other ways to write a path lead to the same file', async () => {
     [hostPath('dots.txt...'), 'dots.txt'], [hostPath('blanks.txt  '), 'blanks.txt'],
     ['C:/users/wendra/forward/slashes.txt', 'forward/slashes.txt'],
     [hostPath('a/../up.txt'), 'up.txt'], [`\\\\?\\${hostPath('long form.txt')}`, 'long form.txt'],
-    [relative('.', realPath('relative.txt')), 'relative.txt'], // to the folder that the host runs in
+    // Relative to the folder in which the host runs.
+    [relative('.', realPath('relative.txt')), 'relative.txt'],
   ];
   for (const [path, name] of cases) {
     await succeeds('writeFile', [path, path], 'ok');
@@ -129,7 +130,7 @@ test('other ways to write a path lead to the same file', async () => {
   }
 });
 
-test('a file that grows, shrinks and vanishes is read as it is at that moment', async () => {
+test('reading a file that changes meanwhile gives its content or an error', async () => {
   const path = realPath('restless.txt');
   const largest = 'x'.repeat(256 << 10);
   let isRead = true;
@@ -145,7 +146,7 @@ test('a file that grows, shrinks and vanishes is read as it is at that moment', 
   try {
     for (let i = 0; i < 200; i += 1) {
       const { ok, value } = await page.call('readFile', [hostPath('restless.txt')]);
-      // Zeros stand for what was cut off after the size had been taken.
+      // NULs stand for bytes that were cut off after the host had read the size.
       seen.add(ok === 1 && /^x*\0*$/.test(value) ? 'content' : value);
     }
   } finally {
@@ -171,13 +172,13 @@ test('project folders are kept, replaced and cleared', async () => {
   await succeeds('setProjectDir', ['prøjekt 日', ''], 'ok');
   assert.deepEqual(await dirs(), { p1: 'C:\\b' });
   await succeeds('setProjectDir', ['p1'], 'ok');
-  await succeeds('setProjectDir', ['p1', ''], 'ok'); // not there any more
+  await succeeds('setProjectDir', ['p1', ''], 'ok'); // it is cleared already
   assert.deepEqual(await dirs(), {});
   await fails('setProjectDir', ['', 'x'], 'setProjectDir expects [projectId, path]');
   await fails('setProjectDir', [], 'setProjectDir expects [projectId, path]');
 });
 
-// Asks for a folder and waits until the dialog is there; gives the answer that is still to come.
+// Asks for a folder and waits until the dialog is there. `answer` is a promise of the reply.
 async function startPicking(title) {
   const answer = page.call('pickDirectory', [title]);
   await until('the dialog', async () =>
@@ -185,7 +186,7 @@ async function startPicking(title) {
   return { answer };
 }
 
-test('a picked folder is answered with its path, and meanwhile others are answered', async () => {
+test('a picked folder gives its path, and other requests are answered meanwhile', async () => {
   await mkdir(realPath('Ordner zum Wählen'), { recursive: true });
   const { answer } = await startPicking('Wähle einen Ordner');
   assert.equal((await page.call('platform')).ok, 1);
@@ -194,7 +195,7 @@ test('a picked folder is answered with its path, and meanwhile others are answer
   assert.deepEqual(await answer, { ok: 1, value: hostPath('Ordner zum Wählen') });
 });
 
-test('a cancelled folder picker is answered with null', async () => {
+test('a cancelled folder picker gives null', async () => {
   const { answer } = await startPicking('Lieber nicht');
   await host.keys('Escape');
   assert.deepEqual(await answer, { ok: 1, value: null });

@@ -1,10 +1,10 @@
-// Requests and replies between a real page and the real host.
+// Tests requests and replies between a real page and the real host.
 import assert from 'node:assert/strict';
 import { after, before, beforeEach, test } from 'node:test';
 import { startHost } from './support/host.mjs';
 import { startServer } from './support/server.mjs';
 
-// A page whose very first script records what it finds, then asks for the platform.
+// A page whose first script records what it finds, then asks for the platform.
 const kPage = `<!doctype html><title>page</title>
 <script>
   window.hostAtStart = JSON.stringify(window.__wendraHost);
@@ -45,7 +45,8 @@ beforeEach(async () => {
   await page.waitFor('window.replies?.length > 0');
 });
 
-// Sends a message and waits until the host has certainly dealt with it: its answers come in order.
+// Sends a message, waits until the host has handled it, and gives the replies. The host handles
+// messages in order, so the reply to a second request shows that.
 async function postAndSettle(message) {
   await page.evaluate((value) => {
     chrome.webview.postMessage(value);
@@ -75,7 +76,7 @@ test('the host object is there before the first script, after a reload, and in a
   assert.deepEqual(await seen(), [kHostObject, 'function']);
 });
 
-test('the host object is made by exactly one script, in every document', async () => {
+test('exactly one script makes the host object in a document', async () => {
   const kScript = "window.__wendraHost = { platform: 'windows', topInset: 0 };";
   const scripts = await page.scriptsDuring(async () => {
     await page.evaluate('location.href = "/second"');
@@ -102,7 +103,7 @@ test('the reply is exactly the resolve script', async () => {
   assert.ok(scripts.includes(wanted), scripts.join('\n'));
 });
 
-test('requests are logged, answered once, in order', async () => {
+test('each request is logged and answered once, in order', async () => {
   const cases = [
     [{ __reqId: 'a', name: 'nope' }, "action 'nope' (req a)", ['a', 0, "unknown native action 'nope'"]],
     [{ __reqId: 'b' }, "action '' (req b)", ['b', 0, "unknown native action ''"]],
@@ -143,7 +144,7 @@ test('messages that are no requests are logged and never answered', async () => 
   }
 });
 
-test('a reply that holds U+2028 arrives as it was', async () => {
+test('a reply that holds U+2028 arrives unchanged', async () => {
   const name = 'a\u2028b\u2029c';
   let replies;
   const scripts = await page.scriptsDuring(async () => {
@@ -154,14 +155,14 @@ test('a reply that holds U+2028 arrives as it was', async () => {
   assert.ok(scripts.includes(wanted), scripts.join('\n'));
 });
 
-test('a message of one mebibyte is answered', async () => {
+test('a message of 1 MiB is answered', async () => {
   const name = 'x'.repeat(1 << 20);
   assert.deepEqual(await postAndSettle({ __reqId: 'big', name }), [
     ['big', 0, `unknown native action '${name}'`],
   ]);
 });
 
-test('a reply to a page without a resolver, or to one that has gone, does no harm', async () => {
+test('a reply to a page without a resolver, or to a page that is left, does no harm', async () => {
   await page.evaluate('location.href = "/bare"');
   await page.loaded('/bare');
   const from = host.log.length;
@@ -177,7 +178,7 @@ test('a reply to a page without a resolver, or to one that has gone, does no har
   assert.equal(replies.filter((id) => id === 'start').length, 1);
 });
 
-test('messages of a frame are not taken for messages of the page', async () => {
+test('the host ignores messages of a frame', async () => {
   await page.evaluate('location.href = "/frame"');
   await page.waitFor('window.framedHasPosted');
   await page.evaluate('window.replies = []; window.__wendra = { __resolve: (...reply) => replies.push(reply) }');
@@ -187,7 +188,7 @@ test('messages of a frame are not taken for messages of the page', async () => {
   assert.deepEqual(host.log.filter((line) => line.includes('(req framed)')), []);
 });
 
-test('a flood of ten thousand messages is answered, each once', async () => {
+test('ten thousand messages at once are answered, each once and in order', async () => {
   const kCount = 10_000;
   const from = host.log.length;
   await page.evaluate((count) => {

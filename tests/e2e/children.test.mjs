@@ -1,5 +1,5 @@
-// What the programs that the host starts get from it: their three streams and nothing else, and for
-// batch files the system's own shell in its usual state.
+// Tests what programs get from the host that starts them: the three standard streams only, and for
+// batch files the system's shell with its default settings.
 import assert from 'node:assert/strict';
 import { copyFile, mkdir, writeFile } from 'node:fs/promises';
 import { dirname, join } from 'node:path';
@@ -27,7 +27,7 @@ async function output(host, command) {
   return value.stdout;
 }
 
-test('a command inherits its three streams, whatever else is open', () =>
+test('a command inherits its three streams and no other handle of the host', () =>
   withLocalServers(page, { one: mcpChild(), two: mcpChild() }, async (host) => {
     assert.deepEqual((await callTool(host, 'one')).value, kEcho);
     const many = Array(8).fill(`"${kTestChild}" handles`);
@@ -35,8 +35,9 @@ test('a command inherits its three streams, whatever else is open', () =>
     assert.deepEqual(got, many.map(() => '3 inherited, 3 of them standard streams'));
   }));
 
-// Where the registry would have cmd.exe take ! in arguments for variables.
-test('a batch file runs in the shell of the system, turned back to its usual state', async (t) => {
+// DelayedExpansion in the registry makes cmd.exe expand variables between exclamation marks, also
+// in arguments; the host must turn that off.
+test("a batch file runs in the system's shell with default settings", async (t) => {
   const profile = await ownProfile(t);
   const folder = join(profile, 'server');
   await mkdir(folder, { recursive: true });

@@ -1,5 +1,5 @@
-// The window is closed while the program is busy: in a modal loop of the system, which may swallow
-// the quit message, or with a flood of log lines.
+// Tests that the program ends when its window is closed while the program is busy: in a modal loop
+// of Windows, which may swallow the quit message, or with many log lines.
 import assert from 'node:assert/strict';
 import { after, before, test } from 'node:test';
 import { endAlone, startLonelyHost } from './support/lonely_host.mjs';
@@ -8,7 +8,7 @@ import { startServer } from './support/server.mjs';
 import { kPatienceMs, until } from './support/waiting.mjs';
 
 const kLimitMs = 2_000;
-const kFlood = 30_000; // bad messages, each of which is logged
+const kFlood = 30_000; // bad messages; the host logs each of them
 const WM_SYSCOMMAND = 0x112;
 const SC_MOVE = 0xf010;
 const SC_SIZE = 0xf000;
@@ -66,7 +66,7 @@ const kFloodingServer = mcpChild('answer', ...endlessly(...says('x', 50)));
 const configs = { 'while a server floods the log': { mcpServers: { a: kFloodingServer } } };
 
 for (const [when, begin] of Object.entries(cases)) {
-  test(`the window is closed ${when}: the program ends`, async () => {
+  test(`the program ends when its window is closed ${when}`, async () => {
     const host = await startLonelyHost({ address: server.url, config: configs[when] });
     try {
       await begin(host);

@@ -1,4 +1,4 @@
-// What becomes of config.json, and of the servers it lists, while another program has it open.
+// Tests what happens to config.json, and to the servers in it, while another program has it open.
 import assert from 'node:assert/strict';
 import { dirname, join } from 'node:path';
 import { after, before, test } from 'node:test';
@@ -35,15 +35,15 @@ const mcpLines = (host, from = 0) => host.log.slice(from).filter((line) => line.
 const run = (host, command) => host.page.call('exec', ['', `"${kChild}" ${command}`]);
 const readConfig = async (host) => (await host.page.call('mcpReadConfig')).value.content;
 
-// As the timer has it look every two seconds.
+// Has the host look at config.json at once, as its timer does every two seconds.
 const WM_TIMER = 0x113;
 const look = (host) => host.probe('send', 'window', WM_TIMER, 1, 0);
 
-// Another program opens config.json and keeps it ('keep'), or closes and opens it all the time
-// ('occupy'). Gives a function that ends that.
+// Starts another program that opens config.json and keeps it open ('keep'), or that opens and
+// closes it all the time ('occupy'). Returns a function that ends that program.
 function hold(host, how, share, name) {
   const held = run(host, `${how} ${kPath} ${share} ${name}`);
-  held.catch(() => {}); // a test that has failed before
+  held.catch(() => {}); // a test that fails does not wait for `held`
   return async () => {
     await run(host, `set ${name}`);
     await held;
@@ -55,7 +55,7 @@ async function untilHeld(host) {
 }
 
 for (const share of ['none', 'read']) {
-  test(`nothing is lost while another program opens and releases the file (shares: ${share})`, async () => {
+  test(`the content is kept while another program opens and closes the file (shares: ${share})`, async () => {
     const config = { mcpServers: { a: { url: 'http://localhost:1', headers: { token: 'secret' } } } };
     const text = JSON.stringify(config);
     await withHost(config, async (host) => {
@@ -75,7 +75,7 @@ for (const share of ['none', 'read']) {
   });
 }
 
-test('a change that cannot be read keeps the servers and counts once it can be', async () => {
+test('a changed file that cannot be read keeps the servers, and is loaded when it can be', async () => {
   await withHost({ mcpServers: { a: kQuiet } }, async (host) => {
     await host.waitForLine('[MCP] loaded 1 server(s)');
     const from = host.log.length;
@@ -83,7 +83,7 @@ test('a change that cannot be read keeps the servers and counts once it can be',
     await untilHeld(host);
     await writeConfig(host.profile, { mcpServers: { b: kQuiet } });
     await host.waitForLine(kKept, { from });
-    for (let i = 0; i < 3; ++i) await look(host); // and says it no more
+    for (let i = 0; i < 3; ++i) await look(host); // the host does not log it again
     await release();
     await look(host);
     await host.waitForLine('[MCP] loaded 1 server(s)', { from });
@@ -92,7 +92,7 @@ test('a change that cannot be read keeps the servers and counts once it can be',
   });
 });
 
-test('servers come back when a reload could not read the file', async () => {
+test('after a reload that could not read the file, the servers are started when it can', async () => {
   const config = { mcpServers: { a: kQuiet } };
   await withHost(config, async (host) => {
     await host.waitForLine('[MCP] loaded 1 server(s)');

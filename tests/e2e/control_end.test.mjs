@@ -1,4 +1,4 @@
-// How the browser control ends with its window.
+// Tests the end of the browser control.
 import assert from 'node:assert/strict';
 import { readFileSync } from 'node:fs';
 import { rm } from 'node:fs/promises';
@@ -7,7 +7,7 @@ import { profileFiles } from '../../tools/wine/prefix.mjs';
 import { makeProfile, startHost } from './support/host.mjs';
 import { startServer } from './support/server.mjs';
 
-test('the browser control is closed while the window that it is in is still there', async () => {
+test('the browser control is closed before its window is destroyed', async () => {
   const server = await startServer({ '/': '<!doctype html><title>start</title>' });
   const profile = await makeProfile();
   const host = await startHost({ address: server.url, profile });

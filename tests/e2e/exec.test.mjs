@@ -1,4 +1,4 @@
-// Shell commands through a real page.
+// Tests shell commands from a real page.
 import assert from 'node:assert/strict';
 import { mkdir, readFile } from 'node:fs/promises';
 import { dirname, join } from 'node:path';
@@ -31,7 +31,7 @@ after(async () => {
   await server?.close();
 });
 
-// Event names that no other test uses.
+// The name of a Windows event that no other test uses.
 let events = 0;
 const newEvent = () => `wendra-e2e-${process.pid}-${(events += 1)}`;
 
@@ -68,8 +68,8 @@ test('a command answers with exit code and both streams', async () => {
   }
 });
 
-test('a long command runs whole, one beyond the limit of the shell is answered', async () => {
-  const longest = 'y'.repeat(8_000); // the shell takes 8,191 characters, its own name included
+test('a command of 8,000 characters runs; one beyond the limit of the shell is answered', async () => {
+  const longest = 'y'.repeat(8_000); // the shell takes 8,191 characters, including its own name
   assert.deepEqual(await exec(`${child} args ${longest}`), { exit: 0, stdout: `${longest}\n`, stderr: '' });
   for (const length of [8_192, 32_768, 100_000]) {
     const { exit, stdout } = await exec(`${child} args ${'y'.repeat(length)}`);
@@ -78,25 +78,25 @@ test('a long command runs whole, one beyond the limit of the shell is answered',
   assert.equal((await exec('echo still here')).stdout, 'still here\r\n');
 });
 
-test('a command of two lines runs its first one', async () => {
+test('a command of two lines runs its first line', async () => {
   for (const end of ['\n', '\r\n']) {
     const { exit, stdout } = await exec(`echo one${end}echo two`);
     assert.equal(exit, 0);
-    assert.match(stdout, /^one/); // what the shell makes of the rest is its own affair
+    assert.match(stdout, /^one/); // the shell decides about the rest
   }
 });
 
-test('a crash is a negative exit code', async () => {
+test('a command that crashes has a negative exit code', async () => {
   assert.equal((await exec(`${child} crash`)).exit, -1073741819);
 });
 
-test('a command that is missing its text says what is expected', async () => {
+test('a request without a command fails and names the expected arguments', async () => {
   for (const args of [[], [''], ['C:\\'], ['', ''], ['', 5], null]) {
     assert.deepEqual(await page.call('exec', args), { ok: 0, value: 'exec expects [dir, command]' });
   }
 });
 
-test('the folder is the working folder; a missing one gives the command line back', async () => {
+test('a command runs in its folder; with a missing folder the reply has the command line', async () => {
   await mkdir(join(host.profile, 'Ordner ü'), { recursive: true });
   const value = await exec(`${child} out 4 > made.txt`, 'C:\\users\\wendra\\Ordner ü');
   assert.equal(value.exit, 0);
@@ -106,7 +106,7 @@ test('the folder is the working folder; a missing one gives the command line bac
   });
 });
 
-test('10 MiB on both streams at once arrive whole', async () => {
+test('10 MiB on both streams at once arrive completely', async () => {
   const bytes = 10 << 20;
   const seen = await page.evaluate((command) => new Promise((resolve) => {
     const before = window.__wendra;
@@ -135,7 +135,7 @@ test('a hundred commands at once are all answered', async () => {
   await page.waitFor('!window.__wendra');
 });
 
-test('a child that is left behind keeps the answer back as long as it holds the streams', async () => {
+test('the reply waits for a child of the command that holds the streams', async () => {
   const event = newEvent();
   const answer = exec(`${child} out 1 hold ${event} exit 6`);
   assert.equal((await exec('echo meanwhile')).stdout, 'meanwhile\r\n');
@@ -144,7 +144,7 @@ test('a child that is left behind keeps the answer back as long as it holds the 
   assert.deepEqual(await answer, { exit: 6, stdout: 'x', stderr: '' });
 });
 
-test('a page that navigates away while a command runs is not disturbed by its answer', async () => {
+test('the reply to a page that navigates within its origin comes to the new page', async () => {
   const event = newEvent();
   await page.post({ __reqId: 'left', name: 'exec', args: ['', `${child} await ${event}`] });
   await host.waitForLine("action 'exec' (req left)");
@@ -158,7 +158,7 @@ test('a page that navigates away while a command runs is not disturbed by its an
   await page.loaded(`${server.url}/`);
 });
 
-test('handles and threads are as many after a thousand mixed actions as before', async () => {
+test('thousands of mixed actions leak no handles and no threads', async () => {
   const round = (count) => page.evaluate(async (command, times) => {
     const waiting = new Map();
     window.__wendra = { __resolve: (id) => waiting.get(id)() };
@@ -179,8 +179,8 @@ test('handles and threads are as many after a thousand mixed actions as before',
       ]);
     }
   }, child, count);
-  // What the system makes once, at the first collision of two threads say, may come late: a leak is
-  // what grows with every thousand.
+  // The system makes some handles only once and late, for example when two threads collide for the
+  // first time. A leak grows with every thousand actions.
   await round(5);
   const counts = [];
   const count = async () => {
@@ -202,7 +202,7 @@ test('handles and threads are as many after a thousand mixed actions as before',
   assert.fail(`more handles after every thousand actions: ${JSON.stringify(counts)}`);
 });
 
-test('a window that is closed while commands run ends at once', async () => {
+test('the program ends at once when its window is closed while commands run', async () => {
   const other = await startHost({ address: server.url });
   const event = newEvent();
   for (let i = 0; i < 10; ++i) {

@@ -1,5 +1,5 @@
-// Calls of the system that fail while the page's actions need them: what the page gets, that nothing
-// is left behind, and that the program goes on. docs/failures.md lists them all.
+// Makes system calls of the page's actions fail. Tests what the page gets, that no handle and no
+// thread is left, and that the program goes on. docs/failures.md lists all these calls.
 import assert from 'node:assert/strict';
 import { mkdir, readFile, rm, writeFile } from 'node:fs/promises';
 import { dirname, join } from 'node:path';
@@ -22,7 +22,7 @@ const kConfig = '{"mcpServers":{}}';
 let server;
 let failures;
 let host;
-let folder; // of the tests' own
+let folder; // for the files of these tests
 before(async (t) => {
   server = await startServer({ '/': '<!doctype html><title>failing calls</title>' });
   failures = await makeFailures();
@@ -42,14 +42,14 @@ const inFolder = (name) => windowsPath(join(folder, name));
 const ok = (value) => ({ ok: 1, value });
 const failed = (value) => ({ ok: 0, value });
 
-// What the page gets while `plan` holds; afterwards the program answers as ever.
+// The reply that the page gets under `plan`. Checks that the program answers afterwards.
 async function callDuring(plan, action, args) {
   const reply = await failures.during(plan, () => host.page.call(action, args));
   assert.equal((await host.page.call('platform', [])).value.name, 'Windows', plan);
   return reply;
 }
 
-// The same for what may leave handles or threads behind.
+// The same, and checks that no handles and threads are left.
 async function callWithoutRest(plan, action, args) {
   const held = await holdings(host);
   const reply = await callDuring(plan, action, args);
@@ -60,8 +60,8 @@ async function callWithoutRest(plan, action, args) {
 const notStarted = (command) =>
   ok({ exit: -1, stdout: '', stderr: `${kShell} /d /s /c "${command}"` });
 
-test('a command that gets no thread, no pipe or no process is answered with -1', async () => {
-  await host.page.call('exec', ['', 'echo hi']); // what is kept for good is there from now on
+test('a command that gets no thread, no pipe or no process is answered with exit code -1', async () => {
+  await host.page.call('exec', ['', 'echo hi']); // makes what the program keeps until its end
   for (const plan of ['CreateThread:1', 'CreatePipe:1', 'CreatePipe:2', 'CreatePipe:3', 'CreateProcessW']) {
     assert.deepEqual(await callWithoutRest(plan, 'exec', ['', 'echo hi']), notStarted('echo hi'), plan);
   }
@@ -79,13 +79,13 @@ test('a command whose output cannot be read still ends', async () => {
     ok({ exit: 0, stdout: '', stderr: '' }));
 });
 
-test('a command sees the end of its input even where its inheritance cannot be set', async () => {
+test('a command sees the end of its input even if the inheritance of handles cannot be set', async () => {
   const command = `${kChild} read`;
   assert.deepEqual(await callWithoutRest('SetHandleInformation', 'exec', ['', command]),
     ok({ exit: 0, stdout: 'read 0 bytes\n', stderr: '' }));
 });
 
-test('a command whose exit code cannot be had counts as failed', async () => {
+test('a command whose exit code cannot be read counts as failed', async () => {
   assert.deepEqual(await callWithoutRest('GetExitCodeProcess', 'exec', ['', 'echo hi']),
     ok({ exit: -1, stdout: 'hi\r\n', stderr: '' }));
 });
@@ -95,20 +95,20 @@ test("a command's result waits for room in a full queue", async () => {
     ok({ exit: 0, stdout: 'hi\r\n', stderr: '' }));
 });
 
-test('reading a file says what cannot be had of it', async () => {
+test('a file that cannot be read fails with the reason, or keeps its size', async () => {
   await writeFile(join(folder, 'read.txt'), 'text');
   const cases = [
     ['GetFileAttributesW/read.txt', failed('no such file')],
     ['CreateFileW/read.txt', failed('could not open file')],
     ['GetFileSizeEx', failed('could not open file')],
-    ['ReadFile', ok('\0\0\0\0')], // the size is kept
+    ['ReadFile', ok('\0\0\0\0')], // the text has the file's size all the same
   ];
   for (const [plan, reply] of cases) {
     assert.deepEqual(await callWithoutRest(plan, 'readFile', [inFolder('read.txt')]), reply, plan);
   }
 });
 
-test('writing a file says why it cannot be made, and nothing of its bytes', async () => {
+test('a file that cannot be made fails with the reason; bytes that are not written are no error', async () => {
   const write = (plan, name) => callWithoutRest(plan, 'writeFile', [inFolder(name), 'text']);
   const contentOf = (name) => readFile(join(folder, name), 'utf8');
   assert.deepEqual(await write('CreateFileW/full.txt=112', 'full.txt'),
@@ -121,7 +121,7 @@ test('writing a file says why it cannot be made, and nothing of its bytes', asyn
   assert.equal(await contentOf('half.txt'), 'te');
 });
 
-test('a folder in the way, and a file that a command holds, are told by their number', async () => {
+test('writing over a folder, or to a file that a command holds, fails with the error's number', async () => {
   const write = (name) => host.page.call('writeFile', [inFolder(name), 'new']);
   await mkdir(join(folder, 'folder'));
   assert.deepEqual(await write('folder'), failed('could not create file (5)'));
@@ -136,7 +136,7 @@ test('a folder in the way, and a file that a command holds, are told by their nu
   assert.equal(await readFile(join(folder, 'held.txt'), 'utf8'), 'xxx');
 });
 
-test('project folders that the registry refuses are missing, and setting them is no error', async () => {
+test('project folders that the registry refuses are left out, and setting them is no error', async () => {
   for (const id of ['a', 'b']) await host.page.call('setProjectDir', [id, 'C:\\x']);
   const both = ok({ a: 'C:\\x', b: 'C:\\x' });
   const dirs = () => host.page.call('getProjectDirs', []);
@@ -154,7 +154,7 @@ test('project folders that the registry refuses are missing, and setting them is
   }
 });
 
-test('facts of the platform that cannot be had are empty', async () => {
+test('facts of the platform that cannot be read are empty', async () => {
   const { value: facts } = await host.page.call('platform', []);
   const cases = [
     ['GetUserNameW', { user: '' }],
@@ -166,13 +166,13 @@ test('facts of the platform that cannot be had are empty', async () => {
   }
 });
 
-test('a folder dialog that cannot be made, or not be asked for, gives null', async () => {
+test('a folder dialog that cannot be made, or whose message cannot be posted, gives null', async () => {
   for (const plan of ['CoCreateInstance', `PostMessageW/${kPickDirectory}`]) {
     assert.deepEqual(await callWithoutRest(plan, 'pickDirectory', ['title']), ok(null), plan);
   }
 });
 
-test('a configuration that cannot be written is as it was', async () => {
+test('a configuration that cannot be written keeps its old content', async () => {
   const next = '{"mcpServers":{},"next":1}';
   const cases = [
     ['CreateFileW/config.json.tmp', failed('could not write config')],
@@ -184,7 +184,7 @@ test('a configuration that cannot be written is as it was', async () => {
     assert.deepEqual(await callWithoutRest(plan, 'mcpWriteConfig', [next]), reply, plan);
     assert.equal(await host.config(), kConfig, plan);
   }
-  // What a failed one left behind is in nobody's way.
+  // A config.json.tmp that a failed write has left does not disturb the next write.
   for (const plan of ['FlushFileBuffers', 'SHCreateDirectoryExW']) {
     assert.deepEqual(await callWithoutRest(plan, 'mcpWriteConfig', [next]), ok({ ok: true }), plan);
     assert.equal(await host.config(), next);
@@ -204,7 +204,7 @@ test('a configuration that cannot be opened is left alone', async () => {
   }
 });
 
-test('an address that no browser can be started for is logged, and the page stays', async () => {
+test('an address for which no browser can be started is logged, and the page stays', async () => {
   const from = host.log.length;
   await failures.during('ShellExecuteW', async () => {
     await host.page.evaluate(() => void window.open('https://foreign.test/'));

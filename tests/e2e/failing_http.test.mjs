@@ -1,5 +1,5 @@
-// Calls of the system that fail while the host talks to remote MCP servers: each step of a request,
-// the threads, the full queue. docs/failures.md lists them all.
+// Makes system calls fail while the host talks to remote MCP servers: each step of a request,
+// making threads, posting to a full message queue. docs/failures.md lists all these calls.
 import assert from 'node:assert/strict';
 import { after, before, test } from 'node:test';
 import { callTool, kEcho, letAllTimeOut, lookAtConfig } from './support/calls.mjs';
@@ -39,7 +39,8 @@ after(async () => {
   assert.equal(code, 0);
 });
 
-// A load of config.json with one server, or none; of any name, `remotes` has one that is proper.
+// Loads a config.json with one server, or with none. `remotes` plays a proper server under any name
+// that it has no functions for.
 async function load(name) {
   const from = host.log.length;
   await replaceConfig(host.profile, { mcpServers: name ? { [name]: remotes.entry(name) } : {} });
@@ -50,7 +51,7 @@ async function load(name) {
 const call = async (name) => (await callTool(host, name)).value;
 const calledDuring = (plan, name) => failures.during(plan, () => call(name));
 
-// Of a request: what fails, and what the page gets.
+// The steps of a request: the call that fails, and what the page gets.
 const kSteps = [
   ['WinHttpCrackUrl', { error: 'invalid URL' }],
   ['WinHttpOpen', { error: 'WinHttpOpen failed' }],
@@ -66,9 +67,10 @@ const kSteps = [
   ['WinHttpReadData', kNoResponse],
 ];
 
-test('each step of a request that fails has its text, and leaves nothing behind', async () => {
+test('each step of a request that fails has its error text and leaks nothing', async () => {
   await load('proper');
-  await failures.during('WinHttpSendRequest', () => call('proper')); // what is made once is there
+  // Makes what the program keeps until its end.
+  await failures.during('WinHttpSendRequest', () => call('proper'));
   const held = await holdings(host);
   for (const [plan, answer] of kSteps) {
     assert.deepEqual(await calledDuring(plan, 'proper'), answer, plan);
@@ -78,7 +80,7 @@ test('each step of a request that fails has its text, and leaves nothing behind'
   assert.deepEqual(await call('proper'), kEcho);
 });
 
-test('time-outs that cannot be set and headers that are refused stop no request', async () => {
+test('a request goes on without its time-outs and without its headers', async () => {
   await load('headers');
   for (const plan of ['WinHttpSetTimeouts', 'WinHttpAddRequestHeaders']) {
     assert.deepEqual(await calledDuring(plan, 'headers'), kEcho, plan);
@@ -101,7 +103,7 @@ test('a handshake whose notification gets no thread goes on', async () => {
   assert.deepEqual(remotes.of('notification', 'initialized'), []);
 });
 
-test('a question of a server whose answer gets no thread stays open, and the next does not', async () => {
+test('a request of a server whose response gets no thread is not answered; the next one is', async () => {
   await load('asks');
   assert.deepEqual(await call('asks'), kEcho);
   await remotes.waitFor('asks', 'answer');
@@ -111,7 +113,7 @@ test('a question of a server whose answer gets no thread stays open, and the nex
   await remotes.waitFor('asks', 'answer', 2);
 });
 
-test('a request that gets no thread while the queue is full is given its time', async () => {
+test('a request that gets no thread while the queue is full ends by its time-out', async () => {
   await load('queue');
   assert.deepEqual(await call('queue'), kEcho);
   failures.plan(`CreateThread PostMessageW/${kMcp}`);
@@ -123,23 +125,23 @@ test('a request that gets no thread while the queue is full is given its time', 
   assert.deepEqual(await call('queue'), kEcho);
 });
 
-test('answers, and the word that a message is sent, wait for room in a full queue', async () => {
+test('responses, and the messages about sent requests, wait for room in a full queue', async () => {
   await load('posts');
   const plan = `PostMessageW/${kMcp}:1-20 PostMessageW/${kHttpPosted}:1-20`;
   assert.deepEqual(await calledDuring(plan, 'posts'), kEcho);
   assert.deepEqual(await call('posts'), kEcho);
 });
 
-test('a server that nobody listens to, for want of a thread, answers all the same', async () => {
+test('a server whose listener gets no thread answers all the same', async () => {
   await failures.during('CreateThread', () => load('session'));
   assert.deepEqual(await call('session'), kEcho);
-  await load('proper'); // the next one is listened to
+  await load('proper'); // the listener of the next server gets a thread
   await call('proper');
   await remotes.waitFor('proper', 'listen');
   assert.deepEqual(remotes.of('session', 'listen'), []);
 });
 
-test('a session whose end gets no thread, or fails at any step, just ends', async () => {
+test('a session ends without its DELETE request when that gets no thread or fails', async () => {
   const deletes = () => remotes.of('session', 'end').length;
   const plans = [
     'CreateThread', 'WinHttpCrackUrl', 'WinHttpOpen', 'WinHttpConnect', 'WinHttpOpenRequest/DELETE',
@@ -162,7 +164,7 @@ test('a session whose end gets no thread, or fails at any step, just ends', asyn
   await remotes.waitFor('session', 'end', before + 1);
 });
 
-test('a listener goes on whatever step of it fails', async () => {
+test('a listener goes on after each of its steps has failed', async () => {
   const from = host.log.length;
   const listens = () => remotes.of('speaks', 'listen').length;
   await load('speaks');

@@ -1,5 +1,6 @@
-// Calls of the system that fail while the host works with local MCP servers: what the page gets, what
-// the log says, and that the next load of config.json makes it good. docs/failures.md lists them all.
+// Makes system calls fail while the host works with local MCP servers. Tests what the page gets,
+// what the log says, and that the next load of config.json works. docs/failures.md lists all these
+// calls.
 import assert from 'node:assert/strict';
 import { after, before, test } from 'node:test';
 import { callTool, kEcho, letAllTimeOut, lookAtConfig } from './support/calls.mjs';
@@ -32,7 +33,7 @@ after(async () => {
   assert.equal(code, 0);
 });
 
-// A load of config.json with these servers, while `plan` holds; the lines of the servers in the log.
+// Loads a config.json with these servers under `plan`; gives the log lines of the server "one".
 async function load(mcpServers, plan = '') {
   const from = host.log.length;
   const count = Object.keys(mcpServers).length;
@@ -60,7 +61,7 @@ async function worksAgain() {
   assert.equal((await host.page.call('platform', [])).value.name, 'Windows');
 }
 
-// The plan of a load, the lines that say so, and what a call gets then; nothing is left of either.
+// Name of the test -> the plan during the load, the log lines, and the answer to a call afterwards.
 const kLoads = {
   'a server whose first pipe cannot be made is not running':
     ['CreatePipe:1', ['[MCP one] failed to create pipes'], kNotRunning],
@@ -70,7 +71,7 @@ const kLoads = {
     ['CreatePipe:3', ['[MCP one] failed to create pipes'], kNotRunning],
   'a server whose process cannot be created is not running':
     ['CreateProcessW', [`[MCP one] launch failed: ${kChild}`], kNotRunning],
-  'a server whose standard error nobody can read answers all the same':
+  'a server whose stderr has no collector answers all the same':
     ['CreateThread:2', [kStarted], kEcho],
   'a server that gets no job runs without one':
     ['CreateJobObjectW', [kStarted, kUntied], kEcho],
@@ -82,8 +83,8 @@ const kLoads = {
     ['InitializeProcThreadAttributeList UpdateProcThreadAttribute', undefined, kEcho],
 };
 
-test('what fails while a server is started is said, and leaves nothing behind', async (t) => {
-  await worksAgain(); // what is kept for good is there from now on
+test('a failure while a server is started is logged and leaks nothing', async (t) => {
+  await worksAgain(); // makes what the program keeps until its end
   await load({});
   const held = await holdings(host);
   for (const [name, [plan, lines, answer]] of Object.entries(kLoads)) {
@@ -98,7 +99,7 @@ test('what fails while a server is started is said, and leaves nothing behind', 
   await worksAgain();
 });
 
-test('a server whose output nobody can read is given its time', async () => {
+test('a request to a server whose output has no reader ends by its time-out', async () => {
   await load({ one: mcpChild() }, 'CreateThread:1');
   const late = call();
   await letAllTimeOut(host, late);
@@ -121,7 +122,7 @@ test('a server that cannot be written to sees the end of its input', async () =>
   await worksAgain();
 });
 
-test('a message that was not written, or not whole, is missed by its time-out', async () => {
+test('a request that is not written, or only in part, ends by its time-out', async () => {
   for (const plan of ['WriteFile', 'WriteFile.short']) {
     await load({ one: mcpChild() });
     failures.plan(plan);
@@ -134,12 +135,12 @@ test('a message that was not written, or not whole, is missed by its time-out', 
   await worksAgain();
 });
 
-test('output that cannot be read counts as ended', async () => {
+test('a server whose output cannot be read counts as ended', async () => {
   await load({ one: mcpChild() });
   assert.deepEqual(await call(), kEcho);
   const from = host.log.length;
-  // The reader is inside a call by now, which goes well; the next one does not. It may come after
-  // the answer.
+  // The reader is already in a ReadFile, which succeeds; the next ReadFile fails. That may happen
+  // after the answer has come.
   const answer = await failures.during('ReadFile', async () => {
     const answer = await call();
     await failures.waitFor('ReadFile');
@@ -162,7 +163,7 @@ test("a server's messages and its end wait for room in a full queue", async () =
   await worksAgain();
 });
 
-test('a line of a server for which the queue has no room is lost and nothing else', async () => {
+test('a stderr line for which the queue has no room is lost, and only that', async () => {
   await load({ one: mcpChild('call', 'err', '5', 'exit', '3') });
   const from = host.log.length;
   failures.plan(`PostMessageW/${kLogLine}`);
@@ -185,7 +186,7 @@ test('a server that cannot be terminated, or whose pipes cannot be cancelled, st
   await worksAgain();
 });
 
-test('a file that cannot be looked at is looked at again', async () => {
+test('a configuration whose time cannot be read is looked at again', async () => {
   const from = host.log.length;
   failures.plan('GetFileAttributesExW');
   await replaceConfig(host.profile, { mcpServers: {} });

@@ -1,5 +1,5 @@
-// Calls of the system that fail while the program starts: what it goes on without, and where it ends.
-// docs/failures.md lists them all.
+// Makes system calls fail while the program starts. Tests without which of them it goes on, and
+// where it ends. docs/failures.md lists all these calls.
 import assert from 'node:assert/strict';
 import { after, before, test } from 'node:test';
 import { lookAtConfig } from './support/calls.mjs';
@@ -30,8 +30,8 @@ before(async () => {
 });
 after(() => server?.close());
 
-// Starts a host with `plan` from its first call on, and ends it after `use(host, failures)`; what it
-// is to end with is `code`. Each call that the plan names has to have failed by then.
+// Starts a host under `plan` and ends it after `use(host, failures)`. Checks that each function of
+// the plan has failed, and that the exit code is `code`.
 async function startWith(plan, use, { code = 0, env, ...wanted } = {}) {
   const failures = await makeFailures(plan);
   const host = await startHost({
@@ -52,7 +52,7 @@ async function startWith(plan, use, { code = 0, env, ...wanted } = {}) {
 
 const hasEnded = (host) => inTime('the end of the host', host.exit, { context: host.context });
 
-// The window answers, its panel has the whole log.
+// Checks that the window works: it shows its log panel.
 async function works(host) {
   await host.window();
   await host.probe('post', 'window', WM_COMMAND, kToggleLogPanel, 0);
@@ -69,7 +69,7 @@ test('a window without icon, keys, font and panel opens and closes', async () =>
   const plan = 'LoadImageW CreateAcceleratorTableW CreateFontW CreateWindowExW/EDIT';
   await startWith(plan, async (host) => {
     await host.window();
-    await host.keys('ctrl+l'); // nothing comes of it
+    await host.keys('ctrl+l'); // does nothing
     await works(host);
     assert.equal(host.log.filter((line) => line === kShown).length, 1);
   });
@@ -100,14 +100,14 @@ test('without its arguments the program takes the server of its configuration', 
   }, { config: { server: 'localhost:2' } });
 });
 
-test('a configuration that can neither be read nor made is said to be missing', async () => {
+test('a configuration that can neither be read nor made is logged', async () => {
   await startWith('CreateFileW/config.json=2 SHCreateDirectoryExW', async (host) => {
     await host.waitForLine('[MCP] could not read config.json — skipping client MCP');
     await works(host);
   });
 });
 
-test('a file that has no time at the start counts as changed at the first look', async () => {
+test('a configuration without a time at the start counts as changed at the first look', async () => {
   await startWith('GetFileAttributesExW:1', async (host) => {
     await host.window();
     await lookAtConfig(host);
@@ -119,19 +119,19 @@ test('a file that has no time at the start counts as changed at the first look',
   }, { config: { mcpServers: {} } });
 });
 
-test('without its timer, and without the message that makes the control, the window works', async () => {
+test('the window works without its timer and without the message that makes the control', async () => {
   await startWith(`SetTimer/${kConfigWatchTimer} PostMessageW/${kCreateWebView}`, works);
 });
 
-test('without a folder for its data the control is asked for all the same', async () => {
+test('the program asks for the control even without a folder for its data', async () => {
   await startWith('ExpandEnvironmentStringsW CreateCoreWebView2EnvironmentWithOptions', works);
 });
 
-test('a message loop that the system ends, ends the program', async () => {
+test('the program ends when the message loop fails', async () => {
   await startWith('GetMessageW', hasEnded);
 });
 
-test('without the prompt nothing is chosen', async () => {
+test('without the prompt no server is chosen', async () => {
   await startWith(`CreateWindowExW/${kPrompt}`, async (host) => {
     await hasEnded(host);
     assert.deepEqual(host.log, [kCancelled]);
@@ -157,7 +157,7 @@ test('a prompt without its field can be closed', async () => {
   }, { args: [] });
 });
 
-test('a choice that cannot be saved is shown all the same', async () => {
+test('a chosen server that cannot be saved is shown all the same', async () => {
   await startWith('CreateFileW/config.json.tmp', async (host) => {
     await host.window(kPrompt);
     await host.keys('ctrl+a');
@@ -181,13 +181,13 @@ test('a version that cannot be read is unknown', async (t) => {
   }
 });
 
-test('a version without languages is the fixed one', async () => {
+test('a version without languages is the number of the fixed part', async () => {
   await startWith('VerQueryValueW/\\VarFileInfo\\Translation', async (host) => {
     await host.waitForLine('[Update] decision: feed 0.1.0.1 > current 0.1.0.0 ');
   }, updating());
 });
 
-test('each step of the look at the feed that fails has its text', async (t) => {
+test('each step of the feed check that fails has its text in the log', async (t) => {
   const steps = [
     ['WinHttpCrackUrl', kCouldNotFetch('invalid URL')],
     ['WinHttpOpen', kCouldNotFetch('WinHttpOpen failed')],
@@ -205,7 +205,7 @@ test('each step of the look at the feed that fails has its text', async (t) => {
   }
 });
 
-test('without a thread nobody looks at the feed, and the program goes on', async () => {
+test('without a thread there is no feed check, and the program goes on', async () => {
   const before = server.requests.length;
   await startWith('CreateThread:1', async (host) => {
     await host.waitForLine('[Update] updater ready');

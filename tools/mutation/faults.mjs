@@ -300,7 +300,7 @@ export const kFaults = [
     'e2e/mcp_bounds'),
   fault('mcp-no-timer', 'app/window_timers_win.h',
     '    return SetTimer(window_(), id, periodMs, nullptr) != 0;\n',
-    '    (void)id;\n    (void)periodMs;\n    return true;\n', 'e2e/failing_mcp#given its time'),
+    '    (void)id;\n    (void)periodMs;\n    return true;\n', 'e2e/failing_mcp#has no reader ends by its time-out'),
   fault('mcp-grandchildren-stay', 'mcp/stdio/server_process_win.cpp',
     'void EndTree() override { job_.Reset(); }', 'void EndTree() override { (void)job_.Release(); }',
     'windows/mcp_win_test', 'e2e/mcp_faults', 'e2e/mcp_reload'),

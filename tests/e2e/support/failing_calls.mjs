@@ -13,8 +13,8 @@ export async function makeFailures(plan = '') {
   const record = `${file}.made`;
   let plans = 0;
 
-  // The host counts calls anew when the text of the plan changes. The last word names no call: it
-  // makes each text different from the one before.
+  // Calls are counted anew when the text of the plan changes. The last word names no call: it makes
+  // each text different from the one before.
   const write = (text) => {
     writeFileSync(`${file}.new`, `${text} plan-${(plans += 1)}`);
     renameSync(`${file}.new`, file); // the host never reads a half-written plan
