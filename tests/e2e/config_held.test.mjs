@@ -55,7 +55,7 @@ async function untilHeld(host) {
 }
 
 for (const share of ['none', 'read']) {
-  test(`the content is kept while another program opens and closes the file (shares: ${share})`, async () => {
+  test(`another program that opens and closes the file loses no content (shares: ${share})`, async () => {
     const config = { mcpServers: { a: { url: 'http://localhost:1', headers: { token: 'secret' } } } };
     const text = JSON.stringify(config);
     await withHost(config, async (host) => {

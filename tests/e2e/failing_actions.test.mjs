@@ -121,7 +121,7 @@ test('a file that cannot be made fails with the reason; bytes that are not writt
   assert.equal(await contentOf('half.txt'), 'te');
 });
 
-test('writing over a folder, or to a file that a command holds, fails with the error's number', async () => {
+test('writing to a folder, or to a file that a command holds, fails with the error number', async () => {
   const write = (name) => host.page.call('writeFile', [inFolder(name), 'new']);
   await mkdir(join(folder, 'folder'));
   assert.deepEqual(await write('folder'), failed('could not create file (5)'));

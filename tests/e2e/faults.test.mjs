@@ -1,4 +1,4 @@
-// What the host does when something around it is broken.
+// Tests the host with a broken page, without a browser runtime, and without a server.
 import assert from 'node:assert/strict';
 import { test } from 'node:test';
 import { startHost } from './support/host.mjs';
@@ -8,7 +8,7 @@ test('a number beyond the range of a double in a message ends the host abnormall
   const server = await startServer({ '/': '<!doctype html><title>start</title>' });
   const host = await startHost({ address: server.url });
   const from = host.log.length;
-  // No number of script is that large, but a literal can be.
+  // JavaScript has no number of that size; JSON.rawJSON writes the literal into the message.
   await host.page.evaluate(() =>
     chrome.webview.postMessage({ __reqId: 'a', name: 'platform', args: [JSON.rawJSON('1e400')] }));
   assert.notEqual(await host.ended(), 0);
@@ -22,18 +22,18 @@ test('without a browser runtime the window stays empty and the log panel works',
   await host.keys('ctrl+r'); // nothing to reload
   await host.keys('ctrl+l');
   await host.waitForLine('[Log] log panel shown (Ctrl+L)');
-  await host.feedChecked(); // nothing more comes by itself
+  await host.feedChecked(); // after this nothing more is logged
   const panel = await host.panel();
   assert.equal(panel.visible, true);
   assert.equal(panel.text, host.log.map((line) => `${line}\r\n`).join(''));
   assert.equal(await host.close(), 0);
 });
 
-test('a server that nobody runs leaves the window usable', async () => {
+test('the window works when its server is not running', async () => {
   const server = await startServer();
   const address = server.url;
   await server.close();
-  // With the browser's error page: a Ctrl that is held while the page's window opens is lost.
+  // Waits for the browser's error page: a Ctrl that is held while the page's window opens is lost.
   const host = await startHost({ address });
   await host.window();
   await host.keys('ctrl+l');
@@ -41,7 +41,7 @@ test('a server that nobody runs leaves the window usable', async () => {
   assert.equal(await host.close(), 0);
 });
 
-test('a browser control that cannot be made, or comes in an odd order, does no harm', async (t) => {
+test('the window works when its browser control fails, never comes or comes at once', async (t) => {
   const server = await startServer({ '/': '<!doctype html><title>start</title>' });
   for (const [mode, showsPage] of [['fail', false], ['never', false], ['controller-fail', false], ['no-view', false], ['sync', true]]) {
     await t.test(mode, async () => {
@@ -60,7 +60,7 @@ test('a browser control that cannot be made, or comes in an odd order, does no h
   await server.close();
 });
 
-test('a window that is closed while its browser control is being made ends at once', async () => {
+test('the program ends when its window is closed while the browser control is made', async () => {
   const server = await startServer({ '/': '<!doctype html><title>start</title>' });
   for (let i = 0; i < 5; ++i) {
     const host = await startHost({ address: server.url, page: false });

@@ -1,4 +1,4 @@
-// Many requests for a folder at once: one dialog at a time, in order.
+// Tests many requests for a folder at once: the host shows one dialog at a time, in order.
 import assert from 'node:assert/strict';
 import { mkdirSync } from 'node:fs';
 import { join } from 'node:path';
@@ -9,7 +9,7 @@ import { startServer } from './support/server.mjs';
 import { inTime, until } from './support/waiting.mjs';
 
 const kRequests = 300;
-const kDialogs = 17; // one that is shown and 16 that wait
+const kDialogs = 17; // one is shown and 16 wait
 
 let server;
 let host;
@@ -29,7 +29,7 @@ async function dialogs() {
   return windows.map(({ text }) => text).filter((text) => text.startsWith('folder '));
 }
 
-// All in one turn of the page.
+// Runs in the page: makes all requests in one turn of its event loop.
 function askForFolders(count) {
   const bridge = (window.__wendra ??= {});
   window.answers = [];
@@ -39,7 +39,7 @@ function askForFolders(count) {
   }
 }
 
-test('of 300 requests at once 17 get a dialog, one after the other, the rest null', async () => {
+test('of 300 requests at once 17 get a dialog, one after the other; the others get null', async () => {
   const folder = join(host.profile, 'chosen');
   mkdirSync(folder);
   const answers = () => host.page.evaluate('window.answers');

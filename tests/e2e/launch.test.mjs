@@ -1,5 +1,5 @@
-// tools/launch: exit codes, ends, profiles, what it shows. Where the host itself does not matter
-// Windows' command interpreter takes its place.
+// Tests tools/launch: exit codes, how it ends, profiles, languages, screenshots. Tests that do not
+// need the host itself start Windows' command interpreter instead.
 import assert from 'node:assert/strict';
 import { execFile } from 'node:child_process';
 import { existsSync, readFileSync } from 'node:fs';
@@ -15,7 +15,7 @@ import { startServer } from './support/server.mjs';
 import { until } from './support/waiting.mjs';
 
 const run = promisify(execFile);
-// Busy, without a window, and deaf to WM_CLOSE.
+// A command that keeps the processor busy, has no window, and does not react to WM_CLOSE.
 const kEndless = 'for /L %i in (1,0,2) do @rem'.split(' ');
 
 const colored = (color) => `<!doctype html><title>${color}</title><body style="background:${color}">`;
@@ -41,7 +41,7 @@ async function outputOf(command, wanted) {
   return host.log;
 }
 
-// A profile that outlives its hosts, removed after the test.
+// A profile for several hosts; deleted after the test.
 async function profileFor(t) {
   const profile = await makeProfile();
   t.after(() => rm(profile, { recursive: true, force: true }));
@@ -53,8 +53,8 @@ async function pixelOf(file) {
   return (await run('convert', [file, '-format', format, 'info:'])).stdout;
 }
 
-const unsteady = !hasSteadyPlaces && 'the kernel does not let us';
-test('Windows programs get the same places in memory each time', { skip: unsteady }, async () => {
+const unsteady = !hasSteadyPlaces && 'the kernel does not allow it';
+test('Windows programs run without random addresses', { skip: unsteady }, async () => {
   const noRandomPlaces = 0x0040000; // ADDR_NO_RANDOMIZE of <sys/personality.h>
   const host = await startCommand(['echo', 'up&', ...kEndless]);
   await host.waitForLine('up');
@@ -79,8 +79,8 @@ for (const [code, want] of kExitCodes) {
   });
 }
 
-// Wine's server kills a process whose exit code it knows and that is still there half a second later,
-// which happens on a busy machine.
+// When a process has told Wine's server its exit code and has not ended half a second later, the
+// server kills it. That happens on a busy machine; this library makes it happen.
 const kSlowEnd = `
 #include <stdio.h>
 #include <string.h>
@@ -93,7 +93,7 @@ __attribute__((destructor)) static void End(void) {
 }
 `;
 
-test('launch knows the exit code of a host that Wine kills because it takes long to go', async (t) => {
+test('launch gives the exit code of a host that Wine kills because it ends too slowly', async (t) => {
   const folder = await profileFor(t);
   const library = join(folder, 'slow_end.so');
   const source = join(folder, 'slow_end.c');
@@ -106,20 +106,20 @@ test('launch knows the exit code of a host that Wine kills because it takes long
   const killed = await startHost({ args: ['localhost'], env });
   await killed.window();
   const [program] = processesNamed(killed, 'wendra.exe');
-  process.kill(program, 'SIGKILL'); // not by Wine: there is no exit code
+  process.kill(program, 'SIGKILL'); // killed by the test: there is no exit code
   assert.equal(await killed.ended(), 1);
   assert.deepEqual(killed.messages, ['launch: the host was killed by SIGKILL']);
 });
 
-test('launch writes nothing to standard output but what the host does', async () => {
+test('launch writes only the lines of the host to standard output', async () => {
   assert.deepEqual(await outputOf(['echo', 'first&', 'echo', 'second']), ['first', 'second']);
 });
 
-test('launch hands on what was written without a line feed just before the end', async () => {
+test('launch passes on a last line without a line feed', async () => {
   assert.deepEqual(await outputOf(['set', '/p', 'x=last']), ['last']);
 });
 
-test('launch passes arguments as they are', async () => {
+test('launch passes arguments on unchanged', async () => {
   const [line] = await outputOf(['echo', 'a b', '--lang', 'x=y', '']);
   assert.equal(line.trimEnd(), '"a b" --lang x=y ""');
 });
@@ -174,13 +174,13 @@ test('launch refuses a profile that another launch uses', async (t) => {
   await first.kill();
 });
 
-test('launch writes what goes to the default browser into the profile', async () => {
+test('launch records the addresses for the default browser in the profile', async () => {
   const host = await startCommand(['start', 'http://elsewhere.test/a?b=c', '&', ...kEndless]);
   await host.waitForOpenedInBrowser('http://elsewhere.test/a?b=c');
   await host.kill();
 });
 
-test('launch killed hard leaves no process, not even a busy one', async () => {
+test('launch leaves no process when it is killed, not even a busy one', async () => {
   const host = await startHost({ address: server.url });
   const busy = await startCommand(['echo', 'busy&', ...kEndless]);
   await busy.waitForLine('busy');
@@ -193,7 +193,7 @@ test('launch killed hard leaves no process, not even a busy one', async () => {
   }
 });
 
-test('launch kills a host that does not close, and ends with 1', async () => {
+test('launch kills a host that does not close, and ends with code 1', async () => {
   const host = await startCommand(['echo', 'up&', ...kEndless]);
   await host.waitForLine('up');
   assert.equal(await host.close(), 1);
@@ -246,7 +246,7 @@ test('launch keeps what the page stores with the profile', async (t) => {
   await second.close();
 });
 
-test('launch takes screenshots of the painted page, on demand, and before it closes', async (t) => {
+test('launch takes a screenshot of the painted page, at SIGUSR1, and before it closes', async (t) => {
   const file = join(await profileFor(t), 'picture.png');
   const host = await startHost({ address: server.url, options: ['--screenshot', file] });
   await host.waitForMessage(`screenshot ${file} (the page is there)`);

@@ -1,4 +1,4 @@
-// tools/wine/log_output.mjs
+// Tests tools/wine/log_output.mjs, which takes the prefix off the lines of the host's log.
 import assert from 'node:assert/strict';
 import { test } from 'node:test';
 import { LogOutput } from '../../tools/wine/log_output.mjs';
@@ -26,7 +26,7 @@ const kCases = [
   ['a line with line feeds in it', '[Wendra] a\n b\n\n[Wendra] c\n', 'a\n b\n\nc\n'],
   ['the prefix only at the start', '[Wendra] x [Wendra] y\n', 'x [Wendra] y\n'],
   ['only one prefix', '[Wendra] [Wendra] y\n', '[Wendra] y\n'],
-  ['something that begins like it', '[Wend\n[Wendra]\n[Wendra]x\n', '[Wend\n[Wendra]\n[Wendra]x\n'],
+  ['lines that begin like the prefix', '[Wend\n[Wendra]\n[Wendra]x\n', '[Wend\n[Wendra]\n[Wendra]x\n'],
   ['an empty line', '[Wendra] \n\n', '\n\n'],
   ['no line feed at the end', '[Wendra] a\nlast', 'a\nlast'],
   ['an end within the prefix', 'a\n[Wen', 'a\n[Wen'],
@@ -35,14 +35,14 @@ const kCases = [
 ];
 
 for (const [why, input, want] of kCases) {
-  test(`LogOutput gives the same for every cut: ${why}`, async () => {
+  test(`LogOutput gives the same output for every chunk size: ${why}`, async () => {
     for (let bytes = 1; bytes <= Buffer.byteLength(input) + 1; ++bytes) {
       assert.equal(await through(cut(input, bytes)), want, `chunks of ${bytes}`);
     }
   });
 }
 
-test('LogOutput passes on what it has without waiting for the end of the line', async () => {
+test('LogOutput passes on the start of a line without waiting for its end', async () => {
   const output = new LogOutput();
   output.write('[Wendra] half');
   assert.equal(output.read().toString(), 'half');

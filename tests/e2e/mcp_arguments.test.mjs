@@ -1,4 +1,4 @@
-// Arguments and variables of config.json, as local servers get them.
+// Tests that local servers get the arguments and variables of config.json unchanged.
 import assert from 'node:assert/strict';
 import { readdir, writeFile } from 'node:fs/promises';
 import { join } from 'node:path';
@@ -7,9 +7,9 @@ import { windowsPath } from '../../tools/wine/prefix.mjs';
 import { kChild, kClosed, ownProfile, withLocalServers } from './support/mcp_children.mjs';
 import { startServer } from './support/server.mjs';
 
-const kArguments = 2000; // generated, each way
-const kOfAProgram = 200; // the system takes lines of 32,767 characters
-const kOfABatchFile = 100; // cmd.exe takes lines of 8,191
+const kArguments = 2000; // generated, for programs and for batch files each
+const kOfAProgram = 200; // per server; a command line of Windows has at most 32,767 characters
+const kOfABatchFile = 100; // per server; a command line of cmd.exe has at most 8,191 characters
 
 let server;
 before(async () => {
@@ -17,7 +17,7 @@ before(async () => {
 });
 after(() => server?.close());
 
-// Its Windows path.
+// Makes a batch file that starts the test's server; gives its Windows path.
 async function makeBatchFile(profile) {
   const file = join(profile, 'shim & more.cmd');
   await writeFile(file, `@ECHO off\r\n"${kChild}" %*\r\n`);
@@ -28,7 +28,7 @@ const textOfToolsOf = (host) => async (name, tool, args) =>
   (await host.page.call('mcpCall', [name, tool, args])).value.text;
 const lines = (words) => words.map((word) => `${word}\n`).join('');
 
-test('arguments and variables reach a program and a batch file as they were written', async (t) => {
+test('arguments and variables reach a program and a batch file unchanged', async (t) => {
   const profile = await ownProfile(t);
   const script = await makeBatchFile(profile);
   const words = [
@@ -65,22 +65,22 @@ const kPieces = [
   '日本', '😀', '%PATH%', '%*', '%1', '!x!', '{}', '%cd:~,', '& echo x > pwned.txt', '"&echo x>pwned.txt&"', ' -y ', 'C:\\dir\\',
 ];
 
-// The same arguments for the same seed.
+// Random arguments; the same seed gives the same ones.
 function* generatedArguments(seed) {
   let state = seed;
   const below = (limit) => {
-    state = (Math.imul(state, 1664525) + 1013904223) >>> 0; // Knuth's and Lewis' linear congruence
+    state = (Math.imul(state, 1664525) + 1013904223) >>> 0; // a linear congruential generator
     return Math.floor((state / 2 ** 32) * limit);
   };
   for (;;) yield Array.from({ length: below(10) }, () => kPieces[below(kPieces.length)]).join('');
 }
 const take = (generator, count) => Array.from({ length: count }, () => generator.next().value);
 
-// Wine's cmd.exe expands variables once more where %* stands; Windows' does not. Line breaks are
-// refused.
+// Wine's cmd.exe expands variables once more in place of %*; that of Windows does not. The host
+// refuses line breaks.
 const forABatchFile = (argument) => argument.replace(/[%\r\n]/g, '');
 
-test('two thousand arguments reach programs and batch files, and nothing else comes of them', async (t) => {
+test('two thousand arguments reach programs and batch files, and do nothing else', async (t) => {
   const profile = await ownProfile(t);
   const script = await makeBatchFile(profile);
   const generator = generatedArguments(7);
@@ -93,13 +93,14 @@ test('two thousand arguments reach programs and batch files, and nothing else co
   };
   add(kChild, kOfAProgram, (argument) => argument);
   add(script, kOfABatchFile, forABatchFile);
-  // The same once more, that end at once: whatever else a line makes cmd.exe do comes then.
+  // The same once more, with servers that end at once: if a command line makes cmd.exe do something
+  // else, cmd.exe does it after the server's end.
   const brief = entries.map(([name, { command, args }]) =>
     [`brief ${name}`, { command, args: ['exit', '0', ...args] }]);
   await withLocalServers(server, Object.fromEntries([...entries, ...brief]), async (host) => {
     const textOf = textOfToolsOf(host);
     for (const [name, { args }] of entries) assert.equal(await textOf(name, 'args'), lines(args), name);
     for (const [name] of brief) await host.waitForLine(`[MCP ${name}] ${kClosed}`);
-    assert.ok(!(await readdir(profile)).includes('pwned.txt')); // where the servers work
+    assert.ok(!(await readdir(profile)).includes('pwned.txt')); // the servers' working folder
   }, { profile });
 });

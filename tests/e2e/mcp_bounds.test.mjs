@@ -1,5 +1,5 @@
-// Servers that ask, say and send more than anyone can use: the host's process stays small, other
-// servers are served, and the window closes.
+// Tests servers that send far too much: the host's process stays small, calls of other servers are
+// answered, and the window closes.
 import assert from 'node:assert/strict';
 import { after, before, test } from 'node:test';
 import { staysWithinBounds } from './support/bounds.mjs';
@@ -11,7 +11,7 @@ import { startServer } from './support/server.mjs';
 import { until } from './support/waiting.mjs';
 
 const kQuestions = 20_000;
-const kListMs = 60_000; // more than the 30 seconds after which a list is given up
+const kListMs = 60_000; // more than the time-out of a tool list, 30 seconds
 
 let page;
 before(async () => {
@@ -19,7 +19,7 @@ before(async () => {
 });
 after(() => page?.close());
 
-// As staysWithinBounds, with one remote server "flood".
+// Runs staysWithinBounds with one remote server, "flood".
 async function withRemote(t, remote, flood) {
   const remotes = await startMcpServers({ flood: remote });
   try {
@@ -29,14 +29,14 @@ async function withRemote(t, remote, flood) {
   }
 }
 
-// The reply's promise; it may never be kept, which is then no error.
+// Starts a call. `reply` is its promise; a call that gets no reply is no error.
 function startCall(host, action, args) {
   const reply = host.page.call(action, args, { timeoutMs: kListMs });
   reply.catch(() => {});
   return { reply };
 }
 
-test('a remote server that asks and takes no answers', (t) =>
+test('the host keeps its limits with a remote server that takes no responses', (t) =>
   withRemote(t, {
     answer: never,
     call: ({ response }) => {
@@ -50,7 +50,7 @@ test('a remote server that asks and takes no answers', (t) =>
     },
   })));
 
-test('a remote server that asks in its own stream and takes no answers', (t) =>
+test('the host keeps its limits with a remote server that sends requests to its listener', (t) =>
   withRemote(t, {
     answer: never,
     listen: ({ response }) => {
@@ -64,7 +64,7 @@ test('a remote server that asks in its own stream and takes no answers', (t) =>
     },
   })));
 
-test('a remote server that asks with ids of a megabyte', (t) =>
+test('the host keeps its limits with a remote server whose requests have ids of 1 MiB', (t) =>
   withRemote(t, {
     answer: never,
     call: ({ response }) => {
@@ -79,7 +79,7 @@ test('a remote server that asks with ids of a megabyte', (t) =>
     },
   })));
 
-test('a local server that asks and does not read', (t) =>
+test('the host keeps its limits with a local server that sends requests and does not read', (t) =>
   staysWithinBounds(t, {
     page,
     mcpServers: {
@@ -88,7 +88,7 @@ test('a local server that asks and does not read', (t) =>
     begin: (host) => startCall(host, 'mcpCall', ['flood', 'echo', {}]),
   }));
 
-test('a local server that asks with ids of a megabyte and does not read', (t) =>
+test('the host keeps its limits with a local server whose requests have ids of a megabyte', (t) =>
   staysWithinBounds(t, {
     page,
     mcpServers: {
@@ -97,7 +97,7 @@ test('a local server that asks with ids of a megabyte and does not read', (t) =>
     begin: (host) => startCall(host, 'mcpCall', ['flood', 'echo', {}]),
   }));
 
-test('a local server that sends a line of a million brackets, again and again', (t) =>
+test('the host keeps its limits with a local server that sends lines of a million brackets', (t) =>
   staysWithinBounds(t, {
     page,
     mcpServers: {
@@ -106,8 +106,8 @@ test('a local server that sends a line of a million brackets, again and again', 
     begin: (host) => startCall(host, 'mcpCall', ['flood', 'echo', {}]),
   }));
 
-// More than the bound: what is handled does not stay.
-test('a local server that says 256 MiB', (t) =>
+// 256 MiB are more than the limit: the host does not keep messages that it has handled.
+test('the host keeps its limits with a local server that sends 256 MiB', (t) =>
   staysWithinBounds(t, {
     page,
     mcpServers: {
@@ -124,7 +124,7 @@ for (const [what, body] of Object.entries({
   'pairs of brackets': '['.repeat(4 << 20) + ']'.repeat(4 << 20),
   'small values': `{"id":ID,"result":[0${',0'.repeat((4 << 20) - 20)}]}`,
 })) {
-  test(`a remote server that answers with 8 MiB of ${what}`, (t) =>
+  test(`the host keeps its limits with a remote server that answers with 8 MiB of ${what}`, (t) =>
     withRemote(t, {
       call: ({ response, message }) =>
         send(response, 200, { 'Content-Type': 'application/json' },
@@ -138,9 +138,9 @@ for (const [what, body] of Object.entries({
     }));
 }
 
-// Comments keep the stream alive for every time-out but that of the request. The real time of a list
-// goes by, so this also shows that requests time out by themselves.
-test('a remote server whose answer is a stream of comments', { timeout: 2 * kListMs }, async (t) => {
+// The comments prevent every time-out except that of the request. The test waits for the real
+// time-out of a tool list, so it also shows that requests time out by themselves.
+test('a request whose answer is an endless stream of comments times out', { timeout: 2 * kListMs }, async (t) => {
   let gone = false;
   await withRemote(t, {
     list: ({ response }) => {
@@ -161,7 +161,7 @@ test('a remote server whose answer is a stream of comments', { timeout: 2 * kLis
   }));
 });
 
-test('a local server that asks fifty times before it reads is answered', async (t) => {
+test('a local server that sends fifty requests before it reads is answered', async (t) => {
   const child = mcpChild('call', 'times', '50', 'line', request(1, 'ping'), 'call', 'answer');
   await staysWithinBounds(t, {
     page,

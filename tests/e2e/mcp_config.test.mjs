@@ -1,5 +1,5 @@
-// What the host makes of "mcpServers" in config.json: at start, when the file changes, and when the
-// page replaces it.
+// Tests how the host loads "mcpServers" from config.json: at start, when the file changes, and when
+// the page replaces it.
 import assert from 'node:assert/strict';
 import { mkdir, rename, rmdir, utimes, writeFile } from 'node:fs/promises';
 import { dirname, join } from 'node:path';
@@ -15,7 +15,7 @@ const kChild = windowsPath(join(kRoot, 'build/windows/bin/test_child.exe'));
 const kPath = 'C:\\users\\wendra\\.config\\wendra\\config.json';
 const kDash = '\u2014';
 
-// A server that lives until its input ends.
+// A server that runs until its input ends.
 const kQuiet = { command: kChild, args: ['read'] };
 const kStarted = (name) => `[MCP ${name}] started ${kChild}`;
 
@@ -36,7 +36,7 @@ async function withHost(config, use) {
   }
 }
 
-test('each entry of mcpServers becomes a server or a line that says why not', async () => {
+test('each entry of mcpServers becomes a server or a log line with the reason', async () => {
   const loaded = (count) => `[MCP] loaded ${count} server(s)`;
   const unnamed = (name) => `[MCP] server '${name}' has no command or url ${kDash} skipped`;
   const cases = [
@@ -101,7 +101,7 @@ test('each entry of mcpServers becomes a server or a line that says why not', as
   }
 });
 
-test('only texts become arguments and variables', async () => {
+test('only strings become arguments and variables', async () => {
   const echo = {
     command: kChild,
     args: ['env', 7, 'WENDRA_NAME', null, 'err', '4'],
@@ -113,7 +113,7 @@ test('only texts become arguments and variables', async () => {
   });
 });
 
-test('a file that is no program is left for the one beside it that is', async () => {
+test('instead of a script without extension the batch file beside it is started', async () => {
   const profile = await makeProfile();
   const folder = join(profile, 'node tools');
   await writeConfig(profile, { mcpServers: { shim: { command: `${windowsPath(folder)}\\npx` } } });
@@ -152,7 +152,7 @@ test('a changed file reloads the servers, a broken one keeps them', async () => 
     await step(write('[]'), [kKept], 0);
     await step(write({ mcpServers: { b: kQuiet, c: kQuiet } }),
       [kReloading, kStarted('b'), kStarted('c'), '[MCP] loaded 2 server(s)'], 1);
-    // Touched, not changed; the clock set back.
+    // Only the time of the file changes, to an earlier one.
     await step(() => utimes(file, 1e9, 1e9),
       [kReloading, kStarted('b'), kStarted('c'), '[MCP] loaded 2 server(s)'], 2);
     await rename(file, `${file}.away`);
@@ -204,7 +204,7 @@ test('the page reads the file and replaces it', async () => {
   });
 });
 
-test('twenty changes in a second end with the last of them', async () => {
+test('after twenty changes in a second the servers of the last one run', async () => {
   await withHost({ mcpServers: { a0: kQuiet } }, async (host) => {
     for (let i = 1; i <= 20; ++i) {
       await writeConfig(host.profile, { mcpServers: { [`a${i}`]: kQuiet } });
@@ -223,7 +223,7 @@ test('two hundred entries are loaded in their order', async () => {
   });
 });
 
-test('closing the window ends the servers and whatever they have started', async () => {
+test('closing the window ends the servers and all processes that they have started', async () => {
   const holding = { command: kChild, args: ['hold', 'wendra-e2e-held', 'await', 'wendra-e2e-never'] };
   const host = await startHost({
     address: server.url,

@@ -1,5 +1,5 @@
-// In whatever a local server leaves the host hanging: when the window closes, and when the host is
-// killed, nothing of its servers is left.
+// Tests that no process of the local servers is left when the window closes or the host is killed,
+// whatever the servers are doing at that moment.
 import assert from 'node:assert/strict';
 import { rm, writeFile } from 'node:fs/promises';
 import { join } from 'node:path';
@@ -11,7 +11,8 @@ import { endlessly, kChild, kClosed, mcpChild, request, says } from './support/m
 import { startServer } from './support/server.mjs';
 import { until } from './support/waiting.mjs';
 
-const kEndMs = 2000; // that the host may take from the wish to close to the end of all its processes
+// The limit from the request to close the window to the end of the host and of all its servers.
+const kEndMs = 2000;
 const kMebibyte = 1 << 20;
 
 let page;
@@ -31,12 +32,16 @@ after(async () => {
 const kBegun = 'begun';
 const begins = says(kBegun);
 
-// Name -> the words of the server, or whole `entry`; the line of the log (`begun`) that shows that
-// the moment has come, and how many such `lines` (one); how many `calls` the page makes (one), and
-// their text; how many such servers there are (`count`).
+// Name ->
+//   words   the arguments of the server; or `entry`, which makes its whole entry
+//   begun   the log line that shows that the moment has come
+//   lines   how many such lines must have come (1)
+//   calls   how many calls the page makes (1)
+//   text    the text of these calls
+//   count   how many such servers there are (1)
 const kMoments = {
   'a server that behaves': { words: [], begun: `started ${kChild}`, calls: 0 },
-  'a greeting that is not answered': { words: ['initialize', ...begins] },
+  'a handshake that is not answered': { words: ['initialize', ...begins] },
   'ten calls in flight': { words: ['call', ...begins], calls: 10 },
   'an answer byte by byte': {
     words: ['bytewise', 'call', ...begins, 'answer-of', String(kMebibyte), 'call', 'answer'],
@@ -47,13 +52,14 @@ const kMoments = {
   'an end of the input that is ignored': { words: ['call', ...begins, 'end', 'stay'] },
   'an output that is closed': { words: ['call', 'close', 'stay'], begun: kClosed },
   'a server that has ended': { words: ['exit', '0'], begun: kClosed, calls: 0 },
-  'others that stay': { words: ['spawn', 'spawn', 'call', ...begins] },
-  'others that stay behind': { words: ['spawn', 'spawn', 'call', ...begins, 'exit', '0'] },
+  'children that stay': { words: ['spawn', 'spawn', 'call', ...begins] },
+  'children that outlive their server': { words: ['spawn', 'spawn', 'call', ...begins, 'exit', '0'] },
   'a batch file': { entry: () => ({ command: batchFile, args: ['call', ...begins, 'end', 'stay'] }) },
   'twenty servers': { words: ['call', ...begins], count: 20 },
   'a line without end': { words: ['call', ...begins, ...endlessly('fill', '65536')] },
   'garbage without end': { words: ['call', ...begins, ...endlessly('line', 'garbage')] },
-  // Faster than the window can take them, and for a while.
+  // They come faster than the window can handle them. 3,000 of them have been logged when the test
+  // goes on.
   'notifications without end': {
     words: ['call', ...endlessly(...says('more', 100))], begun: 'more', lines: 3000,
   },
@@ -83,7 +89,7 @@ async function bringAbout(host, name) {
     await host.waitForLine(line);
     await until(line, () => host.log.filter((logged) => logged === line).length >= lines);
   }
-  // What the page wanted before this has been passed on.
+  // The host handles messages in order: with this reply it has taken all calls above.
   await host.page.call('platform', []);
 }
 
@@ -104,12 +110,12 @@ async function withServers(mcpServers, use) {
     await host.waitForLine('[MCP] loaded ');
     await use(host);
   } finally {
-    await host.kill(); // what is around it
+    await host.kill(); // ends tools/launch and all that still runs
   }
 }
 
 for (const name of Object.keys(kMoments)) {
-  test(`closing the window ends all within two seconds: ${name}`, (t) =>
+  test(`closing the window ends host and servers within two seconds: ${name}`, (t) =>
     withServers(entriesOf(name), async (host) => {
       await bringAbout(host, name);
       await endWithin(t, host, 'close', { code: 0 });
@@ -120,7 +126,7 @@ const kAll = Object.keys(kMoments);
 const allEntries = () => Object.assign({}, ...kAll.map(entriesOf));
 
 for (const [how, code] of Object.entries({ close: 0, kill: 1, SIGKILL: undefined })) {
-  test(`nothing is left in the midst of it all: ${how}`, (t) =>
+  test(`no process is left when the host ends with all these servers at once: ${how}`, (t) =>
     withServers(allEntries(), async (host) => {
       for (const name of kAll) await bringAbout(host, name);
       assert.ok(remains(host).length > kAll.length, remains(host).join('\n'));
@@ -129,15 +135,15 @@ for (const [how, code] of Object.entries({ close: 0, kill: 1, SIGKILL: undefined
 }
 
 for (const [how, code] of Object.entries({ close: 0, kill: 1 })) {
-  test(`nothing is left in the middle of a reload: ${how}`, (t) =>
+  test(`no process is left when the host ends in the middle of a reload: ${how}`, (t) =>
     withServers(entriesOf('twenty servers'), async (host) => {
       await bringAbout(host, 'twenty servers');
-      await host.probe('process'); // it is there when it is needed
+      await host.probe('process'); // starts the probe before it is needed
       const from = host.log.length;
       await writeConfig(host.profile, { mcpServers: entriesOf('twenty servers') });
       await host.waitForLine('[MCP twenty servers 5] started', { from });
       await endWithin(t, host, how, { code });
       const isLoaded = host.log.slice(from).some((line) => line.startsWith('[MCP] loaded '));
-      assert.equal(isLoaded, how === 'close'); // which has its turn only then
+      assert.equal(isLoaded, how === 'close'); // the UI thread takes the close after the reload
     }));
 }

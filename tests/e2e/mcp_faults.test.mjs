@@ -1,5 +1,5 @@
-// Local servers that misbehave, each in its own way (tests/support/mcp_child_win.cpp lists the words):
-// what the page gets, what the log says, and that the others go on.
+// Tests local servers that misbehave, each in its own way (tests/support/mcp_child_win.cpp lists
+// the words): what the page gets, what the log says, and that the other servers work.
 import assert from 'node:assert/strict';
 import { readFile, writeFile } from 'node:fs/promises';
 import { join } from 'node:path';
@@ -13,10 +13,10 @@ import { writeConfig } from './support/host.mjs';
 import { startServer } from './support/server.mjs';
 
 const kMebibyte = 1_048_576;
-// Of the window, at most, which a mebibyte of arguments keeps busy: a tenth of that when nobody else
-// works on this machine.
+// How long the window may be silent while the page sends calls with 1 MiB of arguments. On an idle
+// machine it is silent for a tenth of that.
 const kSilenceMs = 2000;
-const kReplyMs = 1000; // of a server beside one that keeps the window busy
+const kReplyMs = 1000; // the limit of a call while another server keeps the window busy
 
 let server;
 before(async () => {
@@ -30,10 +30,10 @@ const kMiddleOfLine = ['line', ''];
 const exited = (name) => ({ error: `MCP server '${name}' exited unexpectedly` });
 const notRunning = (name) => ({ error: `MCP server '${name}' is not running` });
 
-// Name -> words of the server, what the page gets, what the log says after the start.
+// Name -> the words of the server, what the page gets, the log lines after the start.
 const kCases = {
   good: [[], kEcho, []],
-  'has "quotes", a blank and ü': [[], kEcho, []],
+  'has "quotes", a space and ü': [[], kEcho, []],
 
   'exits at once': [['exit', '0'], notRunning, [kClosed]],
   'exits during the handshake': [['initialize', 'exit', '3'], exited, [kClosed]],
@@ -41,11 +41,11 @@ const kCases = {
   'crashes during a call': [['call', 'crash'], exited, [kClosed]],
   'closes its output and lives': [['call', 'close', 'stay'], exited, [kClosed]],
   'fails the handshake': [['initialize', 'error', 'no greeting'], { error: 'no greeting' }, []],
-  'greets without a version': [['initialize', 'result', '{}'], kEcho, []],
+  'names no protocol version': [['initialize', 'result', '{}'], kEcho, []],
 
   'prints garbage': [['line', 'Listening…', 'call', 'line', '{"id":', 'line', '[]', 'answer'], kEcho, []],
-  'prints blank lines': [['bytes', '0a0a0d0a200a', 'call', 'bytes', '0a0a', 'answer'], kEcho, []],
-  'prints what is no UTF-8': [['bytes', 'fffec3280a', 'call', 'bytes', 'ff0a', 'answer'], kEcho, []],
+  'prints empty lines': [['bytes', '0a0a0d0a200a', 'call', 'bytes', '0a0a', 'answer'], kEcho, []],
+  'prints invalid UTF-8': [['bytes', 'fffec3280a', 'call', 'bytes', 'ff0a', 'answer'], kEcho, []],
   'two messages in one write': [
     ['call', 'hold', 'line', notification(',"params":{"message":"one"}'), 'answer', 'flush'],
     kEcho, ['one'],
@@ -69,16 +69,16 @@ const kCases = {
   "answers another's id first": [['call', 'answer-as', '"4711"', 'answer'], kEcho, []],
   'answers to a number': [['initialize', 'answer-as', '$BARE', 'call', 'answer-as', '$BARE'], kEcho, []],
   'answers with an error': [['call', 'error', 'broken'], { error: 'broken' }, []],
-  'numbers its requests like ours': [['call', 'line', request('$BARE', 'ping'), 'answer'], kEcho, []],
+  'uses the ids of the host': [['call', 'line', request('$BARE', 'ping'), 'answer'], kEcho, []],
   'notifies': [
     ['call', 'line', notification(',"params":{"message":"Grüße"}'), 'line', notification(''),
       'line', notification(',"params":{"level":"info"}'), 'answer'],
     kEcho, ['Grüße'],
   ],
-  'starts others that stay': [['spawn', 'spawn'], kEcho, []],
+  'starts children that stay': [['spawn', 'spawn'], kEcho, []],
 };
 
-test('a server that misbehaves harms nobody but itself', async () => {
+test('a server that misbehaves does not disturb the others', async () => {
   const entries = Object.entries(kCases).map(([name, [words]]) => [name, mcpChild(...words)]);
   await withServers(Object.fromEntries(entries), async (host) => {
     const waitForLines = async (name, lines) => {
@@ -98,7 +98,7 @@ test('a server that misbehaves harms nobody but itself', async () => {
   });
 });
 
-test('what cannot be started is said, counted or left out', async (t) => {
+test('a server that cannot be started is logged, and calls of it fail', async (t) => {
   const profile = await ownProfile(t);
   const inProfile = (name) => windowsPath(join(profile, name));
   await writeFile(join(profile, 'my notes.txt'), 'no program');
@@ -123,9 +123,9 @@ test('what cannot be started is said, counted or left out', async (t) => {
   }, { profile });
 });
 
-test('a line may hold one mebibyte and not more', async () => {
+test('a line of 1 MiB is taken, a longer line is dropped', async () => {
   const sizes = [kMebibyte - 1, kMebibyte, kMebibyte + 1];
-  // What is lost is not missed: the second answer is taken instead.
+  // When the host drops the first answer, it takes the second one.
   const entries = sizes.map((bytes) => [bytes, mcpChild('call', 'answer-of', String(bytes), 'answer')]);
   await withServers(Object.fromEntries(entries), async (host) => {
     for (const bytes of sizes) {
@@ -144,7 +144,7 @@ test("a server's requests are refused under their own ids", async (t) => {
   const words = ['call', ...requests.flatMap((text) => ['line', text]), 'answer'];
   await withServers({ asks: mcpChild('record', windowsPath(record), ...words) }, async (host) => {
     for (let i = 0; i < 2; ++i) assert.deepEqual(await callTool(host, 'asks'), { ok: 1, value: kEcho });
-    await host.page.call('mcpCall', ['asks', 'cwd']); // refusals have been read when this is answered
+    await host.page.call('mcpCall', ['asks', 'cwd']); // the server reads the refusals before this
   }, { profile });
 
   const sent = (await readFile(record, 'utf8')).trimEnd().split('\n').map((line) => JSON.parse(line));
@@ -156,13 +156,13 @@ test("a server's requests are refused under their own ids", async (t) => {
   );
 });
 
-test('the window lives beside servers that read nothing, and closes them', async (t) => {
+test('the window reacts while servers read nothing, and ends them when it closes', async (t) => {
   const stubborn = {
     'reads nothing': mcpChild('stay'),
     'reads nothing more': mcpChild('initialize', 'answer', 'stay'),
     'never answers': mcpChild('call'),
     'ignores the end of its input': mcpChild('end', 'stay'),
-    'has others that do': mcpChild('spawn', 'spawn', 'end', 'stay'),
+    'has children that ignore it': mcpChild('spawn', 'spawn', 'end', 'stay'),
   };
   await withServers(stubborn, async (host) => {
     await host.probe('watch');
@@ -187,11 +187,11 @@ const kFloods = {
 };
 const flooding = (kind) => mcpChild('call', ...says('begun'), ...kFloods[kind]);
 async function beginFlood(host, name) {
-  void callTool(host, name).catch(() => {}); // the page goes first
+  void callTool(host, name).catch(() => {}); // the page may end before the call has a reply
   await host.waitForLine(`[MCP ${name}] begun`);
 }
 
-test('the window lives beside a server that does not stop talking', async (t) => {
+test('calls of other servers are answered while a server sends without end', async (t) => {
   for (const name of Object.keys(kFloods)) {
     await withServers({ good: mcpChild(), [name]: flooding(name) }, async (host) => {
       await beginFlood(host, name);
@@ -207,7 +207,7 @@ test('the window lives beside a server that does not stop talking', async (t) =>
   }
 });
 
-test('keys and timers get their turn beside many servers that do not stop talking', async () => {
+test('keys and timers are handled while many servers send without end', async () => {
   const names = Array.from({ length: 8 }, (_, i) => `flood ${i}`);
   const servers = { good: mcpChild() };
   for (const name of names) servers[name] = flooding('notifications');
@@ -221,21 +221,21 @@ test('keys and timers get their turn beside many servers that do not stop talkin
   });
 });
 
-// Posts calls without waiting for their replies, which `repliesTo` counts, as long as there is one at
-// least.
+// Posts a call and does not wait for its reply.
 const post = (host, id, name) =>
   host.page.post({ __reqId: id, name: 'mcpCall', args: [name, 'echo', { text: 'hi' }] });
+// All replies to the request `id`; waits for the first.
 async function repliesTo(host, id) {
   await host.page.waitFor(`__wendra.testReplies.some((reply) => reply.id === '${id}')`);
-  await host.page.call('platform', []); // so much for a second one
+  await host.page.call('platform', []); // a second reply would come before this one
   return (await host.page.replies()).filter((reply) => reply.id === id);
 }
 const kTimedOut = { error: 'MCP request timed out' };
 
-test('a server that does not answer gets its time, and an answer that comes later is ignored', async () => {
-  // The first call is answered when the second comes, both times under its own id.
+test('a request to a server that does not answer times out, and a late answer is ignored', async () => {
+  // The server answers the first call (id 2) when the second comes, then the second.
   const words = ['call', ...says('begun'), 'call', 'answer-as', '"2"', 'answer'];
-  const servers = { late: mcpChild(...words), 'greets nobody': mcpChild('initialize', ...says('begun')) };
+  const servers = { late: mcpChild(...words), mute: mcpChild('initialize', ...says('begun')) };
   await withServers(servers, async (host) => {
     await host.page.call('platform', []);
     await post(host, 'first', 'late');
@@ -246,14 +246,14 @@ test('a server that does not answer gets its time, and an answer that comes late
     assert.deepEqual(await callTool(host, 'late'), { ok: 1, value: kEcho });
     assert.deepEqual(await repliesTo(host, 'first'), wanted);
 
-    await post(host, 'greeting', 'greets nobody');
-    await host.waitForLine('[MCP greets nobody] begun');
+    await post(host, 'handshake', 'mute');
+    await host.waitForLine('[MCP mute] begun');
     await letTimeOut(host, 4);
-    assert.deepEqual(await repliesTo(host, 'greeting'), [{ id: 'greeting', ok: 1, value: kTimedOut }]);
+    assert.deepEqual(await repliesTo(host, 'handshake'), [{ id: 'handshake', ok: 1, value: kTimedOut }]);
   });
 });
 
-test('a call that waits while the servers are replaced ends once, at once', async () => {
+test('a call that waits while its server is replaced ends at once, with one reply', async () => {
   const silent = { one: mcpChild('call', ...says('begun')) };
   await withServers(silent, async (host) => {
     await host.page.call('platform', []);
@@ -263,17 +263,17 @@ test('a call that waits while the servers are replaced ends once, at once', asyn
     const next = JSON.stringify({ mcpServers: { one: mcpChild('call', 'answer-as', '"2"', 'answer') } });
     const from = host.log.length;
     assert.deepEqual(await host.page.call('mcpWriteConfig', [next]), { ok: 1, value: { ok: true } });
-    await host.waitForLine('[MCP] config.json changed on disk', { from }); // replaces it once more
+    await host.waitForLine('[MCP] config.json changed on disk', { from }); // a second reload
     assert.deepEqual(await callTool(host, 'one'), { ok: 1, value: kEcho });
     const stopped = { error: "MCP server 'one' was stopped" };
     assert.deepEqual(await repliesTo(host, 'old'), [{ id: 'old', ok: 1, value: stopped }]);
   });
 });
 
-// TIMEOUTS=1 by hand: two minutes.
-if (process.env.TIMEOUTS) test('each kind of request has its time', async () => {
+// Runs only by hand, with TIMEOUTS=1; takes nearly three minutes.
+if (process.env.TIMEOUTS) test('each kind of request has its own time-out', async () => {
   const servers = {
-    'greets nobody': mcpChild('initialize'),
+    'answers no handshake': mcpChild('initialize'),
     'lists nothing': mcpChild('list'),
     'calls nothing': mcpChild('call'),
   };
@@ -285,13 +285,15 @@ if (process.env.TIMEOUTS) test('each kind of request has its time', async () => 
     };
     const [[listSeconds, list], ...calls] = await Promise.all([
       timed('mcpServers', []),
-      timed('mcpCall', ['greets nobody', 'echo', {}]), timed('mcpCall', ['calls nothing', 'echo', {}]),
+      timed('mcpCall', ['answers no handshake', 'echo', {}]),
+      timed('mcpCall', ['calls nothing', 'echo', {}]),
     ]);
     assert.deepEqual([listSeconds, ...calls.map(([seconds]) => seconds)], [45, 45, 120]);
     assert.deepEqual(calls.map(([, value]) => value), [kTimedOut, kTimedOut]);
     const errors = Object.fromEntries(list.map(({ name, error }) => [name, error]));
     const { error } = kTimedOut;
-    assert.deepEqual(errors, { greets_nobody: error, lists_nothing: error, calls_nothing: undefined });
+    assert.deepEqual(errors,
+      { answers_no_handshake: error, lists_nothing: error, calls_nothing: undefined });
     const [seconds] = await timed('mcpServers', []);
     assert.equal(seconds, 45);
   });

@@ -1,5 +1,5 @@
-// Remote MCP servers, well-behaved and not: what they are sent, what the page gets, and that the
-// window ends whatever they do. See support/mcp_http_server.mjs for how they answer.
+// Tests remote MCP servers, proper and improper ones: what the host sends them and what the page
+// gets. The servers are those of support/mcp_http_server.mjs.
 import assert from 'node:assert/strict';
 import { X509Certificate } from 'node:crypto';
 import { after, before, test } from 'node:test';
@@ -20,7 +20,7 @@ const kMebibyte = 1_048_576;
 const kMaxBodyBytes = 8 * kMebibyte;
 
 let page;
-let elsewhere; // another host, as a browser sees it
+let elsewhere; // a server with another origin, to which redirects go
 before(async () => {
   page = await startServer({ '/': '<!doctype html><title>mcp</title>' });
   elsewhere = await startServer({ '/mcp': { status: 200, body: '' } });
@@ -32,7 +32,8 @@ const jsonOfBytes = (id, bytes) => {
   return head + 'x'.repeat(bytes - head.length - tail.length) + tail;
 };
 
-// A reset throws away what has not been read yet: this one comes when the start is known to be.
+// A server that resets the connection in the middle of a response. A reset discards bytes that the
+// host has not read yet; this one comes when the host has answered a request in these bytes.
 function resetting() {
   let socket;
   return {
@@ -44,11 +45,11 @@ function resetting() {
   };
 }
 
-// Name -> what the server does, what a call gives the page, what else the log gets.
+// Name -> what the server does, what a call gives the page, what the server's log lines say.
 const kCases = {
   'answers as JSON': [{}, kEcho],
   'answers as events': [{ call: asEvents((id) => event(answer(id))) }, kEcho],
-  'greets with events': [{
+  'initializes with events': [{
     initialize: asEvents((id) => event(result(id, { protocolVersion: '2025-11-25' }))),
   }, kEcho],
   'keeps the stream open': [{
@@ -81,7 +82,7 @@ const kCases = {
   'answers 202 with a body': [{ initialized: status(202, {}, 'null') }, kEcho],
   'answers 204': [{ call: status(204) }, kNoResponse],
   'answers nothing': [{ call: status(200) }, kNoResponse],
-  'answers with blanks': [{ call: asBody(() => ' \r\n') }, kNoResponse],
+  'answers with whitespace': [{ call: asBody(() => ' \r\n') }, kNoResponse],
   'answers an empty stream': [{ call: asEvents(() => ': nothing\n\ndata:\n\n') }, kNoResponse],
   'answers another request': [{ call: asEvents(() => event(answer('4711'))) }, kNoResponse],
   'drops the connection': [{ call: drops }, kOffline],
@@ -104,25 +105,25 @@ const kCases = {
       setImmediate(() => response.socket.end('ff\r\n{'));
     },
   }, kNoResponse],
-  'compresses though not asked to': [{
+  'compresses without being asked': [{
     call: asBody((id) => gzipSync(JSON.stringify(answer(id))), {
       'Content-Type': 'application/json', 'Content-Encoding': 'gzip',
     }),
   }, kNoResponse],
 
-  'says nothing of the type': [{ call: asBody((id) => JSON.stringify(answer(id))) }, kEcho],
-  'says nothing of the events': [{ call: asBody((id) => `: x\nretry: 5\n${event(answer(id))}`) }, kEcho],
-  'calls events JSON': [{
+  'sends no type': [{ call: asBody((id) => JSON.stringify(answer(id))) }, kEcho],
+  'sends events and no type': [{ call: asBody((id) => `: x\nretry: 5\n${event(answer(id))}`) }, kEcho],
+  'declares events as JSON': [{
     call: asBody((id) => event(answer(id)), { 'Content-Type': 'application/json' }),
   }, kEcho],
-  'calls JSON a page': [{
+  'declares JSON as a page': [{
     call: asBody((id) => JSON.stringify(answer(id)), { 'Content-Type': 'text/html' }),
   }, kEcho],
-  'calls JSON events': [{ call: asEvents((id) => JSON.stringify(answer(id))) }, kNoResponse],
+  'declares JSON as events': [{ call: asEvents((id) => JSON.stringify(answer(id))) }, kNoResponse],
   'gives its events names and ids': [{
     call: asEvents((id) => `event: other\nid: 1\ndata:\n\nevent: ping\nretry: 9\n${event(answer(id))}`),
   }, kEcho],
-  'says something before': [{
+  'notifies before it answers': [{
     call: asEvents((id) => `${event(says('first'))}${event(says('second'))}${event(answer(id))}`),
   }, kEcho, ['first', 'second']],
   'has two messages in one event': [{
@@ -138,10 +139,10 @@ const kCases = {
       setImmediate(() => response.end(behind));
     },
   }, kEcho],
-  'puts blanks and tabs after data:': [{
+  'puts spaces and tabs after data:': [{
     call: asEvents((id) => `id:\ndata:\ndata: \t ${JSON.stringify(answer(id))}\t\n\n`),
   }, kEcho],
-  'puts a blank after the colon': [{
+  'puts a space after the colon': [{
     call: ({ response, message }) => beginEvents(response).write(`data: {"id": "${message.id}", "result": {"content": [{"type": "text", "text": "hi"}]}}\n\n`),
   }, kEcho],
   'answers to a number': [{
@@ -155,7 +156,7 @@ const kCases = {
       setImmediate(() => response.write(whole.slice(1000)));
     },
   }, { text: 'x'.repeat(24_000) }],
-  'holds what is searched for': [{
+  'has the id in the result too': [{
     call: ({ response, message }) => {
       const inner = { ...text('hi'), _meta: { id: message.id } };
       const whole = `data: {"result":${JSON.stringify(inner)},"id":"${message.id}"}\n\n`;
@@ -168,7 +169,7 @@ const kCases = {
   'sends 8 MiB before the answer': [{
     call: asEvents((id) => `${':'.padEnd(kMaxBodyBytes)}\n${event(answer(id))}`),
   }, kNoResponse],
-  'sends a byte more': [{ call: asBody((id) => jsonOfBytes(id, kMaxBodyBytes + 1)) }, kNoResponse],
+  'sends 8 MiB and a byte': [{ call: asBody((id) => jsonOfBytes(id, kMaxBodyBytes + 1)) }, kNoResponse],
 
   ...Object.fromEntries([301, 302, 303, 307, 308].map((code) => [
     `redirects elsewhere with ${code}`,
@@ -180,14 +181,14 @@ const kCases = {
     [{
       call: ({ response, message, url }) =>
         url.endsWith('/new') ? sendJson(response, answer(message.id)) : send(response, code, { Location: `${url}/new` }),
-    }, code < 307 ? { error: `HTTP ${code}` } : kEcho], // the others ask for a GET
+    }, code < 307 ? { error: `HTTP ${code}` } : kEcho], // below 307 the POST would become a GET
   ])),
   'redirects in a circle': [{
     call: ({ response, url }) => send(response, 307, { Location: url }),
   }, { error: 'HTTP 307' }],
 };
 
-test('each remote server is understood as far as it can be', async () => {
+test('each way of answering gives the page a result or an error', async () => {
   const servers = Object.fromEntries(Object.entries(kCases).map(([name, [server]]) => [name, server]));
   const entries = Object.fromEntries(Object.keys(kCases).map((name) => [name, { headers: { 'X-Secret': 'mine' } }]));
   await withRemotes(page, servers, async (host, remotes) => {
@@ -214,18 +215,18 @@ test('each remote server is understood as far as it can be', async () => {
   }, { entries });
 });
 
-test('what a server is sent, from the greeting to the end', async () => {
+test('a server gets the right headers, from the handshake to the end of the session', async () => {
   const streams = [];
   const remote = {
     initialize: begins('s1', '2025-06-18'),
     listen: ({ response }) => streams.push(beginEvents(response)),
   };
   await withRemotes(page, { remote }, async (host, remotes) => {
-    assert.equal(remotes.requests.length, 0); // nothing before somebody asks
+    assert.equal(remotes.requests.length, 0); // nothing is sent before the first call
     assert.deepEqual(await callTool(host, 'remote'), { ok: 1, value: kEcho });
     await remotes.waitFor('remote', 'listen');
 
-    // What the server says by itself, and its question, which is refused.
+    // A notification on the listener's stream, and a request, which the host refuses.
     const [stream] = streams;
     stream.write(`id: e1\n${event({ jsonrpc: '2.0', method: 'notifications/message', params: { message: 'Grüße' } })}`);
     stream.write(event(asks(1)));
@@ -255,12 +256,12 @@ test('what a server is sent, from the greeting to the end', async () => {
   }, { entries: { remote: { headers: { 'X-Own': 'a' } } } });
 });
 
-test('a call waits until the server knows that the handshake is over', async () => {
+test('a call waits until the server has answered the notification of the handshake', async () => {
   let isInitialized = false;
   const remote = {
     initialized: ({ response }) => setImmediate(() => {
       isInitialized = true;
-      beginEvents(response); // stays open
+      beginEvents(response); // the response stays open
     }),
     call: ({ response, message }) =>
       isInitialized ? sendJson(response, answer(message.id)) : send(response, 400),
@@ -270,7 +271,7 @@ test('a call waits until the server knows that the handshake is over', async () 
   });
 });
 
-test('a server that asks back in the middle of a call gets its answer', async () => {
+test('a server that sends a request in the middle of a call gets its response', async () => {
   let goOn;
   const remote = {
     call: ({ response, message }) => {
@@ -288,7 +289,7 @@ test('a server that asks back in the middle of a call gets its answer', async ()
   });
 });
 
-test('after a restart of the server there is a new handshake', async () => {
+test('after a restart of the server the host makes a new handshake', async () => {
   let sessions = 0;
   const current = () => `s${sessions}`;
   const known = (handle) => (seen) =>
@@ -304,13 +305,13 @@ test('after a restart of the server there is a new handshake', async () => {
   };
   await withRemotes(page, { remote }, async (host) => {
     assert.deepEqual(await callTool(host, 'remote'), { ok: 1, value: kEcho });
-    sessions += 10; // nobody remembers the old one
+    sessions += 10; // the server does not know the old session any more
     assert.deepEqual(await callTool(host, 'remote'), { ok: 1, value: { error: 'HTTP 404' } });
     assert.deepEqual(await callTool(host, 'remote'), { ok: 1, value: kEcho });
   });
 });
 
-test('servers that cannot be reached say so', async () => {
+test('a call of a server that cannot be reached fails', async () => {
   const remotes = await startMcpServers({});
   const closed = remotes.url('x');
   await remotes.close();
@@ -322,8 +323,9 @@ test('servers that cannot be reached say so', async () => {
   assert.equal(await host.close(), 0);
 });
 
-// What is sent to a server that gives a session id, or none, with its responses in turn.
-const kLongest = 'x'.repeat(1023); // 2,048 bytes with its end
+// Name -> the session ids that the server gives with its responses, in order; the session ids that
+// the host then sends.
+const kLongest = 'x'.repeat(1023); // 2,048 bytes as UTF-16 with its NUL
 const kSessions = {
   'gives one': [['a'], ['a', 'a', 'a', 'a', 'a']],
   'gives none': [[], [undefined, undefined, undefined, undefined]],
@@ -336,7 +338,7 @@ const kSessions = {
   ])),
 };
 
-test('the session id that came last is sent', async () => {
+test('the host sends the session id that it got last', async () => {
   const giving = ([ids]) => {
     const left = [...ids];
     const headers = () => {
@@ -366,7 +368,7 @@ test('the session id that came last is sent', async () => {
   });
 });
 
-test('without a session 404 is a failure like any other', async () => {
+test('a 404 without a session causes no new handshake', async () => {
   await withRemotes(page, { remote: { call: status(404) } }, async (host, remotes) => {
     for (let i = 0; i < 2; ++i) {
       assert.deepEqual(await callTool(host, 'remote'), { ok: 1, value: { error: 'HTTP 404' } });
@@ -375,7 +377,7 @@ test('without a session 404 is a failure like any other', async () => {
   });
 });
 
-test('over https only a server that proves its name is told anything', async () => {
+test('over https only a server with a trusted certificate gets requests', async () => {
   const certificate = makeCertificate();
   const stream = {};
   const remote = {

@@ -1,5 +1,5 @@
-// In whatever a remote server leaves the host hanging: when the window closes, or config.json is
-// loaded anew, nothing waits for the network, and a session that there is gets its DELETE.
+// Tests that closing the window and reloading config.json do not wait for the network, whatever the
+// remote servers do, and that each open session gets its DELETE.
 import assert from 'node:assert/strict';
 import { after, before, test } from 'node:test';
 import { callTool, kEcho } from './support/calls.mjs';
@@ -11,13 +11,13 @@ import { asks, begins, drops, flood, never, says, status } from './support/remot
 import { startServer } from './support/server.mjs';
 import { until } from './support/waiting.mjs';
 
-const kEndMs = 2000; // that the host may take from the wish to close to the end of its process
-// Of the window, at most, while it loads config.json: a fifth of a second when nobody else works on
-// this machine, for it stops and starts seventy servers then. Windows calls it hung after five.
+const kEndMs = 2000; // the limit from the request to close the window to the end of the process
+// How long the window may be silent during a reload, which stops and starts seventy servers. On an
+// idle machine it is a fifth of a second. Windows takes a window for hung after five seconds.
 const kSilenceMs = 2000;
 
 let page;
-let elsewhere; // another host, as a browser sees it
+let elsewhere; // a server with another origin, to which a redirect goes
 before(async () => {
   page = await startServer({ '/': '<!doctype html><title>mcp</title>' });
   elsewhere = await startServer({});
@@ -26,7 +26,7 @@ after(() => Promise.all([page?.close(), elsewhere?.close()]));
 
 const kSession = { initialize: begins('s1') };
 
-// Writes `piece` again and again until nobody listens; `seen.pieces` counts.
+// Writes `piece` again and again until the connection is closed; `seen.pieces` counts the writes.
 function trickle(stream, seen, piece) {
   const timer = setInterval(() => {
     stream.write(piece);
@@ -37,17 +37,21 @@ function trickle(stream, seen, piece) {
 const trickles = (seen) => seen.pieces > 10;
 const floods = (seen) => seen.pieces > 200; // twenty thousand messages
 
-// Name -> what the server does, or `hole`, what stands in its place; how many `calls` the page makes
-// (one), the `kind` of request that shows that the trouble has begun, or `has` it; whether the host
-// has a session, for which a DELETE must come (`ends`); how many such servers there are (`count`).
+// Name ->
+//   server   what the server does; or `hole`, which starts an address that never answers
+//   scheme   of the hole's address ('http')
+//   calls    how many calls the page makes (1)
+//   kind     the kind of request that shows that the trouble has begun; or `has`, which shows it
+//   ends     true: the host has a session, and a DELETE must come
+//   count    how many such servers there are (1)
 const kTroubles = {
   'ten calls in flight': { server: { ...kSession, call: never }, calls: 10, kind: 'call', ends: true },
   'ten calls without a session': { server: { call: never }, calls: 10, kind: 'call' },
-  'a greeting that is not answered': { hole: startMuteServer },
-  'a greeting that cannot connect': { hole: startSilentAddress },
-  'a greeting that gets no TLS': { hole: startMuteServer, scheme: 'https' },
-  'a greeting whose stream goes on': {
-    // The host answers the question, so it has read the session's id.
+  'a handshake that is not answered': { hole: startMuteServer },
+  'a handshake that cannot connect': { hole: startSilentAddress },
+  'a handshake that gets no TLS': { hole: startMuteServer, scheme: 'https' },
+  'a handshake whose stream goes on': {
+    // When the host answers the server's request, it has read the session id.
     server: {
       initialize: ({ response }) =>
         beginEvents(response, { 'Mcp-Session-Id': 's1' }).write(event(asks(1))),
@@ -82,10 +86,10 @@ const kTroubles = {
     has: trickles,
     ends: true,
   },
-  'a listener that hears nothing': {
+  'a listener that gets no message': {
     server: { ...kSession, listen: ({ response }) => beginEvents(response) }, kind: 'listen', ends: true,
   },
-  'a listener that hears all the time': {
+  'a listener that gets messages all the time': {
     server: {
       ...kSession,
       listen: ({ response, seen }) => trickle(beginEvents(response), seen, event(says('more'))),
@@ -125,8 +129,9 @@ const kTroubles = {
   },
 };
 
-// The servers of one trouble, {names, entries, begun(round), of(name, kind)}, until the test `t` ends;
-// each loading of config.json begins a round.
+// Starts the servers of one trouble until the test `t` ends: {names, entries, begun(round),
+// of(name, kind)}. `begun` waits until the trouble has begun. Each load of config.json begins a new
+// round.
 async function startTrouble(t, name) {
   const { server, hole, scheme = 'http', kind, has, count = 1 } = kTroubles[name];
   const names = Array.from({ length: count }, (_, i) => (i ? `${name} ${i}` : name));
@@ -157,7 +162,8 @@ async function startTrouble(t, name) {
 
 async function bringAbout(host, { names, begun }, calls = 1, round = 1) {
   for (const name of names) {
-    for (let i = 0; i < calls; ++i) callTool(host, name).catch(() => {}); // the page goes first
+    // The page may end before a call has a reply.
+    for (let i = 0; i < calls; ++i) callTool(host, name).catch(() => {});
   }
   await begun(round);
 }
@@ -181,7 +187,7 @@ for (const [name, { calls }] of Object.entries(kTroubles)) {
   });
 }
 
-test('config.json is loaded anew at once in the middle of it all', async (t) => {
+test('config.json is reloaded at once in the middle of all these troubles', async (t) => {
   const troubles = {};
   for (const name of Object.keys(kTroubles)) troubles[name] = await startTrouble(t, name);
   const inAll = (act) => Promise.all(Object.entries(troubles).map(([name, one]) => act(name, one)));

@@ -1,5 +1,5 @@
-// Remote servers that try to reach further than their own answers: into the headers of the next
-// request, past the end of a stream, into a session that is over.
+// Tests remote servers that try to change more than their own responses: the headers of the next
+// request, the listener after a stream, a session that is over.
 import assert from 'node:assert/strict';
 import { createServer } from 'node:http';
 import { after, before, test } from 'node:test';
@@ -10,8 +10,8 @@ import { begins, kNoResponse, says, status, withRemotes } from './support/remote
 import { startServer } from './support/server.mjs';
 import { until } from './support/waiting.mjs';
 
-const kReceiveMs = 30_000; // of the host's listener, from the last byte on
-const kPauseMs = 2_000; // then, before it listens again
+const kReceiveMs = 30_000; // the listener's time-out, from the last byte on
+const kPauseMs = 2_000; // its pause before it connects again
 
 let page;
 before(async () => {
@@ -23,7 +23,7 @@ const call = async (host, name) => (await callTool(host, name)).value;
 const greets = (protocolVersion) => ({ response, message }) =>
   sendJson(response, result(message.id, { protocolVersion }));
 
-test('a protocol version reaches no other header and no body', async () => {
+test("a server's protocol version cannot change other headers or the body", async () => {
   const versions = {
     host: '1\nHost: internal.test',
     'carriage return': '1\r\nX-Injected: yes',
@@ -49,7 +49,7 @@ test('a protocol version reaches no other header and no body', async () => {
   }, { entries });
 });
 
-test('an event id with a carriage return is not sent, one beyond 1,024 bytes is not kept', async () => {
+test('an event id with a carriage return is not sent, a longer one than 1,024 bytes not kept', async () => {
   const ids = { kept: 'last', return: 'a\rX-Injected: yes', long: 'x'.repeat(1025), limit: 'x'.repeat(1024) };
   const wanted = { kept: 'last', return: undefined, long: 'before', limit: ids.limit };
   const streams = Object.fromEntries(Object.entries(ids).map(([name, id]) => [name, {
@@ -65,7 +65,7 @@ test('an event id with a carriage return is not sent, one beyond 1,024 bytes is 
   });
 });
 
-test('configured headers with a control character are left out, and the log says so once a load', async () => {
+test('configured headers with a control character are not sent, and logged once per load', async () => {
   const headers = { 'X-Bad': '1\r\nX-Injected: yes', 'X-Good': 'kept' };
   const said = "[MCP] server 'own': header 'X-Bad' holds a control character — not sent";
   await withRemotes(page, { own: {} }, async (host, remotes) => {
@@ -83,7 +83,7 @@ test('configured headers with a control character are left out, and the log says
   }, { entries: { own: { headers } } });
 });
 
-test('a chunked stream that falls silent is listened to again', { timeout: 3 * kReceiveMs }, async () => {
+test('the listener reconnects when a chunked stream falls silent', { timeout: 3 * kReceiveMs }, async () => {
   const times = [];
   const silent = createServer((request, response) => {
     if (request.method === 'GET') {
@@ -119,7 +119,7 @@ test('a chunked stream that falls silent is listened to again', { timeout: 3 * k
   }
 });
 
-test('what looks like the answer and is none ends the call at once', async () => {
+test('a body that looks like the answer and does not parse ends the call at once', async () => {
   const bodies = {
     'broken value': (id) => `{"jsonrpc":"2.0","id":${id},"result":nothing}`,
     'number out of range': (id) => `{"jsonrpc":"2.0","id":${id},"result":1e400}`,
@@ -134,7 +134,7 @@ test('what looks like the answer and is none ends the call at once', async () =>
   });
 });
 
-test('after a 404 on the notification of a handshake those that waited get it', async () => {
+test('calls that wait for a handshake fail when its notification gets a 404', async () => {
   const servers = {
     session: { initialize: begins('s1'), initialized: status(404) },
     none: { initialized: status(404) },
@@ -158,7 +158,7 @@ test('after a 404 on the notification of a handshake those that waited get it', 
   });
 });
 
-test('the last session id to come counts, whatever the status and the age', async () => {
+test('the session id that came last counts, with any status and from any request', async () => {
   let late;
   const servers = {
     // The answer to the first call comes after the second one has brought a new session.
@@ -170,7 +170,7 @@ test('the last session id to come counts, whatever the status and the age', asyn
         return sendJson(response, value, { 'Mcp-Session-Id': 'new' });
       },
     },
-    // Says so with a status that is an error, to a request that carried none.
+    // Gives an id with an error status, to a request without an id.
     refusing: { initialize: status(404, { 'Mcp-Session-Id': 'given' }) },
   };
   await withRemotes(page, servers, async (host, remotes) => {

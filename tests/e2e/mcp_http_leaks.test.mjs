@@ -1,5 +1,5 @@
-// Remote servers are called, lose their streams and are loaded anew, again and again: nothing may
-// pile up.
+// Tests that the host leaks nothing while remote servers are called, drop their streams and are
+// reloaded, again and again.
 import assert from 'node:assert/strict';
 import { after, before, test } from 'node:test';
 import { kEcho } from './support/calls.mjs';
@@ -13,14 +13,15 @@ import { lastAnswers, reload } from './support/reloads.mjs';
 import { startServer } from './support/server.mjs';
 import { until } from './support/waiting.mjs';
 
-// WHOLE=1 by hand: a minute and a half.
+// By hand, with WHOLE=1, the full size; it takes a minute and a half.
 const kWhole = { calls: 1000, reloads: 100, drops: 100 };
 const kSize = process.env.WHOLE ? kWhole : { calls: 100, reloads: 10, drops: 20 };
 const kWarmUp = { calls: 50, reloads: 4, drops: 10 };
-const kAtOnce = 10; // calls
-const kRunMs = 240_000; // of all parts of the whole size
+const kAtOnce = 10; // calls at a time
+const kRunMs = 240_000; // the limit of the test, also at full size
 
-// Each with a session and a stream of its own. Name -> how it answers a call, what the page gets.
+// Name -> how the server answers a call, what the page gets. Each server has a session and an event
+// stream.
 const kAnswers = {
   'as JSON': [undefined, kEcho],
   'as events': [asEvents((id) => event(answer(id))), kEcho],
@@ -33,7 +34,7 @@ const kAnswers = {
   'with a failure': [status(500), { error: 'HTTP 500' }],
   'with nothing': [status(204), kNoResponse],
   'by dropping the connection': [drops, kOffline],
-  'behind a notification': [asEvents((id) => event(says('x')) + event(answer(id))), kEcho],
+  'after a notification': [asEvents((id) => event(says('x')) + event(answer(id))), kEcho],
   'through a redirect': [
     ({ response, message, url }) =>
       (url.endsWith('/new') ? asEvents((id) => event(answer(id))) : status(307, { Location: `${url}/new` }))(
@@ -43,9 +44,9 @@ const kAnswers = {
 };
 const kNames = Object.keys(kAnswers);
 
-// Name -> the open one. A server closes its stream when the session is over, as real ones do: Wine
-// keeps a thread for a request that is closed while it waits, until something comes or 30 seconds
-// are over.
+// Name -> the open event stream. A server closes its stream when the session is over, as real
+// servers do. When the host closes a request that waits, Wine keeps the request's thread until
+// something comes or 30 seconds are over.
 const streams = new Map();
 function endSession({ name, response }) {
   streams.get(name)?.end();
@@ -76,7 +77,7 @@ after(async () => {
   await page?.close();
 });
 
-// `count` calls, some at a time, of all servers in turn; sees that each gives what it should.
+// Makes `count` calls of all servers in turn, kAtOnce at a time, and checks the replies.
 async function callAll(count) {
   const wanted = kNames.map((name) => kAnswers[name][1]);
   const got = await host.page.evaluate(async (names, calls, atOnce) => {
@@ -95,7 +96,7 @@ async function callAll(count) {
 
 const allStreams = () => until('a stream of each server', () => kNames.every((name) => streams.has(name)));
 
-// All servers drop their streams at once, and wait for the next ones.
+// All servers drop their streams at once and wait for new ones, until `count` have been dropped.
 async function dropAll(count) {
   for (let dropped = 0; dropped < count; dropped += kNames.length) {
     await allStreams();
@@ -118,9 +119,9 @@ async function run({ calls, reloads, drops: streamsDropped }) {
   await dropAll(streamsDropped);
 }
 
-test('remote servers leave nothing behind', { timeout: kRunMs }, async (t) => {
+test('remote servers leak no threads, handles and memory', { timeout: kRunMs }, async (t) => {
   const fresh = await holdings(host);
-  // WinHTTP's threads go when they have had nothing to do for a while; one waits for each stream.
+  // WinHTTP's threads end when they have been idle for a while. One thread waits for each stream.
   const atRest = () => until('rest', async () => {
     const now = await holdings(host);
     return now.threads <= fresh.threads + kNames.length && now;
