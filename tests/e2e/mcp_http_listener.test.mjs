@@ -1,4 +1,5 @@
-// What remote servers say by themselves, over a stream that does not hold.
+// Tests the listener: the event streams on which remote servers send messages of their own, and how
+// the host connects again when a stream ends.
 import assert from 'node:assert/strict';
 import { after, before, test } from 'node:test';
 import { gzipSync } from 'node:zlib';
@@ -11,16 +12,16 @@ import {
 import { startServer } from './support/server.mjs';
 import { until } from './support/waiting.mjs';
 
-const kPauseMs = 2000; // between the end of a stream and the next attempt
-const kClockStepMs = 50; // by which a pause may seem shorter: two clocks, one of them in steps
-const kLateMs = 1500; // by which it may be longer on a busy machine
+const kPauseMs = 2000; // the host's pause between the end of a stream and the next attempt
+const kClockStepMs = 50; // a pause may seem this much shorter: two clocks, one of them in steps
+const kLateMs = 1500; // a pause may be this much longer on a busy machine
 const kFloodPieces = 200; // twenty thousand messages
-const kAnswerMs = 1000; // of another server, with its handshake, behind the messages of one
-// LISTENING_SECONDS=60 by hand.
+const kAnswerMs = 1000; // the limit of a call of another server during the flood, with its handshake
+// Longer by hand, with LISTENING_SECONDS=60.
 const kListeningMs = Number(process.env.LISTENING_SECONDS ?? 6) * 1000;
 
 let page;
-let elsewhere; // another host, as a browser sees it
+let elsewhere; // a server with another origin, to which redirects go
 before(async () => {
   page = await startServer({ '/': '<!doctype html><title>mcp</title>' });
   elsewhere = await startServer({ '/mcp': { status: 200, body: event(says('elsewhere')) } });
@@ -31,7 +32,8 @@ const data = (words) => `data: ${JSON.stringify(says(words))}\n`;
 const streams = (...lines) => ({ response }) => beginEvents(response).end(lines.join(''));
 const withEnds = (text) => text.replaceAll('\n', '\r\n');
 
-// Name -> what becomes of the first GET, what is logged of it, the id that the second GET names.
+// Name -> how the server answers the first GET, what the host logs of it, the event id that the
+// second GET names.
 const kFirstStreams = {
   ...Object.fromEntries([400, 401, 403, 404, 405, 406, 429, 500, 503].map((code) => [
     `answers ${code}`,
@@ -42,13 +44,13 @@ const kFirstStreams = {
   'answers 200 with nothing': [status(200), []],
   'drops the connection': [drops, []],
   'answers in another protocol': [({ response }) => response.socket.end('220 mail.example ESMTP\r\n'), []],
-  'compresses though not asked to': [
+  'compresses without being asked': [
     ({ response }) => send(response, 200, {
       'Content-Type': 'text/event-stream', 'Content-Encoding': 'gzip',
     }, gzipSync(`id: 1\n${data('unheard')}\n`)),
     [],
   ],
-  'says it all at once': [streams(`id: 1\n${data('a')}\n`, `id: 2\n${data('b')}\n`), ['a', 'b'], '2'],
+  'sends all at once': [streams(`id: 1\n${data('a')}\n`, `id: 2\n${data('b')}\n`), ['a', 'b'], '2'],
   'ends lines with CR LF': [streams(withEnds(`id: 1\n${data('a')}\n`)), ['a'], '1'],
   'cuts between CR and LF': [
     ({ response }) => {
@@ -69,20 +71,20 @@ const kFirstStreams = {
     ['Grüße'],
     '1',
   ],
-  'says nothing of the type': [({ response }) => send(response, 200, {}, `id: 1\n${data('a')}\n`), ['a'], '1'],
+  'sends no type': [({ response }) => send(response, 200, {}, `id: 1\n${data('a')}\n`), ['a'], '1'],
   'has comments, names and times': [
     streams(': x\n\nretry: 1\n\nevent: other\nid: 1\n', data('a'), '\n:\n\n'), ['a'], '1',
   ],
   'gives an id without data': [streams(data('a'), '\nid: 7\ndata:\n\n'), ['a'], '7'],
-  'takes its id back': [streams(`id: 1\n${data('a')}\nid:\n\n`), ['a']],
-  'puts blanks and tabs after data:': [
+  'sets its id to nothing': [streams(`id: 1\n${data('a')}\nid:\n\n`), ['a']],
+  'puts spaces and tabs after data:': [
     streams(`data:\t ${JSON.stringify(says('a'))} \t\n\n`, `data:${JSON.stringify(says('b'))}\n\n`), ['a', 'b'],
   ],
-  'says what is no message': [streams('data: nonsense\n\ndata: 5\n\ndata: []\n\n', data('a')), ['a']],
-  'ends without an end of the line': [streams(data('a'), data('b').trimEnd()), ['a', 'b']],
+  'sends data that is no message': [streams('data: nonsense\n\ndata: 5\n\ndata: []\n\n', data('a')), ['a']],
+  'ends without a line end': [streams(data('a'), data('b').trimEnd()), ['a', 'b']],
   'ends within a message': [streams(data('a'), data('b').slice(0, -9)), ['a']],
   'resets within a message': [
-    // The host answers the question, so it has read what stands before.
+    // When the host answers the server's request, it has read everything before it.
     ({ response, then }) => {
       beginEvents(response).write(`id: 1\n${data('a')}\n${event(asks(1))}data: {"`);
       then.answer = () => response.socket.resetAndDestroy();
@@ -115,7 +117,7 @@ const kFirstStreams = {
   ])),
 };
 
-test('a stream is taken for what it is worth, and there is another one after it', async () => {
+test('the listener takes the good messages of any stream, and connects again after it', async () => {
   const server = ([first]) => {
     const then = { answer: () => {} };
     let streamed = 0;
@@ -150,7 +152,7 @@ test('a stream is taken for what it is worth, and there is another one after it'
   }, { entries });
 });
 
-test('a stream that is dropped every second is taken up again after the same pause each time', async (t) => {
+test('the listener connects again after the same pause each time its stream is dropped', async (t) => {
   const kLifeMs = 1000;
   const ends = ['end', 'destroy', 'resetAndDestroy'];
   const endedMs = [];
@@ -185,7 +187,7 @@ test('a stream that is dropped every second is taken up again after the same pau
   });
 });
 
-test('a server that speaks faster than it is heard does not hold up the page', async (t) => {
+test('a server that sends faster than the host reads does not delay other servers', async (t) => {
   const seen = { pieces: 0 };
   const remote = {
     initialize: begins('s1'),
@@ -205,7 +207,7 @@ test('a server that speaks faster than it is heard does not hold up the page', a
   });
 });
 
-test('a server that has been away is listened to in its new session', async () => {
+test('after a restart of its server the listener uses the new session', async () => {
   const server = (sessionId) => {
     const known = (act) => (one) =>
       (one.headers['mcp-session-id'] === sessionId ? act : status(404))(one);

@@ -1,6 +1,6 @@
-// Remote MCP servers that others wrote, or that we wrote with what others use, called from a real
-// page. All of them are behind the proxy of support/foreign_http_server.mjs, which takes the chunks
-// out of their responses: under Wine an event of a quiet stream would not arrive otherwise.
+// Tests remote MCP servers of other authors, and our own servers on their frameworks, from a real
+// page. All are behind the proxy of support/foreign_http_server.mjs, which sends their responses on
+// without chunks: otherwise, under Wine, an event of a quiet stream would not arrive.
 import assert from 'node:assert/strict';
 import { after, before, test } from 'node:test';
 import { moduleScript, ownScript, startForeignServer } from './support/foreign_http_server.mjs';
@@ -14,8 +14,12 @@ const kGreet = ['greet', { name: 'Jo' }, { text: 'Hello, Jo!' }];
 const kEcho = ['echo', { message: 'Grüße' }, { text: 'Echo: Grüße' }];
 const ours = (script, way) => ({ script: ownScript(script), args: [way], call: kEcho });
 
-// Name -> its script and arguments; a tool, its arguments, what the page gets; whether it keeps no
-// sessions, offers no stream of its own (the GET), does not know how to end a session (the DELETE).
+// Name ->
+//   script, args   how the server is started
+//   call           a tool, its arguments, what the page gets
+//   hasNoSession   true: the server keeps no sessions
+//   hasNoStream    true: it has no event stream for the listener's GET
+//   hasNoEnd       true: it does not know DELETE, which ends a session
 const kServers = {
   everything: { script: kEverything, args: ['streamableHttp'], call: kEcho },
 
@@ -36,12 +40,12 @@ const kServers = {
   },
   standalone: { script: example('standaloneSseWithGetStreamableHttp'), hasNoEnd: true }, // resources only
   polling: {
-    // Ends the stream of the call, and wants to be asked for the rest by a GET: not supported.
+    // Ends the stream of the call and expects a GET for the rest. The host does not support that.
     script: example('ssePollingExample'),
     call: ['long-task', {}, { error: 'MCP server returned no response' }],
   },
 
-  // Servers of our own, on frameworks that others use.
+  // Our own servers, on frameworks of other authors.
   fastmcp: ours('fastmcp_server.mjs', 'sessions'),
   fastmcp_json: ours('fastmcp_server.mjs', 'json'),
   fastmcp_stateless: { ...ours('fastmcp_server.mjs', 'stateless'), hasNoSession: true, hasNoStream: true },
@@ -73,7 +77,7 @@ async function callTool(name, tool, args) {
   return value;
 }
 
-// Server -> the names of its tools, or what its list failed with.
+// Server -> the names of its tools, or the error of its list.
 async function toolsOfAll() {
   const { ok, value } = await host.page.call('mcpServers', []);
   assert.equal(ok, 1);
@@ -83,7 +87,7 @@ async function toolsOfAll() {
 
 const lastEventId = (text) => [...text.matchAll(/^id: ?(.+)$/gm)].at(-1)?.[1];
 
-// The server's stream once it has sent what is wanted.
+// Waits until the server has sent `wanted` on its listener stream of that number; gives the stream.
 const heard = async (name, number, wanted) => {
   const stream = await remotes[name].waitFor('GET', number);
   await until(`${wanted} from ${name}`, () => stream.text.includes(wanted), { context: () => stream.text });
@@ -107,7 +111,7 @@ test('every server answers a call', async () => {
   }));
 });
 
-test('every server is listened to, if it can be', async () => {
+test('every server gets the GET of a listener', async () => {
   for (const [name, { hasNoStream }] of Object.entries(kServers)) {
     const { status, headers } = await remotes[name].waitFor('GET');
     assert.equal(status, hasNoStream ? 405 : 200, name);
@@ -116,7 +120,7 @@ test('every server is listened to, if it can be', async () => {
 });
 
 for (const name of ['fastmcp', 'fastmcp_json', 'hono_mcp', 'hono_mcp_json', 'hono_mcp_stateless']) {
-  test(`what a server says by itself is heard, and its new tool can be called: ${name}`, async () => {
+  test(`a server's notifications are taken, and its new tool can be called: ${name}`, async () => {
     assert.deepEqual(await callTool(name, 'announce', { message: 'neu' }), { text: 'announced' });
     await host.waitForLine(`[MCP ${name}] neu`);
     await heard(name, 1, '"method":"notifications/tools/list_changed"');
@@ -126,15 +130,15 @@ for (const name of ['fastmcp', 'fastmcp_json', 'hono_mcp', 'hono_mcp_json', 'hon
 }
 
 for (const name of ['fastmcp', 'hono_mcp', 'hono_mcp_stateless']) {
-  test(`a server that asks back before it answers is refused, and goes on: ${name}`, async () => {
+  test(`a server's request before its answer is refused, and the call goes on: ${name}`, async () => {
     const refused = { text: 'MCP error -32601: Method not found' };
     assert.deepEqual(await callTool(name, 'ask', {}), refused);
   });
 }
 
-// The SDK's examples cannot repeat what they said on a GET: the store of theirs takes the name of that
+// The SDK's examples cannot repeat the events of a GET: their event store takes the name of that
 // stream, which begins with the separator, for empty. fastmcp and the everything server can.
-test('what a server says while it is not listened to is heard later, and once', async () => {
+test('messages that a server sends without a listener are taken later, and once', async () => {
   const stream = await heard('fastmcp', 1, '"neu"');
   const letListen = remotes.fastmcp.holdListeners();
   stream.end();
@@ -151,8 +155,8 @@ test('what a server says while it is not listened to is heard later, and once', 
   assert.deepEqual(lines, ['neu', 'verpasst', 'danach'].map((message) => `[MCP fastmcp] ${message}`));
 });
 
-test('the everything server is asked for what was missed', async () => {
-  const toggle = () => callTool('everything', 'toggle-simulated-logging', {}); // speaks when turned on
+test('the listener asks the everything server for the events that it has missed', async () => {
+  const toggle = () => callTool('everything', 'toggle-simulated-logging', {}); // sends when turned on
   await toggle();
   const kMessage = '"method":"notifications/message"';
   const first = await heard('everything', 1, kMessage);
@@ -165,16 +169,16 @@ test('the everything server is asked for what was missed', async () => {
   assert.equal(second.headers['last-event-id'], lastEventId(first.text));
   second.end();
   const third = await remotes.everything.waitFor('GET', 3);
-  assert.equal(third.headers['last-event-id'], lastEventId(second.text)); // taken by the host
+  assert.equal(third.headers['last-event-id'], lastEventId(second.text)); // the host took that event
 });
 
-test('a server that only ever speaks by itself is listened to', async () => {
+test('a server without tools gets a listener', async () => {
   await heard('standalone', 1, '"method":"notifications/resources/list_changed"');
   assert.equal(remotes.standalone.of('GET').length, 1);
 });
 
 for (const name of ['fastmcp', 'sessions']) {
-  test(`a server that has forgotten its sessions gets a new one: ${name}`, async () => {
+  test(`after a restart of its server a call makes a new session: ${name}`, async () => {
     const [tool, args, wanted] = kServers[name].call;
     await remotes[name].restart();
     assert.deepEqual(await callTool(name, tool, args), { error: 'HTTP 404' });
@@ -182,7 +186,7 @@ for (const name of ['fastmcp', 'sessions']) {
   });
 }
 
-test('every server is told the end of its session, if it has one', async () => {
+test('every server with a session gets a DELETE at the end', async () => {
   assert.equal(await host.close(), 0);
   for (const [name, { hasNoSession, hasNoEnd }] of Object.entries(kServers)) {
     const ends = remotes[name].of('DELETE').map(({ status }) => status);

@@ -1,5 +1,5 @@
-// Fifty remote servers of which none can be reached cost no more time than one, and the window
-// answers throughout. One host has one such server, another has fifty; both run side by side.
+// Tests that fifty remote servers that cannot be reached cost no more time than one, and that the
+// window reacts meanwhile. One host has one such server, another has fifty; both run side by side.
 import assert from 'node:assert/strict';
 import { after, before, test } from 'node:test';
 import { startMuteServer, startSilentAddress } from './support/black_holes.mjs';
@@ -10,10 +10,10 @@ import { startServer } from './support/server.mjs';
 import { until } from './support/waiting.mjs';
 
 const kMany = 50;
-const kMoreMs = 1000; // that fifty may take beyond one, with a thread or two to start for each
-const kStartMs = 3000; // the same for a start, in which the browser's takes more or less
-const kSilenceMs = 2000; // of the window at a time; a tenth of that when nobody else works here
-const kEndMs = 2000; // from the wish to close to the end of the process
+const kMoreMs = 1000; // fifty may take this much longer than one: each needs a thread or two
+const kStartMs = 3000; // the same for the start, as the start of the browser varies
+const kSilenceMs = 2000; // how long the window may be silent; on an idle machine it is a tenth of that
+const kEndMs = 2000; // the limit from the request to close the window to the end of the process
 const [kFewReplies, kManyReplies] = [100, 1000];
 
 let page;
@@ -28,8 +28,8 @@ async function startRefusing() {
   return { url: remotes.url('x'), isAsked: () => true, close: () => {} };
 }
 
-// Name -> what stands there; what a listing says of it, or nothing if that takes longer than a test
-// may: UNREACHABLE_SECONDS=60 by hand waits for it.
+// Name -> what starts the address; the error in the list of servers, or nothing if it comes too
+// late for a test. By hand, UNREACHABLE_SECONDS=60 waits for it.
 const kAddresses = {
   'that refuse': [startRefusing, kOffline.error],
   'that answer no attempt to connect': [startSilentAddress, kOffline.error],
@@ -37,8 +37,8 @@ const kAddresses = {
 };
 const kListingMs = Number(process.env.UNREACHABLE_SECONDS ?? 20) * 1000;
 
-// How long the page waits for a reply of the host that needs no server, at worst, until `ends`, and a
-// while at least.
+// The longest time that the page waits for a reply that needs no server. Measures until `ends` is
+// settled, kFewReplies at least and kManyReplies at most.
 async function longestReplyMs(host, ends) {
   let isOver = false;
   ends.finally(() => (isOver = true)).catch(() => {});
@@ -53,7 +53,7 @@ async function longestReplyMs(host, ends) {
   return longestMs;
 }
 
-// What a host with `count` such servers takes, in milliseconds.
+// The times of a host with `count` such servers, in milliseconds.
 async function measure(count, { url, isAsked }, wanted) {
   const mcpServers = Object.fromEntries(Array.from({ length: count }, (_, i) => [`s${i}`, { url }]));
   const beganMs = performance.now();
@@ -65,7 +65,7 @@ async function measure(count, { url, isAsked }, wanted) {
   const askedMs = performance.now();
   const listing = host.page.call('mcpServers', [], { timeoutMs: kListingMs });
   const listed = listing.then(({ value }) => value);
-  listed.catch(() => {}); // the page goes first
+  listed.catch(() => {}); // the page may end before the reply comes
   await until('the first attempt', isAsked);
   const replyMs = await longestReplyMs(host, wanted ? listed : Promise.resolve());
   let listMs;
@@ -77,7 +77,7 @@ async function measure(count, { url, isAsked }, wanted) {
   const { longestMs: silenceMs, answers } = await host.probe('watched');
   assert.ok(answers > 0);
 
-  // Loaded anew, and closed, while attempts are under way.
+  // Reload config.json and close the window while attempts to connect are under way.
   if (wanted) host.page.call('mcpServers', []).catch(() => {});
   const writtenMs = performance.now();
   assert.equal((await host.page.call('mcpWriteConfig', [JSON.stringify({ mcpServers })])).ok, 1);
@@ -90,7 +90,7 @@ async function measure(count, { url, isAsked }, wanted) {
 }
 
 for (const [name, [start, wanted]] of Object.entries(kAddresses)) {
-  test(`fifty servers ${name} are as quick as one`, async (t) => {
+  test(`fifty servers ${name} cost no more time than one`, async (t) => {
     const [one, many] = await Promise.all([1, kMany].map(async (count) => {
       const address = await start();
       t.after(address.close);

@@ -1,5 +1,5 @@
-// The playground in the real window, used by mouse and keyboard with a real MCP server. Pictures of
-// what a person sees go to build/screenshots/.
+// Uses the playground in the real window, with mouse and keyboard and a real MCP server. Pictures
+// of the screen go to build/screenshots/.
 import assert from 'node:assert/strict';
 import { after, before, test } from 'node:test';
 import { kNode, nodeServer } from './support/mcp_servers.mjs';
@@ -30,7 +30,7 @@ const click = (selector) => playground.click(selector);
 const fill = (selector, text) => playground.fill(selector, text);
 const texts = (selector) => playground.texts(selector);
 
-// `selector`: what the picture is about; its end is brought into view.
+// Scrolls to the end of the element `selector`, then takes the picture.
 async function takePicture(name, selector) {
   await playground.page.evaluate(
     (wanted) => document.querySelector(wanted).scrollIntoView({ block: 'end' }), selector);
@@ -57,7 +57,7 @@ test('a tool is called with typed arguments, and its answer is shown', async () 
   await click(inTool('echo', '> summary'));
 });
 
-test('a picture is seen', async () => {
+test('an image in an answer is shown', async () => {
   await click(inTool('get-tiny-image', '> summary'));
   await click(inTool('get-tiny-image', '.call button'));
   await says(inTool('get-tiny-image', 'figcaption'), 'image/png · 20 × 20 pixels');
@@ -71,12 +71,12 @@ test('structured content is shown beside the text', async () => {
   await takePicture('mcp-structured', inTool('get-structured-content', '.calls'));
 });
 
-test('a failed tool says why', async () => {
+test('the page shows why a tool cannot be called, and why it fails', async () => {
   await click(inTool('get-sum', '> summary'));
   await fill(inTool('get-sum', '[name="a"]'), 'x');
   await click(inTool('get-sum', '.call button'));
   await says(inTool('get-sum', '.problem'), 'a is not a number');
-  await click(inTool('get-sum', '.call .quiet')); // as JSON, where anything may be sent
+  await click(inTool('get-sum', '.call .quiet')); // arguments as JSON, which are not checked
   await fill(inTool('get-sum', '[name="json"]'), '{"a":"x"}');
   await click(inTool('get-sum', '.call button'));
   await says(inTool('get-sum', '.calls .verdict'), /^the tool failed, /);
@@ -84,7 +84,7 @@ test('a failed tool says why', async () => {
   await takePicture('mcp-error', inTool('get-sum', '.calls'));
 });
 
-test('the editor shows what the host refuses, and what a saved configuration does', async () => {
+test('the editor shows what the host refuses, and that a saved configuration is in effect', async () => {
   await click('a[href="#config"]');
   await playground.page.waitFor('document.querySelector("#config-text").value');
   await fill('#config-text', '[]');
@@ -102,7 +102,7 @@ test('the editor shows what the host refuses, and what a saved configuration doe
   assert.deepEqual(await texts('.server > summary b'), ['gone']);
 });
 
-test('what another program writes into the file is shown at once', async () => {
+test('the editor shows at once what another program writes into config.json', async () => {
   await click('a[href="#config"]');
   await playground.page.evaluate(
     (content) => window.chrome.webview.postMessage({

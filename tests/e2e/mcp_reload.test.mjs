@@ -1,4 +1,5 @@
-// Servers come and go again and again while the page calls them: nothing may pile up.
+// Tests that the host leaks nothing while local servers are stopped and started again and again and
+// the page calls them.
 import assert from 'node:assert/strict';
 import { after, before, test } from 'node:test';
 import { holdings, holdsNoMore, processesNamed } from './support/holdings.mjs';
@@ -11,7 +12,7 @@ import { until } from './support/waiting.mjs';
 const kNames = ['a', 'b', 'c', 'd', 'e'];
 const kServers = Object.fromEntries(kNames.map((name) => [name, mcpChild()]));
 const kConfig = JSON.stringify({ mcpServers: kServers });
-// RELOADS=200 by hand.
+// More by hand, with RELOADS=200.
 const kReloads = Number(process.env.RELOADS ?? 40);
 
 let server;
@@ -25,10 +26,10 @@ after(async () => {
   await server?.close();
 });
 
-test('reloading again and again leaves nothing behind', async (t) => {
-  await reload(host, kNames, kConfig, 6); // what is made once is there now
+test('reloading again and again leaks no threads, handles and memory', async (t) => {
+  await reload(host, kNames, kConfig, 6); // makes what the program keeps until its end
   await lastAnswers(host, kNames);
-  // The last servers' readers and those of the first ones count alike, once the old ones are gone.
+  // Before and after, the host must have five servers; old ones may take a while to end.
   const settled = () => until('five servers', () => processesNamed(host, 'mcp_child.exe').length === 5);
   await settled();
   const before = await holdings(host);
@@ -40,11 +41,11 @@ test('reloading again and again leaves nothing behind', async (t) => {
   t.diagnostic(`before: ${JSON.stringify(before)} after: ${JSON.stringify(now)}`);
 });
 
-test('each call has ended once, with its server at the latest', async (t) => {
+test('each call has had one reply, at the latest when its server was stopped', async (t) => {
   const { page } = host;
   const open = () => page.evaluate('posted - new Set(ended).size');
   await until('the last replies', async () => (await open()) === 0);
-  await page.call('platform', []); // so much for a second reply
+  await page.call('platform', []); // a second reply would come before this one
   const [posted, ended] = await page.evaluate('[posted, ended.length]');
   t.diagnostic(`${posted} calls`);
   assert.equal(ended, posted);

@@ -1,4 +1,4 @@
-// Local MCP servers that others wrote, called from a real page.
+// Tests local MCP servers of other authors from a real page.
 import assert from 'node:assert/strict';
 import { mkdir, readFile, writeFile } from 'node:fs/promises';
 import { join } from 'node:path';
@@ -12,7 +12,7 @@ const kStartMs = 60_000; // five programs on a busy machine
 const kHome = 'C:\\users\\wendra';
 const kFiles = `${kHome}\\my files & more`;
 const kShim = `${kHome}\\shims\\files.cmd`;
-const kPlain = `${kHome}\\.local\\bin\\mcp-everything`; // .local\bin is searched for commands
+const kPlain = `${kHome}\\.local\\bin\\mcp-everything`; // the host looks for commands in .local\bin
 
 // A picture of one pixel.
 const kPixel = Buffer.from(
@@ -20,7 +20,7 @@ const kPixel = Buffer.from(
   'base64',
 );
 
-// As npm makes them for a package's programs.
+// A batch file as npm makes it for a program of a package.
 const batchShim = (script) => `@ECHO off\r\nSETLOCAL\r\n"${kNode}" "${script}" %*\r\n`;
 
 const kConfig = {
@@ -48,7 +48,7 @@ before(async () => {
   await writeFile(inProfile('my files & more', 'grüße.txt'), 'Guten Tag\n');
   await writeFile(inProfile('my files & more', 'pixel.png'), kPixel);
   await writeFile(inProfile('shims', 'files.cmd'), batchShim(serverScript('filesystem')));
-  // What npm puts beside it is for other shells; Windows cannot start it.
+  // npm puts a shell script of the same name beside it, which Windows cannot start.
   await writeFile(inProfile('.local/bin', 'mcp-everything'), '#!/bin/sh\nexec node "$@"\n');
   await writeFile(inProfile('.local/bin', 'mcp-everything.cmd'), batchShim(serverScript('everything')));
   await writeConfig(profile, kConfig);
@@ -56,7 +56,7 @@ before(async () => {
 });
 
 after(async () => {
-  assert.equal(await host?.close(), 0); // and no server is left
+  assert.equal(await host?.close(), 0); // checks also that no server is left
   await server?.close();
 });
 
@@ -66,7 +66,7 @@ async function callTool(name, tool, args) {
   return value;
 }
 
-test('every server lists its tools, under its own name and the program that was started', async () => {
+test('every server lists its tools, with its safe name and the program that was started', async () => {
   const { ok, value } = await host.page.call('mcpServers', [], { timeoutMs: kStartMs });
   assert.equal(ok, 1);
   const servers = Object.fromEntries(value.map((one) => [one.name, one]));
@@ -87,7 +87,7 @@ test('every server lists its tools, under its own name and the program that was 
   assert.deepEqual(echo.inputSchema.required, ['message']);
 });
 
-test('the log says which programs were started', async () => {
+test('the log names the programs that were started', async () => {
   const started = host.log.filter((line) => line.includes('] started '));
   assert.deepEqual(started, [
     `[MCP Every Thing] started ${kNode}`,
@@ -99,7 +99,7 @@ test('the log says which programs were started', async () => {
   await host.waitForLine('[MCP] loaded 5 server(s)');
 });
 
-test('results of every kind come as the page is promised', async () => {
+test('every kind of tool result has the documented form', async () => {
   const isPng = ({ mimeType, data }) =>
     mimeType === 'image/png' && Buffer.from(data, 'base64').toString('latin1', 1, 4) === 'PNG';
   const cases = [
@@ -156,7 +156,7 @@ test('a server has the variables of its entry, and the widened search path', asy
   assert.ok(environment.PATH.split(';').includes(`${kHome}\\.local\\bin`), environment.PATH);
 });
 
-test('the short name of the list serves for a call, the name of another does not', async () => {
+test('the safe name in the list can be used for a call, other spellings cannot', async () => {
   assert.deepEqual(await callTool('every_thing', 'echo', { message: 'a' }), { text: 'Echo: a' });
   assert.deepEqual(await callTool('EVERY_THING', 'echo', { message: 'a' }), {
     error: "unknown MCP server 'EVERY_THING'",
@@ -193,7 +193,7 @@ for (const name of ['files', 'shim']) {
   });
 }
 
-test('a memory is kept in the file that its entry names', async () => {
+test('a server gets the file name that its entry has as a variable', async () => {
   const entities = [{ name: 'Wendra', entityType: 'Programm', observations: ['zeigt Seiten'] }];
   assert.equal((await callTool('memory', 'create_entities', { entities })).isError, undefined);
   const { structuredContent } = await callTool('memory', 'search_nodes', { query: 'seiten' });
@@ -202,7 +202,7 @@ test('a memory is kept in the file that its entry names', async () => {
   assert.deepEqual(JSON.parse(line), { type: 'entity', ...entities[0] });
 });
 
-test('after a reload the new servers answer, and what the old ones complained of is logged', async () => {
+test('after a reload the new servers answer, and the stderr lines of the old ones are logged', async () => {
   const config = { mcpServers: { next: kConfig.mcpServers['Every Thing'] } };
   const written = await host.page.call('mcpWriteConfig', [JSON.stringify(config)]);
   assert.deepEqual(written, { ok: 1, value: { ok: true } });

@@ -1,4 +1,4 @@
-// A local and a remote MCP server at once, both written by others, in the playground.
+// Uses a local and a remote MCP server of other authors at the same time, in the playground.
 import assert from 'node:assert/strict';
 import { once } from 'node:events';
 import { createServer } from 'node:net';
@@ -24,7 +24,8 @@ async function freePort() {
 
 const kPreload = new URL('support/global_crypto.mjs', import.meta.url).href;
 
-// The everything server, with this machine's Node; gives its address and what ends it.
+// Starts the everything server with this machine's Node; gives its address and a function that ends
+// it.
 async function startRemoteServer() {
   const port = await freePort();
   const child = spawnTied(process.execPath, ['--import', kPreload, kEverything, 'streamableHttp'], {
@@ -53,7 +54,7 @@ test('tools of a local and of a remote server are listed and called side by side
       },
     },
   });
-  let code; // of its end; a test that fails before leaves it to this
+  let code; // the host's exit code; a test that fails leaves the closing to the line below
   t.after(() => code ?? playground.close());
   await playground.click('a[href="#servers"]');
   await playground.says('#servers-status', '2 of 3 servers ready', kStartMs);
@@ -74,7 +75,7 @@ test('tools of a local and of a remote server are listed and called side by side
     await playground.click(inTool('get-tiny-image', '.call button'));
     await playground.says(inTool('get-tiny-image', 'figcaption'), 'image/png · 20 × 20 pixels');
   }
-  await playground.page.evaluate("document.body.style.zoom = '0.28'; scrollTo(0, 0)"); // all
+  await playground.page.evaluate("document.body.style.zoom = '0.28'; scrollTo(0, 0)"); // shows all
   await playground.takePicture('mcp-side-by-side');
   code = await playground.close();
   assert.equal(code, 0);

@@ -1,4 +1,4 @@
-// Servers whose address the browser control reports otherwise than it was given.
+// Tests servers whose address the browser control reports in another form than the user's.
 import assert from 'node:assert/strict';
 import { after, before, test } from 'node:test';
 import { startHost } from './support/host.mjs';
@@ -17,7 +17,7 @@ before(async () => {
 
 after(() => server?.close());
 
-test('a clicked link to the chosen server stays inside, however its address was spelled', async (t) => {
+test('a clicked link to the chosen server stays inside with any spelling of its address', async (t) => {
   const port = server.port;
   const cases = [
     [`http://user@localhost:${port}`, `http://localhost:${port}/second`],

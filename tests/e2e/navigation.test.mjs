@@ -1,11 +1,12 @@
-// What stays in the window, what goes to the default browser, and whom the host listens to.
+// Tests which addresses stay in the window, which go to the default browser, and which pages'
+// messages the host takes.
 import assert from 'node:assert/strict';
 import { after, before, beforeEach, test } from 'node:test';
 import { startHost } from './support/host.mjs';
 import { startServer } from './support/server.mjs';
 
 let server;
-let other; // the same host on another port, and foreign hosts: *.test is this machine too
+let other; // another port of the same host; also the foreign hosts, as *.test is this machine too
 let host;
 let page;
 
@@ -19,7 +20,7 @@ before(async () => {
       window.__wendra = { __resolve: (...reply) => replies.push(reply) };
       chrome.webview.postMessage({ __reqId: 'foreign', name: 'platform' });
     </script>`,
-    // Makes itself a document whose address ends like one of this machine.
+    // Makes a document of its own whose address ends like an address of this machine.
     '/disguised': {
       headers: { 'Content-Security-Policy': 'sandbox allow-scripts' },
       body: `<!doctype html><script>
@@ -71,7 +72,7 @@ beforeEach(async () => {
 const foreign = (path) => `http://foreign.test:${other.port}${path}`;
 const openedLine = (address) => `[External] opening in browser: ${address}`;
 
-// The click must open `address` outside and leave the page where it was.
+// Clicks, and checks that `address` is opened outside and that the page stays.
 async function clickOpensOutside(selector, address, options) {
   const from = host.log.length;
   await host.clickElement(selector, options);
@@ -89,21 +90,21 @@ async function clickStaysInside(selector, address, title) {
   assert.deepEqual(host.log.slice(from).filter((line) => line.includes('[External]')), []);
 }
 
-test('a clicked link to a foreign host opens outside and nothing leaves from here', async () => {
+test('a clicked link to a foreign host opens outside, and the window requests nothing', async () => {
   await clickOpensOutside('#foreign', foreign('/clicked'));
   assert.deepEqual(other.requests.filter(({ url }) => url === '/clicked'), []);
 });
 
-test('a form and a script in a click to a foreign host open outside', async () => {
+test('a clicked form and a clicked script that lead to a foreign host open outside', async () => {
   await clickOpensOutside('#form', foreign('/form?'));
   await clickOpensOutside('#script', foreign('/scripted'));
 });
 
-test('a clicked link to a host that only looks alike opens outside', async () => {
+test('a clicked link to a host with a similar name opens outside', async () => {
   await clickOpensOutside('#lookalike', `http://localhost.test:${other.port}/`);
 });
 
-test('a clicked link to the same host stays inside, whatever its port and letter case', async () => {
+test('a clicked link to the same host stays inside, with any port and letter case', async () => {
   await clickStaysInside('#inside', '/second', 'second');
   await page.evaluate('history.back()');
   await page.loaded(`${server.url}/`);
@@ -120,21 +121,21 @@ test('a clicked fragment stays in its document', async () => {
   assert.equal(await page.evaluate('window.isSame'), true);
 });
 
-test('a script without a user loads a foreign host inside', async () => {
+test('a script without a click loads a foreign host inside', async () => {
   const from = host.log.length;
   await page.evaluate((url) => void (location.href = url), foreign('/'));
   await page.loaded(foreign('/'));
   assert.deepEqual(host.log.slice(from).filter((line) => line.includes('[External]')), []);
 });
 
-test('new windows open outside, whatever their host', async () => {
+test('new windows open outside, with any host', async () => {
   await clickOpensOutside('#blank', foreign('/blank'));
   await clickOpensOutside('#blank-inside', `${server.url}/second`);
   await clickOpensOutside('#open', foreign('/opened'));
   await clickOpensOutside('#inside', `${server.url}/second`, { keys: ['ctrl'] });
 });
 
-test('a redirect loads a foreign host inside, but its messages are not taken', async () => {
+test('a redirect loads a foreign host inside, and its messages are ignored', async () => {
   const from = host.log.length;
   await page.evaluate('void (location.href = "/redirect")');
   await page.loaded(foreign('/talks'));
@@ -145,14 +146,14 @@ test('a redirect loads a foreign host inside, but its messages are not taken', a
   assert.equal(await page.evaluate('JSON.stringify(window.__wendraHost)'), '{"platform":"windows","topInset":0}');
 });
 
-test('another server of this machine is taken, since its host is allowed', async () => {
+test('messages of another server on this machine are taken, since its host is allowed', async () => {
   const from = host.log.length;
   await page.evaluate((url) => void (location.href = url), `http://127.0.0.1:${other.port}/talks`);
   await host.waitForLine("[JS->Native] action 'platform' (req foreign)", { from });
   await page.waitFor('replies.length === 1');
 });
 
-test('a foreign page that disguises its address is not taken either', async () => {
+test('messages of a foreign page with a disguised address are ignored', async () => {
   const from = host.log.length;
   await page.evaluate((url) => void (location.href = url), foreign('/disguised'));
   await host.waitForLine('[JS->Native] ignoring message from', { from });
@@ -160,7 +161,8 @@ test('a foreign page that disguises its address is not taken either', async () =
   assert.deepEqual(host.log.slice(from).filter((line) => line.includes('action')), []);
 });
 
-// Posts requests and navigates in one go, so that their replies come while the page changes.
+// Posts requests and navigates in one turn of the page, so that the replies come during the
+// navigation.
 async function askAndLeave(count, address) {
   await page.evaluate((wanted, url) => {
     window.__wendra = { __resolve: (...reply) => (window.replies ??= []).push(reply) };
@@ -174,11 +176,11 @@ test('replies that come too late do not reach a foreign page', async () => {
   await askAndLeave(2000, foreign('/harvests'));
   await page.loaded(foreign('/harvests'));
   await host.waitForLine('(req left1999)', { from, timeoutMs: 60_000 });
-  // What was let through before this evaluation has arrived before it too.
+  // A reply that the host let through would have arrived before this evaluation.
   assert.deepEqual(await page.evaluate('harvest'), []);
 });
 
-test('a foreign address that brings no page leaves the old one with its replies', async (t) => {
+test('after a foreign address that gives no page, the old page gets its replies', async (t) => {
   const leave = {
     'an answer without content': () => askAndLeave(3, foreign('/nothing')),
     'an address for another program': async () => {

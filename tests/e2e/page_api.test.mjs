@@ -1,14 +1,14 @@
-// The stand-in host and the real one answer alike: the conversations that tests/page holds with the
-// former, held with the latter.
+// Tests that the real host answers like the stand-in host: it gets the requests with which
+// tests/page/standin.test.mjs tests the stand-in.
 import assert from 'node:assert/strict';
 import { test } from 'node:test';
 import { conversations } from '../page/conversations.mjs';
 import { startHost } from './support/host.mjs';
 import { startServer } from './support/server.mjs';
 
-const kShown = 200; // characters of a value, in an error
+const kShown = 200; // so many characters of a value are shown in an error
 
-// Members in one order, since only their set is compared.
+// Sorts the members of an object: their order is not compared.
 const sorted = (value) =>
   value !== null && typeof value === 'object' && !Array.isArray(value)
     ? Object.fromEntries(Object.entries(value).sort())

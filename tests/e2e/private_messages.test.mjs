@@ -1,5 +1,5 @@
-// The messages that only the program itself has a use for, posted by another program: those without
-// a payload do no harm, whatever their numbers are.
+// Tests that private messages of the main window without a payload do no harm when another program
+// posts them, with any parameters.
 import assert from 'node:assert/strict';
 import { after, before, test } from 'node:test';
 import { startHost } from './support/host.mjs';
@@ -27,7 +27,7 @@ const children = async () => (await host.probe('controls', 'WendraHostWnd')).con
 const loads = () => server.requests.filter(({ url }) => url === '/').length;
 
 for (const [name, message] of Object.entries({ kCreateWebView, kPickDirectory })) {
-  test(`${name} from elsewhere does nothing`, async () => {
+  test(`${name} from another program does nothing`, async () => {
     await host.page.evaluate('window.isOld = true');
     const before = [await children(), loads()];
     for (const wparam of kNumbers) {
@@ -36,7 +36,7 @@ for (const [name, message] of Object.entries({ kCreateWebView, kPickDirectory })
         await host.probe('send', 'window', message, wparam, lparam);
       }
     }
-    assert.equal((await host.page.call('platform')).ok, 1); // behind all of them
+    assert.equal((await host.page.call('platform')).ok, 1); // handled after all of them
     assert.equal(await host.page.evaluate('window.isOld'), true);
     assert.deepEqual([await children(), loads()], before);
     assert.equal((await host.probe('windows')).windows.length, 1);

@@ -1,4 +1,4 @@
-// The question for the server on first run, as a person meets it.
+// Tests the first-run prompt for the server with real keys and a real mouse.
 import assert from 'node:assert/strict';
 import { execFile } from 'node:child_process';
 import { existsSync } from 'node:fs';
@@ -35,7 +35,7 @@ before(async () => {
 });
 after(() => server?.close());
 
-// Starts a host that asks, and gives what a test needs of its prompt.
+// Starts a host that shows the prompt; gives functions that look at the prompt and use it.
 async function ask(wanted = {}) {
   const host = await startHost({ env: withoutBrowser, ...wanted });
   await host.window(kPrompt);
@@ -51,7 +51,7 @@ async function ask(wanted = {}) {
     control,
     focused,
     errorLine: async () => (await controls())[4],
-    // What is typed replaces the example, which is selected, or what was typed before.
+    // Replaces the text of the field.
     type: async (text) => {
       await host.keys('ctrl+a');
       await host.type(text);
@@ -63,7 +63,7 @@ async function ask(wanted = {}) {
       const [left, top, right, bottom] = (await control(id)).rect;
       await (await host.screen()).click((left + right) / 2, (top + bottom) / 2);
     },
-    // '#RRGGBB' of a point of the screen.
+    // The colour of a point of the screen, as '#RRGGBB'.
     colorAt: async (x, y) => {
       const file = join(host.profile, 'screen.png');
       await host.screenshot(file);
@@ -77,7 +77,7 @@ async function ask(wanted = {}) {
 
 const noHostWindow = (host) => assert.rejects(host.probe('window'), /no window/);
 
-test('it asks in the language of the user, in front and with the keyboard', async (t) => {
+test("the prompt has the user's language, is in front and has the keyboard", async (t) => {
   for (const [lang, texts] of [['en', kEnglish], ['de', kGerman]]) {
     await t.test(lang, async () => {
       const { host, controls, control, errorLine } = await ask({ lang });
@@ -99,7 +99,7 @@ test('it asks in the language of the user, in front and with the keyboard', asyn
   }
 });
 
-test('an accepted address is saved and shown, and not asked for again', async (t) => {
+test('an accepted address is saved and shown, and the next start does not ask', async (t) => {
   const accept = {
     Enter: ({ host }) => host.keys('Return'),
     'the button': ({ clickControl }) => clickControl(kAcceptId),
@@ -132,10 +132,10 @@ test('an accepted address is saved and shown, and not asked for again', async (t
   }
 });
 
-test('cancelled by whatever means, the program ends and saves nothing', async (t) => {
+test('a cancelled prompt ends the program and saves nothing', async (t) => {
   const cancel = {
     Escape: ({ host }) => host.keys('Escape'),
-    // The display goes with the host, perhaps before the click has returned.
+    // The display ends with the host, perhaps before the click has returned.
     'the button': ({ clickControl }) => clickControl(kCancelId).catch(() => {}),
     'Alt+F4': ({ host }) => host.keys('alt+F4'),
   };
@@ -153,7 +153,7 @@ test('cancelled by whatever means, the program ends and saves nothing', async (t
   }
 });
 
-test('a rejected address shows the error line and can be mended', async () => {
+test('a rejected address shows the error line and can be corrected', async () => {
   const prompt = await ask({ config: { server: 'https://evil.test', kept: [1.5] } });
   const { host, errorLine, control, focused, colorAt } = prompt;
   const [frameLeft, fieldTop, , fieldBottom] = (await control(kFieldId)).rect;
@@ -210,14 +210,14 @@ test('each rejection by the button gives the keyboard back to the field', async 
   assert.equal(await host.ended(), 0);
 });
 
-test('after a look at another program the keyboard is where it was', async () => {
+test('the control with the keyboard gets it back when the window is activated again', async () => {
   const { host, control, focused } = await ask();
   const [left, top] = (await host.window(kPrompt)).rect;
   for (const id of [kFieldId, kAcceptId]) {
     await focused(id);
     assert.deepEqual(await host.probe('away'), { foreground: true });
     await until('the keyboard elsewhere', async () => !(await control(id)).focused);
-    await (await host.screen()).click(left + 5, top + 5); // where no control is
+    await (await host.screen()).click(left + 5, top + 5); // a place without a control
     await focused(id);
     await host.keys('Tab');
   }
@@ -225,7 +225,7 @@ test('after a look at another program the keyboard is where it was', async () =>
   assert.equal(await host.ended(), 0);
 });
 
-test('the cancel button follows the mouse', async () => {
+test('the cancel button has another colour under the mouse', async () => {
   const { host, control, colorAt } = await ask();
   const screen = await host.screen();
   const [left, top, right, bottom] = (await control(kCancelId)).rect;
@@ -240,7 +240,7 @@ test('the cancel button follows the mouse', async () => {
   assert.equal(await host.ended(), 0);
 });
 
-test('colour and size are those of the user', async (t) => {
+test("the prompt has the user's accent colour and DPI", async (t) => {
   const accent = (bytes) => `[Software\\\\Microsoft\\\\Windows\\\\DWM]\n"AccentColor"=${bytes}\n`;
   const dpi = (value) => `[Control Panel\\\\Desktop]\n"LogPixels"=dword:${value.toString(16).padStart(8, '0')}\n`;
   const cases = [
@@ -271,7 +271,7 @@ test('colour and size are those of the user', async (t) => {
   }
 });
 
-test('what is pasted loses its blanks and its further lines', async () => {
+test('a pasted text loses the whitespace around it and all lines after the first', async () => {
   const { host, control } = await ask();
   await host.probe('clipboard', JSON.stringify('  demo \t\r\nsecond line'));
   await host.keys('ctrl+v');

@@ -1,4 +1,4 @@
-// Which documents get replies: those of the origin that asked, whatever the window does meanwhile.
+// Tests that only documents of the origin that asked get the reply, with any navigation in between.
 import assert from 'node:assert/strict';
 import { readFileSync } from 'node:fs';
 import { writeFile } from 'node:fs/promises';
@@ -14,8 +14,8 @@ import { until } from './support/waiting.mjs';
 const kRoot = join(dirname(fileURLToPath(import.meta.url)), '../..');
 const child = `"${windowsPath(join(kRoot, 'build/windows/bin/test_child.exe'))}"`;
 
-// Takes whatever comes, and orders from its server: while a navigation is under way the browser
-// holds back what a DevTools session wants of the page.
+// Records all replies, and runs scripts that its server sends. While a navigation is under way, the
+// browser holds back the commands of a DevTools session, so tests send scripts by the server.
 const kPage = `<!doctype html><title>page</title><script>
   new EventSource('/orders').onmessage = ({ data }) => (0, eval)(data);
   window.replies = [];
@@ -29,11 +29,11 @@ let other; // the same hosts on another port
 let host;
 let page;
 
-// From the query of a request for /slow to what answers it.
+// URL of a request for /slow -> the function that answers it.
 const kWaiting = new Map();
 const slow = (request) => new Promise((resolve) => kWaiting.set(request.url, resolve));
 
-let giveOrder; // to the page that came last
+let giveOrder; // sends a script to the page that was loaded last
 
 before(async () => {
   const routes = {
@@ -51,7 +51,7 @@ before(async () => {
   };
   server = await startServer(routes);
   other = await startServer(routes);
-  // The harder order: a control need not end one navigation before it begins the next.
+  // The harder order: the control ends a replaced navigation only after the next one has begun.
   const env = { WENDRA_DEV_REPLACED_ENDS_LATE: '1' };
   host = await startHost({ address: server.url, config: {}, env });
   page = host.page;
@@ -73,8 +73,8 @@ beforeEach(async () => {
 
 let navigations = 0;
 
-// Lets the page navigate to an address that is not answered until the result is called with the
-// answer: from then on a navigation is under way.
+// Makes the page navigate to an address that is not answered yet; then a navigation is under way.
+// Call the result with the answer.
 async function setOut(address = '') {
   const path = `/slow?${(navigations += 1)}`;
   giveOrder(`location.href = '${address}${path}'`);
@@ -87,7 +87,8 @@ async function setOut(address = '') {
 
 let requests = 0;
 
-// Posts a request that is answered at once; resolves when the host has dealt with it.
+// Posts a request and waits until the host has logged it; gives the id. The host answers `platform`
+// at once.
 async function ask(id = `asked${(requests += 1)}`, name = 'platform', args = [], post = page.post.bind(page)) {
   const from = host.log.length;
   await post({ __reqId: id, name, args });
@@ -95,12 +96,12 @@ async function ask(id = `asked${(requests += 1)}`, name = 'platform', args = [],
   return id;
 }
 
-// The same while a navigation is under way.
+// The same while a navigation is under way: the page posts the request by an order of the server.
 const askMeanwhile = (id, name, args) =>
   ask(id, name, args, (message) => giveOrder(`chrome.webview.postMessage(${JSON.stringify(message)})`));
 
-// The ids of the replies that the page has got, once everything before has reached it: replies
-// come in order.
+// The ids of all replies to the page so far. Replies come in order, so the reply to one more
+// request shows that the earlier ones have arrived.
 async function repliesSoFar() {
   const last = await ask();
   await page.waitFor(`replies.some(([id]) => id === '${last}')`);
@@ -118,12 +119,12 @@ async function repliesOfForeignPage() {
 const eventsOfControl = () => readFileSync(profileFiles(host.profile).events, 'utf8');
 const failuresSoFar = () => eventsOfControl().split('"failed"').length - 1;
 
-// Event names that no other test uses.
+// The name of a Windows event that no other test uses.
 let events = 0;
 const newEvent = () => `wendra-reply-${process.pid}-${(events += 1)}`;
 
 const foreign = (path) => `http://foreign.test:${other.port}${path}`;
-// As an id it is script of its own, where a page runs it.
+// A request id that would run as script if the host put it into a script unescaped.
 const kScriptId = "x', 0, 0) || (window.injected = true) || String('";
 
 test('a reply waits for the navigation and goes to no other origin', async (t) => {
@@ -192,7 +193,7 @@ test('a reply waits for the navigation and reaches the page that asked', async (
   });
 });
 
-test('a page that cannot be loaded gets nothing, and the next one works', async () => {
+test('a page that cannot be loaded gets no reply, and the next page works', async () => {
   const closed = await startServer();
   await closed.close();
   const failures = failuresSoFar();
@@ -202,11 +203,11 @@ test('a page that cannot be loaded gets nothing, and the next one works', async 
   assert.deepEqual(await repliesSoFar(), []);
 });
 
-test('the end of an older navigation decides nothing', async () => {
+test('the end of a replaced navigation does not release replies', async () => {
   await setOut(foreign(''));
   await askMeanwhile();
   const failures = failuresSoFar();
-  const go = await setOut(foreign('')); // takes the place of the other one
+  const go = await setOut(foreign('')); // replaces the first navigation
   await until('the end of the first', () => failuresSoFar() > failures, { context: host.context });
   await askMeanwhile();
   go(kPage);
@@ -214,7 +215,7 @@ test('the end of an older navigation decides nothing', async () => {
   assert.deepEqual(await repliesOfForeignPage(), []);
 });
 
-test('what waited for an older navigation runs after the newer one', async () => {
+test('replies that waited for a replaced navigation come after the newer one', async () => {
   await setOut(foreign(''));
   const first = await askMeanwhile();
   const go = await setOut(foreign(''));
@@ -224,28 +225,28 @@ test('what waited for an older navigation runs after the newer one', async () =>
   assert.deepEqual(await repliesSoFar(), [first, second]);
 });
 
-test('a page that still loads is answered', async () => {
+test('a page that is still loading gets its reply', async () => {
   await page.evaluate('location.href = "/loading"');
   await page.waitFor('window.replies?.length === 1');
   assert.equal(await page.evaluate('document.readyState'), 'interactive');
   await until('the picture', () => kWaiting.has('/slow?picture'));
 });
 
-// Waits until no command runs any more: its reply has been dealt with then.
+// Waits until no command runs any more; then the host has handled all replies of commands.
 async function commandsEnded(before) {
   await until('the end of all commands', async () => (await holdings(host)).threads <= before.threads, {
     context: host.context,
   });
 }
 
-test('a command that outlives its page answers that page\'s origin alone', async (t) => {
+test('the reply of a command that outlives its page goes to the same origin only', async (t) => {
   const other127 = `http://127.0.0.1:${server.port}/`;
   const begin = async (id) => {
     const event = newEvent();
     await ask(id, 'exec', ['', `${child} await ${event} out 1`]);
     return `${child} set ${event}`;
   };
-  await t.test('another page that numbers its requests alike', async () => {
+  await t.test('another page that uses the same request ids', async () => {
     const before = await holdings(host);
     const end = await begin('r1');
     const endOfScript = await begin(kScriptId);
@@ -272,7 +273,7 @@ test('a command that outlives its page answers that page\'s origin alone', async
     await commandsEnded(before);
     assert.deepEqual(await repliesOfForeignPage(), []);
   });
-  await t.test('the origin is back', async () => {
+  await t.test('the first origin again', async () => {
     await page.visit(`${server.url}/`);
     const end = await begin('back');
     await page.visit(other127);
@@ -283,17 +284,17 @@ test('a command that outlives its page answers that page\'s origin alone', async
   });
 });
 
-test('a document that a page makes itself is of the page\'s origin', async () => {
+test('a blob document gets its replies, as it has the origin of its page', async () => {
   await page.evaluate((text) => {
     location.href = URL.createObjectURL(new Blob([text], { type: 'text/html' }));
-  }, kPage.replace(/new EventSource.*/, '')); // its server has no address in there
+  }, kPage.replace(/new EventSource.*/, '')); // a relative address leads nowhere in a blob document
   await page.loaded(`blob:${server.url}/`);
   const id = await ask();
   await page.waitFor('replies.length === 1');
   assert.deepEqual(await page.evaluate('replies.map(([id]) => id)'), [id]);
 });
 
-test('the event about the configuration goes to any trusted page, and to no other', async () => {
+test('the event of a changed configuration goes to any trusted page, and to no other', async () => {
   let changes = 0;
   const change = async () => {
     const from = host.log.length;
@@ -318,7 +319,7 @@ test('the event about the configuration goes to any trusted page, and to no othe
   assert.equal(await page.evaluate('events'), 0);
 });
 
-test('what waits is bounded, and dropped after ten seconds', async () => {
+test('waiting replies have a limit of memory, and are dropped after ten seconds', async () => {
   const kMiB = 1 << 20;
   const kReplies = 40;
   const file = join(host.profile, 'large.txt');
@@ -330,7 +331,7 @@ test('what waits is bounded, and dropped after ten seconds', async () => {
     await askMeanwhile(`large${i}`, 'readFile', [windowsPath(file)]);
     most = Math.max(most, (await holdings(host)).bytes - before.bytes);
   }
-  // 64 MiB of what waits, and one that is being worked on.
+  // 64 MiB of waiting replies, and the reply that is being made.
   assert.ok(most > 40 * kMiB && most < 110 * kMiB, `${most / kMiB} MiB more`);
   const left = async () => (await holdings(host)).bytes - before.bytes;
   await until('the memory of late replies', async () => (await left()) < 8 * kMiB, {

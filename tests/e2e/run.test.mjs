@@ -1,4 +1,4 @@
-// ./run without a display.
+// Tests ./run without a display.
 import assert from 'node:assert/strict';
 import { spawn } from 'node:child_process';
 import { readFileSync } from 'node:fs';
@@ -11,14 +11,14 @@ import { Lines } from './support/lines.mjs';
 import { inTime, until } from './support/waiting.mjs';
 
 const kRoot = join(dirname(fileURLToPath(import.meta.url)), '../..');
-const kBuildMs = 300_000; // whatever is not yet built
+const kBuildMs = 300_000; // ./run may have to build first
 
 const answers = (url) =>
   new Promise((resolve) => get(url, () => resolve(true)).on('error', () => resolve(false)));
 
-test('run shows the playground and ends with everything at Ctrl+C', async (t) => {
+test('run shows the playground, and Ctrl+C ends it and all that it has started', async (t) => {
   const run = spawn(join(kRoot, 'run'), {
-    detached: true, // a process group of its own, as a terminal gives it
+    detached: true, // a new process group, as in a terminal
     env: { ...process.env, DISPLAY: '' },
     stdio: ['ignore', 'pipe', 'pipe'],
   });

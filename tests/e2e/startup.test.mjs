@@ -1,4 +1,5 @@
-// Which server is chosen at start-up, with every line of the log, and how the program ends.
+// Tests which server the program chooses at start-up, with the log lines about it, and what it does
+// with config.json.
 import assert from 'node:assert/strict';
 import { chmod, mkdir, readFile, rename, stat, writeFile } from 'node:fs/promises';
 import { dirname } from 'node:path';
@@ -26,13 +27,13 @@ before(async () => {
 });
 after(() => server?.close());
 
-// What the log says of the choice and of the file; MCP servers and updates are other tests' matter.
+// The log lines about the choice and about config.json. Other tests check MCP servers and updates.
 const choiceLines = (host) =>
   host.log.filter((line) => /^\[Server\]|^\[MCP\] created/.test(line));
 
 const ignoringCase = (lines) => lines.map((line) => line.replace(/C:\\users/i, 'C:\\users'));
 
-test('addresses that nobody accepts lead to the prompt; cancelled, the program ends with code 0', async (t) => {
+test('without an accepted address the prompt is shown; cancelled, it ends the program with code 0', async (t) => {
   const cases = [
     ['nothing at all', {}, [kCancelled]],
     ['a foreign host', { args: ['https://evil.test'] }, [`[Server] ignoring command-line URL${kNotAllowed}`, kCancelled]],
@@ -42,8 +43,8 @@ test('addresses that nobody accepts lead to the prompt; cancelled, the program e
     ['other loopback', { args: ['http://127.0.0.2'] }, [`[Server] ignoring command-line URL${kNotAllowed}`, kCancelled]],
     ['ftp', { args: ['ftp://localhost'] }, [`[Server] ignoring invalid command-line URL${kNotHttp}`, kCancelled]],
     ['a backslash', { args: ['http://evil.test\\@localhost'] }, [`[Server] ignoring command-line URL${kNotAllowed}`, kCancelled]],
-    ['a zero in the config', { config: '{"server":"https://evil.test\\u0000.wendra.example"}' }, [`[Server] ignoring "server" value in ${kPath}${kNotAllowed}`, kCancelled]],
-    ['blanks', { args: ['  '] }, [`[Server] ignoring invalid command-line URL${kNotHttp}`, kCancelled]],
+    ['a NUL in the config', { config: '{"server":"https://evil.test\\u0000.wendra.example"}' }, [`[Server] ignoring "server" value in ${kPath}${kNotAllowed}`, kCancelled]],
+    ['spaces', { args: ['  '] }, [`[Server] ignoring invalid command-line URL${kNotHttp}`, kCancelled]],
     ['no host', { args: ['https:///'] }, [`[Server] ignoring invalid command-line URL${kNotHttp}`, kCancelled]],
     ['config without server', { config: {} }, [kCancelled]],
     ['config an array', { config: [] }, [kNotAnObject, kCancelled]],
@@ -51,7 +52,7 @@ test('addresses that nobody accepts lead to the prompt; cancelled, the program e
     ['config one byte', { config: ' ' }, [kNotAnObject, kCancelled]],
     ['config zero bytes', { config: '' }, [kCancelled]],
     ['config with a number out of range', { config: '{"server":"localhost","x":1e400}' }, [kNotAnObject, kCancelled]],
-    ['config over one mebibyte', { config: `{"server":"localhost"}${' '.repeat(1_048_577 - 22)}` }, [kCancelled]],
+    ['config over 1 MiB', { config: `{"server":"localhost"}${' '.repeat(1_048_577 - 22)}` }, [kCancelled]],
     ['server a number', { config: { server: 5 } }, [`[Server] ignoring "server" value in ${kPath}${kNotHttp}`, kCancelled]],
     ['server foreign', { config: { server: 'evil.test' } }, [`[Server] ignoring "server" value in ${kPath}${kNotAllowed}`, kCancelled]],
   ];
@@ -66,7 +67,7 @@ test('addresses that nobody accepts lead to the prompt; cancelled, the program e
   }
 });
 
-test('addresses that are accepted are shown, cleaned', async (t) => {
+test('an accepted address is loaded in its normal form', async (t) => {
   const suffix = ' (from command line)';
   const fromConfig = ` (from "server" in ${kPath})`;
   const longPath = 'p'.repeat(2000);
@@ -80,7 +81,7 @@ test('addresses that are accepted are shown, cleaned', async (t) => {
     ['the second argument is ignored', { args: ['localhost:1', 'localhost:2'] }, ['https://localhost:1' + suffix]],
     ['command line over config', { args: ['localhost:1'], config: { server: 'localhost:2' } }, ['https://localhost:1' + suffix]],
     ['config', { config: { server: ' demo ' } }, ['https://demo.on.wendra.example' + fromConfig]],
-    ['config of exactly one mebibyte', { config: `{"server":"localhost"}${' '.repeat(1_048_576 - 22)}` }, ['https://localhost' + fromConfig]],
+    ['config of exactly 1 MiB', { config: `{"server":"localhost"}${' '.repeat(1_048_576 - 22)}` }, ['https://localhost' + fromConfig]],
     ['the first of two members', { config: '{"server":"localhost:1","server":"localhost:2"}' }, ['https://localhost:1' + fromConfig]],
   ];
   for (const [name, wanted, [loading]] of cases) {
@@ -101,7 +102,7 @@ test('a server with a user part, or with letters beyond ASCII, is shown inside',
   assert.equal(await withUser.close(), 0);
 
   const withUmlaut = await startHost({ args: ['bücher'], page: false });
-  await withUmlaut.connectPage(); // an error page: nobody has that name
+  await withUmlaut.connectPage(); // an error page: the name does not exist
   assert.deepEqual(ignoringCase(choiceLines(withUmlaut)), [
     '[Server] loading https://bücher.on.wendra.example (from command line)',
     kCreated,
@@ -122,14 +123,14 @@ test('a rejected argument leaves the choice to the config, which stays as it is'
   assert.equal(await host.close(), 0);
 });
 
-test('config.json is made when it is missing, and left alone when it holds anything', async () => {
+test('config.json is made when it is missing', async () => {
   const host = await startHost({ args: ['localhost'], env: withoutBrowser });
   await host.waitForLine(/created default config/);
   assert.equal(await host.config(), kDefaultConfig);
   assert.equal(await host.close(), 0);
 });
 
-test('a directory in the place of config.json is left there', async () => {
+test('a folder in the place of config.json is left alone', async () => {
   const profile = await makeProfile();
   await mkdir(configFile(profile), { recursive: true });
   const host = await startHost({ profile, args: ['localhost'], env: withoutBrowser });
@@ -150,23 +151,23 @@ test('a read-only config.json is read and left alone', async () => {
   assert.equal(await host.close(), 0);
 });
 
-test('the page hears of a changed config.json, but not of a broken one', async () => {
+test('the page gets an event when config.json has changed, but not when it is broken', async () => {
   const host = await startHost({ address: server.url, config: {} });
   await host.page.evaluate(() => {
     window.changes = 0;
     document.addEventListener('mcpConfigChanged', () => (window.changes += 1));
   });
   const look = () => host.probe('send window', kTimerMessage, kConfigWatchTimer, 0);
-  // In one step: the host must not see a file that is only half written.
+  // Replaces the file in one step: the host must not read a half-written file.
   const write = async (text) => {
     await writeFile(`${configFile(host.profile)}.new`, text);
     await rename(`${configFile(host.profile)}.new`, configFile(host.profile));
   };
   await write('{"mcpServers":{},"x":1}');
-  await host.page.waitFor('changes === 1'); // the timer's own tick
+  await host.page.waitFor('changes === 1'); // here the host's own timer finds the change
   await write('[]');
   await look();
-  await look(); // nothing new
+  await look(); // finds no new change
   await write('{"mcpServers":{},"x":2}');
   await look();
   await host.page.waitFor('changes >= 2');

@@ -1,4 +1,4 @@
-// The update library's set-up, its callbacks and its end, and the host's own look at the feed.
+// Tests how the host sets up the update library, its callbacks and its end, and the feed check.
 import assert from 'node:assert/strict';
 import { createServer as createSecureServer } from 'node:https';
 import { createServer as createTcpServer } from 'node:net';
@@ -10,9 +10,9 @@ import { startServer } from './support/server.mjs';
 import { startWinSparkle } from './support/winsparkle.mjs';
 
 const kBuiltInFeed = 'https://releases.wendra.example/releases/win/appcast.xml';
-const kCurrent = '0.1.0.0'; // of the development build's version resource
+const kCurrent = '0.1.0.0'; // the version in the development build's resources
 const kMebibyte = 1_048_576;
-// Far below every limit that the host or tools/launch has for something that hangs.
+// Far shorter than every time-out of the host and of tools/launch.
 const kAtOnceMs = 4_000;
 
 const kCallbacks = [
@@ -26,7 +26,7 @@ before(async () => {
 });
 after(() => server?.close());
 
-// A host without a page, and the library beside it.
+// Starts a host without a page, with the stand-in for the update library.
 async function startUpdating({ config = {}, settings, env } = {}) {
   const sparkle = await startWinSparkle(settings);
   const host = await startHost({
@@ -53,7 +53,7 @@ const setUpLines = (feed) => [
   '[Update] updater ready',
 ];
 
-// What the look at the feed says, once it has said the last of it.
+// Waits for the end of the feed check; gives its log lines.
 async function reportOf(host) {
   await host.feedChecked();
   const lines = updateLines(host);
@@ -94,17 +94,17 @@ test('the library is set up in order, on the UI thread, and cleaned up at the en
   await sparkle.close();
 });
 
-test('without a window the library is never called', async () => {
+test('without a main window the library is never called', async () => {
   const sparkle = await startWinSparkle();
   const env = { WENDRA_DEV_NO_RUNTIME: '1', ...sparkle.env };
   const host = await startHost({ args: ['https://evil.test'], env });
-  await host.waitForLine('[Server] ignoring command-line URL'); // and now it asks for another
+  await host.waitForLine('[Server] ignoring command-line URL'); // now the prompt is shown
   assert.equal(await host.close(), 0);
   assert.deepEqual(await sparkle.record(), []);
   await sparkle.close();
 });
 
-test('the log says what the library answers', async (t) => {
+test('the log has the settings that the library reports', async (t) => {
   const cases = [
     [{ AUTOMATIC: 0 }, 'automatic checks disabled, interval 3600s, WinSparkle 0.9.4', 'never'],
     [{ AUTOMATIC: -1 }, 'automatic checks enabled, interval 3600s, WinSparkle 0.9.4', 'never'],
@@ -127,7 +127,7 @@ test('the log says what the library answers', async (t) => {
   }
 });
 
-test('each callback has its line, and comes on another thread', async () => {
+test('each callback is logged, and comes from another thread', async () => {
   const updating = await startUpdating();
   const { host, sparkle } = updating;
   await host.feedChecked();
@@ -165,7 +165,7 @@ test('a shutdown request closes the window the normal way', async () => {
   await sparkle.close();
 });
 
-// The real library's checks go on after its clean-up, and call back.
+// A check of the real library goes on after the clean-up and calls the callbacks.
 test('callbacks during and after the clean-up do nothing', async () => {
   const { host, sparkle } = await startUpdating({ settings: { LATE: 1 } });
   await host.feedChecked();
@@ -178,7 +178,7 @@ test('callbacks during and after the clean-up do nothing', async () => {
   await sparkle.close();
 });
 
-test('Ctrl+U and the page start a check that the user sees', async () => {
+test('Ctrl+U and the page start a check with a dialog', async () => {
   const sparkle = await startWinSparkle();
   const host = await startHost({ address: server.url, env: sparkle.env });
   const { thread } = await host.window();
@@ -200,7 +200,7 @@ test('Ctrl+U and the page start a check that the user sees', async () => {
   await sparkle.close();
 });
 
-// --- the feed ---
+// The feed check.
 
 const version = (text) => `<sparkle:version>${text}</sparkle:version>`;
 const item = (inner) =>
@@ -217,13 +217,13 @@ const unfetched = (reason) =>
   [`[Update] could not fetch feed (${reason}) - see WinSparkle result below`];
 const kOffline = unfetched('request failed (offline?)');
 
-// A version, then as much as it takes to make `bytes` bytes.
+// A version, filled up with spaces to `bytes` bytes.
 const padded = (text, bytes) => version(text) + ' '.repeat(bytes - version(text).length);
 
 async function inSteps(response, pieces) {
   for (const piece of pieces) {
     await new Promise((resolve) => response.write(piece, resolve));
-    await new Promise((resolve) => setTimeout(resolve, 300)); // a slow server, not a waiting test
+    await new Promise((resolve) => setTimeout(resolve, 300)); // the server is slow
   }
   response.end();
 }
@@ -281,7 +281,7 @@ test('the log says what the feed advertises and what follows from it', async (t)
   }
 });
 
-test('a feed on another host is followed to', async () => {
+test('the feed check follows a redirect to another host', async () => {
   server.routes['/feed'] = {
     status: 301,
     headers: { Location: `http://127.0.0.1:${server.port}/moved` },
@@ -292,7 +292,7 @@ test('a feed on another host is followed to', async () => {
   await end(updating);
 });
 
-test('updateFeed is used when it is an address of the web, else the built-in feed', async (t) => {
+test('updateFeed is used when it is an http or https address, else the built-in feed', async (t) => {
   server.routes['/feed'] = item(version('0.1'));
   const feed = `${server.url}/feed`;
   const ignoring = '[Update] ignoring "updateFeed" — expected an http/https URL';
@@ -320,11 +320,11 @@ test('updateFeed is used when it is an address of the web, else the built-in fee
   }
 });
 
-test('an address that is none, and a port that nobody listens on', async (t) => {
+test('an invalid feed address and a closed port are logged', async (t) => {
   const listener = createTcpServer();
   await new Promise((resolve) => listener.listen(0, '127.0.0.1', resolve));
   const { port } = listener.address();
-  await new Promise((resolve) => listener.close(resolve)); // free again
+  await new Promise((resolve) => listener.close(resolve)); // now the port is closed
   for (const [address, lines] of [
     ['http://', unfetched('invalid URL')],
     ['http://x:99999/', unfetched('invalid URL')],
@@ -338,7 +338,7 @@ test('an address that is none, and a port that nobody listens on', async (t) => 
   }
 });
 
-test('a server whose certificate nobody knows is not believed', async () => {
+test('a feed server with an unknown certificate gets no request', async () => {
   let asked = 0;
   const secure = createSecureServer(makeCertificate(), (request, response) => {
     asked += 1;

@@ -1,4 +1,4 @@
-// The window as a person sees and handles it: keys, log panel, sizes.
+// Tests the main window with real keys and a real mouse: shortcuts, log panel, sizes.
 import assert from 'node:assert/strict';
 import { appendFile, rm } from 'node:fs/promises';
 import { join } from 'node:path';
@@ -23,7 +23,8 @@ after(async () => {
 const sizeOf = ([left, top, right, bottom]) => [right - left, bottom - top];
 const shownLog = () => host.log.map((line) => `${line}\r\n`).join('');
 
-// The panel must fill the lowest 200 pixels of the client area, the page the rest.
+// Checks that the panel fills the lowest `panelHeight` pixels of the client area, the page the
+// rest.
 async function checkLayout({ client }, panelHeight) {
   const [width, height] = sizeOf(client);
   await host.page.waitFor(`innerWidth === ${width} && innerHeight === ${height - panelHeight}`);
@@ -55,7 +56,7 @@ test('Ctrl+L shows the whole log in 200 pixels at the bottom, and hides it again
   assert.equal((await host.panel()).text, shownLog());
 });
 
-test('Ctrl+R loads the page anew', async () => {
+test('Ctrl+R reloads the page', async () => {
   await host.page.evaluate('window.isOld = true');
   const asked = server.requests.filter(({ url }) => url === '/').length;
   await host.keys('ctrl+r');
@@ -64,7 +65,7 @@ test('Ctrl+R loads the page anew', async () => {
   assert.equal(server.requests.filter(({ url }) => url === '/').length, asked + 1);
 });
 
-test('page and panel follow the window', async () => {
+test('page and panel change their size with the window', async () => {
   const from = host.log.length;
   await host.keys('ctrl+l');
   await host.waitForLine('[Log] log panel shown (Ctrl+L)', { from });
@@ -86,7 +87,7 @@ test('the window cannot be made smaller than 720 by 480', async () => {
   }, { context: host.context });
 });
 
-test('keys that go to the page are not taken by the window', async () => {
+test('the window ignores shortcuts while the page has the keyboard', async () => {
   await host.clickElement('#field');
   await host.page.waitFor('document.activeElement.id === "field"');
   const from = host.log.length;
@@ -98,7 +99,7 @@ test('keys that go to the page are not taken by the window', async () => {
   assert.deepEqual(host.log.slice(from), []);
 });
 
-test('the smallest size follows the DPI, the first size does not', async (t) => {
+test('the smallest size depends on the DPI, the first size does not', async (t) => {
   const kShown = { 144: [1080, 720], 192: undefined }; // the smallest at 192 is larger than the screen
   for (const [dpi, smallest] of Object.entries(kShown)) {
     await t.test(`${dpi} DPI`, async () => {
