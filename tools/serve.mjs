@@ -1,5 +1,6 @@
-// Serves a folder's files on localhost, on a free port: `node tools/serve.mjs FOLDER [PATH]`. Once
-// it listens, it prints the address of PATH, or else of "/"; it stops when its standard input ends.
+// Serves the files of a folder on a free port of localhost: `node tools/serve.mjs FOLDER [PATH]`.
+// When it listens, it prints the address of PATH ("/" by default). It ends when its standard input
+// ends.
 import { createServer } from 'node:http';
 import { readFile, stat } from 'node:fs/promises';
 import { extname, join, normalize } from 'node:path';
@@ -16,13 +17,14 @@ const kTypes = {
 
 const [folder, start = '/'] = process.argv.slice(2);
 
-// A path cannot leave the folder: it is made absolute before it is made a file's.
+// A path cannot leave the folder: it is made absolute, without "..", before the folder is put in
+// front.
 const pathOf = (address) =>
   normalize(decodeURIComponent(new URL(address, 'http://localhost').pathname));
 
 const isFolder = async (path) => (await stat(join(folder, path))).isDirectory();
 
-// A folder's own address ends in a slash, or the addresses in its page would miss it.
+// The address of a folder must end with a slash: relative addresses in its page depend on that.
 async function answer(request, response) {
   try {
     const path = pathOf(request.url);

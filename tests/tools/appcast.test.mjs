@@ -152,7 +152,7 @@ test('the check of a feed names each difference between the two readings', () =>
       same, [/finds no <sparkle:version> element/]],
     ['two versions of the program', feed(item({ version: '1.5.0.0' })), { fileVersion: '1.4.0.0', productVersion: '1.4.1.0' },
       [/FileVersion 1\.4\.0\.0, WinSparkle with its ProductVersion 1\.4\.1\.0/]],
-    ['blanks', feed(item({ version: ' 1.5.0.0' })), same, [/WinSparkle takes " 1\.5\.0\.0"/, /has blanks/, /newer, to WinSparkle older/]],
+    ['whitespace', feed(item({ version: ' 1.5.0.0' })), same, [/WinSparkle takes " 1\.5\.0\.0"/, /has whitespace/, /newer, to WinSparkle older/]],
     ['no signature', feed(item({ version: '1.5.0.0', signature: '' })), same, [/has no signature/]],
     ['an entity in the address', feed(item({ version: '1.5.0.0', url: 'https://x.test/?a&amp;b' })), same, [/names the download/]],
     ['no item', feed(), same, [/finds no item/, /finds no <sparkle:version>/]],

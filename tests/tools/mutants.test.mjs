@@ -25,7 +25,7 @@ test('a row that does not fit is an error', () => {
     [{ ...good, text: 'return' }, /stands \d+ times/],
     [{ ...good, file: 'json/none.cpp' }, /stands 0 times/],
     [{ ...good, replacement: good.text }, /changes nothing/],
-    [{ ...good, killers: [] }, /nobody/],
+    [{ ...good, killers: [] }, /no test/],
     [{ ...good, killers: ['native/none_test'] }, /there is no native\/none_test/],
     [{ ...good, killers: ['e2e/none'] }, /there is no e2e\/none/],
     [{ ...good, killers: ['e2e/update#no such test'] }, /there is no e2e\/update#no such test/],

@@ -1,9 +1,10 @@
-// The faults that tools/mutants plants, each of a kind that happens to a programmer, and the tests
-// that have to notice: the quickest first; one of them is enough. `text` stands once in `file`.
+// The faults that tools/mutants plants, mistakes that a programmer could make. `text` occurs
+// exactly once in `file`, and `replacement` takes its place. `killers` are the tests that have to
+// notice the fault, the quickest first; it is enough that one of them fails.
 //
-// Killers: native/PROGRAM and asan/PROGRAM for GoogleTest programs here, windows/PROGRAM for those
-// under Wine, e2e/FILE and page/FILE for files of tests; e2e/FILE#TEXT runs only the tests whose
-// name has that text.
+// Killers: native/PROGRAM and asan/PROGRAM are GoogleTest programs here, windows/PROGRAM those
+// under Wine, e2e/FILE and page/FILE are files of tests. e2e/FILE#TEXT runs only the tests with
+// TEXT in their names.
 
 const fault = (name, file, text, replacement, ...killers) =>
   ({ name, file, text, replacement, killers });

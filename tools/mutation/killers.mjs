@@ -1,11 +1,11 @@
-// What a fault of the table means: its planting, and how the tests that are to notice it are built
-// and run. Knows of no tree but the one that it is given.
+// Says how a fault of the table is planted, and how its killers, the tests that have to notice it,
+// are built and run. All functions work on the tree that the caller names.
 import { existsSync, readFileSync } from 'node:fs';
 import { join } from 'node:path';
 
 const kGoogleTests = ['native', 'asan', 'windows'];
-const kFirstFailure = '--gtest_fail_fast'; // is enough
-// What the end-to-end tests use besides the host.
+const kFirstFailure = '--gtest_fail_fast'; // the first failure is enough
+// The CMake targets that the end-to-end tests need.
 const kEndToEndTargets = ['runnable', 'host_parent', 'mcp_child', 'test_child', 'window_probe'];
 
 function parse(killer) {
@@ -13,14 +13,14 @@ function parse(killer) {
   return { kind, program, filter };
 }
 
-// [preset, targets] pairs.
+// What to build for the killer: pairs of [preset, targets].
 export function targetsOf(killer) {
   const { kind, program } = parse(killer);
   if (kGoogleTests.includes(kind)) return [[kind, [program]]];
   return kind === 'e2e' ? [['windows', kEndToEndTargets]] : [];
 }
 
-// {command, args, env}, to be run in the folder `tree`.
+// How to run the killer: {command, args, env}, for the working folder `tree`.
 export function commandOf(killer, tree) {
   const { kind, program, filter } = parse(killer);
   if (kind === 'windows') {
@@ -46,7 +46,7 @@ export function commandOf(killer, tree) {
   };
 }
 
-// The content of the fault's file with the fault in it.
+// `content`, the text of the fault's file, with the fault planted.
 export function applied({ text, replacement }, content) {
   return content.replace(text, () => replacement);
 }
@@ -62,7 +62,7 @@ function isThere(killer, tree) {
   return existsSync(file) && (!filter || readFileSync(file, 'utf8').includes(filter));
 }
 
-// A line for each thing in the table that does not fit the tree.
+// One line for each mistake in the table, also where it does not fit the tree.
 export function whatIsWrong(faults, tree) {
   const wrong = [];
   const names = faults.map(({ name }) => name);
@@ -72,7 +72,7 @@ export function whatIsWrong(faults, tree) {
     if (count !== 1) wrong.push(`${name}: its text stands ${count} times in ${file}`);
     if (text === replacement) wrong.push(`${name}: changes nothing`);
     if (names.filter((one) => one === name).length > 1) wrong.push(`${name}: twice`);
-    if (killers.length === 0) wrong.push(`${name}: nobody is to notice it`);
+    if (killers.length === 0) wrong.push(`${name}: no test has to notice it`);
     for (const killer of killers) {
       if (!isThere(killer, tree)) wrong.push(`${name}: there is no ${killer}`);
     }

@@ -1,5 +1,6 @@
 // Plants one fault after the other in a copy of the tree and runs the tests that have to notice it,
-// until one fails. Called by tools/mutants. Prints what each fault met and, last, who survived.
+// until one fails. Called by tools/mutants. Prints for each fault which test has killed it, and
+// last which faults have survived.
 import { spawnSync } from 'node:child_process';
 import {
   copyFileSync,
@@ -29,8 +30,8 @@ function fail(text) {
   process.exit(2);
 }
 
-// The files of the tree as they are now; what has not changed keeps its time, so that only what has
-// is built again.
+// Copies the tree. Files that have not changed since the last copy keep their time, so that only
+// the changed ones are built again.
 function copyTree() {
   const { status, stdout } = spawnSync(
     'git', ['ls-files', '-z', '--cached', '--others', '--exclude-standard'],
@@ -50,7 +51,7 @@ function copyTree() {
   }
 }
 
-// Paths below the folder, but for what is built there and links.
+// The paths of all files below the folder, without build folders and links.
 function filesBelow(folder, path = '') {
   if (!existsSync(join(folder, path))) return [];
   return readdirSync(join(folder, path), { withFileTypes: true }).flatMap((entry) => {
@@ -60,7 +61,7 @@ function filesBelow(folder, path = '') {
   });
 }
 
-// Whether the command ended with success.
+// True when the command ended with success.
 async function succeeds(name, { command, args, env }, limitMs) {
   const { code, trouble } = await runProgram(command, args, {
     cwd: kCopy,
@@ -95,7 +96,8 @@ async function passesWithoutFault(killer) {
   return passing.get(killer);
 }
 
-// What became of the fault: {killer} or {survived: true} or {broken: why}.
+// Plants the fault and runs its killers. Gives {killer}, {survived: true}, or {broken: why} when a
+// killer does not pass without the fault, or the fault does not build.
 async function meet(fault) {
   const file = join(kCopy, fault.file);
   const right = readFileSync(file, 'utf8');
@@ -108,7 +110,7 @@ async function meet(fault) {
       const name = `${fault.name}.${killer}`;
       if (!(await builds(name, killer))) return { broken: `it does not build for ${killer}` };
       if (!(await succeeds(name, commandOf(killer, kCopy), kRunLimitMs))) return { killer };
-      writeFileSync(file, right); // for the next one's run without it
+      writeFileSync(file, right); // the next killer first runs without the fault
     }
     return { survived: true };
   } finally {

@@ -1,4 +1,4 @@
-// Makes and checks what a release publishes for updates. See docs/releasing.md.
+// Makes keys, signatures and feed items for releases, and checks feeds. See docs/releasing.md.
 import { readFileSync, writeFileSync } from 'node:fs';
 import { parseArgs } from 'node:util';
 import { findTrouble, makeItem, readAsLibrary, readAsProgram } from './feed.mjs';
@@ -29,7 +29,7 @@ function factsOf(file) {
 const commands = {
   'new-key': ({}, [file]) => {
     const seed = newSeed();
-    writeFileSync(file, `${seed}\n`, { mode: 0o600, flag: 'wx' }); // never over an old one
+    writeFileSync(file, `${seed}\n`, { mode: 0o600, flag: 'wx' }); // fails if the file exists
     return publicKeyOf(seed);
   },
   'public-key': ({}, [file]) => publicKeyOf(text(file)),

@@ -1,7 +1,7 @@
-// An appcast feed, read the two ways in which it will be read: by the program's own look at it
-// (update/appcast.h, update/version.h), and by the update library.
+// Reads an appcast feed in the two ways in which it is read later: as the program's feed check does
+// (update/appcast.h, update/version.h), and as the update library does. Also makes feed items.
 
-// --- the program ---
+// As the program does.
 
 const trimmed = (text) => text.replace(/^[ \t\r\n]+|[ \t\r\n]+$/g, '');
 
@@ -24,7 +24,7 @@ export const readAsProgram = (feed) => ({
   url: downloadAddress(feed),
 });
 
-// As -1, 0, 1. Numbers wrap at 32 bits and are compared as signed.
+// Compares versions; gives -1, 0 or 1. Numbers wrap at 32 bits and are compared as signed numbers.
 export function compareAsProgram(a, b) {
   const numbers = (text) =>
     text.split('.').map((part) => Number(BigInt.asIntN(32, BigInt(/^\d*/.exec(part)[0] || '0'))));
@@ -36,7 +36,7 @@ export function compareAsProgram(a, b) {
   return 0;
 }
 
-// --- the update library ---
+// As the update library does.
 
 const kEntities = { lt: '<', gt: '>', amp: '&', quot: '"', apos: "'" };
 
@@ -56,7 +56,8 @@ const attributesOf = (text) =>
     ]),
   );
 
-// The document as {name, attributes, text, children}; text is that of the element itself.
+// The root of the document: {name, attributes, text, children}. `text` is the element's own text,
+// without that of its children.
 export function parseXml(source) {
   const token =
     /<!--[\s\S]*?-->|<!\[CDATA\[([\s\S]*?)\]\]>|<\?[\s\S]*?\?>|<!DOCTYPE[^>]*>|<\/([\w:.-]+)\s*>|<([\w:.-]+)((?:[^>"']|"[^"]*"|'[^']*')*?)(\/?)>|([^<]+)/gy;
@@ -96,7 +97,7 @@ function readItem(element) {
   };
 }
 
-// Every item, in order; `usable`: this system may take it.
+// All items, in order. `usable`: the library may offer the item on this system.
 export function readItems(feed) {
   const rss = parseXml(feed).children.find(({ name }) => name === 'rss');
   const channel = rss?.children.find(({ name }) => name === 'channel');
@@ -111,8 +112,9 @@ export function readItems(feed) {
     }));
 }
 
-// Runs of digits, of dots, and of anything else. Digits compare as numbers; a text that goes on is
-// newer, unless it goes on with letters (1.5 is newer than 1.5b3).
+// Compares versions; gives -1, 0 or 1. A version is cut into runs of digits, of dots, and of other
+// characters. Digits are compared as numbers. If one version is the start of the other, the longer
+// one is newer, unless it goes on with other characters (1.5 is newer than 1.5b3).
 export function compareAsLibrary(a, b) {
   const parts = (text) => text.match(/\d+|\.+|[^\d.]+/g) ?? [];
   const kind = (part) => (/^\d/.test(part) ? 'number' : part.startsWith('.') ? 'dot' : 'text');
@@ -142,12 +144,12 @@ export function readAsLibrary(feed) {
   );
 }
 
-// --- both ---
+// Both readings.
 
 const kNames = { '-1': 'older', 0: 'the same version', 1: 'newer' };
 
-// What is wrong with the feed for a program of these versions, as sentences; [] when both readings
-// come to the same. `program`: {fileVersion, productVersion}, as the program's file has them.
+// What is wrong with the feed, one sentence each; [] when both readings agree. `program`, which may
+// be missing: {fileVersion, productVersion} of the program that the feed is checked for.
 export function findTrouble(feed, program) {
   const trouble = [];
   const ours = readAsProgram(feed);
@@ -171,7 +173,7 @@ export function findTrouble(feed, program) {
     trouble.push(`the program names the download ${ours.url || '(none)'}; WinSparkle loads ${theirs.url || '(none)'}`);
   }
   for (const { version } of items.filter((item) => item.version !== trimmed(item.version))) {
-    trouble.push(`the version ${JSON.stringify(version)} has blanks, which WinSparkle keeps`);
+    trouble.push(`the version ${JSON.stringify(version)} has whitespace, which WinSparkle keeps`);
   }
   for (const item of items.filter(({ version }) => !/^\d+(\.\d+){3}$/.test(trimmed(version)))) {
     trouble.push(`the version ${JSON.stringify(item.version)} is not four numbers`);
@@ -194,12 +196,12 @@ export function findTrouble(feed, program) {
   return trouble;
 }
 
-// --- writing ---
+// Writing.
 
 const escaped = (text) =>
   text.replace(/[&<>"]/g, (c) => ({ '&': '&amp;', '<': '&lt;', '>': '&gt;', '"': '&quot;' })[c]);
 
-// One item, element form, to be put in front of the others.
+// One item with its version as an element. It belongs in front of the other items.
 export function makeItem({ title, date, version, notes, url, signature, bytes, installerArguments }) {
   const enclosure = {
     url,

@@ -1,10 +1,10 @@
-// Reads what a release needs to know out of a built program, from the file itself: its versions and
-// its update key. Names of the layout are those of Windows' own documentation of executables.
+// Reads the versions and the update key of a built program from its file. Names of the file's
+// structures are those of Microsoft's documentation of the PE format.
 
-const kResourceDirectory = 2; // index among the data directories
+const kResourceDirectory = 2; // its index in the list of data directories
 const kVersionType = 16; // RT_VERSION
 
-// Where each section lies in the file and in memory.
+// Each section's place in the file and in memory.
 function sectionsOf(file, header) {
   const count = file.readUInt16LE(header + 6);
   const first = header + 24 + file.readUInt16LE(header + 20);
@@ -22,7 +22,7 @@ function nameAt(file, at) {
   return file.toString('utf16le', at + 2, at + 2 + 2 * file.readUInt16LE(at));
 }
 
-// All resources: {type, name, bytes}; types and names are numbers or texts.
+// All resources: {type, name, bytes}. Types and names are numbers or strings.
 export function resourcesOf(file) {
   const header = file.readUInt32LE(0x3c);
   if (file.toString('latin1', header, header + 4) !== 'PE\0\0') throw new Error('no Windows program');
@@ -77,7 +77,7 @@ function blockAt(bytes, at) {
   return { key, value, children, end };
 }
 
-// The texts of the first language, which is where WinSparkle looks, and the fixed numbers.
+// The strings of the first language, where WinSparkle looks, and the fixed version numbers.
 function versionOf(bytes) {
   const root = blockAt(bytes, 0);
   const child = (block, key) =>
@@ -99,7 +99,7 @@ function versionOf(bytes) {
   };
 }
 
-// What the program says of itself: its versions, and `publicKey`, 44 characters in base64.
+// The program's versions, and `publicKey`, its update key: 44 characters of base64.
 export function programFacts(file) {
   const resources = resourcesOf(file);
   const version = resources.find(({ type }) => type === kVersionType);

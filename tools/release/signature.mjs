@@ -1,8 +1,8 @@
-// Ed25519 as the update library wants it: keys and signatures in base64, over the exact bytes of
-// the installer. A private key is a file with the base64 of its 32-byte seed.
+// Ed25519 keys and signatures in the form of the update library: base64, over the exact bytes of
+// the installer. The file of a private key holds the base64 of its 32-byte seed.
 import { createPrivateKey, createPublicKey, generateKeyPairSync, sign, verify } from 'node:crypto';
 
-// What stands before the raw key in its DER form (RFC 8410).
+// The bytes before the raw key in the DER form of a key (RFC 8410).
 const kPrivatePrefix = Buffer.from('302e020100300506032b657004220420', 'hex');
 const kPublicPrefix = Buffer.from('302a300506032b6570032100', 'hex');
 
@@ -28,19 +28,19 @@ const publicKeyFrom = (text) =>
     type: 'spki',
   });
 
-// A new private key, as its file holds it.
+// The seed of a new private key, in base64.
 export function newSeed() {
   const { privateKey } = generateKeyPairSync('ed25519');
   return privateKey.export({ format: 'der', type: 'pkcs8' }).subarray(-32).toString('base64');
 }
 
-// 44 characters.
+// The public key of a seed: 44 characters.
 export function publicKeyOf(seed) {
   const key = createPublicKey(privateKeyOf(seed));
   return key.export({ format: 'der', type: 'spki' }).subarray(-32).toString('base64');
 }
 
-// 88 characters.
+// The signature of the bytes: 88 characters.
 export const signatureOf = (bytes, seed) => sign(null, bytes, privateKeyOf(seed)).toString('base64');
 
 export function isSignedBy(bytes, signature, publicKey) {

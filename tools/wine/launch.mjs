@@ -1,6 +1,6 @@
-// Runs the host under Wine with one profile: display, Wine's server, Chromium, the host; and ends
-// them all. Called by tools/launch with the template, the profile, the screenshot's file or '', the
-// language, and the host's arguments.
+// Runs the host under Wine with one profile: starts the display, Wine's server, Chromium and the
+// host, and ends them all. Called by tools/launch with the template, the profile, the file for
+// screenshots or '', the language, and the host's arguments.
 import { existsSync, mkdirSync, readFileSync, rmSync, writeFileSync } from 'node:fs';
 import { basename, dirname, join } from 'node:path';
 import { pipeline } from 'node:stream/promises';
@@ -29,12 +29,12 @@ import {
 import { Screenshots } from './screenshots.mjs';
 
 const kRoot = join(dirname(fileURLToPath(import.meta.url)), '../..');
-const kChromium = '/usr/lib/chromium/chromium-headless-shell'; // the one in /usr/bin is a wrapper
+const kChromium = '/usr/lib/chromium/chromium-headless-shell'; // the file in /usr/bin is a wrapper
 const kKeyboard = join(kRoot, 'tools/wine/keyboard.xkb');
-const kTaskkill = 'C:\\windows\\system32\\taskkill.exe'; // by its path it starts at once
-const kStartLimitMs = 20_000; // of the display and of Wine's server
-const kCloseLimitMs = 10_000; // from the wish to close to the host's end
-const kEndLimitMs = 3_000; // of each helper, before it is killed
+const kTaskkill = 'C:\\windows\\system32\\taskkill.exe'; // with its full path it starts at once
+const kStartLimitMs = 20_000; // for the start of Wine's server, and for the end of an earlier launch
+const kCloseLimitMs = 10_000; // from the request to close to the end of the host
+const kEndLimitMs = 3_000; // for the end of each other process, before it is killed
 
 const [template, profile, screenshotFile, lang, ...hostArguments] = process.argv.slice(2);
 const host = process.env.WENDRA_DEV_HOST || join(kRoot, 'build/windows/bin/wendra.exe');
@@ -44,7 +44,7 @@ const say = (text) => console.error(`launch: ${text}`);
 
 class StartFailed extends Error {}
 
-// A display of our own, on a number that is free.
+// Starts a virtual display with a free number.
 async function startDisplay(environment) {
   const screen = ['-screen', '0', '1400x1000x24', '-nolisten', 'tcp', '-noreset'];
   const child = spawnTied('Xvfb', ['-displayfd', '3', ...screen], {
@@ -61,7 +61,7 @@ async function startDisplay(environment) {
 }
 
 async function startServer(environment) {
-  // INT lets the server end every Windows process first. If it just died, they would live on.
+  // At SIGINT the server ends all Windows processes first. After a SIGKILL they would go on.
   const child = spawnTied(kWineServer, ['-f', '-p'], { env: environment, deathSignal: 'INT' });
   let gone = false;
   ended(child).then(() => (gone = true));
@@ -84,18 +84,19 @@ function startBrowser(environment) {
   return { child: spawnTied(kChromium, flags, { env: environment }), portFile };
 }
 
-// Ends with the host, after its last line.
+// `output` resolves when the last line of the host has been written.
 function startHost(environment) {
   const child = spawnTied(...wineCommand(host, hostArguments), {
     env: environment,
     stdio: ['ignore', 'pipe', 'inherit'],
   });
   const output = pipeline(child.stdout, new LogOutput(), process.stdout, { end: false });
-  return { child, output: output.catch(() => child.stdout.resume()) }; // nobody reads us any more
+  // An error means that standard output is closed; the host's output is then read and dropped.
+  return { child, output: output.catch(() => child.stdout.resume()) };
 }
 
-// Posts WM_CLOSE to the host's windows, again and again: its window may not be there yet. False:
-// it has not ended within the limit.
+// Posts WM_CLOSE to the host's windows, again and again, as the window may not be there yet. False:
+// the host has not ended within the limit.
 async function closeWindow(environment, hostEnded) {
   const late = sleep(kCloseLimitMs, 'late', { ref: false });
   for (let pauseMs = 200; ; pauseMs *= 2) {
@@ -116,8 +117,8 @@ async function endChild(child, signal) {
   clearTimeout(timer);
 }
 
-// Wine's server kills the Windows processes, then waits up to half a second for whoever is to reap
-// them. Nobody needs to wait for that.
+// Wine's server kills the Windows processes, then waits up to half a second until their parents
+// have reaped them. This launch does not wait for that.
 async function endServer(server, others) {
   if (!server) return;
   const own = new Set([server, ...others].map((child) => child?.pid));
@@ -136,7 +137,7 @@ function killStragglers() {
   }
 }
 
-// A launch that was killed hard may have left a server that still writes the registry.
+// A launch that was killed with SIGKILL may have left a server that still writes the registry.
 async function awaitEarlierEnd() {
   const prefix = prefixOf(profile);
   const gone = await waitUntil(() => processesOf(prefix).length === 0, kStartLimitMs);
@@ -144,7 +145,7 @@ async function awaitEarlierEnd() {
   removeServerFolder(prefix);
 }
 
-// The first signal asks; resolves with its name.
+// Resolves with the name of the first signal that asks to close.
 function closeSignal() {
   return new Promise((resolve) => {
     for (const name of ['SIGTERM', 'SIGINT', 'SIGHUP']) process.on(name, () => resolve(name));
@@ -152,7 +153,7 @@ function closeSignal() {
 }
 
 // Wine's server kills a process that is still there half a second after it has ended for Windows,
-// as on a busy machine; what the host has said then is its exit code all the same.
+// as happens on a busy machine. The host's exit code is then in the file of events.
 function codeBeforeKill() {
   const said = existsSync(files.events) ? readFileSync(files.events, 'utf8') : '';
   const event = said.split('\n').find((line) => line.includes('"event":"ended"'));
@@ -187,7 +188,7 @@ function takeScreenshots(display, withBrowser) {
   };
 }
 
-// What somebody needs who wants to run another Windows program beside the host.
+// Writes the facts that a test needs to run another Windows program beside the host.
 function announce(display) {
   writeFileSync(files.launch, JSON.stringify({ pid: process.pid, display, lang }));
 }
@@ -229,7 +230,7 @@ async function run(children) {
     await screenshots?.last();
     if (!(await closeWindow(environment, hostEnded))) {
       say(`the host did not close within ${kCloseLimitMs / 1000} seconds and is killed`);
-      return { code: 1, output: started.output }; // killed with Wine's server
+      return { code: 1, output: started.output }; // the host is killed together with Wine's server
     }
   }
   return { code: exitCode(await hostEnded), output: started.output };
@@ -248,7 +249,7 @@ async function main() {
   await endChild(display, 'SIGTERM');
   killStragglers();
   rmSync(files.launch, { force: true });
-  await result.output; // nobody holds the pipe any more
+  await result.output; // all processes that could hold the pipe have ended
   process.exitCode = result.code;
 }
 

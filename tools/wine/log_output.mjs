@@ -1,16 +1,16 @@
-// Turns what the host sends to the debugger, "[Wendra] " before each line, into the log's lines.
+// Turns the host's debugger output, with "[Wendra] " before each line, into the lines of the log.
 import { Transform } from 'node:stream';
 
 const kPrefix = Buffer.from('[Wendra] ');
 const kLineFeed = 0x0a;
 
-// Removes the prefix at the start of a line and passes on every other byte at once. A line that
-// itself contains line feeds stays as it is, unless it continues with the very prefix.
+// Removes the prefix at the start of a line and passes on every other byte at once. A log line that
+// contains line feeds stays as it is, unless a part after a line feed begins with the prefix.
 export class LogOutput extends Transform {
-  #matched = 0; // bytes of the prefix seen at the start of this line; -1 further on in the line
+  #matched = 0; // how many bytes of the prefix this line has so far; -1 after the start of the line
 
   _transform(chunk, encoding, done) {
-    let from = 0; // start of what has not been passed on
+    let from = 0; // start of the bytes that have not been passed on
     for (let at = 0; at < chunk.length; ++at) {
       if (this.#matched >= 0 && chunk[at] === kPrefix[this.#matched]) {
         this.#matched += 1;
@@ -34,7 +34,7 @@ export class LogOutput extends Transform {
     done();
   }
 
-  // What looked like the prefix was none.
+  // Passes on the bytes that matched the start of the prefix but were not all of it.
   #giveBack() {
     if (this.#matched > 0) this.push(kPrefix.subarray(0, this.#matched));
     this.#matched = -1;

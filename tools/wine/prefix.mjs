@@ -1,4 +1,5 @@
-// A profile's Wine prefix: made from the template by hard links, kept with the profile.
+// Makes and describes the Wine prefix of a profile: a copy of the template by hard links, kept in
+// the profile.
 import { spawnSync } from 'node:child_process';
 import {
   chmodSync,
@@ -18,13 +19,14 @@ export const kWineServer = '/usr/lib/wine/wineserver64';
 const kUser = 'wendra'; // as in make-template
 const kRegistryFiles = ['system.reg', 'user.reg', 'userdef.reg'];
 
-// Without the kernel's random places in memory, where it lets us: Wine's loader has a fixed one,
-// and newer kernels put its heap anywhere in the gigabyte behind. There it lies on the page that
-// Windows programs share, 7FFE0000, once in some thousand starts, and the program ends at once.
+// Switches off random addresses, where the kernel allows it. Wine's loader has a fixed address, and
+// newer kernels put its heap anywhere in the gigabyte behind it. Once in some thousand starts the
+// heap lies on 7FFE0000, the page that all Windows programs share, and the program ends at once.
 const kSteady = spawnSync('setarch', ['-R', 'true']).status === 0 ? ['setarch', '-R'] : [];
 export const hasSteadyPlaces = kSteady.length > 0;
 
-// What starts a Windows program, for spawn(command, ...): it and all that it starts.
+// [command, args] for spawn, to start a Windows program. The programs that it starts run without
+// random addresses too.
 export function wineCommand(program, args = []) {
   const [command, ...rest] = [...kSteady, kWine, program, ...args];
   return [command, rest];
@@ -32,19 +34,19 @@ export function wineCommand(program, args = []) {
 
 export const prefixOf = (profile) => join(profile, '.wine');
 
-// The path under which Windows programs see a file.
+// The path of a file for Windows programs.
 export const windowsPath = (path) => `Z:${path.replaceAll('/', '\\')}`;
 
 function copy(...args) {
   return spawnSync('cp', args, { stdio: 'ignore' }).status === 0;
 }
 
-// Wine replaces its registry files and never writes into the rest of drive_c/windows, so that
-// linked files stay as the template has them.
+// Copies by hard links. Wine replaces its registry files, and never writes into other files of
+// drive_c/windows, so the template's files do not change.
 function copyTemplate(template, prefix) {
   rmSync(prefix, { recursive: true, force: true });
   if (!copy('-al', template, prefix)) {
-    rmSync(prefix, { recursive: true, force: true }); // another file system: links cannot be made
+    rmSync(prefix, { recursive: true, force: true }); // another file system, where links cannot be made
     if (!copy('-a', '--reflink=auto', template, prefix)) {
       throw new Error(`cannot copy ${template} to ${prefix}`);
     }
@@ -57,7 +59,7 @@ function copyTemplate(template, prefix) {
   }
 }
 
-// Makes the profile folder itself the Windows user's profile.
+// Makes the profile folder the profile of the Windows user.
 function adoptProfile(profile, prefix) {
   const user = join(prefix, 'drive_c/users', kUser);
   copy('-an', `${user}/.`, profile);
@@ -70,24 +72,25 @@ function createPrefix(template, profile) {
   const fresh = `${prefix}.new`;
   copyTemplate(template, fresh);
   adoptProfile(profile, fresh);
-  const oldUserRegistry = join(prefix, 'user.reg'); // from a template of another version
+  const oldUserRegistry = join(prefix, 'user.reg'); // of a prefix from an older template
   if (existsSync(oldUserRegistry)) renameSync(oldUserRegistry, join(fresh, 'user.reg'));
   writeFileSync(join(fresh, 'template'), basename(template));
   rmSync(prefix, { recursive: true, force: true });
   renameSync(fresh, prefix);
 }
 
-// `managed`: a window manager draws the windows' frames. No server may be running on the prefix.
+// `managed`: a window manager draws the frames of windows. Wine's server must not run on the
+// prefix.
 function setManaged(prefix, managed) {
   const file = join(prefix, 'user.reg');
   const text = readFileSync(file, 'utf8');
   writeFileSync(file, text.replace(/^"Managed"=.*$/m, `"Managed"="${managed ? 'Y' : 'N'}"`));
 }
 
-// What Windows programs ask the default browser to open, one line each.
+// The file with the addresses that Windows programs open in the default browser, one per line.
 export const openedInBrowserFile = (profile) => join(profile, 'opened-in-browser.txt');
 
-const kBrowserName = 'open-in-browser'; // in the registry; a path could hold no blank or comma
+const kBrowserName = 'open-in-browser'; // no path: Wine's setting allows no space and no comma
 const kBrowserFolder = 'bin';
 const kBrowserScript = `#!/bin/sh
 printf '%s\\n' "$*" >> "$(dirname "$0")/../../opened-in-browser.txt"
@@ -100,7 +103,7 @@ function writeBrowser(prefix) {
   chmodSync(join(folder, kBrowserName), 0o755);
 }
 
-// Makes the prefix ready for a start.
+// Makes the prefix, if needed, and prepares it for a start.
 export function preparePrefix(template, profile, { managed }) {
   const prefix = prefixOf(profile);
   const madeFrom = join(prefix, 'template');
@@ -113,11 +116,11 @@ export function preparePrefix(template, profile, { managed }) {
   return prefix;
 }
 
-// What Wine must not see of the caller's environment: settings of another Wine, the language, and
-// proxies, for WinHTTP obeys http_proxy but not no_proxy.
+// Variables of the caller that Wine must not get: settings of another Wine, the language, and
+// proxies, as WinHTTP obeys http_proxy but not no_proxy.
 const kForeign = /^(WINE.*|LANG|LANGUAGE|LC_.*|(https?|ftp|all|no)_proxy)$/i;
 
-// The environment of everything that belongs to the prefix.
+// The environment for all processes of the prefix.
 export function wineEnvironment(profile, { display, lang }) {
   const inherited = Object.entries(process.env).filter(([name]) => !kForeign.test(name));
   return {
@@ -133,8 +136,8 @@ export function wineEnvironment(profile, { display, lang }) {
   };
 }
 
-// Debian's Wine keeps its server's folder under TMPDIR and the folder's name in the prefix; other
-// builds derive it from the user's id.
+// Debian's Wine keeps its server's folder in TMPDIR, and the folder's name in the prefix. Other
+// builds of Wine make the name from the user's id.
 function serverFolder(prefix) {
   const temporary = process.env.TMPDIR || '/tmp';
   const named = join(prefix, 'wineserver');
@@ -142,14 +145,14 @@ function serverFolder(prefix) {
   return join(temporary, `.wine-${process.getuid()}`);
 }
 
-// Whether the prefix's server takes connections.
+// True when the server of the prefix takes connections.
 export function serverListens(prefix) {
   const { dev, ino } = statSync(prefix, { bigint: true });
   const folder = `server-${dev.toString(16)}-${ino.toString(16)}`;
   return existsSync(join(serverFolder(prefix), folder, 'socket'));
 }
 
-// After the server's end.
+// Call it after the end of the server.
 export function removeServerFolder(prefix) {
   const named = join(prefix, 'wineserver');
   if (!existsSync(named)) return;
@@ -157,7 +160,7 @@ export function removeServerFolder(prefix) {
   rmSync(named, { force: true });
 }
 
-// Folders of a profile that launch and its users have to know.
+// The files and folders of a profile that tools/launch and the tests use.
 export const profileFiles = (profile) => ({
   browserData: join(profile, 'AppData/Local/Wendra/WebView2'),
   events: join(prefixOf(profile), 'events.jsonl'),

@@ -1,12 +1,13 @@
-// Child processes that cannot outlive this one, and who belongs to a prefix.
+// Starts child processes that cannot outlive this one, and finds the processes of a Wine prefix.
 import { spawn } from 'node:child_process';
 import { readFileSync, readdirSync } from 'node:fs';
 import { setTimeout as sleep } from 'node:timers/promises';
 
-// Starts `command` so that the kernel sends it `deathSignal` when this process ends, however it
-// ends. In a session of its own: Ctrl+C reaches this process alone, which ends the others in order.
+// Starts `command` so that the kernel sends it `deathSignal` when this process ends, in whatever
+// way. The child gets a new session: Ctrl+C reaches only this process, which ends the others in
+// order.
 export function spawnTied(command, args, { deathSignal = 'KILL', ...options }) {
-  // The test closes the gap in which this process ends before the kernel knows of the wish.
+  // The test covers the case that this process ends before setpriv has told the kernel.
   const start = 'test "$PPID" = "$0" && exec "$@"';
   return spawn(
     'setpriv',
@@ -15,7 +16,8 @@ export function spawnTied(command, args, { deathSignal = 'KILL', ...options }) {
   );
 }
 
-// Resolves with {code, signal} when the child has ended; an error of the start counts as code 127.
+// Resolves with {code, signal} when the child has ended. A child that cannot be started has code
+// 127.
 export function ended(child) {
   return new Promise((resolve) => {
     child.on('exit', (code, signal) => resolve({ code, signal }));
@@ -27,18 +29,18 @@ function procFile(pid, name) {
   try {
     return readFileSync(`/proc/${pid}/${name}`, 'latin1');
   } catch {
-    return ''; // it has ended, or it is somebody else's
+    return ''; // the process has ended or belongs to another user
   }
 }
 
-// False for a zombie that only waits to be reaped; true for one whose other threads go on.
+// False for a zombie that waits to be reaped; true for a zombie whose other threads still run.
 export function isAlive(pid) {
   const status = procFile(pid, 'status');
   if (!/^State:\s+[ZX]/m.test(status)) return status !== '';
   return Number(/^Threads:\s+(\d+)/m.exec(status)?.[1]) > 1;
 }
 
-// A zombie's environment is to be had from its living threads only.
+// The environment of a zombie can be read from its running threads only.
 function environmentOf(pid) {
   const environment = procFile(pid, 'environ');
   if (environment) return environment;
@@ -46,11 +48,12 @@ function environmentOf(pid) {
     const threads = readdirSync(`/proc/${pid}/task`);
     return threads.map((id) => procFile(pid, `task/${id}/environ`)).join('\0');
   } catch {
-    return ''; // it has ended
+    return ''; // the process has ended
   }
 }
 
-// Ids of the living processes in whose environment the variable's value begins with `beginning`.
+// The ids of all running processes whose environment has the variable with a value that begins with
+// `beginning`.
 export function processesWith(variable, beginning) {
   const mark = Buffer.from(`\0${variable}=${beginning}`).toString('latin1');
   const isMarked = (pid) => `\0${environmentOf(pid)}`.includes(mark);
@@ -60,8 +63,8 @@ export function processesWith(variable, beginning) {
     .filter((pid) => isMarked(pid) && isAlive(pid));
 }
 
-// Those that were started with this Wine prefix in their environment: Windows processes, Wine's
-// server, and whatever else launch starts, for all of it is marked so.
+// The processes with this Wine prefix in their environment: Windows processes, Wine's server, and
+// the other processes of tools/launch, which gives all of them that environment.
 export const processesOf = (prefix) => processesWith('WINEPREFIX', `${prefix}\0`);
 
 // Sends a signal to a process that may have ended already.
@@ -73,7 +76,7 @@ export function signalProcess(pid, signal) {
   }
 }
 
-// Polls until `condition()` is true; false when that took longer than `limitMs`.
+// Polls until `condition()` is true. False: it was not true within `limitMs`.
 export async function waitUntil(condition, limitMs, stepMs = 5) {
   const end = Date.now() + limitMs;
   while (!condition()) {

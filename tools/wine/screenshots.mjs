@@ -1,12 +1,12 @@
-// Writes a PNG of the screen, or of the host's window on somebody's own display, to one file.
+// Writes a PNG to one file: of the virtual display, or of the host's window on a real display.
 import { execFile } from 'node:child_process';
 import { readFile, rename, writeFile } from 'node:fs/promises';
 import { setTimeout as sleep } from 'node:timers/promises';
 import { promisify } from 'node:util';
 
 const run = promisify(execFile);
-const kRestLimitMs = 3000; // a page may move for ever
-const kPageLimitMs = 5000; // a prompt or a dialog may stand where a page was expected
+const kRestLimitMs = 3000; // a page with an animation never comes to rest
+const kPageLimitMs = 5000; // there may be no page but a prompt or a dialog
 const kStepMs = 50;
 
 export class Screenshots {
@@ -16,7 +16,7 @@ export class Screenshots {
   #wholeScreen;
   #queue = Promise.resolve();
 
-  // `program`: file name of the host, which is its X window class too.
+  // `program`: the file name of the host, which is also the X class of its windows.
   constructor(file, { display, program, wholeScreen }) {
     this.#file = file;
     this.#display = display;
@@ -24,8 +24,9 @@ export class Screenshots {
     this.#wholeScreen = wholeScreen;
   }
 
-  // Waits for the first picture worth having. `eventsFile`: where the control reports that it has
-  // loaded and painted; empty when there is no browser.
+  // Takes a picture when the page has been painted, and one before, without the page, when that
+  // takes too long. `eventsFile`: the file in which the control reports that it has loaded and
+  // painted a page; empty without a browser.
   async takeFirst(eventsFile, signal) {
     await this.#until(() => this.#findWindow(), Infinity, signal);
     if (eventsFile) {
@@ -38,7 +39,7 @@ export class Screenshots {
     await this.take('the page is there', { atRest: true });
   }
 
-  // One at a time, in order.
+  // Takes a picture; several calls take theirs one after the other.
   take(reason, { atRest = false } = {}) {
     this.#queue = this.#queue.then(() => this.#take(reason, atRest)).catch((error) => {
       console.error(`launch: no screenshot (${reason}): ${error.message.split('\n')[0]}`);
@@ -69,7 +70,7 @@ export class Screenshots {
   async #capture() {
     const target = this.#wholeScreen ? 'root' : await this.#findWindow();
     if (!target) throw new Error('there is no window');
-    // Without the times two pictures of the same screen are the same bytes.
+    // Without the time chunks, two pictures of the same screen have the same bytes.
     const options = ['-window', target, '-define', 'png:exclude-chunks=date,time', 'png:-'];
     const { stdout } = await run('import', ['-display', this.#display, ...options], {
       encoding: 'buffer',
