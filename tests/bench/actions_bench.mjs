@@ -1,10 +1,10 @@
-// What native actions cost the page that waits for them, beside what the way costs without them:
+// Measures how long the page waits for native actions, and compares:
 //
-//   files      readFile and readFileBase64 of three sizes, from the call to its resolve, beside
-//              evaluating a script of the same length
-//   own share  reply_bench: reading, writing the script, widening it, in MB/s
-//   exec       exec_bench: 256 MiB of output beside a bare reader of the same pipe
-//   many       100 commands at once, beside the same 100 one after the other
+//   files      readFile and readFileBase64 of three sizes, from the call to its resolve, with the
+//              evaluation of a script of the same length
+//   own share  reply_bench: reading the file, writing the script, widening it, in MB/s
+//   exec       exec_bench: 256 MiB of output, with a bare reader of the same pipe
+//   many       100 commands at once, with the same 100 one after the other
 //
 // node tests/bench/actions_bench.mjs [--once]    build/windows must be built
 import { spawn } from 'node:child_process';
@@ -25,7 +25,7 @@ const kFile = 'C:\\users\\wendra\\bench.txt';
 const median = (times) => times.sort((a, b) => a - b)[Math.floor(times.length / 2)];
 const inMs = (ms) => `${ms.toFixed(1).padStart(8)} ms`;
 
-// A Windows program of the benchmarks, with its output as ours.
+// Runs a Windows program of the benchmarks; its output goes to standard output.
 async function runProgram(name) {
   const profile = await mkdtemp(join(tmpdir(), 'wendra-bench-'));
   const child = spawn(
@@ -46,7 +46,7 @@ async function runProgram(name) {
   if (code !== 0) throw new Error(`${name} ended with ${code}`);
 }
 
-// Median milliseconds of the action in the page.
+// The median of the action's times in the page, in milliseconds.
 const measureAction = (page, name, args) =>
   page.evaluate(async (action, parameters, rounds) => {
     const ask = () => new Promise((resolve, reject) => {
@@ -62,7 +62,7 @@ const measureAction = (page, name, args) =>
     return times;
   }, name, args, kRounds).then(median);
 
-// The same text as a string in a script that comes from outside.
+// The median of the times of a script with a string of that length, in milliseconds.
 async function measureScript(page, length) {
   const script = `window.bench = '${'x'.repeat(length)}'; 0`;
   const times = [];

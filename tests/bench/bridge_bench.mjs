@@ -1,9 +1,9 @@
-// The way of one request through the real host, beside what the way costs without the host's work:
+// Measures one request through the real host, and the same way without the host's work:
 //
-//   platform   from the page's postMessage to its resolve, one after the other
+//   platform   from the page's postMessage to its resolve, one request after the other
 //   evaluate   a bare script evaluation in the same page, there and back, over the same protocol
-//   host       the host's own share of it: its message handler less the calls into the control
-//              and less the system's debugger output, which is shown by itself
+//   host       the host's own share: its message handler without the calls into the control and
+//              without the system's debugger output, which is shown separately
 //
 // node tests/bench/bridge_bench.mjs [--once]    build/windows must be built
 import { mkdtemp, readFile, rm } from 'node:fs/promises';
@@ -24,7 +24,7 @@ const kPage = `<!doctype html><title>bench</title><script>
     resolveCurrent = resolve;
     chrome.webview.postMessage({ __reqId: id, name: 'platform', args: [] });
   });
-  // Microseconds of each of count requests, and how many were answered with success.
+  // The microseconds of each of count requests, and how many of them succeeded.
   window.measure = async (count) => {
     const times = [];
     let succeeded = 0;
@@ -63,7 +63,8 @@ async function measureEvaluate(page) {
   return percentiles(times);
 }
 
-// The host's own share over one run: `before` requests, then the measured ones.
+// Runs a host: `before` requests first, then the measured ones. The host's own share is that of all
+// requests.
 async function run(title, before) {
   const folder = await mkdtemp(join(tmpdir(), 'wendra-bench-'));
   const timings = join(folder, 'timings.json');

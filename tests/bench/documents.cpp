@@ -11,7 +11,8 @@ namespace {
 
 using namespace std::string_view_literals;
 
-// Not the standard distributions: they give other numbers with other libraries.
+// Random choices. The standard distributions are not used: they give other numbers with other
+// standard libraries.
 class Choice {
  public:
   explicit Choice(std::uint64_t seed) : random_(seed) {}
@@ -51,7 +52,7 @@ std::string FileRequest(std::string_view name, const std::string& content) {
          R"(","content":")" + content + R"("}})";
 }
 
-// One line of program text, escaped.
+// One line of program text, escaped for JSON.
 std::string SourceLine(Choice& choice) {
   constexpr std::string_view kLines[] = {
       R"(#include \"json/json.h\")"sv,
@@ -92,7 +93,7 @@ std::string Tool(Choice& choice, std::size_t number) {
 }
 
 std::string Double(Choice& choice) {
-  // 53 random bits, somewhere between 1e-3 and 1e6
+  // 53 random bits, scaled to at most 1e-3, 1, 180 or 1e6
   constexpr double kScales[] = {1e-3, 1.0, 180.0, 1e6};
   const double unit = static_cast<double>(choice.Bits() >> 11) / 9007199254740992.0;
   char text[32];
@@ -100,7 +101,7 @@ std::string Double(Choice& choice) {
   return text;
 }
 
-// `digits` with the point before the last two.
+// A random decimal with two digits after the point.
 std::string ShortDecimal(Choice& choice) {
   const std::string digits = std::to_string(1000 + choice.Below(90'000));
   return digits.substr(0, digits.size() - 2) + "." + digits.substr(digits.size() - 2);
@@ -129,7 +130,7 @@ std::string ShortRecord(Choice& choice) {
   return text + R"(],"note":"","state":"open"})";
 }
 
-// `[element,element,...]`, until there are `bytes` bytes.
+// A JSON array of made elements, of at least `bytes` bytes.
 template <typename Make>
 std::string ListOf(std::size_t bytes, Make&& make) {
   std::string text = "[";
@@ -140,7 +141,8 @@ std::string ListOf(std::size_t bytes, Make&& make) {
   return text + "]";
 }
 
-// The compact text on many lines. It must be well-formed and have no empty container.
+// The compact JSON text, indented on many lines. It must be well-formed and have no empty
+// container.
 std::string Indented(std::string_view compact) {
   std::string text;
   std::size_t depth = 0;

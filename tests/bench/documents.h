@@ -1,4 +1,4 @@
-// JSON documents like those that the program meets, made from nothing, the same in every run.
+// Makes JSON documents like those that the program reads and writes. They are the same in each run.
 #pragma once
 
 #include <cstddef>
@@ -7,15 +7,15 @@
 
 namespace wendra {
 
-// Requests of a page, some ten kinds of them, each below 300 bytes.
+// Ten requests of a page, each of another kind and below 300 bytes.
 std::vector<std::string> SmallBridgeRequests();
 
-// A page's request that holds a whole file of about `bytes` bytes as one string: program text, with
-// line breaks, tabs, quotes and backslashes to escape; or base64, with nothing to escape.
+// A page's request with a file of about `bytes` bytes as one string. The file is program text, with
+// line breaks, tabs, quotes and backslashes to escape, or base64, with nothing to escape.
 std::string SourceFileRequest(std::size_t bytes);
 std::string Base64FileRequest(std::size_t bytes);
 
-// The answer of an MCP server that offers `tools` tools, each with its description and schema.
+// The response of an MCP server that lists `tools` tools, each with its description and schema.
 std::string ToolsListResult(std::size_t tools);
 
 // About `bytes` bytes of coordinates, counters and measurements: short integers, short decimals,
@@ -25,7 +25,7 @@ std::string NumbersDocument(std::size_t bytes);
 // About `bytes` bytes of records with many short strings.
 std::string ShortStringsDocument(std::size_t bytes);
 
-// The same as ToolsListResult, on many lines and indented by two spaces.
+// The same as ToolsListResult, indented by two spaces on many lines.
 std::string IndentedToolsListResult(std::size_t tools);
 
 }  // namespace wendra

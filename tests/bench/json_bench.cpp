@@ -1,10 +1,10 @@
-// Json beside nlohmann/json and RapidJSON, on the same documents in the same run.
+// Measures Json, nlohmann/json and RapidJSON on the same documents in the same run.
 //
-// json_bench [options of Google Benchmark]   measures, and ends with a table of ratios
-// json_bench --once                          runs every case once and compares the results
+// json_bench [options of Google Benchmark]   measures, then prints a table of ratios
+// json_bench --once                          runs each case once and compares the results
 //
-// What is timed, alike for all three libraries, each with its own value type (RapidJSON's is the
-// DOM with its pool, parsed with kParseFullPrecisionFlag; the others round correctly anyway):
+// The same operations are timed for all three libraries, each with its own value type. RapidJSON's
+// is the DOM with its pool, parsed with kParseFullPrecisionFlag, as the others round correctly too:
 //   parse      text to value, and destroying the value
 //   copy       deep copy, and destroying the copy
 //   serialize  value to compact text in a fresh buffer, and destroying the buffer
@@ -30,8 +30,7 @@
 namespace wendra {
 namespace {
 
-// ---- the three libraries
-// -------------------------------------------------------------------------
+// The three libraries.
 
 struct Ours {
   static constexpr std::string_view kName = "wendra";
@@ -73,10 +72,9 @@ struct RapidJson {
   }
 };
 
-// ---- the documents and what is to be reached on them
-// ---------------------------------------------
+// The documents, and the targets for them.
 
-// How many times as fast we want to be; 0 where nothing is asked.
+// How many times as fast as the other library Json has to be; 0 means that there is no target.
 struct Reach {
   double parseNlohmann;
   double parseRapidJson;
@@ -84,7 +82,7 @@ struct Reach {
 };
 
 #ifdef _WIN32
-// With the slower heap of Windows, and of Wine.
+// The targets with the slower heap of Windows and of Wine.
 constexpr Reach kSmall{3, 0, 0};
 constexpr Reach kOneString{0, 0, 0};
 constexpr Reach kStructured{3, 0, 0};
@@ -98,8 +96,8 @@ constexpr Reach kNumbers{2.2, 0.5, 2};
 
 struct Document {
   const char* name;
-  std::vector<std::string> texts;  // one round works through all of them
-  int repeats;                     // ... this many times, so that the clock can see it
+  std::vector<std::string> texts;  // one round handles all of them
+  int repeats;                     // so many times, to take long enough for the clock
   Reach reach;
 };
 
@@ -124,10 +122,9 @@ std::string CaseName(const Document& document, std::string_view operation,
   return std::string(document.name) + "/" + std::string(operation) + "/" + std::string(library);
 }
 
-// ---- measuring
-// -----------------------------------------------------------------------------------
+// Measuring.
 
-// Keeps the compiler from leaving out work whose result nobody uses.
+// Prevents that the compiler leaves out work whose result is not used.
 void Use(const void* result) {
   static const void* volatile used;
   used = result;
@@ -228,8 +225,7 @@ void PrintRatios(const std::vector<Measured>& work) {
   }
 }
 
-// ---- comparing
-// -----------------------------------------------------------------------------------
+// Comparing.
 
 bool Same(const Json& ours, const rapidjson::Value& theirs) {
   switch (ours.kind) {
@@ -262,7 +258,8 @@ bool Same(const Json& ours, const rapidjson::Value& theirs) {
   }
 }
 
-// Reads, copies and writes, with each library; "" or what went wrong.
+// Reads, copies and writes the text, and compares the results of the libraries. Gives "", or what
+// is wrong.
 std::string Compare(const std::string& text) {
   Json ours;
   nlohmann::json nlohmannValue;

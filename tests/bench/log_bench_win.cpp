@@ -1,5 +1,5 @@
-// What a line in the log costs after 100 lines and after 100,000, with the panel hidden and shown;
-// the window's messages are handled after every line, as the message loop would.
+// Measures how long a line of the log takes after 100 lines and after 100,000, with the panel
+// hidden and shown. The window's messages are handled after each line, as in the message loop.
 #include <chrono>
 #include <cstdio>
 #include <cstring>
@@ -28,8 +28,8 @@ std::string PanelText(HWND parent) {
   return Narrow(text);
 }
 
-// Writes lines up to the last count; prints microseconds a line around each count. False when the
-// panel does not hold the log at the end.
+// Writes lines up to the last count and prints the microseconds per line after each count. False:
+// at the end the panel does not hold the whole log.
 bool RunCurve(bool isVisible, int lastCount) {
   const TestWindow window;
   ShowWindow(window.Handle(), SW_SHOW);

@@ -1,9 +1,9 @@
-// Calls of MCP servers through the host's client, from the session's request to its reply on the UI
-// thread, beside the official SDK's client. They take turns, so that whatever else the machine does
-// disturbs all alike.
+// Measures calls of MCP servers by the host's client, from the connection's request to its response
+// on the UI thread, and by the client of the official SDK. They take turns, so that other work of
+// the machine disturbs both.
 //
 //   local    a server on Windows Node, over standard input and output; the SDK on Windows Node too
-//   remote   one server over HTTP, and a bare WinHTTP loop of the same requests as the floor
+//   remote   a server over HTTP; also a bare WinHTTP loop of the same requests, as the lower limit
 //
 // node tests/bench/mcp_bench.mjs [--once] [local|remote [CALLS]]    build/windows must be built
 import { kNode } from '../e2e/support/mcp_servers.mjs';
@@ -14,7 +14,7 @@ const kKiB = 1024;
 const isOnce = process.argv.includes('--once');
 const [what = 'both', calls] = process.argv.slice(2).filter((one) => !one.startsWith('--'));
 
-// As mcp_latency takes them: bytes there, bytes back; 0 for as many there as back.
+// The sizes as mcp_latency takes them: BYTES_SENT:BYTES_BACK. 0 bytes sent means as many as back.
 const sizes = (there, back) => back.map((bytes) => `${there}:${bytes}`);
 
 const measure = (server, count, calledWith, client) =>

@@ -30,7 +30,7 @@ double MicrosecondsSince(Clock::time_point start) {
   std::_Exit(1);
 }
 
-// As mcp_sdk_client.mjs has it.
+// The same text as in mcp_sdk_client.mjs.
 std::string EchoText(size_t bytes) {
   const std::string line = "A line of text, with \"quotes\" in it, such as a tool may return.\n";
   std::string text;
@@ -128,7 +128,7 @@ std::string OtherCaller::ReadLine() {
   }
 }
 
-// The beginning of what it complained of.
+// The first bytes that the other client has written to standard error.
 std::string OtherCaller::ReadError() {
   std::array<char, 4096> buffer;
   DWORD got = 0;
@@ -177,7 +177,7 @@ Times BareCaller::Call(const EchoCall& call, int count) {
   return times;
 }
 
-// The size of the response's body; 0 after a failure.
+// Makes one request. Gives the size of the response's body; 0 after a failure.
 size_t BareCaller::Exchange(const std::string& body) {
   const HttpHandle request(
       WinHttpOpenRequest(connection_.Get(), L"POST", path_.c_str(), nullptr, nullptr, nullptr, 0));

@@ -1,5 +1,5 @@
-// Three ways to call the tool "echo" of one MCP server, one call after the other: the host's own
-// client, another program's client, and the bare exchange without a client.
+// Three ways to call the tool "echo" of one MCP server, one call after the other: the host's
+// client, the client of another program, and a bare HTTP exchange without a client.
 #pragma once
 
 #include <optional>
@@ -15,22 +15,22 @@
 namespace wendra {
 
 struct EchoCall {
-  size_t messageBytes;  // of the text that is sent
-  size_t resultBytes;   // of the text that comes back
+  size_t messageBytes;  // length of the text that is sent
+  size_t resultBytes;   // length of the text that comes back
 };
 
-// Microseconds of each call.
+// The microseconds of each call.
 using Times = std::vector<double>;
 
 class EchoCaller {
  public:
   virtual ~EchoCaller() = default;
-  // Ends the program with a line of what went wrong when a call fails.
+  // Makes `count` calls. If a call fails, prints why and ends the program.
   virtual Times Call(const EchoCall& call, int count) = 0;
 };
 
-// The client of config.json's first server, on a window of its own: from the session's request to
-// its reply on the UI thread.
+// The host's client, with a window of its own, calls the first server of a config.json. A call
+// takes from the connection's request to its response on the UI thread.
 class HostCaller : public EchoCaller {
  public:
   explicit HostCaller(const std::wstring& configPath);
@@ -46,7 +46,7 @@ class HostCaller : public EchoCaller {
   McpWindow window_;
 };
 
-// A program that makes the calls itself; see mcp_sdk_client.mjs for what it reads and writes.
+// Another program makes the calls. mcp_sdk_client.mjs describes what it reads and writes.
 class OtherCaller : public EchoCaller {
  public:
   OtherCaller(const std::wstring& program, const std::vector<std::wstring>& arguments);
@@ -58,14 +58,14 @@ class OtherCaller : public EchoCaller {
   std::string ReadError();
 
   Child child_;
-  std::string read_;  // beyond the last line
+  std::string read_;  // bytes after the last line that was taken
 };
 
-// The same bytes as the host's, sent and read to the end with WinHTTP in its simplest use: one
-// session and one connection for all, each call waiting in place.
+// Sends the same bytes as the host's client and reads the whole response, with WinHTTP in its
+// simplest use: one session and one connection for all calls, and each call blocks.
 class BareCaller : public EchoCaller {
  public:
-  // Makes a session of its own with the server at `url`.
+  // Begins a session with the server at `url`.
   explicit BareCaller(const std::string& url);
 
   Times Call(const EchoCall& call, int count) override;

@@ -1,8 +1,8 @@
-// The server of the MCP benchmarks, on the official SDK. Its one tool, echo, returns its text
-// `message`, repeated and cut to `bytes` bytes, so that a small request can have a large answer.
+// The server of the MCP benchmarks; it uses the official SDK. Its only tool, echo, returns the text
+// `message`, repeated and cut to `bytes` bytes, so a small request can have a large response.
 //
-//   node mcp_echo_server.mjs [LIST_MS]    serves standard input and output; LIST_MS milliseconds
-//                                         pass before the list of tools is answered
+//   node mcp_echo_server.mjs [LIST_MS]    serves standard input and output; answers the request
+//                                         for the list of tools after LIST_MS milliseconds
 import { createServer } from 'node:http';
 import { randomUUID } from 'node:crypto';
 import { fileURLToPath } from 'node:url';
@@ -29,7 +29,7 @@ const textOf = ({ message, bytes }) =>
     ? message
     : message.repeat(Math.ceil(bytes / message.length)).slice(0, bytes);
 
-// A server that answers the list after `listMs`.
+// A server that answers the request for its tools after `listMs`.
 function makeServer({ listMs = 0 } = {}) {
   const server = new Server({ name: 'echo', version: '1' }, { capabilities: { tools: {} } });
   server.setRequestHandler(ListToolsRequestSchema, async () => {
@@ -42,8 +42,8 @@ function makeServer({ listMs = 0 } = {}) {
   return server;
 }
 
-// Streamable HTTP with sessions on a free port of localhost; answers are event streams unless
-// `json`.
+// Serves streamable HTTP with sessions on a free port of localhost. Responses are JSON with `json`,
+// else event streams.
 export async function startHttpServer({ json = false } = {}) {
   const transports = new Map();
   const open = async () => {
@@ -59,7 +59,7 @@ export async function startHttpServer({ json = false } = {}) {
     const transport = transports.get(request.headers['mcp-session-id']) ?? (await open());
     await transport.handleRequest(request, response);
   });
-  server.keepAliveTimeout = 60_000; // while another client is measured, connections stay
+  server.keepAliveTimeout = 60_000; // keeps connections while another client is measured
   await new Promise((resolve) => server.listen(0, '127.0.0.1', resolve));
   return {
     url: `http://localhost:${server.address().port}/mcp`,

@@ -1,10 +1,11 @@
-// Calls of one MCP server: the host's client beside the official SDK's and, for a remote server,
-// beside the bare exchange, in turn. Started by mcp_bench.mjs.
+// Measures calls of one MCP server: by the host's client, by the client of the official SDK and,
+// for a remote server, by a bare HTTP exchange. They take turns. Started by mcp_bench.mjs.
 //
 //   mcp_latency CALLS CONFIG MESSAGE:RESULT[,MESSAGE:RESULT...] PROGRAM [ARGUMENT...]
 //
-// CONFIG: a config.json with the server. MESSAGE, RESULT: bytes of the text that is sent and that
-// comes back; MESSAGE 0 stands for as much as RESULT. PROGRAM with its arguments: the SDK's client.
+// CONFIG: a config.json with the server. MESSAGE, RESULT: the bytes of the text that is sent and of
+// the text that comes back; MESSAGE 0 means as many as RESULT. PROGRAM with its arguments: the
+// SDK's client.
 #include <algorithm>
 #include <cstdio>
 #include <memory>
@@ -35,7 +36,7 @@ struct Measured {
   Times times = {};
 };
 
-// In blocks, one caller's after the other's: whatever else the machine does disturbs all alike.
+// The callers take turns, in blocks of calls, so that other work of the machine disturbs all.
 void Measure(std::vector<Measured>& all, const EchoCall& call, int calls) {
   for (Measured& one : all) (void)one.caller.Call(call, std::min(kWarmUpCalls, calls));
   for (int block = 0; block < kBlocks; ++block) {

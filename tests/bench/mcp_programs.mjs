@@ -12,20 +12,21 @@ const kRoot = join(kFolder, '../..');
 
 export const windowsScript = (name) => windowsPath(join(kFolder, name));
 
-// An entry of config.json: the echo server on Windows Node. It answers the list after `listMs`.
+// An entry of config.json for the echo server on Windows Node. It answers the request for its tools
+// after `listMs`.
 export const localServer = (listMs = 0) => ({
   command: kNode,
   args: [windowsScript('mcp_echo_server.mjs'), String(listMs)],
 });
 
-// One that is ready as soon as it has been started.
+// An entry for a server that is ready as soon as it has been started.
 export const lightServer = {
   command: windowsPath(join(kRoot, 'build/windows/bin/mcp_child.exe')),
   args: ['list', 'answer'],
 };
 
-// Runs a program with a config.json of these servers to its end: what it printed, which is shown as
-// it comes unless `silent`. `args` is called with the Windows path of the config.json.
+// Runs a program with a config.json of these servers to its end and gives its output, which is also
+// printed, unless `silent`. `args` makes the arguments from the Windows path of the config.json.
 export async function runWithServers(program, servers, args, { silent = false } = {}) {
   const profile = await mkdtemp(join(tmpdir(), 'wendra-bench-'));
   const config = join(profile, 'config.json');

@@ -1,18 +1,17 @@
-// The official SDK's client, measured in turn with the host's: calls echo as often as a line of its
-// standard input says, and answers with a line of the microseconds that each call took.
+// The client of the official SDK, which is measured in turn with the host's client. For each line
+// of standard input, CALLS MESSAGE_BYTES RESULT_BYTES, it calls echo CALLS times and writes a line
+// with the microseconds of each call.
 //
-//   node mcp_sdk_client.mjs URL                          a remote server
-//   node mcp_sdk_client.mjs PROGRAM ARGUMENT...          a local one, which it starts
-//
-// Lines in: CALLS MESSAGE_BYTES RESULT_BYTES
+//   node mcp_sdk_client.mjs URL                          calls a remote server
+//   node mcp_sdk_client.mjs PROGRAM ARGUMENT...          starts and calls a local server
 import { Socket } from 'node:net';
 import { createInterface } from 'node:readline';
 import { Client } from '../e2e/node_modules/@modelcontextprotocol/sdk/dist/esm/client/index.js';
 import { StdioClientTransport } from '../e2e/node_modules/@modelcontextprotocol/sdk/dist/esm/client/stdio.js';
 import { StreamableHTTPClientTransport } from '../e2e/node_modules/@modelcontextprotocol/sdk/dist/esm/client/streamableHttp.js';
 
-// Wine does not know the option of TCP that this sets, and Node then does not connect at all. It
-// only concerns connections on which nothing is sent.
+// Wine does not know the TCP option that this function sets, and then Node does not connect at all.
+// The option matters only for idle connections.
 Socket.prototype.setKeepAlive = function () {
   return this;
 };

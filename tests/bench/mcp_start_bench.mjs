@@ -1,8 +1,8 @@
-// Starting, listing and stopping many MCP servers, beside one:
+// Measures starting, listing and stopping many MCP servers, compared with one server:
 //
-//   light    20 servers of one config.json that are there at once: what starting costs by itself
-//   Node     20 servers on Node, of which each answers the list later than the one before
-//   remote   50 servers that nobody can reach
+//   light    20 servers that are ready at once; shows the cost of starting itself
+//   Node     20 servers on Node; each answers the request for its tools later than the one before
+//   remote   50 servers that refuse connections
 //
 // node tests/bench/mcp_start_bench.mjs [--once]    build/windows must be built
 import { createServer } from 'node:net';
@@ -18,7 +18,7 @@ const inMs = (ms) => `${ms.toFixed(0)} ms`;
 const run = async (servers) =>
   JSON.parse(await runWithServers('mcp_start.exe', named(servers), (config) => [config], { silent: true }));
 
-// A port of localhost on which nobody listens any more.
+// A port of localhost on which no server listens.
 async function freePort() {
   const server = createServer().listen(0, '127.0.0.1');
   await new Promise((resolve) => server.on('listening', resolve));
@@ -27,7 +27,8 @@ async function freePort() {
   return port;
 }
 
-// How long the window was held up, and how much of it by the system's starting of programs.
+// How long the start blocked the window, how much of that was CreateProcessW, and the longest
+// message afterwards.
 function showStart({ startMs, createdMs, longestMs }) {
   const beyond = inMs(startMs - createdMs);
   console.log(`  start ${inMs(startMs)}, CreateProcessW ${inMs(createdMs)}: ${beyond} beyond (reach: 50 ms)`);

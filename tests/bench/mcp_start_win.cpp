@@ -1,5 +1,5 @@
 // Starts the MCP servers of a config.json as the main window does, lists their tools twice, and
-// stops them; prints the times in milliseconds as JSON. Started by mcp_start_bench.mjs.
+// stops them. Prints the times in milliseconds as JSON. Started by mcp_start_bench.mjs.
 //
 //   mcp_start CONFIG
 #include <algorithm>
@@ -27,7 +27,7 @@ double MsOf(const std::function<void()>& work) {
   return MsSince(start);
 }
 
-double createdMs = 0;  // spent in CreateProcessW so far
+double createdMs = 0;  // time in CreateProcessW so far
 decltype(&CreateProcessW) realCreateProcess = nullptr;
 
 BOOL WINAPI TimedCreateProcess(const wchar_t* program, wchar_t* commandLine,
@@ -46,14 +46,14 @@ BOOL WINAPI TimedCreateProcess(const wchar_t* program, wchar_t* commandLine,
   return isCreated;
 }
 
-// Lists the tools of all servers, as the page asks for it.
+// Lists the tools of all servers, with the action that the page uses.
 class Lister {
  public:
   explicit Lister(McpClient& client)
       : list_(McpServersAction(replies_, [&client] { return client.Servers(); })) {}
 
-  // From the page's request to its reply. The longest that one message held the window up meanwhile
-  // is kept.
+  // The milliseconds from the page's request to its reply. Also keeps the longest time that one
+  // message took.
   double List() {
     const size_t replies = page_.scripts.size();
     return MsOf([&] {

@@ -1,4 +1,4 @@
-// The main window as far as MCP servers know it.
+// A window that handles the messages of MCP servers as the main window does.
 #pragma once
 
 #include <memory>
@@ -18,8 +18,8 @@
 
 namespace wendra {
 
-// The client of a config.json and the window to which its servers' messages go, on the thread that
-// made it and that has to dispatch them.
+// The MCP client of a config.json, and the window that gets its servers' messages. The thread that
+// makes this object has to dispatch them.
 class McpWindow {
  public:
   explicit McpWindow(const std::wstring& configPath)

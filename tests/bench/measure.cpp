@@ -10,7 +10,7 @@ namespace wendra {
 
 namespace {
 
-// Prints as usual, and keeps the best repetition of each benchmark.
+// Prints like the console reporter, and keeps the best repetition of each benchmark.
 class KeepBest : public benchmark::ConsoleReporter {
  public:
   void ReportRuns(const std::vector<Run>& runs) override {
@@ -55,7 +55,7 @@ int RoundsPerRepetition(const Measured& work) {
 }
 
 void Measure(std::vector<Measured>& work, int argc, char** argv) {
-  // Interleaved: whatever else the machine is doing then disturbs all alike.
+  // With interleaved repetitions, other work of the machine disturbs all benchmarks.
   char interleaved[] = "--benchmark_enable_random_interleaving=true";
   std::vector<char*> arguments(argv, argv + argc);
   arguments.insert(arguments.begin() + 1, interleaved);

@@ -1,4 +1,4 @@
-// Times pieces of work with Google Benchmark, all in one run.
+// Measures several functions with Google Benchmark in one run.
 #pragma once
 
 #include <functional>
@@ -10,20 +10,19 @@ namespace wendra {
 struct Measured {
   std::string name;
   std::function<void()> prepare;  // before each round, not timed
-  std::function<void()> round;    // long enough for a clock: some 20 microseconds at least
-  double nanoseconds = 0;         // of a round, in the best repetition; filled by Measure
+  std::function<void()> round;    // must take long enough for the clock: 20 microseconds or more
+  double nanoseconds = 0;         // time of a round in the best repetition; set by Measure
 };
 
-// Every piece of work is measured this often, and each time for about so long, with what it takes
-// to prepare it.
+// Each function is measured so many times, and each time for about so long, with its preparation.
 inline constexpr int kRepetitions = 5;
 inline constexpr double kSecondsPerRepetition = 0.05;
 
-// How many rounds fill a repetition: at least three. Runs one of them to find out.
+// How many rounds fill a repetition, at least three. Runs one round to measure that.
 int RoundsPerRepetition(const Measured& work);
 
-// Measures all of `work`. `argc` and `argv` are the program's,
-// for the options of the stopwatch.
+// Measures all of `work`. `argc` and `argv` are those of the program, with options of Google
+// Benchmark.
 void Measure(std::vector<Measured>& work, int argc, char** argv);
 
 }  // namespace wendra

@@ -1,5 +1,6 @@
-// The host's own way of a file to the page: read it, write it as JSON into the reply's script,
-// widen that for the control. In MB/s of the file's bytes; the reach is 400 for each kind of reply.
+// Measures the host's share of sending a file to the page: reading it, writing it as JSON into the
+// script of the reply, and widening the script for the control. In MB/s of the file; the target is
+// 400 for each kind of reply.
 #include <algorithm>
 #include <chrono>
 #include <cstdio>
@@ -18,7 +19,7 @@
 namespace wendra {
 namespace {
 
-// The file that is in the request of a page that writes source text.
+// The file content in the request that SourceFileRequest makes.
 std::string SourceText(size_t bytes) {
   Json request;
   (void)Parse(SourceFileRequest(bytes), request);
@@ -40,7 +41,7 @@ double BestSeconds(int rounds, const std::function<void()>& work) {
 
 int Main(bool isOnce) {
   constexpr size_t kBytes = 16'000'000;
-  constexpr size_t kMaxFileBytes = 16'777'216;  // that the actions read
+  constexpr size_t kMaxFileBytes = 16'777'216;  // the largest file that the actions read
   constexpr double kBytesPerMb = 1e6;
   const ScratchFolder folder;
   const std::wstring path = folder / L"source.txt";
@@ -61,7 +62,7 @@ int Main(bool isOnce) {
                 static_cast<double>(content.size()) / kBytesPerMb / seconds);
   }
 
-  // Where the time goes.
+  // The single steps.
   const double mb = static_cast<double>(content.size()) / kBytesPerMb;
   const int rounds = isOnce ? 1 : 7;
   const auto show = [&](const char* step, const std::function<void()>& work) {

@@ -1,5 +1,6 @@
-// What it costs to take the messages out of an 8 MiB body that arrives in pieces of a network
-// packet each, beyond putting the pieces together. The reach: at most 50 ms of processor time.
+// Measures how long it takes to cut the messages out of an 8 MiB body that arrives in chunks of the
+// size of a network packet, without the time to put the chunks together. The target is at most 50
+// ms of processor time.
 #include <algorithm>
 #include <cstdio>
 #include <cstring>
@@ -16,7 +17,7 @@ namespace {
 constexpr size_t kPieceBytes = 1'460;
 constexpr double kMsPerSecond = 1000;
 
-// An answer of the most bytes that are read, full of short strings.
+// A response of the largest size that is read, with many short strings.
 std::string Answer(std::string_view before, std::string_view after) {
   std::string text(before);
   text += R"({"jsonrpc":"2.0","result":{"records":[)";
@@ -35,7 +36,7 @@ void ForEachPiece(std::string_view body, const std::function<void(std::string_vi
 double BestMs(int rounds, const std::function<void()>& work) {
   double best = 1e300;
   for (int i = 0; i < rounds; ++i) {
-    const std::clock_t start = std::clock();  // processor time, whatever else runs
+    const std::clock_t start = std::clock();  // processor time of this program only
     work();
     best = std::min(best, static_cast<double>(std::clock() - start) / CLOCKS_PER_SEC);
   }
