@@ -21,7 +21,7 @@ struct Created {
   DWORD thread = 0;
 };
 
-// Asks for an environment and waits for the answer if `wait` says that there will be one.
+// Asks for an environment; with `wait` also waits until the handler is invoked.
 HRESULT Ask(Created& created, bool wait) {
   bool returned = false;
   const auto handler =
@@ -50,7 +50,7 @@ TEST(Creation, EnvironmentComesLaterAndOnTheSameThread) {
   EXPECT_EQ(created.thread, GetCurrentThreadId());
 }
 
-TEST(Creation, WithoutRuntimeFailsAtOnceAndNeverInvokes) {
+TEST(Creation, FailsAtOnceWithoutARuntimeAndNeverInvokes) {
   const struct {
     const wchar_t* name;
     const wchar_t* value;
@@ -109,7 +109,7 @@ TEST(Creation, NeedsASingleThreadedApartment) {
   } rows[] = {
       {std::nullopt, CO_E_NOTINITIALIZED},
       {COINIT_MULTITHREADED, RPC_E_CHANGED_MODE},
-      {COINIT_APARTMENTTHREADED, E_FAIL},  // reaches the handler, which is told of the failure
+      {COINIT_APARTMENTTHREADED, E_FAIL},  // the handler is invoked with the error
   };
   const ScopedVariable mode(L"WENDRA_DEV_CREATE", L"fail");
   for (const auto& row : rows) {
@@ -171,7 +171,7 @@ TEST(Creation, ControllerCanFail) {
   DestroyWindow(window);
 }
 
-TEST(Creation, ParentThatIsGoneAbortsTheController) {
+TEST(Creation, ControllerIsAbortedWhenItsParentIsDestroyed) {
   const HWND window = MakeTestWindow();
   HRESULT seen = S_OK;
   const auto gotController = MakeHandler<ControllerHandler>(
@@ -186,7 +186,7 @@ TEST(Creation, ParentThatIsGoneAbortsTheController) {
   EXPECT_EQ(seen, E_ABORT);
 }
 
-TEST(Creation, ObjectsAnswerOnlyForWhatTheyAre) {
+TEST(Creation, ObjectsHaveOnlyTheirOwnInterfaces) {
   TestControl control;
   IUnknown* const objects[] = {&control.Environment(), &control.Controller(), &control.View()};
   const GUID own[] = {kIidOf<ICoreWebView2Environment>, kIidOf<ICoreWebView2Controller>,

@@ -1,5 +1,5 @@
-// A host in miniature that imports the DLL the way the real program does. The tests run it to see
-// how a whole process fares; by hand it shows a page: host_probe show http://localhost:8080/
+// A small host that imports the DLL as the real program does. Tests run it to check a whole
+// process. By hand it shows a page: runtime_host_probe show http://localhost:8080/
 #include <cstdlib>
 #include <cwchar>
 #include <stdexcept>
@@ -23,7 +23,7 @@ void WriteToDebugger() {
   OutputDebugStringW(L"[Wendra] last\n");
 }
 
-// What a message from the page makes the host do.
+// What the host does when the page posts a message.
 enum class OnMessage { kNothing, kLeave, kThrow };
 
 class Host {
@@ -89,7 +89,7 @@ class Host {
   }
 
   void TakeMessage() {
-    if (onMessage_ == OnMessage::kLeave) std::exit(EXIT_SUCCESS);  // without a farewell
+    if (onMessage_ == OnMessage::kLeave) std::exit(EXIT_SUCCESS);  // without closing the control
     if (onMessage_ == OnMessage::kThrow) throw std::out_of_range("nobody catches this");
   }
 

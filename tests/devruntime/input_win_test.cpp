@@ -21,7 +21,7 @@ class Input : public testing::Test {
     ASSERT_TRUE(control_.WaitFor("document.activeElement.id", "\"field\""));
   }
 
-  // A key down and up, as the keyboard's messages say it.
+  // Posts the messages of a key that goes down and up.
   void Press(WPARAM virtualKey) {
     const UINT scanCode = MapVirtualKeyW(static_cast<UINT>(virtualKey), MAPVK_VK_TO_VSC);
     const LPARAM down = 1 | static_cast<LPARAM>(scanCode) << 16;
@@ -39,14 +39,14 @@ class Input : public testing::Test {
   TestControl control_;
 };
 
-TEST_F(Input, CharactersArriveWhateverTheyAre) {
+TEST_F(Input, AnyCharacterArrives) {
   Type(L"a \u00e4\u00f6\u00fc\u00df \u20ac \u65e5 \U0001f600");
   EXPECT_TRUE(
       FieldBecomes("\"a \xc3\xa4\xc3\xb6\xc3\xbc\xc3\x9f \xe2\x82\xac \xe6\x97\xa5 "
                    "\xf0\x9f\x98\x80\""));
 }
 
-TEST_F(Input, KeysTypeAndAreNamed) {
+TEST_F(Input, KeysTypeAndReportTheirNames) {
   Press('H');
   Press('7');
   EXPECT_TRUE(FieldBecomes("\"h7\""));

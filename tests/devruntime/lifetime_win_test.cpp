@@ -12,12 +12,12 @@
 namespace wendra {
 namespace {
 
-// A file of the run's scratch folder, in the Unix way in which a script names it.
+// A file in the scratch folder of the run, as a Unix path, which is what a script would give.
 std::wstring ScratchFile(const wchar_t* name) {
   return DevVariable(L"RUNTIME_TEST_SCRATCH") + L"/" + name;
 }
 
-TEST(Closing, EverythingFailsAfterwards) {
+TEST(Closing, EveryCallFailsAfterwards) {
   TestControl control;
   ASSERT_TRUE(control.LoadBody("hello"));
   ASSERT_EQ(control.Controller().Close(), S_OK);
@@ -44,7 +44,7 @@ TEST(Closing, NoHandlerIsInvokedAfterwards) {
       L"1", MakeHandler<ScriptHandler>([&](HRESULT, LPCWSTR) { completed = true; }).Get());
   control.Controller().Close();
   const size_t before = control.messages.size();
-  TestControl other;  // a whole start of another control is time enough for anything left over
+  TestControl other;  // while another control starts, a late handler would be invoked
   ASSERT_TRUE(other.LoadBody("hello"));
   EXPECT_EQ(control.messages.size(), before);
   EXPECT_FALSE(completed);
@@ -76,7 +76,7 @@ TEST(Closing, FromInsideAHandlerIsHarmless) {
   EXPECT_EQ(control.messages.size(), 1u);
 }
 
-TEST(Closing, OfTheParentWindowLeavesTheControlHarmless) {
+TEST(Closing, ParentWindowMayBeDestroyedFirst) {
   TestControl control;
   ASSERT_TRUE(control.LoadBody("hello"));
   DestroyWindow(control.Window());
@@ -139,7 +139,7 @@ TEST(Failures, CrashOfThePageLeavesTheHostAlive) {
   EXPECT_EQ(control.Evaluate("document.body.textContent"), "\"again\"");
 }
 
-// Last in this file: it ends the second browser.
+// No other test may use the second browser: this one ends it.
 TEST(Failures, EndOfTheBrowserLeavesTheHostAlive) {
   const std::wstring file = DevVariable(L"RUNTIME_TEST_SECOND_BROWSER");
   const ScopedVariable browser(L"WENDRA_DEV_BROWSER", file);
@@ -153,7 +153,7 @@ TEST(Failures, EndOfTheBrowserLeavesTheHostAlive) {
   ASSERT_TRUE(socket.Connect(where->port, where->path));
   ASSERT_TRUE(socket.Send(R"({"id":1,"method":"Browser.close"})"));
   std::string ignored;
-  while (socket.Receive(ignored)) continue;  // until the browser is gone
+  while (socket.Receive(ignored)) continue;  // until the browser has ended
   HRESULT error = S_OK;
   const auto handler = MakeHandler<ScriptHandler>([&](HRESULT result, LPCWSTR) { error = result; });
   while (SUCCEEDED(error)) {

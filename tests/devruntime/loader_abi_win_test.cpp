@@ -1,6 +1,6 @@
-// The DLL called as the platform documents it and in no other way: slots by number, plain function
-// pointers, identifiers as sixteen bytes. Nothing of the header is used, so that a mistake which
-// the header and the DLL share would show here.
+// Calls the DLL only as the platform documents it: slots by number, plain function pointers,
+// identifiers as sixteen bytes. The header is not used, so a mistake that the header and the DLL
+// share is found here.
 #include <cstdint>
 #include <cstring>
 #include <string>
@@ -53,8 +53,8 @@ constexpr std::uint8_t kStartingArgsIid[16] = {0x69, 0x54, 0x49, 0x5b, 0x19, 0xe
 constexpr std::uint8_t kWindowArgsIid[16] = {0x1c, 0xb1, 0xac, 0x34, 0x37, 0xfc, 0x18, 0x44,
                                              0x91, 0x32, 0xf9, 0xc2, 0x1d, 0x1e, 0xaf, 0xb9};
 
-// A handler as C would make it: a table of four functions and a count of references. It keeps what
-// it was invoked with; an object among the arguments is kept with a reference.
+// A handler as a C program makes it: a table of four functions and a count of references. It keeps
+// the arguments of its last invocation; KeepObject also takes a reference to the object.
 struct Handler {
   void** table;
   LONG references = 1;
@@ -72,7 +72,7 @@ HRESULT HandlerQuery(Object*, const std::uint8_t*, void** out) {
 ULONG HandlerAddRef(Object* self) {
   return static_cast<ULONG>(InterlockedIncrement(&static_cast<Handler*>(self)->references));
 }
-ULONG HandlerRelease(Object* self) {  // lives on the test's stack: only counted
+ULONG HandlerRelease(Object* self) {  // the handler lives on the stack, so this only counts
   return static_cast<ULONG>(InterlockedDecrement(&static_cast<Handler*>(self)->references));
 }
 HRESULT HandlerInvoke(Object* self, std::intptr_t first, Object* second) {
@@ -197,7 +197,7 @@ class LoaderAbi : public testing::Test {
   Object* view_ = nullptr;
 };
 
-TEST_F(LoaderAbi, ObjectsAnswerForTheirIdentifiers) {
+TEST_F(LoaderAbi, ObjectsHaveTheirDocumentedInterfaces) {
   EXPECT_TRUE(Answers(environment_, kUnknownIid));
   EXPECT_TRUE(Answers(environment_, kEnvironmentIid));
   EXPECT_FALSE(Answers(environment_, kWebViewIid));
@@ -310,7 +310,7 @@ TEST_F(LoaderAbi, DocumentScriptsAreAddedThroughSlotTwentySeven) {
   EXPECT_EQ(Slot<Plain>(view_, 31)(view_), S_OK) << "Reload";
 }
 
-TEST_F(LoaderAbi, WhatIsNotOfferedFailsWithoutHarm) {
+TEST_F(LoaderAbi, MethodsThatAreNotOfferedFail) {
   Object* settings = &settings;
   EXPECT_EQ(Slot<GetObject_>(view_, 3)(view_, &settings), E_NOTIMPL);
   EXPECT_EQ(settings, nullptr);

@@ -8,7 +8,7 @@
 namespace wendra {
 namespace {
 
-TEST(WebMessages, ArriveAsTheJsonOfWhateverWasPosted) {
+TEST(WebMessages, ArriveAsTheJsonOfThePostedValue) {
   TestControl control;
   ASSERT_TRUE(control.LoadBody("hello"));
   const struct {
@@ -123,7 +123,7 @@ TEST(WebMessages, PageCannotSeeTheChannelBehindThem) {
             "0");
 }
 
-TEST(WebMessages, FramesInsideThePageAreNotHeard) {
+TEST(WebMessages, OfFramesInsideThePageAreIgnored) {
   TestControl control;
   const std::string inner =
       "<script>chrome.webview.postMessage('inner'); parent.postMessage('done', '*')</script>";
@@ -147,7 +147,8 @@ TEST(WebMessages, AreNotDeliveredInsideAnotherHandler) {
   EventRegistrationToken token{};
   const auto handler = MakeHandler<MessageHandler>([&](auto, auto*) {
     deepest = std::max(deepest, ++depth);
-    // A nested message loop, as a dialog runs one; it ends by time, since nothing else may end it.
+    // Runs a nested message loop, as a dialog does. It ends after a time: in it no second message
+    // may arrive.
     if (++count == 1) sawSecondInside = PumpUntil([&] { return count > 1; }, 300);
     --depth;
   });

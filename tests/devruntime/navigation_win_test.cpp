@@ -103,7 +103,7 @@ TEST(NavigationStarting, IsRaisedAgainForARedirectWithTheSameId) {
   }
 }
 
-TEST(NavigationStarting, CancelledNothingLeavesAndThePageStays) {
+TEST(NavigationStarting, CancelledSendsNoRequestAndKeepsThePage) {
   TestControl control;
   ASSERT_TRUE(control.LoadBody(Link("/cancelled") + "<p id=here>"));
   const int before = RequestsFor("/cancelled");
@@ -114,8 +114,8 @@ TEST(NavigationStarting, CancelledNothingLeavesAndThePageStays) {
   EXPECT_EQ(control.completions[1].error, kOperationCanceled);
   EXPECT_EQ(RequestsFor("/cancelled"), before);
   EXPECT_EQ(control.Evaluate("document.getElementById('here') !== null"), "true");
-  // And the next one goes through again. To another address: the browser ignores a second click on
-  // the same one while it still takes the first to be under way.
+  // The next navigation succeeds. It needs another address: while the browser takes the first
+  // navigation to be under way, it ignores a second click with the same address.
   control.cancel = nullptr;
   control.Evaluate("document.getElementById('link').href = '/allowed'");
   control.ClickElement("link");
@@ -155,7 +155,7 @@ TEST(NavigationStarting, CanBeRaisedForAFragment) {
   ASSERT_TRUE(control.LoadBody(Link("#part")));
   control.ClickElement("link");
   ASSERT_TRUE(PumpUntil([&] { return control.navigations.size() == 2; }));
-  EXPECT_EQ(control.Evaluate("1"), "1");  // and scripts do not wait for a document
+  EXPECT_EQ(control.Evaluate("1"), "1");  // scripts do not wait for a new document
 }
 
 TEST(NavigationStarting, IsNotRaisedForFramesInsideThePage) {
@@ -171,7 +171,7 @@ TEST(NavigationStarting, IsNotRaisedForFramesInsideThePage) {
   EXPECT_EQ(control.navigations.size(), 1u);
 }
 
-TEST(NavigationStarting, IsRaisedForAddressesThatGoNowhere) {
+TEST(NavigationStarting, IsRaisedForAddressesWithoutARequest) {
   const struct {
     const char* address;
     bool commits;
@@ -215,7 +215,7 @@ TEST(Navigate, NewerNavigationEndsAnOlderOne) {
   EXPECT_TRUE(control.completions[1].success);
 }
 
-TEST(Navigate, FailureIsTold) {
+TEST(Navigate, FailureIsReported) {
   TestControl control;
   EXPECT_FALSE(control.Load("http://127.0.0.1:9/"));
   EXPECT_FALSE(control.completions.back().success);

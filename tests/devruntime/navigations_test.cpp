@@ -9,7 +9,7 @@
 namespace wendra {
 namespace {
 
-// One line of a conversation: what the browser reports and what the host is told of it.
+// One step of a conversation: what the browser reports, and the events that the host gets for it.
 struct Line {
   const char* method;
   const char* params;
@@ -95,7 +95,7 @@ TEST(Navigations, OfThePageHaveTheGestureOfTheRequest) {
   }
 }
 
-TEST(Navigations, ThatNeverStartedDoNotColourTheNext) {
+TEST(Navigations, ThatNeverStartedDoNotAffectTheNext) {
   Navigations navigations("M", {});
   ExpectConversation(
       navigations,
@@ -110,7 +110,7 @@ TEST(Navigations, ThatNeverStartedDoNotColourTheNext) {
         {"wanted 1 http://a/ user waits:F"}}});
 }
 
-TEST(Navigations, ThatWereCancelledSayWhoDidIt) {
+TEST(Navigations, CancelledByTheHostHaveAnotherErrorThanAborted) {
   for (const bool byHost : {true, false}) {
     Navigations navigations("M", {});
     ExpectConversation(
@@ -145,7 +145,7 @@ TEST(Navigations, ThatFailedEndWithTheErrorPage) {
        {"Page.loadEventFired", "{}", {"done 1 failed:12"}}});
 }
 
-TEST(Navigations, OfOtherFramesAreNobodysAffair) {
+TEST(Navigations, OfOtherFramesAreIgnored) {
   Navigations navigations("M", {});
   ExpectConversation(
       navigations,
@@ -180,7 +180,7 @@ TEST(Navigations, ThatAreReplacedEndBeforeOrAfterTheNextBegins) {
          {"Fetch.requestPaused",
           R"({"requestId":"G","frameId":"M","networkId":"N","request":{"url":"http://b/"}})",
           endsLate ? Told{next, "done 1 failed:9"} : Told{next}},
-         // Nothing replaces this one.
+         // No navigation replaces this one.
          {"Network.loadingFailed",
           R"({"requestId":"N","errorText":"net::ERR_ABORTED"})",
           {"done 2 failed:9"}}});

@@ -31,7 +31,7 @@ TEST(Painting, ShowsThePageInTheWindow) {
   EXPECT_EQ(PixelAt(page, 150, 140), static_cast<COLORREF>(RGB(10, 20, 30)));
 }
 
-TEST(Painting, FollowsChanges) {
+TEST(Painting, ShowsChangesOfThePage) {
   TestControl control;
   ASSERT_TRUE(control.LoadBody("<style>html{background:rgb(10,20,30)}</style>"));
   ASSERT_TRUE(WaitForPixel(control.PageWindow(), 5, 5, RGB(10, 20, 30)));
@@ -58,14 +58,15 @@ TEST(Bounds, ArePixelsOfTheParent) {
   EXPECT_TRUE(PumpUntil(placed, 5'000) || placed());
 }
 
-// The picture that is taken after a load must not bring back the size from before.
-TEST(Bounds, HoldWhenGivenRightAfterALoad) {
+// The picture that is taken after a load must not restore the size from before.
+TEST(Bounds, StayWhenSetRightAfterALoad) {
   TestControl control;
   for (int i = 0; i < 20; ++i) {
     const int width = 300 + i;
     ASSERT_TRUE(control.LoadBody("hello"));
     ASSERT_EQ(control.Controller().put_Bounds(RECT{0, 0, width, 200}), S_OK);
-    // Asked for after the pictures that are on their way.
+    // Look before and after the page has been painted: pictures that are on their way must not
+    // change the size.
     ASSERT_TRUE(control.WaitFor("innerWidth", std::to_string(width)));
     ASSERT_TRUE(WaitForPixel(control.PageWindow(), 250, 150, RGB(255, 255, 255)));
     ASSERT_TRUE(control.WaitFor("innerWidth", std::to_string(width)));
@@ -80,7 +81,7 @@ TEST(Bounds, WithoutAreaHideThePage) {
   EXPECT_EQ(control.Evaluate("1"), "1");
 }
 
-TEST(Visibility, IsOnAtFirstAndFollows) {
+TEST(Visibility, IsOnAtFirstAndCanBeChanged) {
   TestControl control;
   BOOL visible = FALSE;
   ASSERT_EQ(control.Controller().get_IsVisible(&visible), S_OK);

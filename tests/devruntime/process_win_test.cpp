@@ -1,4 +1,4 @@
-// How a whole process with the DLL fares: what it prints, and how it ends.
+// Tests a whole process with the DLL: what it prints, and how it ends.
 #include <string>
 
 #include <gtest/gtest.h>
@@ -20,7 +20,7 @@ std::wstring ProbePath() {
 }
 
 struct Ended {
-  std::string output;  // what the probe wrote to its standard output
+  std::string output;  // the standard output of the probe
   DWORD code = 0;
   bool inTime = false;
 };

@@ -1,7 +1,7 @@
 #!/usr/bin/env node
-// Runs runtime_test.exe with all that it needs: a copy of a Wine prefix, a virtual display, real
-// Chromium (twice: one browser is killed on purpose) and a web server. Prints what the tests print
-// and exits with their code. Everything that it starts ends with it.
+// Runs runtime_test.exe with all that it needs: a copy of a Wine prefix, a virtual display, two
+// real Chromium browsers (one test ends its browser) and a web server. Prints the output of the
+// tests and exits with their code. All processes that it starts end with it.
 //
 //   node tests/devruntime/run.mjs BUILD_DIR [arguments of the test program]
 //
@@ -18,7 +18,7 @@ const kBrowserFlags = [
   '--remote-debugging-port=0', '--no-first-run', '--disable-background-networking',
   '--disable-component-update', '--disable-sync', '--mute-audio',
   '--host-resolver-rules=MAP *.test 127.0.0.1',
-  '--allow-pre-commit-input',  // or a click that comes before the first picture is lost
+  '--allow-pre-commit-input',  // without it a click before the first picture is lost
 ];
 
 const [buildDirectory, ...testArguments] = process.argv.slice(2);
@@ -60,7 +60,7 @@ function ended(child) {
   });
 }
 
-// Everything but the user's part and the registry is shared with the template by hard links.
+// Copies the template. All files except the user's and the registry are hard links.
 function copyPrefix() {
   execFileSync('cp', ['-al', template, prefix]);
   for (const part of ['drive_c/users', 'system.reg', 'user.reg', 'userdef.reg']) {
@@ -89,8 +89,8 @@ function startBrowser(name) {
   return path.join(directory, 'DevToolsActivePort');
 }
 
-// The first Wine process of a prefix starts services that keep its output open: done here, where
-// nobody waits for the end of the output.
+// The first Wine process of a prefix starts services that keep its output open. So start one here,
+// where the end of its output does not matter.
 async function startWine() {
   await ended(start('wineserver', ['-p']));
   await ended(start('wine', ['wineboot']));
@@ -119,7 +119,7 @@ try {
   try {
     execFileSync('wineserver', ['-k'], { env: environment, stdio: 'ignore' });
   } catch {
-    // It had ended already.
+    // Wine's server had ended already.
   }
   for (const child of children) child.kill('SIGKILL');
   await Promise.all(children.map(ended));

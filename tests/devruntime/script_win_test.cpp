@@ -72,10 +72,10 @@ TEST(Scripts, TextOutsideAsciiArrives) {
   EXPECT_EQ(control.Evaluate("'\xc3\xa4\xe2\x80\xa8\xf0\x9f\x98\x80'.length"), "4");
 }
 
-TEST(Scripts, WaitForTheDocumentThatIsOnItsWay) {
+TEST(Scripts, WaitForTheDocumentThatIsLoading) {
   TestControl control;
   ASSERT_TRUE(control.LoadBody("<p id=first>"));
-  // The handler of NavigationStarting is the earliest moment at which the host knows.
+  // NavigationStarting is the earliest moment at which the host knows of the navigation.
   bool asked = false;
   control.cancel = [&](const SeenNavigation&) { return false; };
   control.View().Navigate(Widen(PageUrl("<p id=second>")).c_str());
@@ -91,9 +91,9 @@ TEST(Scripts, WaitForTheDocumentThatIsOnItsWay) {
   EXPECT_EQ(result, "\"" + PageUrl("<p id=second>") + "\"");
 }
 
-// Hundreds of scripts are still on their way to the old page when it is replaced, since it needs a
-// millisecond for each; none may be delivered to the page that replaces it. Those given later are
-// meant for the new one.
+// Each script keeps the old page busy for a millisecond, so hundreds of them have not run when the
+// page is replaced. None of these may run in the new page. Scripts that are given after the start
+// of the navigation are meant for the new page.
 TEST(Scripts, GivenBeforeANavigationDoNotReachTheDocumentAfterIt) {
   TestControl control;
   ASSERT_TRUE(control.LoadBody("hello"));
@@ -104,7 +104,7 @@ TEST(Scripts, GivenBeforeANavigationDoNotReachTheDocumentAfterIt) {
     control.View().ExecuteScript((mark + when + L")").c_str(), nullptr);
   };
   const std::string target = PageUrl("other", "other.test");
-  // By the page, for then both documents live in one process.
+  // The page navigates itself: then both documents are in one process.
   control.View().ExecuteScript(Widen("location.href = '" + target + "'").c_str(), nullptr);
   for (int i = 0; i < 1000; ++i) run(L"'before'");
   ASSERT_TRUE(PumpUntil([&] { return control.navigations.size() == 2; }));
@@ -114,7 +114,7 @@ TEST(Scripts, GivenBeforeANavigationDoNotReachTheDocumentAfterIt) {
   EXPECT_EQ(control.Evaluate("marks"), R"(["later"])");
 }
 
-TEST(Scripts, RunAgainAfterANavigationThatCameToNothing) {
+TEST(Scripts, RunAfterANavigationWithoutANewDocument) {
   TestControl control;
   ASSERT_TRUE(control.LoadBody("stays"));
   EXPECT_FALSE(control.Load(Url("/nothing")));
@@ -128,7 +128,7 @@ TEST(DocumentScripts, RunInEveryLaterDocumentBeforeThePage) {
     ASSERT_EQ(error, S_OK);
     id = Narrow(text);
   });
-  // No waiting in between: the calls must take effect in their order.
+  // The test does not wait between the calls: they must take effect in their order.
   control.View().AddScriptToExecuteOnDocumentCreated(L"window.steps = ['first']", added.Get());
   control.View().AddScriptToExecuteOnDocumentCreated(L"steps.push('second')", nullptr);
   ASSERT_TRUE(control.LoadBody("<script>steps.push('page')</script>"));
@@ -142,7 +142,7 @@ TEST(DocumentScripts, RunInEveryLaterDocumentBeforeThePage) {
   EXPECT_EQ(control.Evaluate("steps"), R"(["page"])");
 }
 
-TEST(DocumentScripts, DoNotTouchTheDocumentThatIsThere) {
+TEST(DocumentScripts, DoNotRunInTheCurrentDocument) {
   TestControl control;
   ASSERT_TRUE(control.LoadBody("hello"));
   bool added = false;
@@ -153,7 +153,7 @@ TEST(DocumentScripts, DoNotTouchTheDocumentThatIsThere) {
   EXPECT_EQ(control.Evaluate("typeof late"), "\"undefined\"");
 }
 
-// Prints what it measures; only a latency that would spoil every other measurement fails.
+// Prints the latencies. Fails only for a latency with which no other measurement makes sense.
 void Report(const char* what, std::vector<std::int64_t>& samples) {
   std::sort(samples.begin(), samples.end());
   const auto at = [&](size_t percent) { return samples[samples.size() * percent / 100]; };

@@ -1,4 +1,4 @@
-// The web server of these tests. Prints its port and runs until it is killed.
+// The web server for these tests. Prints its port and runs until it is killed.
 import http from 'node:http';
 
 const requests = new Map();
@@ -20,7 +20,7 @@ function answer(request, response) {
   } else if (seen.startsWith('/nothing')) {
     response.writeHead(204).end();
   } else if (seen.startsWith('/hang')) {
-    // The answer never comes.
+    // This request is never answered.
   } else {
     response.setHeader('Content-Type', 'text/html; charset=utf-8');
     response.end(`<!doctype html><title>${seen}</title><body>${seen}</body>`);

@@ -16,10 +16,10 @@ namespace wendra {
 namespace {
 
 constexpr wchar_t kClassName[] = L"RuntimeTestWindow";
-constexpr DWORD kAskAgainMs = 20;  // for what no message announces: files, the web server
+constexpr DWORD kAskAgainMs = 20;  // for conditions that no message announces: files, web server
 constexpr wchar_t kPageClassName[] = L"WendraDevRuntimePage";
 
-// The tests' thread is what a host's UI thread is: a single-threaded apartment.
+// The tests' thread is a single-threaded apartment, as the UI thread of a host is.
 class Apartment : public testing::Environment {
  public:
   void SetUp() override { CoInitializeEx(nullptr, COINIT_APARTMENTTHREADED); }

@@ -1,7 +1,7 @@
-// A window with the control in it, as a host makes them, for tests that need a real page.
+// A window with the control, as a host makes them, for tests that need a real page.
 //
-// run.mjs says by environment variables where the browser and the web server are; without them
-// every test that makes a control fails.
+// run.mjs sets environment variables with the places of the browser and the web server. Without
+// them each test that makes a control fails.
 #pragma once
 
 #include <cstdint>
@@ -20,13 +20,13 @@ namespace wendra {
 using CompletedHandler = TestHandler<ICoreWebView2NavigationCompletedEventHandler, ICoreWebView2*,
                                      ICoreWebView2NavigationCompletedEventArgs*>;
 
-inline constexpr DWORD kTestTimeoutMs = 20'000;  // only a failing test waits that long
+inline constexpr DWORD kTestTimeoutMs = 20'000;  // only a failing test waits so long
 
-// Runs the thread's message loop until `done`, which is asked after every message and, since not
-// everything comes with a message, now and then. False when the time is over.
+// Runs the thread's message loop until `done` gives true. `done` is called after each message and,
+// as some conditions change without a message, every few milliseconds. False: the time is over.
 bool PumpUntil(const std::function<bool()>& done, DWORD timeoutMs = kTestTimeoutMs);
 
-// Runs the message loop until everything that was posted before has been handled.
+// Handles all messages that are in the queue, also those that come meanwhile.
 void PumpPending();
 
 // The exported functions of the DLL that was built.
@@ -35,26 +35,26 @@ using GetVersionFunction = HRESULT(STDMETHODCALLTYPE*)(PCWSTR, LPWSTR*);
 CreateEnvironmentFunction CreateEnvironment();
 GetVersionFunction GetVersion();
 
-// Address of a page on the test's web server; `host` may be any name that ends in ".test".
+// Address of a page on the tests' web server. `host` may also be any name that ends in ".test".
 std::string Url(const std::string& pathAndQuery, const std::string& host = "127.0.0.1");
 
 // Address of a page with this text between <body> and </body>.
 std::string PageUrl(const std::string& body, const std::string& host = "127.0.0.1");
 
-// How often the server was asked for `path`.
+// How many requests for `path` the server has got.
 int RequestsFor(const std::string& path);
 
 // A new top-level window of this thread, 640 by 480, visible.
 HWND MakeTestWindow();
 
-// Time since some moment, for durations.
+// The microseconds since some fixed moment, to measure durations.
 std::int64_t Microseconds();
 
-// A report of the library's, as far as it has been written; others may go on writing and deleting
-// it. "" when it is not there.
+// A file that the DLL writes, as far as it has been written. Does not prevent other processes from
+// writing or deleting the file. "" when there is no file.
 std::string ReadWholeFile(const std::wstring& path);
 
-// A variable that has another value while this lives.
+// Sets an environment variable, and restores its old value in the destructor.
 class ScopedVariable {
  public:
   ScopedVariable(const wchar_t* name, const std::wstring& value);
@@ -85,7 +85,7 @@ struct SeenCompletion {
   int error = 0;
 };
 
-// In the constructor the control is made and the handlers registered; what they see is kept.
+// The constructor makes the control and registers handlers, which record what they get.
 class TestControl {
  public:
   TestControl();
@@ -94,7 +94,7 @@ class TestControl {
   TestControl& operator=(const TestControl&) = delete;
 
   HWND Window() const { return window_; }
-  HWND PageWindow() const;  // the child that the page is painted in
+  HWND PageWindow() const;  // the child window in which the page is painted
   ICoreWebView2Controller& Controller() { return *controller_.Get(); }
   ICoreWebView2& View() { return *view_.Get(); }
   ICoreWebView2Environment& Environment() { return *environment_.Get(); }
@@ -106,11 +106,12 @@ class TestControl {
 
   // The result of a script as JSON text.
   std::string Evaluate(const std::string& script);
-  // Evaluates it again and again until it gives that text.
+  // Evaluates the script again and again until it gives that text. False: the time is over.
   bool WaitFor(const std::string& script, const std::string& json);
-  // A key of the mouse goes down and up, in pixels of the page, by messages to its window.
+  // Posts mouse messages to the page's window: a button goes down and up at a place in the page's
+  // pixels.
   void Click(int x, int y, UINT downMessage = WM_LBUTTONDOWN, WPARAM keys = 0);
-  // The middle of the element, by its id, clicked.
+  // Clicks into the middle of the element with that id.
   void ClickElement(const std::string& id, UINT downMessage = WM_LBUTTONDOWN, WPARAM keys = 0);
 
   std::vector<std::string> messages;  // as JSON
@@ -118,8 +119,8 @@ class TestControl {
   std::vector<SeenNavigation> navigations;
   std::vector<SeenWindow> windows;
   std::vector<SeenCompletion> completions;
-  std::vector<std::string> order;  // names of all events, in the order of the handlers
-  std::function<bool(const SeenNavigation&)> cancel;  // asked for every navigation, if set
+  std::vector<std::string> order;  // the names of all events, in the order of the handlers
+  std::function<bool(const SeenNavigation&)> cancel;  // if set: true cancels the navigation
 
  private:
   void Create();

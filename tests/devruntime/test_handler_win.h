@@ -1,4 +1,4 @@
-// A handler object for tests: one callable behind one of the platform's handler interfaces.
+// A handler object for tests: a callable with one of the platform's handler interfaces.
 #pragma once
 
 #include <functional>
@@ -41,7 +41,7 @@ using WindowHandler = TestHandler<ICoreWebView2NewWindowRequestedEventHandler, I
 using NavigationHandler = TestHandler<ICoreWebView2NavigationStartingEventHandler, ICoreWebView2*,
                                       ICoreWebView2NavigationStartingEventArgs*>;
 
-// The maker's reference to a new handler.
+// Makes a handler; the result owns the first reference.
 template <typename Handler>
 ComOwner<Handler> MakeHandler(typename Handler::Callable callable) {
   return ComOwner<Handler>(new Handler(std::move(callable)));

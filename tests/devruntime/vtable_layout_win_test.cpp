@@ -1,6 +1,6 @@
-// Every method that the header declares must be a call through the slot that the platform documents
-// for it, with its arguments where the platform's calling convention puts them. The slot numbers
-// below are written out by hand: nothing here is derived from the header.
+// Tests that each method in the header calls through the slot that the platform documents for it,
+// and that its arguments are where the platform's calling convention puts them. The slot numbers
+// below are written by hand; none is derived from the header.
 #include <array>
 #include <cstddef>
 #include <cstdint>
@@ -22,8 +22,8 @@ struct Recorded {
 };
 Recorded recorded;
 
-// Stands in one slot of a table. The arguments beyond those that the caller passed are rubbish,
-// which nobody looks at.
+// The function in slot kSlot of a table. Arguments that the caller has not passed have random
+// values, which no test checks.
 template <int kSlot>
 HRESULT STDMETHODCALLTYPE Integers(void*, std::uintptr_t a, std::uintptr_t b, std::uintptr_t c,
                                    std::uintptr_t d, std::uintptr_t e) {
@@ -42,13 +42,13 @@ constexpr std::array<Function, sizeof...(kSlots)> MakeTable(std::integer_sequenc
   return {&Integers<kSlots>...};
 }
 
-// An object that is nothing but a pointer to a table of 64 functions that tell their number.
+// An object that consists of a pointer to a table of 64 functions, which record their slot.
 struct Fake {
   const Function* table;
 };
 constexpr auto kTable = MakeTable(std::make_integer_sequence<int, 64>());
 Fake fake{kTable.data()};
-// Read anew each time: the compiler must not know what it points at.
+// Volatile: the compiler must not know which object it points to.
 void* volatile fakeAddress = &fake;
 
 template <typename Interface>
@@ -76,7 +76,7 @@ void ExpectSlots(const Row<Interface> (&rows)[kCount], int slots) {
   }
 }
 
-// The three of IUnknown; they count in ULONG.
+// The three methods of IUnknown. AddRef and Release return ULONG.
 template <typename Interface>
 HRESULT Query(Interface& object) {
   return object.QueryInterface(GUID{}, nullptr);
@@ -338,7 +338,7 @@ TEST(VtableLayout, TokenTravelsAsEightBytesByValue) {
   EXPECT_EQ(recorded.arguments[0], 0x1122334455667788u);
 }
 
-TEST(VtableLayout, TruthIsFourBytesWide) {
+TEST(VtableLayout, BooleansAreFourBytesWide) {
   static_assert(sizeof(BOOL) == 4);
   As<ICoreWebView2Controller>().put_IsVisible(-7);
   EXPECT_EQ(static_cast<std::int32_t>(recorded.arguments[0]), -7);
@@ -358,8 +358,8 @@ TEST(VtableLayout, FifthArgumentTravelsOnTheStack) {
   EXPECT_EQ(recorded.arguments[4], 0x9870u);
 }
 
-// A rectangle by value is the address of a copy; a double is in the floating-point register of its
-// place. Both are declared here as the machine sees them.
+// A rectangle that is passed by value arrives as the address of a copy; a double arrives in the
+// floating-point register of its position. These functions declare them as they arrive.
 HRESULT STDMETHODCALLTYPE TakesDouble(void*, double number) {
   recorded.number = number;
   return S_OK;
@@ -396,7 +396,7 @@ class ControllerByValue : public testing::Test {
   void* volatile address_ = &object_;
 };
 
-TEST_F(ControllerByValue, RectangleArrivesWhole) {
+TEST_F(ControllerByValue, RectangleArrives) {
   EXPECT_EQ(Controller().put_Bounds(RECT{-1, 22, 333, 4444}), S_OK);
   ExpectRect(-1, 22, 333, 4444);
 }

@@ -1,4 +1,5 @@
-// The stand-in for the update library, called as the program calls it: through the DLL's exports.
+// Tests the stand-in for the update library through the exports of the DLL, as the program calls
+// it.
 #include <winsock2.h>
 
 #include <ctime>
@@ -22,7 +23,7 @@ constexpr const char* kCallbacks[] = {
     "can_shutdown",     "shutdown_request", "did_find_update",  "did_not_find_update", "error",
     "update_postponed", "update_skipped",   "update_cancelled", "update_dismissed"};
 
-// A socket that the stand-in connects to.
+// A socket to which the stand-in connects.
 class Listener {
  public:
   Listener() {
@@ -66,7 +67,7 @@ int __cdecl Answer() {
 }
 void __cdecl Note() { lastThread = GetCurrentThreadId(); }
 
-// One test, since the DLL reads its settings once and lives until the process ends.
+// There is only one test: the DLL reads its settings once and stays loaded until the process ends.
 TEST(WinSparkleStandIn, RecordsCallsAndFiresCallbacks) {
   const ScratchFolder folder;
   const std::wstring calls = folder / L"calls";
@@ -96,7 +97,7 @@ TEST(WinSparkleStandIn, RecordsCallsAndFiresCallbacks) {
   EXPECT_EQ(ask("get_update_check_interval"), 86400);
   call("set_appcast_url", "https://x.test/\"feed\"");
   call("set_automatic_check_for_updates", 1);
-  call("set_update_check_interval", 60);  // raised to the shortest
+  call("set_update_check_interval", 60);  // too short: becomes the shortest interval, 3600
   for (const std::string name : kCallbacks) {
     if (name == "can_shutdown") {
       call("set_" + name + "_callback", &Answer);
