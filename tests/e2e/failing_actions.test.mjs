@@ -101,7 +101,7 @@ test('a file that cannot be read fails with the reason, or keeps its size', asyn
     ['GetFileAttributesW/read.txt', failed('no such file')],
     ['CreateFileW/read.txt', failed('could not open file')],
     ['GetFileSizeEx', failed('could not open file')],
-    ['ReadFile', ok('\0\0\0\0')], // the text has the file's size all the same
+    ['ReadFile', ok('\0\0\0\0')], // the text still has the file's size
   ];
   for (const [plan, reply] of cases) {
     assert.deepEqual(await callWithoutRest(plan, 'readFile', [inFolder('read.txt')]), reply, plan);

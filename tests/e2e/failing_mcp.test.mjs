@@ -71,7 +71,7 @@ const kLoads = {
     ['CreatePipe:3', ['[MCP one] failed to create pipes'], kNotRunning],
   'a server whose process cannot be created is not running':
     ['CreateProcessW', [`[MCP one] launch failed: ${kChild}`], kNotRunning],
-  'a server whose stderr has no collector answers all the same':
+  'a server whose stderr has no collector still answers':
     ['CreateThread:2', [kStarted], kEcho],
   'a server that gets no job runs without one':
     ['CreateJobObjectW', [kStarted, kUntied], kEcho],
@@ -79,7 +79,7 @@ const kLoads = {
     ['SetInformationJobObject', [kStarted, kUntied], kEcho],
   'a server that cannot be given its job runs without one':
     ['UpdateProcThreadAttribute/131085', [kStarted, kUntied], kEcho],
-  'a server whose attributes cannot be set runs all the same':
+  'a server whose attributes cannot be set still runs':
     ['InitializeProcThreadAttributeList UpdateProcThreadAttribute', undefined, kEcho],
 };
 

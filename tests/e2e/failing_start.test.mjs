@@ -1,5 +1,5 @@
-// Makes system calls fail while the program starts. Tests without which of them it goes on, and
-// where it ends. docs/failures.md lists all these calls.
+// Makes system calls fail while the program starts. Tests after which failures the program goes on,
+// and after which it ends. docs/failures.md lists all these calls.
 import assert from 'node:assert/strict';
 import { after, before, test } from 'node:test';
 import { lookAtConfig } from './support/calls.mjs';
@@ -157,7 +157,7 @@ test('a prompt without its field can be closed', async () => {
   }, { args: [] });
 });
 
-test('a chosen server that cannot be saved is shown all the same', async () => {
+test('a chosen server that cannot be saved is still shown', async () => {
   await startWith('CreateFileW/config.json.tmp', async (host) => {
     await host.window(kPrompt);
     await host.keys('ctrl+a');

@@ -38,7 +38,7 @@ const kStandStill = `
     parentPort.postMessage(server.address().port);
     Atomics.wait(new Int32Array(new SharedArrayBuffer(4)), 0, 0);
   });`;
-const kQueueLength = 2; // Linux keeps one connection more than the backlog says
+const kQueueLength = 2; // Linux keeps one connection more than the `backlog` of listen() says
 
 // True while a program on this machine tries to connect to the port. Looks into Linux' table of
 // connections, which has ports as hexadecimal digits; state 02 is SYN_SENT.
