@@ -11,7 +11,7 @@ const kRoot = join(dirname(fileURLToPath(import.meta.url)), '../..');
 const kChild = windowsPath(join(kRoot, 'build/windows/bin/test_child.exe'));
 const kPath = 'C:\\users\\wendra\\.config\\wendra\\config.json';
 const kDash = '\u2014';
-const kQuiet = { command: kChild, args: ['read'] }; // a server that lives until its input ends
+const kQuiet = { command: kChild, args: ['read'] }; // a server that runs until its input ends
 const kStarted = (name) => `[MCP ${name}] started ${kChild}`;
 const kKept = '[MCP] config.json changed but is not valid JSON - keeping current servers';
 const kReloading = '[MCP] config.json changed on disk - reloading servers';
@@ -99,7 +99,7 @@ test('after a reload that could not read the file, the servers are started when 
     const from = host.log.length;
     const release = hold(host, 'keep', 'none', 'wendra-e2e-kept-too');
     await untilHeld(host);
-    // The file cannot be replaced either.
+    // The host cannot replace the file either.
     assert.equal((await host.page.call('mcpWriteConfig', ['{"mcpServers":{}}'])).ok, 1);
     await host.waitForLine('[MCP] could not read config.json', { from });
     await release();

@@ -79,7 +79,7 @@ test('without cursor, COM and DPI the window opens and moves', async () => {
   await startWith('LoadCursorW CoInitializeEx GetDpiForWindow', async (host) => {
     await host.window();
     const { rect } = await host.probe('move', 10, 10, 100, 100);
-    assert.deepEqual([rect[2] - rect[0], rect[3] - rect[1]], [720, 480]); // as for 96 DPI
+    assert.deepEqual([rect[2] - rect[0], rect[3] - rect[1]], [720, 480]); // the smallest size at 96 DPI
     await works(host);
   });
 });

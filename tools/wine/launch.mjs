@@ -177,7 +177,7 @@ function takeScreenshots(display, withBrowser) {
   const stop = new AbortController();
   const first = screenshots
     .takeFirst(withBrowser ? files.events : '', stop.signal)
-    .catch(() => {}); // stopped
+    .catch(() => {}); // `stop` was called
   process.on('SIGUSR1', () => screenshots.take('SIGUSR1'));
   return {
     last: () => screenshots.take('before closing'),

@@ -61,7 +61,7 @@ async function run(script, args, target) {
 // A proxy for the server at `target`, with the same path.
 export async function startUnchunkingProxy(target) {
   const requests = []; // {method, headers, status and text so far of the response, end}
-  let mayListen; // a promise
+  let mayListen; // a promise for which each GET waits
   const proxy = createServer(async (incoming, response) => {
     const { method, url, headers } = incoming;
     if (method === 'GET') await mayListen;

@@ -141,7 +141,7 @@ class Host {
     return `log:\n  ${log}\nmessages:\n  ${this.messages.join('\n  ')}`;
   };
 
-  // Connects host.page once its document has loaded.
+  // Connects host.page and waits until its document has loaded.
   async connectPage() {
     const portFile = join(profileFiles(this.profile).browserData, 'DevToolsActivePort');
     await this.#running(); // before, the file may be that of an earlier launch with this profile
