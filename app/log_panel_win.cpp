@@ -87,7 +87,7 @@ void LogPanel::TakeOverNewText() {
     SetWindowTextW(edit_, text.c_str());
     MoveCaretToEnd();
   } else {
-    MoveCaretToEnd();  // the user may have moved it
+    MoveCaretToEnd();  // the user may have put it elsewhere
     SendMessageW(edit_, EM_REPLACESEL, FALSE, reinterpret_cast<LPARAM>(text.c_str()));
   }
   SendMessageW(edit_, EM_SCROLLCARET, 0, 0);
