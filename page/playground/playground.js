@@ -1,6 +1,6 @@
-// Puts the views on the page, one at a time, chosen by the address's fragment. A view is a module
-// with a title, a summary, and mount(section, host); what mount gives is called whenever the view
-// is shown. A new one only has to be listed here.
+// Shows one view at a time; the fragment of the address chooses it. A view is a module with a
+// title, a summary, and mount(section, host). If mount returns a function, that function is called
+// each time the view is shown. A new view only has to be added to the list here.
 import { installStandIn } from '../wendra-host-standin.js';
 import { element } from './elements.js';
 import { host, onRequest } from './recorded_host.js';

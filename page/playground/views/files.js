@@ -42,7 +42,7 @@ class FileView {
     this.#text,
     element('div', { className: 'row' }, this.#save, this.#status),
   );
-  #hasCrLf = false; // of the file that was opened: the editor itself knows LF only
+  #hasCrLf = false; // of the opened file: the editor itself uses only LF
 
   /** @param {import('../recorded_host.js').Host} host */
   constructor(host) {
@@ -76,7 +76,7 @@ class FileView {
     const isPicture =
       this.#kind.value === 'picture' || (this.#kind.value === 'by name' && pictureType(path));
     void this.#problem.during(this.#open, async () => {
-      this.#show(null); // what stays when it fails must not be saved under the new path
+      this.#show(null); // if opening fails, the old content must not be saved under the new path
       if (isPicture) return this.#showPicture(path, type);
       return this.#showText(path).catch((error) => this.#offerNew(error));
     });
