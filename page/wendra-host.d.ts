@@ -195,9 +195,9 @@ export function mcpReadConfig(): Promise<McpConfig>;
  * Replaces config.json by a text and restarts all MCP servers. The event that onMcpConfigChanged
  * reports follows within about two seconds.
  *
- * Rejects with "mcpWriteConfig expects [content]" when `content` is no string, with "config.json
+ * Rejects with "mcpWriteConfig expects [content]" when `content` is not a string, with "config.json
  * may not be larger than 1 MiB" when it has more than 1,048,576 bytes in UTF-8, with "Invalid JSON
- * — the file must contain a JSON object" when its text is none, and with "could not write config".
+ * — the file must contain a JSON object" when it holds none, and with "could not write config".
  */
 export function mcpWriteConfig(content: string): Promise<{ ok: true }>;
 

@@ -7,7 +7,7 @@ export const title = 'Files';
 export const summary =
   'Read a text, edit it and save it; look at a picture: readFile, readFileBase64, writeFile.';
 
-/** @type {Record<string, string>} a file name's end to the type of picture */
+/** @type {Record<string, string>} a file name's extension to the image type */
 const kPictures = {
   bmp: 'image/bmp',
   gif: 'image/gif',
@@ -69,7 +69,7 @@ class FileView {
     });
   }
 
-  /** @param {string} [path] the field's when left out */
+  /** @param {string} [path] the path in the field by default */
   open(path = this.#path.value) {
     this.#path.value = path;
     const type = pictureType(path) ?? 'image/png';

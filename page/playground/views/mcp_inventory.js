@@ -6,10 +6,10 @@
 /** @typedef {'asked' | 'ready' | 'failed' | 'off' | 'missing'} State */
 /**
  * @typedef {object} Server
- * @property {string} name as config.json spells it
+ * @property {string} name as in config.json
  * @property {State} state
- * @property {string} where the program or the address
- * @property {string} why the reason why a server is not ready
+ * @property {string} where the program, or the address
+ * @property {string} why for a server that is not ready, the reason
  * @property {McpTool[]} tools
  */
 

@@ -9,7 +9,7 @@
  * @property {boolean} isRequired
  * @property {string} description
  * @property {JsonValue[]} choices
- * @property {string} start what stands in it at first
+ * @property {string} start the text that the field holds at first
  */
 
 /** @param {unknown} value @returns {value is Record<string, any>} */
@@ -31,7 +31,7 @@ function kindOf(schema) {
   return ['number', 'integer', 'boolean'].includes(types[0]) ? types[0] : 'json';
 }
 
-/** @param {Kind} kind @param {unknown} value how a field shows it */
+/** @param {Kind} kind @param {unknown} value as the field shows it */
 const shown = (kind, value) =>
   kind === 'text' && typeof value === 'string' ? value : JSON.stringify(value);
 
