@@ -65,7 +65,7 @@ showHostState();
 mountTraffic(byId('traffic'), onRequest);
 const views = Object.entries(kViews).map(([id, view]) => add(id, view));
 
-/** @param {{ byUser: boolean }} how `byUser`: the user has changed the view, so the heading takes the focus */
+/** @param {{ byUser: boolean }} how the heading takes the focus if `byUser` */
 function showChosen({ byUser }) {
   const wanted = location.hash.slice(1);
   const chosen = views.find(({ id }) => id === wanted) ?? views[0];
