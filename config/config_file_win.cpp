@@ -1,6 +1,6 @@
 #include "config/config_file_win.h"
 
-#include "config/saved_server.h"
+#include "config/settings.h"
 #include "win/environment.h"
 #include "win/file.h"
 #include "win/unique.h"

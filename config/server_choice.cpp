@@ -1,8 +1,8 @@
 #include "config/server_choice.h"
 
 #include "base/product.h"
-#include "json/objects.h"
 #include "config/server_address.h"
+#include "config/settings.h"
 
 namespace wendra {
 namespace {
@@ -44,13 +44,13 @@ std::string ServerChoice::FromCommandLine() {
 std::string ServerChoice::FromConfig() {
   const std::string text = store_.ReadConfigText();
   if (text.empty()) return {};
-  const auto config = ParseJsonObject(text);
-  if (!config) {
+  const auto settings = ReadSettings(text);
+  if (!settings) {
     log_.Line("[Server] config.json is not a JSON object — ignoring its \"server\" entry, if any");
     return {};
   }
-  if (!config->Find("server")) return {};
-  const Candidate candidate(TextOf(*config, "server"));
+  if (!settings->server) return {};
+  const Candidate candidate(*settings->server);
   if (candidate.IsUsable()) {
     log_.Line("[Server] loading " + candidate.url + " (from \"server\" in " +
               store_.ConfigPathText() + ")");

@@ -64,13 +64,11 @@ bool McpClient::StartServers() {
 
 void McpClient::StartFrom(const std::string& text) {
   if (text.empty()) return log_.Line("[MCP] could not read config.json — skipping client MCP");
-  const auto config = ParseJsonObject(text);
-  if (!config) return log_.Line("[MCP] config.json is not a JSON object — skipping client MCP");
-  const Json* configured = FindConfiguredServers(*config);
-  if (!configured) return log_.Line("[MCP] no mcpServers configured");
+  auto settings = ReadSettings(text);
+  if (!settings) return log_.Line("[MCP] config.json is not a JSON object — skipping client MCP");
+  if (settings->mcpServers.empty()) return log_.Line("[MCP] no mcpServers configured");
 
-  const auto resolve = [this](const std::string& name) { return starter_.ResolveCommand(name); };
-  for (ServerEntry& entry : ReadServerEntries(*configured, resolve)) {
+  for (ServerEntry& entry : settings->mcpServers) {
     for (const std::string& line : entry.logLines) log_.Line(line);
     if (entry.server) Add(std::move(*entry.server));
   }
@@ -78,6 +76,14 @@ void McpClient::StartFrom(const std::string& text) {
 }
 
 void McpClient::Add(ServerSettings settings) {
+  if (settings.kind == TransportKind::kStdio) {
+    std::string path = starter_.ResolveCommand(settings.command);
+    if (path.empty()) {
+      return log_.Line("[MCP] server '" + settings.name +
+                       "': command not found: " + settings.command);
+    }
+    settings.command = std::move(path);
+  }
   const ServerId id{++lastServerId_};
   flow_->Open(id);
   auto transport = starter_.Start(id, settings, flow_);

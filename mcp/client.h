@@ -15,7 +15,7 @@
 #include "mcp/flow_control.h"
 #include "mcp/inbox.h"
 #include "mcp/request_timers.h"
-#include "mcp/server_settings.h"
+#include "config/settings.h"
 #include "mcp/session_end.h"
 #include "mcp/transport.h"
 

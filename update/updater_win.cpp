@@ -3,8 +3,8 @@
 #include <ctime>
 
 #include "config/config_file_win.h"
+#include "config/settings.h"
 #include "update/app_version_win.h"
-#include "update/feed_address.h"
 #include "update/outlet.h"
 #include "update/winsparkle_win.h"
 
@@ -63,17 +63,17 @@ std::string LocalTimeText(std::time_t time) {
 }  // namespace
 
 Updater::Updater(Log& log, const std::wstring& configPath, HWND window) : log_(log) {
-  const FeedAddress feed = ReadFeedAddress(ReadConfigText(configPath));
-  if (!feed.complaint.empty()) log_.Line(feed.complaint);
+  const Settings settings = ReadSettings(ReadConfigText(configPath)).value_or(DefaultSettings());
+  if (!settings.updateFeedComplaint.empty()) log_.Line(settings.updateFeedComplaint);
   outlet = new UpdateOutlet(log, [window] { (void)PostMessageW(window, WM_CLOSE, 0, 0); });
 
-  win_sparkle_set_appcast_url(feed.address.c_str());
+  win_sparkle_set_appcast_url(settings.updateFeed.c_str());
   SetCallbacks();
   // On every start: what a user chose in the library's own dialog holds for that run only.
   win_sparkle_set_automatic_check_for_updates(1);
   win_sparkle_set_update_check_interval(kCheckIntervalSeconds);
   win_sparkle_init();
-  LogState(feed.address);
+  LogState(settings.updateFeed);
   feedCheck_.emplace(configPath, *outlet);
 }
 

@@ -9,7 +9,7 @@
 #include "mcp/http/link.h"
 #include "mcp/http/refusals.h"
 #include "mcp/inbox.h"
-#include "mcp/server_settings.h"
+#include "config/settings.h"
 #include "mcp/transport.h"
 
 namespace wendra {

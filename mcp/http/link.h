@@ -11,7 +11,7 @@
 #include "base/lock.h"
 #include "mcp/flow_control.h"
 #include "mcp/inbox.h"
-#include "mcp/server_settings.h"
+#include "config/settings.h"
 
 namespace wendra {
 

@@ -4,7 +4,7 @@
 #include <optional>
 
 #include "base/log.h"
-#include "mcp/server_settings.h"
+#include "config/settings.h"
 #include "mcp/stdio/child.h"
 
 namespace wendra {

@@ -4,7 +4,7 @@
 
 #include <string>
 
-#include "mcp/server_settings.h"
+#include "config/settings.h"
 #include "mcp/stdio/command_line.h"
 #include "mcp/stdio/search_path.h"
 

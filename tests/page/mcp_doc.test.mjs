@@ -68,7 +68,7 @@ test('the keys are those that the host reads and that editors know', () => {
   const keys = firstCells('A server').sort();
   const { properties } = JSON.parse(read('docs/config.schema.json')).definitions.server;
   assert.deepEqual(keys, Object.keys(properties).filter((key) => key !== 'disabled').sort());
-  const entries = read('mcp/server_settings.cpp');
+  const entries = read('config/settings.cpp');
   for (const key of keys) assert.ok(entries.includes(`"${key}"`), `the host does not read ${key}`);
 });
 
