@@ -15,7 +15,7 @@ const sourcesOf = (folder) =>
     if (entry.isDirectory()) return sourcesOf(`${folder}/${entry.name}`);
     return entry.name.endsWith('.cpp') ? [read(`${folder}/${entry.name}`)] : [];
   });
-const mcpCode = sourcesOf('mcp').join('\n');
+const mcpCode = [...sourcesOf('mcp'), read('config/settings.cpp')].join('\n');
 const code = [mcpCode, ...sourcesOf('config'), ...sourcesOf('win')].join('\n');
 
 // The first cells of the table below a heading, without their backticks.
