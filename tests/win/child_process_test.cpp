@@ -44,7 +44,7 @@ TEST(StartChild, StartsTheChildWithoutAJobThatTheSystemRefuses) {
   }
 }
 
-// A pipe, an event, a socket and the pipes of another child are inheritable or open at that moment.
+// The process has other inheritable handles at that moment: a pipe, an event and a socket.
 TEST(StartChild, LetsTheChildInheritOnlyItsThreeStreams) {
   SECURITY_ATTRIBUTES inheritable{sizeof(SECURITY_ATTRIBUTES), nullptr, TRUE};
   KernelHandle read;
