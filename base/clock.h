@@ -1,4 +1,4 @@
-// The clock for time-outs.
+// Reads the clock for time-outs.
 #pragma once
 
 #include <chrono>

@@ -63,7 +63,7 @@ class Condition {
 
  private:
   static std::uint64_t NowMs();
-  // Both may return early.
+  // Both may return early: the caller has to check its condition again.
   void Sleep(Lock& lock);
   void SleepFor(Lock& lock, std::uint32_t maxMs);
 

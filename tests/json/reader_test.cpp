@@ -120,7 +120,7 @@ TEST(JsonReader, RefusesTextThatIsNotWellFormed) {
       "[1]]",
       "{}}",
       "\xEF\xBB\xBF{}",  // a byte-order mark is no whitespace
-      "\xC2\xA0{}",      // nor is a no-break space
+      "\xC2\xA0{}",      // a no-break space is no whitespace either
       "\v[]",
       "\f[]",
       "[\v]",

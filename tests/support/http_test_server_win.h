@@ -16,7 +16,7 @@ namespace wendra {
 struct HttpTestRequest {
   std::string verb;
   std::string path;
-  std::vector<std::pair<std::string, std::string>> headers;  // as they came, in order
+  std::vector<std::pair<std::string, std::string>> headers;  // in order of arrival
   std::string body;
 
   // The value of the first header with that name, in any letter case; "" if there is none.

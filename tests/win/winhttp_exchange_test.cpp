@@ -185,7 +185,7 @@ TEST(HttpRequest, IsSentAgainAfterARedirectWithinTheOrigin) {
     const char* method;
     const char* statusLine;
     const char* location;
-    const char* want;  // the path of the repeated request, or "" where the redirect is the response
+    const char* want;  // the path of the second request; "" if the redirect is the response
   } cases[] = {
       {"POST", "307 Temporary Redirect", "/new?a=b", "/new?a=b"},
       {"POST", "308 Permanent Redirect", "new", "/dir/new"},
