@@ -16,8 +16,10 @@ inline constexpr std::size_t kMaxConfigBytes = 1'048'576;
 
 // The result of one reading of the file.
 struct ConfigReading {
-  std::string text;        // the whole file; "" if it is missing or larger than kMaxConfigBytes
-  bool isReadable = true;  // false: the file exists, but not all of it could be read now
+  // The whole file; "" if it is missing or larger than kMaxConfigBytes.
+  std::string text;
+  // False: the file exists, but not all of it could be read now, so `text` is not complete.
+  bool isReadable = true;
 };
 
 // UI thread only.

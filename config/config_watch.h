@@ -1,4 +1,4 @@
-// Tells whether config.json has been written since the last question. Pure.
+// Tells whether config.json has been written since the last call. Pure.
 #pragma once
 
 #include <cstdint>

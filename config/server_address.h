@@ -31,8 +31,7 @@ bool IsAllowedServerUrl(std::string_view url);
 
 // Whether the page at `pageUrl` may use this program: it is an http or https page, and its host is
 // the host of `serverUrl` or an allowed one. A "blob:" document counts as the page that made it,
-// whose origin is in its address. A page of any other host gets false, for example after a
-// redirect.
+// whose origin is in its address. Every other page gets false, even if a redirect led to it.
 bool IsTrustedPage(std::string_view pageUrl, std::string_view serverUrl);
 
 }  // namespace wendra

@@ -15,8 +15,8 @@ struct PromptText {  // UTF-8
   std::string error;
 };
 
-// `uiLanguage` is the language id that GetUserDefaultUILanguage gives. German for every region's
-// German, English for all other languages.
+// The texts for `uiLanguage`, a language id as GetUserDefaultUILanguage gives it: German texts for
+// German of every region, English texts for all other languages.
 PromptText PromptTextFor(std::uint16_t uiLanguage);
 
 // The first text in the field: the address of an example instance, for the user to overwrite.
