@@ -123,8 +123,7 @@ TEST_F(FileActionsTest, WriteTheContentAndMakeMissingFolders) {
   EXPECT_EQ(Answer(read_, Args(path)), "1, \"häl\\nlo\"");
   EXPECT_EQ(Answer(write_, Args(path)), "1, \"ok\"");  // no content argument: an empty file
   EXPECT_EQ(Answer(read_, Args(path)), "1, \"\"");
-  EXPECT_EQ(Answer(write_, "[" + Quoted(path) + ",5]"),
-            "1, \"ok\"");  // a number is no content
+  EXPECT_EQ(Answer(write_, "[" + Quoted(path) + ",5]"), "1, \"ok\"");  // a number is no content
   EXPECT_EQ(Answer(read_, Args(path)), "1, \"\"");
 }
 
