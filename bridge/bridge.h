@@ -21,7 +21,7 @@ class Bridge {
   // `text` is one web message as JSON: an object with "__reqId" (a string), "name" and "args". Any
   // other text is logged and gets no reply. An unknown name, or one that is not a string, gets an
   // error as its reply. `origin` is the origin of the page that posted the message, as OriginOf
-  // gives it; only documents of this origin get the reply.
+  // gives it; only a document of this origin gets the reply.
   // Deliberate: for a number outside the range of a double this throws std::out_of_range, and no
   // caller catches it. The program ends abnormally and does not guess what the page meant.
   void HandleMessage(std::string_view origin, std::string_view text);

@@ -13,7 +13,7 @@
 namespace wendra {
 namespace {
 
-constexpr std::uint64_t kMaxFileBytes = 16'777'216;  // 16 MiB: the UI thread waits for the reading
+constexpr std::uint64_t kMaxFileBytes = 16'777'216;  // 16 MiB; the UI thread waits while it reads
 
 // Windows reads a path only up to its first NUL, and so would open another file than the page asked
 // for.

@@ -33,7 +33,7 @@ std::string Nested(size_t depth, const std::string& inner = "") {
   return std::string(depth, '[') + inner + std::string(depth, ']');
 }
 
-TEST(ResolveScript, WrapsAValueThatALiteralWouldChangeOrThatIsNoLiteral) {
+TEST(ResolveScript, WrapsAValueThatAScriptWouldReadDifferentlyOrNotAtAll) {
   const struct {
     std::string value, written;
   } cases[] = {
