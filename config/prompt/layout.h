@@ -37,7 +37,7 @@ struct PromptLayout {
   PromptBox label;
   PromptBox frame;  // the line around the field
   PromptBox field;
-  PromptBox error;  // stays free until there is an error, so that no part moves then
+  PromptBox error;  // empty until there is an error; the space is kept so that no part moves
   PromptBox footer;
   PromptBox accept;
   PromptBox cancel;

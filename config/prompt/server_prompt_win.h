@@ -8,8 +8,8 @@
 namespace wendra {
 
 // Ask shows the window in front, gives it the keyboard, and runs a message loop until the user has
-// accepted an address or closed the window. Closing in any way counts as cancelling, and so does a
-// window that cannot be created. UI thread only.
+// accepted an address or closed the window. Closing it in any way counts as cancelling. If the
+// window cannot be created, Ask returns "" as well. UI thread only.
 class WindowServerPrompt : public ServerPrompt {
  public:
   explicit WindowServerPrompt(HINSTANCE instance) : instance_(instance) {}

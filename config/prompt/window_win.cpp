@@ -247,7 +247,7 @@ void PromptWindow::OnAccept() {
 }
 
 // When the window becomes active again, Windows gives the focus to the window and not to the
-// control that had it before. So the window keeps that control here.
+// control that had it before. So the window remembers that control.
 void PromptWindow::KeepFocus() {
   const HWND focus = GetFocus();
   if (IsChild(window_, focus)) focus_ = focus;
