@@ -1,5 +1,5 @@
-// Fetches the feed once on a thread of its own and logs what the feed advertises. Only the log
-// changes: the update library makes its own check.
+// Fetches the feed once on a thread of its own and logs what the feed advertises. The feed check
+// decides nothing: the update library makes its own check.
 #pragma once
 
 #include <memory>

@@ -7,7 +7,7 @@
 namespace wendra {
 namespace {
 
-TEST(ElementText, IsTheTextBetweenTheTagsWithoutWhitespaceAround) {
+TEST(ElementText, IsTheTextBetweenTheTagsWithoutSurroundingWhitespace) {
   const struct {
     const char* why;
     std::string_view feed;
