@@ -26,7 +26,7 @@ TEST(PromptLayout, HasItsFixedSizesAtEveryDpi) {
     const PromptLayout layout =
         LayOutPrompt(percent, {scaled(27), scaled(19), scaled(19), scaled(19), scaled(17)});
     EXPECT_EQ(layout.width, scaled(480));
-    EXPECT_EQ(layout.title.Width(), PromptTextWidth(percent));  // texts are measured at it
+    EXPECT_EQ(layout.title.Width(), PromptTextWidth(percent));  // texts are measured for this width
     for (const PromptBox& box :
          {layout.title, layout.introduction, layout.label, layout.frame, layout.error}) {
       EXPECT_EQ(box.left, scaled(24));
