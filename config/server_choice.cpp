@@ -7,12 +7,12 @@
 namespace wendra {
 namespace {
 
-// An address from outside, cleaned and judged.
+// An address from the command line or from config.json, and whether it may be loaded.
 struct Candidate {
   explicit Candidate(std::string_view text) : url(ParseHttpUrl(NormalizeServerInput(text))) {}
   bool IsUsable() const { return !url.empty() && IsAllowedServerUrl(url); }
 
-  // Why it is not usable, as it stands at the end of a log line.
+  // Why the address is not usable: the end of a log line.
   std::string Reason() const {
     if (url.empty()) return " (expected an http/https URL)";
     return std::string(" (only *.") + kServiceDomain + " or localhost servers are allowed)";

@@ -14,7 +14,7 @@ bool IsDisabled(const Json& entry) {
          (enabled.kind == kJsonNumber && enabled.number == 0);
 }
 
-// The string members of an object member.
+// The string members of the object in the member `key`; empty if there is no such object.
 NamedValues NamedTexts(const Json& entry, std::string_view key) {
   NamedValues values;
   for (const auto& [name, value] : MemberOf(entry, key).members) {
@@ -23,7 +23,7 @@ NamedValues NamedTexts(const Json& entry, std::string_view key) {
   return values;
 }
 
-// The string elements of an array member.
+// The string elements of the array in the member `key`; empty if there is no such array.
 std::vector<std::string> Texts(const Json& entry, std::string_view key) {
   std::vector<std::string> texts;
   for (const Json& item : MemberOf(entry, key).items) {
@@ -36,7 +36,7 @@ ServerEntry Skipped(const std::string& name, const std::string& reason) {
   return {{"[MCP] server '" + name + "'" + reason}, std::nullopt};
 }
 
-// A header name for the log, which is to stay one line.
+// A header name for the log: '?' replaces control characters, so that the log line stays one line.
 std::string Printable(std::string name) {
   for (char& c : name) {
     if (HoldsControlCharacter({&c, 1})) c = '?';
@@ -65,7 +65,7 @@ ServerEntry RemoteEntry(const std::string& name, const Json& entry) {
   return {std::move(logLines), std::move(server)};
 }
 
-// Its log lines come when its command is looked for and started.
+// Without log lines: these come later, when the command is searched and started.
 ServerEntry LocalEntry(const std::string& name, const Json& entry) {
   ServerSettings server;
   server.name = name;

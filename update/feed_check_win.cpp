@@ -12,7 +12,7 @@ namespace {
 
 struct FeedCheckJob {
   std::wstring configPath;
-  UpdateOutlet* outlet;  // borrowed, for as long as the process lives
+  UpdateOutlet* outlet;  // borrowed until the process ends
   std::shared_ptr<WinHttpExchange> exchange;
 };
 
@@ -29,7 +29,7 @@ void FeedCheckThread(std::unique_ptr<FeedCheckJob> job) {
 FeedCheck::FeedCheck(const std::wstring& configPath, UpdateOutlet& outlet)
     : exchange_(std::make_shared<WinHttpExchange>()) {
   auto job = std::make_unique<FeedCheckJob>(FeedCheckJob{configPath, &outlet, exchange_});
-  (void)StartThread<FeedCheckThread>(job);  // nobody waits for it
+  (void)StartThread<FeedCheckThread>(job);  // no code waits for this thread
 }
 
 FeedCheck::~FeedCheck() { exchange_->Abort(); }

@@ -24,14 +24,14 @@ std::string Joined(const std::vector<std::string>& lines) {
   return text;
 }
 
-// The entries of the object `mcpServers`.
+// The entries that ReadSettings gives for `mcpServers`, a JSON object as text.
 std::vector<ServerEntry> ServersOf(const std::string& mcpServers) {
   const auto settings = ReadSettings("{\"mcpServers\":" + mcpServers + "}");
   EXPECT_TRUE(settings) << mcpServers;
   return settings.value_or(Settings{}).mcpServers;
 }
 
-// The server that the entry `value` describes, with its log lines.
+// The server and the log lines that the entry `value`, a JSON text, gives.
 std::string Outcome(const std::string& value) {
   const auto entries = ServersOf("{\"s\":" + value + "}");
   EXPECT_EQ(entries.size(), 1u);
@@ -50,7 +50,7 @@ TEST(McpServersSetting, DecidesByTheEntry) {
   const struct {
     std::string entry, want;
   } cases[] = {
-      // No object: not a word.
+      // Not an object: skipped without a log line.
       {"null", ""},
       {"true", ""},
       {"\"x\"", ""},
@@ -108,7 +108,7 @@ TEST(McpServersSetting, DecidesByTheEntry) {
        "http s: https://h/p B=1 a=x y =z | [MCP] s -> https://h/p (http)"},
       {R"({"url":"h/p","headers":["A"],"args":["x"],"env":{"A":"1"}})", remote},
 
-      // Every one is kept; those that cannot be sent are said.
+      // All headers are kept; the log names those that cannot be sent.
       {R"({"url":"h/p","headers":{"A":"1\r\nB: 2","C\n":"3","D":"\t","E":"\u007f","F":"\u0085"}})",
        "http s: https://h/p A=1\r\nB: 2 C\n=3 D=\t E=\x7F F=\xC2\x85 | "
        "[MCP] s -> https://h/p (http) | "
