@@ -15,7 +15,7 @@ bool IsDisabled(const Json& entry) {
          (enabled.kind == kJsonNumber && enabled.number == 0);
 }
 
-// The string members of an object member.
+// The members of the object `entry[key]` that are strings.
 NamedValues NamedTexts(const Json& entry, std::string_view key) {
   NamedValues values;
   for (const auto& [name, value] : MemberOf(entry, key).members) {
@@ -24,7 +24,7 @@ NamedValues NamedTexts(const Json& entry, std::string_view key) {
   return values;
 }
 
-// The string elements of an array member.
+// The elements of the array `entry[key]` that are strings.
 std::vector<std::string> Texts(const Json& entry, std::string_view key) {
   std::vector<std::string> texts;
   for (const Json& item : MemberOf(entry, key).items) {
@@ -37,7 +37,7 @@ ServerEntry Skipped(const std::string& name, const std::string& reason) {
   return {{"[MCP] server '" + name + "'" + reason}, std::nullopt};
 }
 
-// A header name for the log, which is to stay one line.
+// A header name without control characters, so that the log entry stays one line.
 std::string Printable(std::string name) {
   for (char& c : name) {
     if (HoldsControlCharacter({&c, 1})) c = '?';
@@ -75,7 +75,7 @@ ServerEntry LocalEntry(const std::string& name, const Json& entry, const Command
   server.args = Texts(entry, "args");
   server.env = NamedTexts(entry, "env");
   std::erase_if(server.env, [](const auto& variable) { return variable.first.empty(); });
-  return {{}, std::move(server)};  // its start is logged by whoever starts it
+  return {{}, std::move(server)};  // ServerStarter::Start logs the outcome
 }
 
 ServerEntry ReadEntry(const std::string& name, const Json& entry, const CommandResolver& resolve) {
