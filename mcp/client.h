@@ -63,8 +63,8 @@ class McpClient {
   void LoadMcpServers();
 
   // Reloads the servers when config.json has been written since the last call and holds a JSON
-  // object. True: it did, and the caller tells the page. If the file cannot be read, the servers
-  // stay, and the next call tries again.
+  // object. True: the servers were reloaded, and the caller tells the page. If the file cannot be
+  // read, the servers stay, and the next call tries again.
   bool CheckMcpConfigChanged();
 
   // In the order of config.json, including the servers that could not be started. A copy of the

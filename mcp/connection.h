@@ -45,7 +45,7 @@ class Connection {
     kNotRunning,    // could not be started, was stopped, or its output has ended
     kStarted,       // the transport can be used
     kInitializing,  // the handshake is under way
-    kConfirming,    // the server has responded; the last notification of the handshake is sent
+    kConfirming,    // the server has responded; its last notification is being sent
     kReady,         // the handshake has completed
   };
 
