@@ -32,7 +32,7 @@ void MessageWriter::Write(Message message) {
 }
 
 void MessageWriter::Stop() {
-  std::shared_ptr<Pipe> pipe;  // before the lock: it may close the pipe, after the unlock
+  std::shared_ptr<Pipe> pipe;  // declared first: may close the pipe, after the unlock
   const std::lock_guard<Lock> lock(queue_->lock);
   if (queue_->isStopped) return;
   queue_->isStopped = true;

@@ -19,7 +19,7 @@ namespace {
 
 using Calls = std::vector<std::string>;
 
-TEST(FailingCalls, FailAsTheSystemDoesAndOnlyWhileTheyAreTo) {
+TEST(FailingCalls, FailLikeTheSystemUntilTheEndOfTheScope) {
   SetLastError(ERROR_SUCCESS);
   {
     const FailingCalls failing("CreateFileW/none.txt:2=112");

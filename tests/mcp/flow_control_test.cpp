@@ -90,7 +90,7 @@ TEST_F(FlowControlTest, MakesAReaderWaitAtTheLimit) {
   }
 }
 
-TEST_F(FlowControlTest, GoesOnWhenAllIsHandled) {
+TEST_F(FlowControlTest, LetsAReaderGoOnWhenAllIsHandled) {
   size_t number = 0;
   for (const auto& [messageBytes, atATime] : kCases) {
     Sender sender(*flow, *inbox, ++number, messageBytes);
@@ -139,7 +139,7 @@ TEST_F(FlowControlTest, DropsTheMessagesOfAClosedServer) {
 }
 
 // A message may be handled after its server is gone; the others must not wait for it for ever.
-TEST_F(FlowControlTest, ForgetsWhatAClosedServerHasLeft) {
+TEST_F(FlowControlTest, ForgetsTheMessagesThatAClosedServerLeft) {
   Sender gone(*flow, *inbox, 1, 0);
   Sender other(*flow, *inbox, 2, 0);
   while (gone.Count() + other.Count() < 64) std::this_thread::yield();
@@ -151,7 +151,7 @@ TEST_F(FlowControlTest, ForgetsWhatAClosedServerHasLeft) {
 }
 
 // Otherwise the server would have less than nothing waiting, which looks like too much.
-TEST_F(FlowControlTest, CountsWhatIsDeliveredAtOnce) {
+TEST_F(FlowControlTest, CountsMessagesThatAreDeliveredAtOnce) {
   constexpr ServerId kServer{1};
   flow->Open(kServer);
   flow->DeliverAtOnce(kServer, "at once");
@@ -160,7 +160,7 @@ TEST_F(FlowControlTest, CountsWhatIsDeliveredAtOnce) {
   EXPECT_EQ(inbox->counts[1], 2u);
 }
 
-TEST_F(FlowControlTest, CountsNothingThatTheInboxDoesNotTake) {
+TEST_F(FlowControlTest, CountsNoMessageThatTheInboxRefuses) {
   const auto closed = std::make_shared<QueueInbox>();
   closed->Close();
   const auto closedFlow = std::make_shared<FlowControl>(closed);
@@ -175,7 +175,7 @@ TEST_F(FlowControlTest, CountsNothingThatTheInboxDoesNotTake) {
 
 // Messages that are not handled and refusals that are not sent count together; those of other
 // servers do not count.
-TEST_F(FlowControlTest, MakesTheReaderOfAServerWaitThatTakesNoRefusals) {
+TEST_F(FlowControlTest, MakesAReaderWaitWhenItsServerTakesNoRefusals) {
   size_t number = 0;
   for (const size_t refusalBytes : {size_t{0}, size_t{60 << 10}}) {
     Sender sender(*flow, *inbox, ++number, 0);

@@ -94,7 +94,7 @@ long long AllocationsWithoutServers(QueueInbox& inbox, ScriptedConfig& config, M
   return allocations;
 }
 
-TEST(McpClientMemory, KeepsNothingOfServersThatWereReplaced) {
+TEST(McpClientMemory, KeepsNoMemoryOfServersThatWereReplaced) {
   const size_t ownThreads = CountThreads();
   NoLog log;
   NoTimers timers;

@@ -45,7 +45,7 @@ std::string Outcome(const std::string& value) {
   return Described(*entry.server) + (log.empty() ? "" : " | ") + log;
 }
 
-TEST(ReadServerEntries, DecidesByTheEntry) {
+TEST(ReadServerEntries, MakesAServerOrALogLineOfEachEntry) {
   const std::string disabled = "[MCP] server 's' is disabled — skipped";
   const std::string badUrl = "[MCP] server 's' has an invalid url — skipped";
   const std::string neither = "[MCP] server 's' has no command or url — skipped";
@@ -140,7 +140,7 @@ TEST(ReadServerEntries, KeepsTheOrderAndEveryName) {
                                            "stdio Büro \"1\": C:\\bin\\b"}));
 }
 
-TEST(ReadServerEntries, LooksForTheCommandOfLocalServersOnly) {
+TEST(ReadServerEntries, ResolvesTheCommandsOfLocalServersOnly) {
   std::vector<std::string> asked;
   const auto resolve = [&](const std::string& command) {
     asked.push_back(command);
@@ -152,7 +152,7 @@ TEST(ReadServerEntries, LooksForTheCommandOfLocalServersOnly) {
   EXPECT_EQ(asked, (std::vector<std::string>{"2", "4"}));
 }
 
-TEST(FindConfiguredServers, WantsAnObjectThatHoldsSomething) {
+TEST(FindConfiguredServers, NeedsAnObjectWithAMember) {
   const struct {
     std::string config;
     bool found;

@@ -209,7 +209,7 @@ TEST_F(HttpServer, SendsItsHeadersInOrder) {
                                           {"X-Own", "a"}}));
 }
 
-TEST_F(HttpServer, AnswersForAServerThatDoesNot) {
+TEST_F(HttpServer, MakesAnErrorResponseWhenTheServerGivesNoAnswer) {
   const struct {
     const char* statusLine;
     const char* body;
@@ -241,7 +241,7 @@ TEST_F(HttpServer, AnswersForAServerThatDoesNot) {
   }
 }
 
-TEST_F(HttpServer, AnswersForAServerThatCannotBeReached) {
+TEST_F(HttpServer, MakesAnErrorResponseWhenTheServerCannotBeReached) {
   Serve([](const HttpRequest&, MemoryConnection&) {});
   EXPECT_EQ(Exchange(), Messages{ErrorResponse("request failed (offline?)")});
   server_->GoDown();
@@ -251,7 +251,7 @@ TEST_F(HttpServer, AnswersForAServerThatCannotBeReached) {
   EXPECT_EQ(Exchange(), Messages{ErrorResponse("invalid URL")});
 }
 
-TEST_F(HttpServer, SaysSomethingWhenItDoesNotKnowWhy) {
+TEST_F(HttpServer, HasAnErrorTextWhenTheReasonIsUnknown) {
   EXPECT_EQ(HttpErrorResponse("1", ""), ErrorResponse("MCP request failed"));
 }
 
@@ -297,7 +297,7 @@ TEST_F(HttpServer, DeliversEveryMessageOfABody) {
   }
 }
 
-TEST_F(HttpServer, DoesNotWaitOutAStreamThatStaysOpen) {
+TEST_F(HttpServer, DoesNotWaitForTheEndOfAStreamThatStaysOpen) {
   const std::string large = R"({"id":"1","result":")" + std::string(24'000, 'x') + "\"}";
   Serve([&](const HttpRequest&, MemoryConnection& connection) {
     connection.Send(Stream("data: " + large.substr(0, 9'000)));
@@ -307,7 +307,7 @@ TEST_F(HttpServer, DoesNotWaitOutAStreamThatStaysOpen) {
   EXPECT_EQ(Exchange(), Messages{large});
 }
 
-TEST_F(HttpServer, HandsOverAQuestionInTheMiddleOfACall) {
+TEST_F(HttpServer, DeliversARequestOfTheServerDuringACall) {
   Gate answered;
   Serve([&](const HttpRequest& request, MemoryConnection& connection) {
     if (request.body == "reply") {
@@ -327,7 +327,7 @@ TEST_F(HttpServer, HandsOverAQuestionInTheMiddleOfACall) {
 
 constexpr size_t kHeldUpAt = 64;  // short messages: 256 KiB, each with 4 KiB for itself
 
-TEST_F(HttpServer, HoldsUpAServerThatSpeaksFasterThanItIsHeard) {
+TEST_F(HttpServer, StopsReadingFromAServerThatIsTooFast) {
   constexpr size_t kSpoken = 3 * kHeldUpAt;
   Serve([](const HttpRequest& request, MemoryConnection& connection) {
     if (request.method != "GET") return (void)connection.Answer("202 Accepted", "", "");
@@ -354,7 +354,7 @@ TEST_F(HttpServer, HoldsUpAServerThatSpeaksFasterThanItIsHeard) {
   for (size_t i = 0; i < kSpoken; ++i) EXPECT_EQ(received_[i], std::to_string(i));
 }
 
-TEST_F(HttpServer, StopsWhileAServerIsHeldUp) {
+TEST_F(HttpServer, StopsWhileAReaderWaitsForRoom) {
   std::string spoken;
   for (size_t i = 0; i < 2 * kHeldUpAt; ++i) spoken += "data: {}\n\n";
   Serve([&](const HttpRequest&, MemoryConnection& connection) {
@@ -479,7 +479,7 @@ TEST_F(HttpServer, ForgetsNoSessionThatHasBeenReplaced) {
   EXPECT_EQ(NextHeader("MCP-Protocol-Version"), "2025-11-25");
 }
 
-TEST_F(HttpServer, KeepsItsSessionWithEveryOtherFailure) {
+TEST_F(HttpServer, KeepsItsSessionAfterEveryOtherFailure) {
   for (const char* line : {"400 Bad Request", "401 Unauthorized", "500 Internal Server Error"}) {
     Serve(
         [=](const HttpRequest&, MemoryConnection& connection) { connection.Answer(line, "", ""); });
@@ -514,7 +514,7 @@ TEST_F(HttpServer, ReportsTheStatusOfAMessage) {
 }
 
 // Comments keep a stream alive, so no other time-out ends it.
-TEST_F(HttpServer, GivesARequestUpWhoseStreamGoesOn) {
+TEST_F(HttpServer, GivesUpARequestWhoseStreamGoesOn) {
   std::atomic<bool> hasGone = false;
   Serve([&](const HttpRequest&, MemoryConnection& connection) {
     connection.Send(Stream(": comment\n\n"));
@@ -527,7 +527,7 @@ TEST_F(HttpServer, GivesARequestUpWhoseStreamGoesOn) {
   EXPECT_EQ(received_, Messages());
 }
 
-TEST_F(HttpServer, SaysThatANotificationIsThroughAfterItsTime) {
+TEST_F(HttpServer, ReportsStatusZeroForANotificationAfterItsTimeOut) {
   Serve([](const HttpRequest&, MemoryConnection& connection) { connection.WaitForClose(); });
   timeoutMs_ = 300;
   EXPECT_EQ(Notify(), 0u);
@@ -552,7 +552,7 @@ TEST_F(HttpServer, SendsOneRefusalAtATime) {
 }
 
 // Reading pauses, and goes on when the refusals are through.
-TEST_F(HttpServer, ReadsNoFurtherWhileItsRefusalsAreNotTaken) {
+TEST_F(HttpServer, StopsReadingWhileTheServerTakesNoRefusals) {
   constexpr size_t kPings = 200;
   Gate go;
   Serve([&](const HttpRequest& request, MemoryConnection& connection) {
@@ -579,7 +579,7 @@ TEST_F(HttpServer, ReadsNoFurtherWhileItsRefusalsAreNotTaken) {
 }
 
 // A server that answers refusals with questions must not make the one thread wait for itself.
-TEST_F(HttpServer, DropsWhatComesWithARefusalWhenThereIsNoRoom) {
+TEST_F(HttpServer, DropsMessagesThatComeWithARefusalWhenThereIsNoRoom) {
   Serve([](const HttpRequest&, MemoryConnection& connection) {
     std::string pings;
     for (int i = 0; i < 100; ++i) pings += "data: {}\n";
@@ -626,7 +626,7 @@ TEST_F(HttpServer, ListensOnlyAfterTheHandshake) {
                                             {"X-Own", "a"}}));
 }
 
-TEST_F(HttpServer, ListensAgainWhereItStopped) {
+TEST_F(HttpServer, ListensAgainAfterTheLastEventOfTheSession) {
   Serve([](const HttpRequest&, MemoryConnection& connection) {
     connection.Send(Stream("id: 7\ndata: {}\n\n"));
   });

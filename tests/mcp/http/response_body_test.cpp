@@ -32,7 +32,7 @@ Extracted Extract(std::string_view type, std::string_view text, size_t chunkByte
   return {messages, body.IsAnswered()};
 }
 
-TEST(ResponseBody, SameMessagesForEveryChunkSize) {
+TEST(ResponseBody, GivesTheSameMessagesForEveryChunkSize) {
   const struct {
     const char* why;
     const char* type;

@@ -124,7 +124,7 @@ TEST(ChildCommandLine, BringsArgumentsThroughABatchFile) {
 }
 
 // The shims of older package managers stand in a block; people redirect and chain.
-TEST(ChildCommandLine, LeavesAloneWhatStandsBehindTheArguments) {
+TEST(ChildCommandLine, LeavesTheCommandsBehindTheArgumentsAlone) {
   const ScratchFolder folder;
   std::filesystem::create_directories(folder / L"work");
   const struct {

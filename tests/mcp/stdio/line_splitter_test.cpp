@@ -19,7 +19,7 @@ Lines SplitInChunks(std::string_view text, size_t chunkBytes, size_t maxPendingB
   return lines;
 }
 
-TEST(LineSplitter, SameLinesForEveryChunkSize) {
+TEST(LineSplitter, GivesTheSameLinesForEveryChunkSize) {
   const struct {
     const char* why;
     std::string_view in;
@@ -57,7 +57,7 @@ TEST(LineSplitter, GivesEachLineAsSoonAsItIsWhole) {
   EXPECT_EQ(splitter.Finish(), "");
 }
 
-TEST(LineSplitter, StartsAfreshAfterTheEnd) {
+TEST(LineSplitter, StartsAgainAfterTheEnd) {
   LineSplitter splitter(3);
   EXPECT_EQ(splitter.Feed("ab"), Lines());
   EXPECT_EQ(splitter.Finish(), "ab");

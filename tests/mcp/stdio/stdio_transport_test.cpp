@@ -88,7 +88,7 @@ TEST_F(StdioTransportTest, DeliversLinesAndThenTheEnd) {
   EXPECT_EQ(TakeToTheEnd(), (Lines{"a", "b", "c\r", "last"}));
 }
 
-TEST_F(StdioTransportTest, WritesALineAMessageInOrder) {
+TEST_F(StdioTransportTest, WritesOneLinePerMessageInOrder) {
   EXPECT_TRUE(transport_->Send({.text = "{1}", .requestId = "1", .timeoutMs = 120'000}));
   EXPECT_TRUE(transport_->Send({.text = "{2}", .timeoutMs = 1, .reportsStatus = true}));
   transport_->Refuse("{3}");

@@ -140,14 +140,14 @@ TEST_F(StdioServer, SendsEachLineAndThenTheEnd) {
   }
 }
 
-TEST_F(StdioServer, SaysThatItHasStarted) {
+TEST_F(StdioServer, LogsThatItHasStarted) {
   Start({"exit", "0"});
   EXPECT_TRUE(transport_);
   EXPECT_EQ(log_.WaitForLines(1), Lines{"[MCP test] started " + TestChild()});
   WaitForEnd();
 }
 
-TEST_F(StdioServer, WritesOneLineAMessageInOrder) {
+TEST_F(StdioServer, WritesOneLinePerMessageInOrder) {
   Start({"echo"});
   (void)transport_->Send({.text = "{\"a\":1}", .requestId = "1", .timeoutMs = 0});
   EXPECT_TRUE(transport_->Send({.text = std::string(900'000, 'x'), .reportsStatus = true}));
@@ -157,7 +157,7 @@ TEST_F(StdioServer, WritesOneLineAMessageInOrder) {
 }
 
 // What nobody waits for any more when the child reads at last is not sent; notifications are.
-TEST_F(StdioServer, GivesUpRequestsThatAreOverdue) {
+TEST_F(StdioServer, DropsRequestsThatAreOverdue) {
   constexpr DWORD kShortMs = 50;
   Start({"await", "wendra-stdio-reads", "echo"});
   const std::string large(900'000, 'x');  // more than a pipe holds: what follows it waits
@@ -173,7 +173,7 @@ TEST_F(StdioServer, GivesUpRequestsThatAreOverdue) {
   EXPECT_EQ(received_, (Lines{large, "notification", "in time"}));
 }
 
-TEST_F(StdioServer, ReadsNoFurtherWhileItsRefusalsAreNotTaken) {
+TEST_F(StdioServer, StopsReadingWhileTheServerTakesNoRefusals) {
   constexpr size_t kLines = 500;
   refuses_ = true;
   Start({"out", std::to_string(80 * kLines), "await", "wendra-stdio-refusals", "read"});
@@ -201,7 +201,7 @@ TEST_F(StdioServer, DropsALineOfMoreThanAMebibyte) {
   EXPECT_TRUE(received_[0] == std::string(kMebibyte, 'a'));
 }
 
-TEST_F(StdioServer, HoldsUpAChildThatIsFasterThanTheProgram) {
+TEST_F(StdioServer, StopsReadingFromAChildThatIsTooFast) {
   constexpr size_t kLines = 10'000;
   handlesAtOnce_ = false;
   Start({"out", std::to_string(80 * kLines)});
@@ -216,7 +216,7 @@ TEST_F(StdioServer, HoldsUpAChildThatIsFasterThanTheProgram) {
   EXPECT_EQ(received_, Lines(kLines, std::string(79, 'x')));
 }
 
-TEST_F(StdioServer, StopsAChildThatIsHeldUp) {
+TEST_F(StdioServer, StopsWhileTheReaderWaitsForRoom) {
   handlesAtOnce_ = false;
   Start({"out", "1000000", "await", "wendra-stdio-never"});
   WaitUntil([this] { return received_.size() >= kHeldUpAt; });
@@ -233,7 +233,7 @@ TEST_F(StdioServer, DoesNotWaitForAChildThatDoesNotRead) {
   EXPECT_EQ(received_, Lines());
 }
 
-TEST_F(StdioServer, EndsTheChildAndWhatItHasStarted) {
+TEST_F(StdioServer, EndsTheChildAndTheProcessesThatItHasStarted) {
   // The grandchild keeps the streams and its event until it is ended.
   Start({"hold", "wendra-stdio-grandchild", "out", "1", "await", "wendra-stdio-never"});
   ASSERT_TRUE(WaitForEvent("wendra-stdio-grandchild", true));
@@ -242,7 +242,7 @@ TEST_F(StdioServer, EndsTheChildAndWhatItHasStarted) {
   EXPECT_TRUE(WaitForEvent("wendra-stdio-grandchild", false));
 }
 
-TEST_F(StdioServer, KillingTheHostEndsEverything) {
+TEST_F(StdioServer, EndsAllProcessesWhenTheHostIsKilled) {
   // The server waits for what never comes, and so does what it has started.
   const std::wstring server = L"\"" + Widen(TestChild()) + L"\" hold wendra-stdio-killed ";
   Child host = StartChild({.commandLine = L"\"" + Widen(ProgramOfTests(L"mcp_host.exe")) + L"\" " +
@@ -285,7 +285,7 @@ TEST_F(StdioServer, RunsABatchFile) {
 }
 
 // The system looks for a cmd.exe without a folder in the current one before its own.
-TEST_F(StdioServer, RunsABatchFileInTheShellOfTheSystemAlone) {
+TEST_F(StdioServer, RunsABatchFileOnlyInTheShellOfTheSystem) {
   ScratchFolder folder;
   std::filesystem::copy_file(Widen(TestChild()), folder / L"cmd.exe");
   const auto before = std::filesystem::current_path();
@@ -298,7 +298,7 @@ TEST_F(StdioServer, RunsABatchFileInTheShellOfTheSystemAlone) {
   EXPECT_EQ(received_, Lines{"from the batch file\r"});
 }
 
-TEST_F(StdioServer, SaysWhatCouldNotBeStarted) {
+TEST_F(StdioServer, LogsTheCommandThatCouldNotBeStarted) {
   ScratchFolder folder;
   settings_.command = Narrow(folder / L"none.exe");
   Start({"a b"});

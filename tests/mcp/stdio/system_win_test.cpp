@@ -72,7 +72,7 @@ TEST(SystemFiles, MakesPathsAbsoluteUpTo259Characters) {
   EXPECT_EQ(files.FullPath(longest + L"x"), L"");
 }
 
-TEST(ResolveCommandOnSystem, FindsWhatThePathHas) {
+TEST(ResolveCommandOnSystem, FindsFilesOnTheSearchPath) {
   const ScratchFolder folder;
   MakeFile(folder / L"2\\npx.cmd");
   MakeFile(folder / L"3\\npx.exe");
@@ -115,7 +115,7 @@ std::vector<std::wstring> Entries(std::wstring_view block) {
   return entries;
 }
 
-TEST(SystemShell, LiesInTheFolderOfTheSystem) {
+TEST(SystemShell, IsInTheFolderOfTheSystem) {
   const std::wstring shell = SystemShell();
   EXPECT_TRUE(SystemFiles().IsFile(shell)) << Narrow(shell);
   EXPECT_TRUE(shell.ends_with(L"\\system32\\cmd.exe")) << Narrow(shell);

@@ -88,7 +88,7 @@ TEST_F(ToolActions, ListsNothingWithoutServers) {
   EXPECT_EQ(OnlyReply(), "[]");
 }
 
-TEST_F(ToolActions, ListsServersInTheOrderOfTheirAnswers) {
+TEST_F(ToolActions, ListsServersInTheOrderOfTheirResponses) {
   ServerSettings local = Named("My Server");
   local.command = "C:\\a.exe";
   ServerSettings remote = Named("remote", TransportKind::kHttp);
@@ -124,7 +124,7 @@ TEST_F(ToolActions, CallsATool) {
   EXPECT_EQ(OnlyReply(), R"({"text":"ü"})");
 }
 
-TEST_F(ToolActions, SendsAnEmptyObjectForArgumentsThatAreNone) {
+TEST_F(ToolActions, SendsAnEmptyObjectForMissingArguments) {
   Add("s");
   for (const char* args :
        {R"(["s","t"])", R"(["s","t",null])", R"(["s","t","x"])", R"(["s","t",[1]])"}) {
@@ -151,7 +151,7 @@ TEST_F(ToolActions, SaysWhyACallFailed) {
   EXPECT_EQ(OnlyReply(), R"({"error":"MCP server 's' is not running"})");
 }
 
-TEST_F(ToolActions, PassesOnWhyTheHandshakeFailed) {
+TEST_F(ToolActions, SaysWhyTheHandshakeFailed) {
   const Server server = AddNew(Named("s"));
   Call(R"(["s","x"])");
   server->HandleMcpText(R"({"id":"1","error":{"message":"too old"}})");
@@ -230,7 +230,7 @@ TEST_F(ToolActions, FinishesAListOfServersThatWereReplaced) {
   EXPECT_EQ(OnlyReply(), R"([{"name":"s","command":"","error":"MCP server 's' was stopped"}])");
 }
 
-TEST_F(ToolActions, AnswersTheRequestThatAsked) {
+TEST_F(ToolActions, RepliesToTheRequestThatAsked) {
   const Server server = Add("s");
   call.run("first", Parsed(R"(["s","t"])"));
   call.run("second", Parsed(R"(["s","t"])"));
