@@ -23,7 +23,7 @@ using Lines = std::vector<std::string>;
 
 constexpr std::uint64_t kPatienceMs = 20'000;  // before a wait counts as failed
 
-// The client over servers that the test plays.
+// A client whose servers the test plays.
 class Client : public testing::Test {
  protected:
   Client() {
@@ -176,7 +176,7 @@ TEST_F(Client, DropsMessagesOfServersThatAreGone) {
   EXPECT_TRUE(Server()->IsRunning());
 }
 
-// Not even a callback of a stopped server may find it freed.
+// A stopped server must not be freed before its last callback has returned.
 TEST_F(Client, LetsAReplyReloadTheServers) {
   Start(kTwoLocal);
   int ends = 0;

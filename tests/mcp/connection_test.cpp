@@ -16,8 +16,8 @@
 namespace wendra {
 namespace {
 
-// Two servers that have been started. `record` holds what is sent and what the timers do; the
-// replies of requests are noted there too.
+// Two servers that have been started. `record` holds the messages that are sent, the calls of the
+// timers and the replies to requests, in order.
 class ConnectionTest : public testing::Test {
  protected:
   using Server = std::shared_ptr<Connection>;
@@ -56,7 +56,7 @@ class ConnectionTest : public testing::Test {
     if (!a->OnTimer(timer)) (void)b->OnTimer(timer);
   }
 
-  // What has been noted since the last call.
+  // Returns the record since the last call.
   Record Taken() { return std::exchange(record, {}); }
 
   Record record;
@@ -98,7 +98,7 @@ TEST_F(ConnectionTest, TellsResponsesFromOtherMessages) {
     const char* why;
     const char* text;
     bool isResponse;
-    const char* sent;  // in return
+    const char* sent;  // by the host, in response
   } cases[] = {
       {"a text as id", R"({"id":"1"})", true, ""},
       {"a number as id", R"({"id":1})", true, ""},
@@ -266,7 +266,7 @@ TEST_F(ConnectionTest, MakesANewHandshakeAfterTheSessionWasForgotten) {
   EXPECT_EQ(Taken().size(), 2u);
 }
 
-// A refusal's status, say, may tell that before that of the notification is there.
+// The status of a refusal, for example, may end the session before the notification has its status.
 TEST_F(ConnectionTest, EndsAHandshakeWhoseSessionWasForgottenMeanwhile) {
   TransportOf(b).keepsOrder = false;
   Ensure(b, "first");
@@ -312,7 +312,7 @@ TEST_F(ConnectionTest, LetsACallbackSendTheNextRequest) {
     if (++replies < 3) a->SendMcpRequest("m", Json::Object(), 1, again);
   };
   a->SendMcpRequest("m", Json::Object(), 1, again);
-  a->FailMcpPending("gone");  // ends the one there is, not the one that comes of it
+  a->FailMcpPending("gone");  // ends the pending request, not the one that the callback sends
   EXPECT_EQ(replies, 1);
   a->HandleMcpText(R"({"id":"2"})");
   OnTimer(103);
@@ -388,8 +388,8 @@ TEST_F(ConnectionTest, TellsTheTransportTheTimeOutOfEachMessage) {
   EXPECT_EQ(TransportOf(b).timeoutsMs, (std::vector<std::uint32_t>{45'000, 45'000, 1500}));
 }
 
-// What would be the answer if it could be read. Nothing else comes for it from a remote server; a
-// local one may still answer.
+// The text looks like the response but cannot be parsed. A remote server sends no other response to
+// the request; a local server still may.
 TEST_F(ConnectionTest, EndsARequestWhenTheResponseOfARemoteServerIsUnusable) {
   std::string manyValues = R"({"jsonrpc":"2.0","id":"ID","result":[0)";
   for (int i = 0; i < 1'000'000; ++i) manyValues += ",0";
@@ -425,7 +425,7 @@ TEST_F(ConnectionTest, EndsARequestWhenTheResponseOfARemoteServerIsUnusable) {
 }
 
 TEST_F(ConnectionTest, TakesAMessageOfAMillionValues) {
-  // The outermost object, the id, the array and what is in it.
+  // Counts the outermost object, the id, the array and the array's values.
   std::string text = R"({"id":"1","result":[0)";
   for (int i = 0; i < 1'000'000 - 4; ++i) text += ",0";
   Ask(a, "x");
@@ -508,7 +508,7 @@ TEST_F(ConnectionTest, LetsACallbackEndAllOtherRequests) {
             (Record{"kill 102", "kill 101", "y" + reply, "kill 103", "x" + reply, "replaced"}));
 }
 
-// Whatever comes in whatever order, each request ends once.
+// Responses, time-outs and failures come in random order.
 TEST_F(ConnectionTest, EndsEachRequestOnce) {
   std::mt19937 random(7);
   for (int round = 0; round < 200; ++round) {

@@ -1,4 +1,4 @@
-// That the server with which others are tested does what it is told.
+// Tests mcp_child, the MCP server that other tests start.
 #include <filesystem>
 #include <fstream>
 #include <iterator>

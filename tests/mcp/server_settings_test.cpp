@@ -11,7 +11,7 @@ Json Parsed(std::string_view text) {
   return value;
 }
 
-// Finds everything but what is called "missing".
+// Finds every command except "missing".
 std::string Resolve(const std::string& command) {
   return command == "missing" ? "" : "C:\\bin\\" + command;
 }
@@ -35,7 +35,7 @@ std::string Joined(const std::vector<std::string>& lines) {
   return text;
 }
 
-// What comes of the entry "s".
+// The server and the log lines that the entry "s" gives.
 std::string Outcome(const std::string& value) {
   const auto entries = ReadServerEntries(Parsed("{\"s\":" + value + "}"), Resolve);
   EXPECT_EQ(entries.size(), 1u);
@@ -54,7 +54,7 @@ TEST(ReadServerEntries, MakesAServerOrALogLineOfEachEntry) {
   const struct {
     std::string entry, want;
   } cases[] = {
-      // No object: not a word.
+      // No object: no server and no log line.
       {"null", ""},
       {"true", ""},
       {"\"x\"", ""},
@@ -113,7 +113,7 @@ TEST(ReadServerEntries, MakesAServerOrALogLineOfEachEntry) {
        "http s: https://h/p B=1 a=x y =z | [MCP] s -> https://h/p (http)"},
       {R"({"url":"h/p","headers":["A"],"args":["x"],"env":{"A":"1"}})", remote},
 
-      // Every one is kept; those that cannot be sent are said.
+      // Every header is kept; the log names those that cannot be sent.
       {R"({"url":"h/p","headers":{"A":"1\r\nB: 2","C\n":"3","D":"\t","E":"\u007f","F":"\u0085"}})",
        "http s: https://h/p A=1\r\nB: 2 C\n=3 D=\t E=\x7F F=\xC2\x85 | "
        "[MCP] s -> https://h/p (http) | "

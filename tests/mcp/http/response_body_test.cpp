@@ -82,7 +82,7 @@ TEST(ResponseBody, GivesTheSameMessagesForEveryChunkSize) {
   }
 }
 
-// The bytes after which the answer is there, and not one earlier.
+// IsAnswered is true after the last byte of the answer and not one byte earlier.
 TEST(ResponseBody, IsAnsweredOnceTheAnswerIsWhole) {
   const std::string large = R"({"id":"1","result":")" + std::string(24'000, 'x') + "\"}";
   const struct {

@@ -7,7 +7,7 @@ namespace {
 
 using List = std::vector<std::wstring>;
 
-// Entries of a block, each with its zero.
+// Entries of a block, each followed by a NUL.
 std::wstring Block(const List& entries) {
   std::wstring block;
   for (const auto& entry : entries) block += entry + L'\0';
@@ -84,7 +84,8 @@ TEST(BuildChildEnvironment, TakesABlockWithAndWithoutItsLastNul) {
   EXPECT_EQ(BuildChildEnvironment(Block({L"PATH=p"}) + L'\0', {}, {{L"X", L"1"}}), want);
 }
 
-// Says something where wchar_t is a UTF-16 unit: there U+1F600 is D83D DE00, before U+FF21.
+// The order differs where wchar_t is a UTF-16 unit: there U+1F600 is D83D DE00, which comes before
+// U+FF21.
 TEST(BuildChildEnvironment, SortsNamesByTheirUnits) {
   const std::wstring block =
       BuildChildEnvironment(Block({L"\uFF21=1", L"\U0001F600=2", L"PATH=p", L"ü=3"}), {}, {});

@@ -87,12 +87,12 @@ TEST(ChildCommandLine, StartsABatchFileThroughTheShell) {
       {{L"%PATH%"}, L" \"%%cd:~,%PATH%%cd:~,%\""},
       {{L"my dir\\"}, L" \"my dir\\\\\""},
       {{L"ü"}, L" \"ü\""},
-      // After a quote of its own, cmd.exe is outside quotes where the program is inside.
+      // After a quote in a word, cmd.exe is outside quotes while the program is inside.
       {{L"{\"a\":1}"}, L" \"{\\\"a\\\":1}\""},
       {{L"{\"a&b\":\"c d\"}"}, L" \"{\\\"a\"&b\\\":\\\"c\" d\\\"}\""},
       {{L"\"&calc"}, L" \"\\\"\"&calc"},
       {{L"\"\\&\\"}, L" \"\\\"\\\\\"&\\"},
-      // One that stays alone leaves cmd.exe inside quotes.
+      // A single quote character in a word leaves cmd.exe inside quotes.
       {{L"a\"", L"b c", L"d&e", L""}, L" \"a\\\"\" b\" c\" d&e \"\""},
   };
   for (const auto& c : cases) {

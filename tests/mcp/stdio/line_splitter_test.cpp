@@ -66,7 +66,7 @@ TEST(LineSplitter, StartsAgainAfterTheEnd) {
   EXPECT_EQ(splitter.Feed("abc\n"), Lines({"abc"}));
 }
 
-// What a child's reader does with its pipe: at most 4,096 bytes at a time, lines of at most 1 MiB.
+// Like the reader of a child's output: reads of 4,096 bytes, lines of at most 1 MiB.
 TEST(LineSplitter, TakesLinesOfOneMebibyteAndNoMore) {
   constexpr size_t kLimitBytes = 1 << 20;
   const struct {

@@ -16,7 +16,7 @@
 namespace wendra {
 namespace {
 
-// Sets a variable of this process, or takes it away, until the end of the scope.
+// Sets a variable of this process, or removes it (null), until the end of the scope.
 class ScopedVariable {
  public:
   ScopedVariable(const wchar_t* name, const wchar_t* value)
@@ -98,7 +98,7 @@ TEST(ResolveCommandOnSystem, FindsFilesOnTheSearchPath) {
       {"%USERPROFILE%", L""},
       {"none", L""},
       {"", L""},
-      {std::string("npx.exe\0x", 9), folder / L"3\\npx.exe"},  // a name ends at its zero
+      {std::string("npx.exe\0x", 9), folder / L"3\\npx.exe"},  // a name ends at its first NUL
   };
   for (const auto& c : cases) {
     EXPECT_EQ(ResolveCommandOnSystem(c.command), Narrow(c.want)) << c.command;
@@ -121,7 +121,7 @@ TEST(SystemShell, IsInTheFolderOfTheSystem) {
   EXPECT_TRUE(shell.ends_with(L"\\system32\\cmd.exe")) << Narrow(shell);
 }
 
-// A value of cmd.exe's settings in the registry of the test's own user, until the end of the scope.
+// Sets a value of cmd.exe's settings in the user's part of the registry until the end of the scope.
 class ScopedShellValue {
  public:
   ScopedShellValue(const wchar_t* name, DWORD type, const void* data, DWORD bytes) : name_(name) {

@@ -18,7 +18,7 @@ Json Parsed(const std::string& text) {
   return value;
 }
 
-// A page that calls the two actions, and servers that a test answers for.
+// A page that calls the two actions, and servers that the test plays.
 class ToolActions : public testing::Test {
  protected:
   using Server = std::shared_ptr<Connection>;
@@ -31,7 +31,7 @@ class ToolActions : public testing::Test {
                                      std::move(transport), numbers_, timers, log));
   }
 
-  // A server after its handshake, which has used no numbers.
+  // A server whose handshake has completed. The handshake uses up no request ids and no timers.
   Server Add(ServerSettings settings) {
     const Server server = AddNew(std::move(settings));
     const RequestNumbers before = std::exchange(numbers_, {});
@@ -57,7 +57,7 @@ class ToolActions : public testing::Test {
 
   void Call(const std::string& args) { call.run("r", Parsed(args)); }
 
-  // The value of the only reply there is.
+  // Takes the only reply and returns its value.
   std::string OnlyReply() {
     EXPECT_EQ(page.scripts.size(), 1u);
     if (page.scripts.empty()) return {};
