@@ -105,7 +105,7 @@ TEST_F(FlowControlTest, LetsAReaderGoOnWhenAllIsHandled) {
   }
 }
 
-// When no message waits any more, every reader that waited goes on, also if others reach the limit
+// When no message waits any more, every reader that waited goes on, even if others reach the limit
 // again first.
 TEST_F(FlowControlTest, LeavesNoReaderWaiting) {
   Sender senders[] = {
