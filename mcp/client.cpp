@@ -9,7 +9,7 @@
 namespace wendra {
 namespace {
 
-// Closing a window is to end the program within two seconds.
+// The program must end within two seconds after its window is closed.
 constexpr std::uint64_t kSessionEndsMs = 1500;
 
 constexpr char kKeepingServers[] =
@@ -34,7 +34,8 @@ void McpClient::Stop() {
 
 void McpClient::LoadMcpServers() {
   StopServers();
-  // Stopped ones go when nobody holds them any more; their callbacks may ask for the new ones.
+  // The list is empty during the callbacks, so they find no stopped server in it. A stopped
+  // connection is freed when its last holder releases it.
   for (const auto& connection : std::exchange(connections_, {})) connection->FailStopped();
   if (!StartServers()) LookAgain();
 }
@@ -54,7 +55,7 @@ void McpClient::WaitForSessionEnds() {
   }
 }
 
-// False: there is a file that could not be read, and so nothing was started.
+// False: the file exists but could not be read, so no server was started.
 bool McpClient::StartServers() {
   config_.EnsureDefaultConfig();
   const ConfigReading reading = config_.Read();
@@ -109,7 +110,7 @@ bool McpClient::CheckMcpConfigChanged() {
   return true;
 }
 
-// Nothing has been read: what is in the file now must not count as seen.
+// The file could not be read, so its present content must count as a change at the next look.
 void McpClient::LookAgain() {
   if (watch_) watch_->LookAgain();
   hasSaidUnreadable_ = true;
@@ -134,7 +135,7 @@ void McpClient::OnPosted(ServerId server, const PostStatus& status) {
 }
 
 void McpClient::OnTimer(std::uint64_t timer) {
-  const Connections servers = connections_;  // a callback may reload them
+  const Connections servers = connections_;  // a copy: a callback may reload the servers
   for (const auto& connection : servers) {
     if (connection->OnTimer(timer)) return;
   }
