@@ -7,6 +7,7 @@
 
 #include <gtest/gtest.h>
 
+#include "tests/support/patience.h"
 #include "tests/support/recording_page.h"
 #include "tests/support/scratch_folder_win.h"
 #include "tests/support/test_window_win.h"
@@ -20,7 +21,6 @@
 namespace wendra {
 namespace {
 
-constexpr DWORD kPatienceMs = 20'000;
 constexpr DWORD kManyPatienceMs = 120'000;  // for many commands at once
 
 // The quoted path of a program of the build and a space. The programs are one folder above the

@@ -17,6 +17,7 @@
 
 #include "base/clock.h"
 #include "mcp/client.h"
+#include "tests/support/patience.h"
 #include "tests/support/queue_inbox.h"
 #include "tests/support/scripted_servers.h"
 
@@ -25,7 +26,6 @@ namespace {
 using namespace wendra;
 
 constexpr size_t kMaxSteps = 100;
-constexpr std::uint64_t kPatienceMs = 20'000;
 
 void Require(bool holds) {
   if (!holds) std::abort();

@@ -11,6 +11,7 @@
 
 #include "base/clock.h"
 #include "json/objects.h"
+#include "tests/support/patience.h"
 #include "tests/support/queue_inbox.h"
 #include "tests/support/recording_transport.h"
 #include "tests/support/scripted_servers.h"
@@ -20,8 +21,6 @@ namespace wendra {
 namespace {
 
 using Lines = std::vector<std::string>;
-
-constexpr std::uint64_t kPatienceMs = 20'000;  // before a wait counts as failed
 
 // A client whose servers the test plays.
 class Client : public testing::Test {

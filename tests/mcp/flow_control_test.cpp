@@ -9,12 +9,11 @@
 #include <gtest/gtest.h>
 
 #include "base/clock.h"
+#include "tests/support/patience.h"
 #include "tests/support/queue_inbox.h"
 
 namespace wendra {
 namespace {
-
-constexpr std::uint64_t kPatienceMs = 20'000;  // before a wait counts as failed
 
 // Counts the messages of each server and drops them.
 class CountingInbox : public Inbox {

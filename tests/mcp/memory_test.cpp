@@ -15,6 +15,7 @@
 
 #include "base/clock.h"
 #include "mcp/client.h"
+#include "tests/support/patience.h"
 #include "tests/support/queue_inbox.h"
 #include "tests/support/recording_transport.h"
 #include "tests/support/scripted_servers.h"
@@ -47,8 +48,6 @@ void operator delete[](void* memory, std::size_t) noexcept { Free(memory); }
 
 namespace wendra {
 namespace {
-
-constexpr std::uint64_t kPatienceMs = 60'000;  // before a wait counts as failed
 
 constexpr char kFiveServers[] =
     R"({"mcpServers":{"a":{"command":"a.exe"},"b":{"command":"b.exe"},"c":{"command":"c.exe"},)"

@@ -1,6 +1,8 @@
 // A hidden top-level window for a test, and functions that handle the messages of its thread.
 #pragma once
 
+#include "tests/support/patience.h"
+
 #include <functional>
 
 #include <windows.h>
@@ -41,7 +43,6 @@ class TestWindow {
   // Handles messages until `isDone()` is true; asks before each message. False: not within 20
   // seconds.
   static bool PumpUntil(const std::function<bool()>& isDone) {
-    constexpr ULONGLONG kPatienceMs = 20'000;
     const ULONGLONG end = GetTickCount64() + kPatienceMs;
     for (ULONGLONG now = GetTickCount64(); !isDone(); now = GetTickCount64()) {
       if (now >= end) return false;

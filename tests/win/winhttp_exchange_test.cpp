@@ -9,12 +9,12 @@
 
 #include "tests/support/http_test_server_win.h"
 #include "win/unique.h"
+#include "tests/support/patience.h"
 
 namespace wendra {
 namespace {
 
 constexpr HttpTimeouts kTimeouts{8000, 8000, 30'000, 30'000};
-constexpr DWORD kPatienceMs = 20'000;
 using Headers = std::vector<std::pair<std::string, std::string>>;
 
 HttpRequest Request(std::string url, std::string method = "GET") {

@@ -11,6 +11,7 @@
 #include <gtest/gtest.h>
 
 #include "mcp/stdio/server_process_win.h"
+#include "tests/support/patience.h"
 #include "tests/support/queue_inbox.h"
 #include "tests/support/run_child_win.h"
 #include "tests/support/scratch_folder_win.h"
@@ -20,8 +21,6 @@
 
 namespace wendra {
 namespace {
-
-constexpr DWORD kPatienceMs = 20'000;  // before a wait counts as failed
 
 // The programs that tests start are one folder above the tests.
 std::string ProgramOfTests(const wchar_t* name) {
