@@ -1,4 +1,4 @@
-// Puts a function of ours between the program and one that it imports.
+// Replaces a function that this program imports from a DLL.
 #pragma once
 
 #include <cstdint>
@@ -7,8 +7,9 @@
 
 namespace wendra {
 
-// From here on every call of the library's function `name` in this program is one of `replacement`.
-// The real one; null when it is not imported. Not for use beside other threads.
+// From now on, calls of the function `name` of `library` in this program go to `replacement`.
+// Returns the real function; null if the program does not import it. No other thread may run
+// meanwhile.
 template <typename Function>
 Function HookImport(const char* name, Function replacement,
                     const wchar_t* library = L"kernel32.dll") {
