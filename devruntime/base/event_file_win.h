@@ -1,4 +1,4 @@
-// Notable events as JSON lines in a file, for tools that wait for the page.
+// A file of lines, most of them JSON, that tools read while the program runs.
 #pragma once
 
 #include <string>
@@ -8,18 +8,17 @@
 
 namespace wendra {
 
+// Any thread. Other processes can read a line before the call returns.
 class EventFile {
  public:
-  // Appends to `path`; with "" every call does nothing.
+  // Appends to `path`; makes the file if it is missing. With "" every call does nothing.
   explicit EventFile(const std::wstring& path);
 
-  // One line as it is; the line end is added.
+  // The line end is added.
   void WriteLine(std::string line) const;
 
-  // One line, there for other processes to read before this returns. Any thread.
+  // `event` as one line.
   void Write(const Json& event) const;
-
-  bool IsOn() const { return static_cast<bool>(file_); }
 
  private:
   FileHandle file_;

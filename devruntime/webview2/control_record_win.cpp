@@ -8,8 +8,8 @@
 namespace wendra {
 namespace {
 
-// The end of the process is told to the DLL without any object; never freed, since that end comes
-// after all destructors.
+// DllMain gets no data of ours, so it finds the records here. Never freed: it runs after all
+// destructors.
 std::vector<std::weak_ptr<ControlRecord>>* records = nullptr;
 
 }  // namespace
@@ -18,8 +18,8 @@ ControlRecord::ControlRecord(const Settings& settings)
     : events_(std::make_shared<EventFile>(settings.eventsFile)),
       timings_(std::make_shared<HandlerTimings>(settings.timingsFile)) {}
 
-void ControlRecord::TellClosed(bool hasParent) {
-  if (std::exchange(told_, true)) return;
+void ControlRecord::ReportClosed(bool hasParent) {
+  if (std::exchange(isReported_, true)) return;
   timings_->Write();
   events_->Write(MakeObject({{"event", "closed"}, {"hasParent", hasParent}}));
 }
@@ -31,10 +31,11 @@ std::shared_ptr<ControlRecord> MakeControlRecord(const Settings& settings) {
   return record;
 }
 
-void TellClosedAtProcessEnd() {
+void ReportClosedAtProcessEnd() {
   if (!records) return;
-  for (const auto& weak : *records)
-    if (const auto record = weak.lock()) record->TellClosed(false);
+  for (const auto& weak : *records) {
+    if (const auto record = weak.lock()) record->ReportClosed(false);
+  }
 }
 
 }  // namespace wendra

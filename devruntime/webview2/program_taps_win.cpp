@@ -1,49 +1,58 @@
-#include "devruntime/webview2/debug_tap_win.h"
+#include "devruntime/webview2/program_taps_win.h"
 
 #include <mutex>
 #include <string>
 
-#include <windows.h>
-
+#include "base/lock.h"
+#include "devruntime/base/event_file_win.h"
+#include "devruntime/base/variables_win.h"
 #include "devruntime/failing_calls/import_table_win.h"
 #include "devruntime/webview2/handler_timings_win.h"
 #include "devruntime/webview2/settings_win.h"
+#include "json/objects.h"
 #include "win/wide.h"
+
+#include <windows.h>
 
 namespace wendra {
 namespace {
 
-using OutputFunction = void(WINAPI*)(LPCWSTR);
+// The slots of the import table hold an address and no data. So the replacements find what they
+// need here.
+decltype(&OutputDebugStringW) realOutput = nullptr;
+void(__cdecl* realExit)(int) = nullptr;
+Lock outputLock;  // has no destructor: texts come until the process ends
 
-// The import table has room for a function's address and nothing else, so the replacement finds its
-// two companions here.
-OutputFunction realOutput = nullptr;
-std::mutex* outputMutex = nullptr;  // never freed: lines may come to the very end of the process
-
-void WriteLine(const std::string& line) {
-  const std::lock_guard lock(*outputMutex);  // a long line is not one write further down
+void WriteText(const std::string& text) {
+  const std::lock_guard<Lock> lock(outputLock);  // Wine splits a long text into several writes
   DWORD written = 0;
-  WriteFile(GetStdHandle(STD_OUTPUT_HANDLE), line.data(), static_cast<DWORD>(line.size()), &written,
-            nullptr);
+  (void)WriteFile(GetStdHandle(STD_OUTPUT_HANDLE), text.data(), static_cast<DWORD>(text.size()),
+                  &written, nullptr);
 }
 
 void WINAPI TappedOutput(LPCWSTR text) {
   const HandlerTimings::DebuggerOutput timing;
-  const DWORD error = GetLastError();  // the real function keeps it, and so must this one
-  if (text) WriteLine(Narrow(text));
+  const DWORD error = GetLastError();  // OutputDebugStringW leaves it as it is
+  if (text) WriteText(Narrow(text));
   SetLastError(error);
   realOutput(text);
 }
 
+void __cdecl TappedExit(int code) {
+  EventFile(ReadSettings().eventsFile).Write(MakeObject({{"event", "ended"}, {"code", code}}));
+  realExit(code);
+}
+
 }  // namespace
 
-void InstallDebugTap() {
+void TapDebuggerOutput() {
   if (realOutput || DevVariable(L"WENDRA_DEV_LOG") != L"1") return;
-  ULONGLONG* const slot = FindImportOfProgram("OutputDebugStringW");
-  if (!slot) return;
-  outputMutex = new std::mutex;
-  realOutput = reinterpret_cast<OutputFunction>(*slot);
-  (void)RedirectImport(slot, reinterpret_cast<void*>(&TappedOutput));
+  (void)RedirectImport("OutputDebugStringW", &TappedOutput, realOutput);
+}
+
+void TapExit() {
+  if (realExit || ReadSettings().eventsFile.empty()) return;
+  (void)RedirectImport("exit", &TappedExit, realExit);
 }
 
 }  // namespace wendra

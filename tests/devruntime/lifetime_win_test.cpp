@@ -3,6 +3,7 @@
 
 #include <gtest/gtest.h>
 
+#include "devruntime/base/variables_win.h"
 #include "devruntime/webview2/browser_port_win.h"
 #include "devruntime/webview2/settings_win.h"
 #include "devruntime/webview2/web_socket_win.h"

@@ -3,6 +3,7 @@
 
 #include <gtest/gtest.h>
 
+#include "devruntime/base/variables_win.h"
 #include "devruntime/webview2/settings_win.h"
 #include "tests/devruntime/test_control_win.h"
 #include "win/unique.h"

@@ -7,7 +7,7 @@
 
 #include <gtest/gtest.h>
 
-#include "devruntime/webview2/settings_win.h"
+#include "devruntime/base/variables_win.h"
 #include "devruntime/webview2/web_socket_win.h"
 #include "win/file.h"
 #include "win/wide.h"
