@@ -17,16 +17,16 @@
 namespace wendra {
 namespace {
 
-// The page asks again for what it shows of the configuration; the event carries nothing.
+// The event carries no data: the page requests the configuration again if it shows it.
 constexpr char kConfigChangedScript[] =
     "document.dispatchEvent(new CustomEvent('mcpConfigChanged'));";
 
-// The thread's next message. False: there is none any more; `message` then is the quit message,
-// unless somebody else has taken that.
+// Gets the thread's next message. False: the loop ends. Then `message` is the quit message, or some
+// earlier message if a modal loop has swallowed the quit message.
 bool NextMessage(MSG& message, bool windowIsThere) {
   if (windowIsThere) return GetMessageW(&message, nullptr, 0, 0) > 0;
-  // The window has posted the quit message, which comes last. A modal loop in which the window went
-  // may have swallowed it: it is not waited for.
+  // The window has posted the quit message, which comes last. If a modal loop has destroyed the
+  // window and swallowed that message, waiting for it would never end.
   return PeekMessageW(&message, nullptr, 0, 0, PM_REMOVE) && message.message != WM_QUIT;
 }
 
@@ -50,7 +50,7 @@ Application::Application(HINSTANCE instance, std::string server, WindowLog& log,
       bridge_(MakeActions(), replies_, log),
       window_(instance, log, MakeWindowHandlers()) {}
 
-// The order is the order in which names are compared.
+// The bridge compares names in this order.
 ActionTable Application::MakeActions() {
   const auto window = [this] { return window_.Handle(); };
   const auto servers = [this] { return mcp_.Servers(); };
@@ -123,7 +123,7 @@ void Application::OnHttpPosted() {
   for (const auto& [server, status] : inbox_->TakeStatuses()) mcp_.OnPosted(server, status);
 }
 
-// Any program may post the message that leads here; there is one control all the same.
+// Any program may post kCreateWebViewMessage: a second one must not make a second control.
 void Application::CreateWebView() {
   if (!std::exchange(hasWebView_, true)) page_.Create(window_.Handle());
 }
@@ -131,14 +131,14 @@ void Application::CreateWebView() {
 int Application::Run() {
   if (!window_.Handle()) return 1;
   window_.Show();
-  // From the loop, so that the window is there before the control takes its time.
+  // Posted, so that the window is visible before the slow creation of the control begins.
   (void)PostMessageW(window_.Handle(), kCreateWebViewMessage, 0, 0);
   updater_.emplace(log_, config_.Path(), window_.Handle());
 
   const AcceleratorTable accelerators = MainWindow::MakeAccelerators();
   MSG message{};
   while (NextMessage(message, window_.Handle() != nullptr)) {
-    // The message's own window: the keys act only while the main window itself has the focus.
+    // Deliberate: the message's own window. The keys act only while the main window has the focus.
     if (accelerators && TranslateAcceleratorW(message.hwnd, accelerators.Get(), &message)) continue;
     TranslateMessage(&message);
     DispatchMessageW(&message);

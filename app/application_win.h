@@ -1,4 +1,4 @@
-// Everything the program is made of, one object a subsystem, built in order, destroyed in reverse.
+// Owns the program's subsystems: builds one object for each in order, destroys them in reverse.
 #pragma once
 
 #include <cstdint>
@@ -27,10 +27,11 @@ namespace wendra {
 // UI thread only.
 class Application {
  public:
-  // `server` is the chosen address. Borrows `log` and `config`, which served the choice.
+  // `server` is the chosen address. Borrows `log` and `config`.
   Application(HINSTANCE instance, std::string server, WindowLog& log, ConfigFile& config);
 
-  // Shows the window and runs the message loop until the window is gone: the exit code.
+  // Shows the window and runs the message loop until the window is gone. Returns the exit code; 1
+  // if there is no window.
   int Run();
 
  private:
@@ -54,10 +55,10 @@ class Application {
   WindowTimers timers_;
   McpClient mcp_;
   Bridge bridge_;
-  std::shared_ptr<WindowInbox> inbox_;  // from the window's creation on
-  bool hasWebView_ = false;             // the control has been asked for
+  std::shared_ptr<WindowInbox> inbox_;  // null before the window's creation
+  bool hasWebView_ = false;             // the control has been requested
   MainWindow window_;
-  std::optional<Updater> updater_;  // from the window's showing to the end
+  std::optional<Updater> updater_;  // set when the window is shown
 };
 
 }  // namespace wendra

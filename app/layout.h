@@ -1,9 +1,9 @@
-// Sizes of the main window and what lies in it. Pure; everything in device pixels.
+// Computes the sizes of the main window and of the areas in it, in device pixels. Pure.
 #pragma once
 
 namespace wendra {
 
-// Deliberate: does not follow the DPI.
+// Deliberate: the same at every DPI.
 inline constexpr int kLogPanelHeightPx = 200;
 
 struct Box {
@@ -19,8 +19,8 @@ struct ClientLayout {
   Box panel;
 };
 
-// The page above, the panel below it when it is visible. Nothing is clamped: in a low window the
-// page's bottom lies above its top.
+// The page is above, the panel below it. Nothing is clamped: if the window is lower than the panel,
+// `page.bottom` is less than `page.top`. Without the panel its box has height 0.
 ClientLayout LayOutClient(int widthPx, int heightPx, bool panelIsVisible);
 
 struct Size {
@@ -29,7 +29,8 @@ struct Size {
   bool operator==(const Size&) const = default;
 };
 
-// The smallest size the user can drag the window to: 720 by 480 at 96 DPI. 0 counts as 96 DPI.
+// The smallest size to which the user can drag the window: 720 by 480 at 96 DPI. A `dpi` of 0
+// counts as 96.
 Size MinimumWindowSize(unsigned dpi);
 
 }  // namespace wendra

@@ -13,12 +13,11 @@ namespace {
 
 constexpr int kControlId = 2;
 
-// A visible panel follows the log so soon that nobody sees a delay, and a burst of lines costs one
-// update.
+// Short enough that the user sees no delay; a burst of lines costs one update.
 constexpr UINT_PTR kFollowTimer = 1;
 constexpr UINT kFollowDelayMs = 50;
 
-// Consolas, 9 points at the DPI that the window has now; kept for good.
+// Consolas, 9 points at the present DPI. The font stays when the DPI changes.
 Font MakeFont(HWND window) {
   constexpr int kPoints = 9;
   const HDC dc = GetDC(window);
@@ -29,7 +28,7 @@ Font MakeFont(HWND window) {
                           L"Consolas"));
 }
 
-// The control's text ends at a zero; a line may hold one.
+// The control's text ends at a NUL, but a line may hold one.
 std::wstring PanelText(std::string_view log) {
   std::wstring text = Widen(log);
   std::ranges::replace(text, L'\0', L'\uFFFD');
@@ -45,7 +44,7 @@ LogPanel::LogPanel(HWND parent, HINSTANCE instance, const std::string& logText)
       CreateWindowExW(0, L"EDIT", L"", kStyle, 0, 0, 0, 0, parent,
                       reinterpret_cast<HMENU>(static_cast<INT_PTR>(kControlId)), instance, nullptr);
   SendMessageW(edit_, WM_SETFONT, reinterpret_cast<WPARAM>(font_.Get()), TRUE);
-  // The limit of 30,000 characters holds for appending, and beyond it nothing is said: lift it.
+  // By default EM_REPLACESEL appends nothing beyond 30,000 characters, and reports no error.
   SendMessageW(edit_, EM_SETLIMITTEXT, 0, 0);
   SetWindowSubclass(edit_, &LogPanel::OnMessage, 0, reinterpret_cast<DWORD_PTR>(this));
   ShowWindow(edit_, SW_HIDE);
@@ -55,7 +54,7 @@ LogPanel::~LogPanel() { RemoveWindowSubclass(edit_, &LogPanel::OnMessage, 0); }
 
 void LogPanel::OnLogGrown() {
   const bool wasStale = std::exchange(isStale_, true);
-  if (!edit_) return;  // the system has refused it; the log goes on without
+  if (!edit_) return;  // the system made no control
   if (isVisible_ && !wasStale) SetTimer(edit_, kFollowTimer, kFollowDelayMs, nullptr);
 }
 
@@ -81,7 +80,8 @@ LRESULT CALLBACK LogPanel::OnMessage(HWND window, UINT message, WPARAM wparam, L
 }
 
 void LogPanel::TakeOverNewText() {
-  if (!std::exchange(isStale_, false)) return;  // also keeps the messages sent below from nesting
+  // Cleared first: the messages below reach this function again.
+  if (!std::exchange(isStale_, false)) return;
   const std::wstring text = PanelText(std::string_view(logText_).substr(shownBytes_));
   if (std::exchange(shownBytes_, logText_.size()) == 0) {
     SetWindowTextW(edit_, text.c_str());

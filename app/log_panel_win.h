@@ -1,4 +1,4 @@
-// The read-only text at the bottom of the window that shows the log.
+// Shows the log as read-only text at the bottom of the main window.
 #pragma once
 
 #include <cstddef>
@@ -11,19 +11,20 @@ namespace wendra {
 
 // UI thread only.
 //
-// To everyone who looks, by eye or by message, the panel holds the whole log after every line, with
-// the caret at its end. A line nevertheless costs the same after a day as in the first minute: the
-// control takes over what is new only when it is looked at (by any message, or 50 ms later while it
-// is visible), and then all of it at once.
+// For the user and for every message to the control, the panel holds the whole log with the caret
+// at its end. But the control's text is not changed for every line, because a long text is
+// expensive to extend: the panel takes over all new text at once, before the control handles its
+// next message, and 50 ms after a new line at the latest while it is visible.
 class LogPanel {
  public:
-  // Makes the hidden control in `parent`. Borrows `logText`, which only ever grows.
+  // Makes the hidden control in `parent`. Borrows `logText`, which must only grow. If the system
+  // makes no control, the panel does nothing.
   LogPanel(HWND parent, HINSTANCE instance, const std::string& logText);
   ~LogPanel();
   LogPanel(const LogPanel&) = delete;
   LogPanel& operator=(const LogPanel&) = delete;
 
-  // `logText` has grown.
+  // Call after `logText` has grown.
   void OnLogGrown();
 
   void SetVisible(bool isVisible);
@@ -37,11 +38,11 @@ class LogPanel {
   void MoveCaretToEnd();
 
   const std::string& logText_;
-  size_t shownBytes_ = 0;  // of logText_, that the control holds
-  bool isStale_ = false;   // the control must take over the rest before anyone looks
+  size_t shownBytes_ = 0;  // how much of logText_ the control holds
+  bool isStale_ = false;   // logText_ holds more than the control
   bool isVisible_ = false;
   Font font_;
-  HWND edit_ = nullptr;  // a child: goes with its parent
+  HWND edit_ = nullptr;  // the parent window destroys it
 };
 
 }  // namespace wendra

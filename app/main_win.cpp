@@ -1,4 +1,4 @@
-// Where the program starts: chooses the server, then runs the application on it.
+// The entry of the program: chooses the server, then runs the application.
 #include <exception>
 #include <string>
 #include <utility>
@@ -20,7 +20,7 @@
 
 namespace {
 
-// The UI thread's single-threaded COM apartment.
+// Puts the UI thread into a single-threaded COM apartment, for its own lifetime.
 class ComApartment {
  public:
   ComApartment() : isEntered_(SUCCEEDED(CoInitializeEx(nullptr, COINIT_APARTMENTTHREADED))) {}
@@ -40,7 +40,7 @@ void InitializeCommonControls() {
   InitCommonControlsEx(&classes);
 }
 
-// The first argument after the program's path, "" when there is none. Later ones are ignored.
+// The first argument after the program's path; "" if there is none. Further arguments are ignored.
 std::string FirstArgument() {
   int count = 0;
   wchar_t** arguments = CommandLineToArgvW(GetCommandLineW(), &count);
@@ -52,19 +52,20 @@ std::string FirstArgument() {
 }  // namespace
 
 int WINAPI wWinMain(HINSTANCE instance, HINSTANCE, PWSTR, int) {
-  // At once: the default would show a box and go on dispatching messages until somebody clicks.
+  // End at once: the default shows a message box, which dispatches messages until the user closes
+  // it.
   std::set_terminate([] { RaiseFailFastException(nullptr, nullptr, 0); });
   const ComApartment apartment;
   InitializeCommonControls();
   (void)SetCurrentProcessExplicitAppUserModelID(wendra::kApplicationId);
 
-  // Never freed: reading threads may log until the process ends.
+  // Never freed: other threads may log until the process ends.
   auto& log = *new wendra::WindowLog;
   wendra::ConfigFile config(wendra::ConfigFilePath(), log);
   wendra::WindowServerPrompt prompt(instance);
   wendra::ServerChoice choice(FirstArgument(), config, prompt, log);
   std::string server = choice.SelectServerAtStartup();
-  if (server.empty()) return 0;  // nothing chosen: no window
+  if (server.empty()) return 0;  // the user has cancelled the prompt
 
   return wendra::Application(instance, std::move(server), log, config).Run();
 }

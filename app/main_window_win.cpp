@@ -20,11 +20,11 @@ constexpr WORD kReloadCommand = 101;
 constexpr WORD kCheckForUpdatesCommand = 102;
 
 void RegisterWindowClass(HINSTANCE instance, WNDPROC procedure) {
-  // No background: page and panel cover it all.
+  // No background: page and panel cover the window.
   WNDCLASSEXW windowClass = MakeWindowClass(instance, kWindowClass, procedure);
   windowClass.hIcon = LoadProgramIcon(instance);
   windowClass.hIconSm = windowClass.hIcon;
-  (void)RegisterClassExW(&windowClass);  // without the class there is no window, which is seen
+  (void)RegisterClassExW(&windowClass);  // on failure CreateWindowExW fails too
 }
 
 RECT ToRect(const Box& box) { return {box.left, box.top, box.right, box.bottom}; }
@@ -136,8 +136,8 @@ void MainWindow::LayOut() {
 }
 
 void MainWindow::OnGetMinMaxInfo(MINMAXINFO& info) const {
-  // While the window is being made the scale counts as 1, so that it starts with its own size
-  // whatever the DPI.
+  // Deliberate: while the window is being made, the scale is 1, so that its first size is the same
+  // at every DPI.
   const Size size = MinimumWindowSize(isCreated_ ? GetDpiForWindow(window_) : 0);
   info.ptMinTrackSize = {size.width, size.height};
 }

@@ -1,4 +1,4 @@
-// The one top-level window: its messages, its keys, and what lies in it.
+// The main window: its messages, its keys, the page and the log panel in it.
 #pragma once
 
 #include <functional>
@@ -13,14 +13,15 @@
 
 namespace wendra {
 
-// What the owners of the program's features do when something happens to the window.
+// What the window calls when it gets a message or a command.
 struct WindowHandlers {
   using OnMessage = std::function<void(WPARAM wparam, LPARAM lparam)>;
 
-  // All handlers of a message run, in this order; those of WM_CREATE and WM_DESTROY before the
-  // window creates and destroys what lies in it. The owner of a message's payload frees it.
+  // All handlers of a message run, in this order, before the window handles the message itself. So
+  // on WM_CREATE they run before the log panel is made, on WM_DESTROY before it is destroyed. A
+  // handler takes and frees the message's payload.
   std::vector<std::pair<UINT, OnMessage>> messages;
-  std::function<void(const RECT& bounds)> placePage;  // in client coordinates, pixels
+  std::function<void(const RECT& bounds)> placePage;  // pixels of the client area
   std::function<void()> reload;                       // Ctrl+R
   std::function<void()> checkForUpdates;              // Ctrl+U
 };
@@ -28,7 +29,7 @@ struct WindowHandlers {
 // UI thread only.
 class MainWindow {
  public:
-  // Makes the window, still hidden; Handle() is null if that failed. Borrows `log`.
+  // Makes the hidden window. If that fails, Handle() is null. Borrows `log`.
   MainWindow(HINSTANCE instance, WindowLog& log, WindowHandlers handlers);
   ~MainWindow();
   MainWindow(const MainWindow&) = delete;
@@ -37,10 +38,10 @@ class MainWindow {
   HWND Handle() const { return window_; }
   void Show();
 
-  // Gives the page and the log panel their places.
+  // Places the page and the log panel.
   void LayOut();
 
-  // The keys Ctrl+L, Ctrl+R and Ctrl+U, as the commands that OnCommand takes.
+  // The keys Ctrl+L, Ctrl+R and Ctrl+U. Empty if the system makes no table.
   static AcceleratorTable MakeAccelerators();
 
  private:
@@ -57,7 +58,7 @@ class MainWindow {
   WindowLog& log_;
   const WindowHandlers handlers_;
   HWND window_ = nullptr;          // from WM_NCCREATE to WM_NCDESTROY
-  bool isCreated_ = false;         // the window has been made: its DPI can be asked for
+  bool isCreated_ = false;         // CreateWindowExW has returned the window
   std::optional<LogPanel> panel_;  // from WM_CREATE to WM_DESTROY
 };
 

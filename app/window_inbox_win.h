@@ -1,4 +1,4 @@
-// The MCP client's inbox: hands messages over through the message queue of the main window.
+// Implements the MCP client's Inbox with the message queue of the main window.
 #pragma once
 
 #include <string>
@@ -12,7 +12,7 @@
 
 namespace wendra {
 
-// Shared with the threads of the servers, which may outlive the window.
+// Shared by shared_ptr with the servers' threads, which may run longer than the window exists.
 class WindowInbox : public Inbox {
  public:
   explicit WindowInbox(HWND window) : window_(window) {}
@@ -21,11 +21,11 @@ class WindowInbox : public Inbox {
   bool PostText(ServerId server, std::string text) override;
   bool DeliverClosed(ServerId server) override;
 
-  // kHttpPostedMessage only tells that there is a status: a message without a payload does no harm,
-  // whatever program posts it.
+  // Keeps the status here and posts kHttpPostedMessage without a payload. So a message that another
+  // program posts under that number does no harm.
   bool DeliverStatus(ServerId server, PostStatus status) override;
 
-  // The statuses since the last call, in order of delivery. UI thread.
+  // Takes the statuses delivered since the last call, in order. UI thread.
   std::vector<std::pair<ServerId, PostStatus>> TakeStatuses();
 
  private:

@@ -28,8 +28,8 @@ void WindowLog::Line(std::string_view line) {
 void WindowLog::LineFromAnyThread(std::string_view line) {
   const HWND window = window_;
   if (!window) return WriteToDebugger(line);
-  // Posted on the UI thread too, so that lines keep their order. A window that is just going away
-  // takes nothing any more: the line is lost with it.
+  // Posted on the UI thread too, so that lines keep their order. If the window is just being
+  // destroyed or its queue is full, the line is lost.
   (void)PostOwned(window, kLogLineMessage, 0, std::make_unique<std::string>(line));
 }
 

@@ -1,4 +1,4 @@
-// The program's log: one text for the whole run, the debugger output, and the panel.
+// The program's log: keeps all lines of the run, copies them to the debugger, updates the panel.
 #pragma once
 
 #include <atomic>
@@ -12,20 +12,20 @@
 
 namespace wendra {
 
-// There is no file and no limit: the text lives as long as the process.
+// There is no log file and no limit of size: the text stays in memory until the process ends.
 class WindowLog : public Log {
  public:
   void Line(std::string_view line) override;
   void LineFromAnyThread(std::string_view line) override;
 
-  // The window that takes kLogLineMessage; null when it is gone. UI thread.
+  // Sets the window that gets kLogLineMessage; null when it is gone. UI thread.
   void SetWindow(HWND window) { window_ = window; }
 
-  // Borrowed until the next call; null when there is none. What was logged before shows with the
-  // first line logged after. UI thread.
+  // Borrows `panel` until the next call; null: no panel. Earlier lines appear with the next line
+  // that is logged. UI thread.
   void SetPanel(LogPanel* panel) { panel_ = panel; }
 
-  // Every line so far, each with CR LF. UI thread.
+  // All lines so far, each ended by CR LF. UI thread.
   const std::string& Text() const { return text_; }
 
  private:

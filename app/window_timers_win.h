@@ -1,4 +1,4 @@
-// The MCP client's timers: those of the main window.
+// Implements the MCP client's timers with timers of the main window.
 #pragma once
 
 #include <cstdint>

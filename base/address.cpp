@@ -40,7 +40,7 @@ std::string OriginOf(std::string_view address) {
   if (hostAndPort.starts_with('[') && hostAndPort.find(']') == std::string_view::npos) return {};
   const std::string scheme = LowerAscii(parts.scheme);
   std::string origin = scheme + "://" + LowerAscii(hostAndPort);
-  // A colon inside brackets belongs to an IPv6 address.
+  // Colons inside brackets belong to an IPv6 address: the port's colon follows the bracket.
   const size_t colon =
       hostAndPort.find(':', hostAndPort.starts_with('[') ? hostAndPort.find(']') : 0);
   const bool hasColon = colon != std::string_view::npos;

@@ -1,4 +1,4 @@
-// ASCII rules for text whose other bytes must stay as they are (UTF-8 included).
+// ASCII rules for text. Bytes that are not ASCII, such as those of UTF-8, stay as they are.
 #pragma once
 
 #include <string>
@@ -9,7 +9,7 @@ namespace wendra {
 // `text` with A to Z replaced by a to z; all other bytes unchanged.
 std::string LowerAscii(std::string_view text);
 
-// `text` without leading and trailing blanks: space, tab, CR and LF, nothing else.
+// `text` without leading and trailing whitespace: space, tab, CR and LF, nothing else.
 std::string_view TrimBlanks(std::string_view text);
 
 }  // namespace wendra

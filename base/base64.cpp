@@ -10,7 +10,8 @@ namespace {
 
 constexpr char kAlphabet[] = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
 
-// The two characters of every 12 bits: half the look-ups, twice the speed.
+// The two characters for each value of 12 bits: half as many look-ups as with 6 bits, and twice as
+// fast.
 using CharacterPairs = std::array<std::array<char, 2>, 4096>;
 constexpr CharacterPairs MakePairs() {
   CharacterPairs pairs{};

@@ -1,4 +1,4 @@
-// Standard base64 (RFC 4648, with padding, no line breaks).
+// Encodes bytes in standard base64 (RFC 4648, with padding, without line breaks).
 #pragma once
 
 #include <string>
@@ -6,7 +6,7 @@
 
 namespace wendra {
 
-// 4 characters for every 3 bytes begun.
+// Returns 4 characters for each group of 3 bytes; the last group may be shorter.
 std::string EncodeBase64(std::string_view bytes);
 
 }  // namespace wendra

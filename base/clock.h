@@ -1,4 +1,4 @@
-// The clock for time-outs.
+// Reads the clock for time-outs.
 #pragma once
 
 #include <chrono>
@@ -6,7 +6,8 @@
 
 namespace wendra {
 
-// Milliseconds since a fixed moment of this process's life; never goes backwards. Any thread.
+// Milliseconds since a fixed moment, the same for the whole life of this process; never goes
+// backwards. Any thread.
 inline std::uint64_t ClockMs() {
   const auto now = std::chrono::steady_clock::now().time_since_epoch();
   return static_cast<std::uint64_t>(

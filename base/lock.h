@@ -1,6 +1,6 @@
-// A lock and a condition that own nothing on Windows. With mingw each std::mutex and
-// std::condition_variable that is used keeps memory and kernel handles until the process ends, so
-// objects that come and go use these.
+// A lock and a condition variable that own no memory and no handle on Windows. With mingw, each
+// std::mutex and std::condition_variable that is used keeps memory and kernel handles until the
+// process ends. Objects that are created and destroyed while the program runs use these instead.
 #pragma once
 
 #include <cstdint>
@@ -12,7 +12,7 @@
 
 namespace wendra {
 
-// For std::lock_guard and std::unique_lock. Not recursive. Any thread.
+// Works with std::lock_guard and std::unique_lock. Not recursive. Any thread.
 class Lock {
  public:
   Lock() = default;
@@ -31,20 +31,22 @@ class Lock {
 #endif
 };
 
-// The caller of a wait holds the lock. It is released while the caller sleeps.
+// A condition variable. The caller of Wait and WaitFor holds the lock; it is released while the
+// caller sleeps. Any thread.
 class Condition {
  public:
   Condition() = default;
   Condition(const Condition&) = delete;
   Condition& operator=(const Condition&) = delete;
 
-  // Returns when `isTrue()`, which is called with the lock held.
+  // Returns when `isTrue()` is true. `isTrue` is called with the lock held.
   template <typename IsTrue>
   void Wait(Lock& lock, IsTrue isTrue) {
     while (!isTrue()) Sleep(lock);
   }
 
-  // The same for at most `maxMs` milliseconds. False: the time is over and it is still not true.
+  // Like Wait, but for at most `maxMs` milliseconds. False: the time is over, and `isTrue()` is
+  // still false.
   template <typename IsTrue>
   bool WaitFor(Lock& lock, std::uint32_t maxMs, IsTrue isTrue) {
     const std::uint64_t endMs = NowMs() + maxMs;
@@ -61,7 +63,7 @@ class Condition {
 
  private:
   static std::uint64_t NowMs();
-  // Both may return early.
+  // Both may return early: the caller has to check its condition again.
   void Sleep(Lock& lock);
   void SleepFor(Lock& lock, std::uint32_t maxMs);
 

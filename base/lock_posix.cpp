@@ -17,7 +17,7 @@ std::uint64_t Condition::NowMs() { return ClockMs(); }
 void Condition::Sleep(Lock& owner) {
   std::unique_lock<std::mutex> lock(owner.state_, std::adopt_lock);
   state_.wait(lock);
-  (void)lock.release();  // the caller goes on holding it
+  (void)lock.release();  // the caller still holds the lock
 }
 
 void Condition::SleepFor(Lock& owner, std::uint32_t maxMs) {

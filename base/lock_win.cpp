@@ -9,7 +9,8 @@ namespace {
 
 static_assert(sizeof(SRWLOCK) == sizeof(void*) && sizeof(CONDITION_VARIABLE) == sizeof(void*));
 
-// Both types are one pointer, which is null before the first use (SRWLOCK_INIT).
+// Both types consist of one pointer. It is null before the first use: that is what SRWLOCK_INIT and
+// CONDITION_VARIABLE_INIT set.
 SRWLOCK* AsLock(void*& state) { return reinterpret_cast<SRWLOCK*>(&state); }
 CONDITION_VARIABLE* AsCondition(void*& state) {
   return reinterpret_cast<CONDITION_VARIABLE*>(&state);

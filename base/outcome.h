@@ -1,4 +1,5 @@
-// A value, or a short English text that says why there is none.
+// The result of an operation that can fail: a value, or a short English text that says why there is
+// no value.
 #pragma once
 
 #include <string>
@@ -8,7 +9,7 @@
 namespace wendra {
 
 struct Failure {
-  std::string text;  // as the page or the log shows it
+  std::string text;  // for users: the page or the log shows it unchanged
 };
 
 template <typename T>
@@ -17,13 +18,14 @@ class Outcome {
   Outcome(T value) : content_(std::move(value)) {}
   Outcome(Failure failure) : content_(std::move(failure)) {}
 
+  // True: there is a value.
   explicit operator bool() const { return std::holds_alternative<T>(content_); }
 
-  // Only where the outcome is true.
+  // Only for an outcome that is true.
   T& Value() { return std::get<T>(content_); }
   const T& Value() const { return std::get<T>(content_); }
 
-  // Only where it is false.
+  // Only for an outcome that is false.
   const std::string& Error() const { return std::get<Failure>(content_).text; }
 
  private:

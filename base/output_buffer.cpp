@@ -7,7 +7,7 @@ namespace wendra {
 void OutputBuffer::Append(std::string_view output) {
   while (!output.empty()) {
     if (used_ == kBlockBytes) {
-      blocks_.emplace_back(new char[kBlockBytes]);  // not zeroed: it is about to be written
+      blocks_.emplace_back(new char[kBlockBytes]);  // not set to 0: the output overwrites it
       used_ = 0;
     }
     const size_t copied = output.copy(blocks_.back().get() + used_, kBlockBytes - used_);

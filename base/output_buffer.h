@@ -1,4 +1,4 @@
-// Collects output of unknown length without ever holding much more than that output.
+// Collects output of unknown length, and never uses much more memory than that output needs.
 #pragma once
 
 #include <cstddef>
@@ -9,20 +9,22 @@
 
 namespace wendra {
 
-// Grows by blocks of one mebibyte instead of moving what is there into ever larger places. One
-// thread at a time.
+// Grows in blocks of 1 MiB, so collected output is not moved when more arrives. One thread at a
+// time.
 class OutputBuffer {
  public:
   void Append(std::string_view output);
 
-  // All output as one text; each block is freed as soon as it has been copied. Empty afterwards.
+  // Returns all output as one text, and frees each block as soon as it is copied. The buffer is
+  // empty afterwards.
   std::string Take();
 
  private:
   static constexpr size_t kBlockBytes = size_t{1} << 20;
 
   std::vector<std::unique_ptr<char[]>> blocks_;
-  size_t used_ = kBlockBytes;  // bytes of the last block; with no block there is no room either
+  // Bytes used in the last block. Without a block it counts as full, so Append makes a new one.
+  size_t used_ = kBlockBytes;
 };
 
 }  // namespace wendra

@@ -1,4 +1,4 @@
-// Running script in the page, as the rooms that answer the page see it.
+// The interface through which other modules run script in the page.
 #pragma once
 
 #include <string>
@@ -10,10 +10,11 @@ class PageScripts {
  public:
   virtual ~PageScripts() = default;
 
-  // Runs `script` (UTF-8) in the page and forgets it: no result, no retry. It runs in a document of
-  // `origin` (as OriginOf gives it) and nowhere else: while nobody knows which document comes next
-  // it waits for a limited time, and where that one is of another origin it is dropped silently, as
-  // it is without a browser control. UI thread only.
+  // Runs `script` (UTF-8) in a document of `origin` (as OriginOf gives it), and in no other
+  // document. The caller gets no result, and a script that fails is not run again. While a
+  // navigation is under way, the script waits for its outcome. The script is dropped silently if
+  // the document is of another origin, if the navigation takes too long, if too many scripts wait
+  // already, or if there is no browser control. UI thread only.
   virtual void RunFor(std::string_view origin, std::string script) = 0;
 };
 

@@ -8,7 +8,8 @@
 namespace wendra {
 namespace {
 
-// Bytes of the sequence that begins with this lead byte; 0 when none does.
+// The length in bytes of the sequence that begins with `lead`; 0 if `lead` begins no sequence of
+// several bytes.
 size_t SequenceLength(unsigned char lead) {
   if ((lead & 0xE0) == 0xC0) return 2;
   if ((lead & 0xF0) == 0xE0) return 3;
@@ -16,7 +17,8 @@ size_t SequenceLength(unsigned char lead) {
   return 0;
 }
 
-// The value of a whole sequence; 0 when a continuation byte is none.
+// The code point of a complete sequence; 0 if one of the bytes after the first is no continuation
+// byte.
 std::uint32_t Decode(std::string_view sequence) {
   const auto byte = [&](size_t at) { return static_cast<unsigned char>(sequence[at]); };
   std::uint32_t value = byte(0) & (0xFFu >> (sequence.size() + 1));
@@ -27,7 +29,8 @@ std::uint32_t Decode(std::string_view sequence) {
   return value;
 }
 
-// Bytes below 80 at the start of `text`, counted in whole words: most text is nothing else.
+// How many ASCII bytes `text` begins with, counted in words of 8 bytes. This is the fast way: most
+// text is ASCII only.
 size_t AsciiWords(std::string_view text) {
   constexpr std::uint64_t kHighBits = 0x8080808080808080;
   size_t bytes = 0;
@@ -41,7 +44,8 @@ size_t AsciiWords(std::string_view text) {
 }  // namespace
 
 bool IsWellFormedUtf8(std::string_view text) {
-  constexpr std::uint32_t kSmallest[] = {0, 0, 0x80, 0x800, 0x10000};  // by sequence length
+  // By length of the sequence: a smaller code point would be overlong.
+  constexpr std::uint32_t kSmallest[] = {0, 0, 0x80, 0x800, 0x10000};
   for (size_t at = 0; at < text.size();) {
     const auto lead = static_cast<unsigned char>(text[at]);
     if (lead < 0x80) {

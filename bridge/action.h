@@ -1,4 +1,4 @@
-// What the page can ask for: the table from an action's name to the code that does it.
+// The table of actions: maps the name that a page asks for to the code that does the work.
 #pragma once
 
 #include <cstddef>
@@ -11,9 +11,9 @@
 
 namespace wendra {
 
-// Does the work of one request on the UI thread and owes exactly one reply to `reqId`, at once or
-// later. `reqId` goes back to Replies as it came: it names the page that asked, beside the id that
-// the page has chosen. `args` is lent for the call.
+// Does the work of one request on the UI thread. Owes exactly one reply to `reqId`, at once or
+// later. The action passes `reqId` to Replies unchanged: it holds the origin of the page and the id
+// that the page has chosen (bridge/reply_address.h). `args` is borrowed for the call.
 using ActionCallable = std::function<void(std::string reqId, const Json& args)>;
 
 struct Action {
@@ -21,11 +21,11 @@ struct Action {
   ActionCallable run;
 };
 
-// In the order in which names are compared; the first match runs.
+// Names are compared in the order of the table; the first match runs.
 using ActionTable = std::vector<Action>;
 
-// The text of args[index]; "" when `args` is no array, is shorter, or holds no string there. Every
-// action reads its arguments this way. The view lives as long as `args`.
+// The text of args[index]; "" if `args` is not an array, is shorter, or holds no string at `index`.
+// Every action reads its arguments with this function. The view is valid as long as `args`.
 std::string_view StringArgument(const Json& args, size_t index);
 
 }  // namespace wendra

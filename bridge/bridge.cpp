@@ -8,7 +8,7 @@
 namespace wendra {
 namespace {
 
-// Moves the first member named `key` out of `object`; null when there is none.
+// Moves the value of the first member named `key` out of `object`; null if there is no such member.
 Json TakeMember(Json& object, std::string_view key) {
   const auto member = std::ranges::find(object.members, key, &std::pair<std::string, Json>::first);
   return member == object.members.end() ? Json() : std::move(member->second);

@@ -1,4 +1,4 @@
-// Takes the page's messages: checks their shape, finds the action, hands the request over.
+// Handles the page's messages: checks their shape, finds the action and runs it. UI thread only.
 #pragma once
 
 #include <string>
@@ -18,11 +18,12 @@ class Bridge {
   Bridge(ActionTable actions, Replies& replies, Log& log)
       : actions_(std::move(actions)), replies_(replies), log_(log) {}
 
-  // One web message as JSON text: an object with "__reqId" (a string), "name" and "args". Anything
-  // else is logged and never answered; an unknown name is answered with an error. `origin` is that
-  // of the page that posted it, which alone gets the reply.
-  // A number outside the range of a double leaves this call as std::out_of_range, deliberately
-  // uncaught all the way up: the program ends abnormally rather than guess what the page meant.
+  // `text` is one web message as JSON: an object with "__reqId" (a string), "name" and "args". Any
+  // other text is logged and gets no reply. An unknown name, or one that is not a string, gets an
+  // error as its reply. `origin` is the origin of the page that posted the message, as OriginOf
+  // gives it; only a document of this origin gets the reply.
+  // Deliberate: for a number outside the range of a double this throws std::out_of_range, and no
+  // caller catches it. The program ends abnormally and does not guess what the page meant.
   void HandleMessage(std::string_view origin, std::string_view text);
 
  private:

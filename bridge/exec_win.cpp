@@ -16,8 +16,8 @@
 namespace wendra {
 namespace {
 
-// At a time. The pipe holds 4 KiB, but a command that writes more at once gets rid of all of it
-// with one read, which is several times as fast.
+// The size of one read. The pipe's buffer holds 4 KiB, but one read takes a larger write of the
+// command whole. This is several times as fast as reads of 4 KiB.
 constexpr DWORD kReadBytes = 1 << 20;
 
 struct ExecJob {
@@ -29,12 +29,12 @@ struct ExecJob {
 
 struct ReadJob {
   HANDLE pipe;           // borrowed until the reader has ended
-  OutputBuffer* output;  // likewise
+  OutputBuffer* output;  // borrowed until the reader has ended
 };
 
-// Until the last holder of the pipe's other end has closed it.
+// Reads until every process that holds the pipe's other end has closed it.
 void ReadToEnd(HANDLE pipe, OutputBuffer& output) {
-  // Always into the same place: memory that is new with each read would keep the command waiting.
+  // One buffer for all reads: new memory for each read would make the command wait.
   const std::unique_ptr<char[]> piece(new char[kReadBytes]);
   DWORD got = 0;
   while (ReadFile(pipe, piece.get(), kReadBytes, &got, nullptr) && got > 0) {
@@ -44,11 +44,12 @@ void ReadToEnd(HANDLE pipe, OutputBuffer& output) {
 
 void ReadThread(std::unique_ptr<ReadJob> job) { ReadToEnd(job->pipe, *job->output); }
 
-// Commands print in UTF-8 or in the ANSI code page, and nothing tells which.
+// Commands print in UTF-8 or in the ANSI code page, and Windows does not tell which. Text that is
+// not well-formed UTF-8 is taken as text of the ANSI code page.
 std::string ToUtf8(std::string text) {
   if (IsWellFormedUtf8(text)) return text;
   const int bytes = static_cast<int>(text.size());
-  std::wstring wide(text.size(), L'\0');  // no code page has more units than bytes
+  std::wstring wide(text.size(), L'\0');  // no code page needs more UTF-16 units than bytes
   const int units = MultiByteToWideChar(CP_ACP, 0, text.data(), bytes, wide.data(), bytes);
   if (units <= 0) return text;
   return Narrow(std::wstring_view(wide).substr(0, static_cast<size_t>(units)));
@@ -57,7 +58,7 @@ std::string ToUtf8(std::string text) {
 std::wstring ShellCommandLine(const std::string& command) {
   std::wstring shell = EnvironmentText(L"COMSPEC");
   if (shell.empty()) shell = L"cmd.exe";
-  // With /s the shell takes away the outer quotes only; those inside the command stay as they are.
+  // With /s the shell removes only the outer quotes; quotes inside the command stay.
   return shell + L" /d /s /c \"" + Widen(command) + L"\"";
 }
 
@@ -77,9 +78,10 @@ ExecResult RunCommand(const std::string& directory, const std::string& command) 
     result.error = Narrow(commandLine);
     return result;
   }
-  child.input.Reset();  // nothing is ever written: the command sees the end of its input at once
+  child.input.Reset();  // the host writes no input: the command sees the end of its input at once
 
-  // Both streams at once: a command that fills one while we wait for the other would never end.
+  // Both streams are read at once: a command that fills one stream while we wait for the other
+  // would never end.
   OutputBuffer output;
   OutputBuffer error;
   auto job = std::make_unique<ReadJob>(ReadJob{child.error.Get(), &error});
@@ -88,12 +90,12 @@ ExecResult RunCommand(const std::string& directory, const std::string& command) 
   if (errorReader) {
     WaitForSingleObject(errorReader.Get(), INFINITE);
   } else {
-    ReadToEnd(child.error.Get(), error);  // no thread to be had: one after the other
+    ReadToEnd(child.error.Get(), error);  // no thread was made: one stream after the other
   }
 
   WaitForSingleObject(child.process.Get(), INFINITE);
   DWORD exitCode = 0;
-  // A code that cannot be had is not taken for 0, which would be success.
+  // If the system does not give the exit code it stays -1; 0 would mean success.
   if (GetExitCodeProcess(child.process.Get(), &exitCode)) {
     result.exitCode = static_cast<std::int32_t>(exitCode);
   }
@@ -109,7 +111,7 @@ Action ExecAction(Replies& replies, std::function<HWND()> window) {
         if (command.empty()) return replies.Fail(reqId, "exec expects [dir, command]");
         auto job = std::make_unique<ExecJob>(
             ExecJob{reqId, std::string(StringArgument(args, 0)), std::string(command), window()});
-        if (StartThread<ExecThread>(job)) return;  // nobody waits for it
+        if (StartThread<ExecThread>(job)) return;  // no code waits for this thread
         ExecResult notStarted;
         notStarted.reqId = reqId;
         notStarted.error = Narrow(ShellCommandLine(job->command));

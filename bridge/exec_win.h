@@ -1,4 +1,4 @@
-// The action exec: one shell command, its exit code and both of its output streams.
+// The action exec: runs one shell command and replies with its exit code and both output streams.
 #pragma once
 
 #include <cstdint>
@@ -12,22 +12,25 @@
 
 namespace wendra {
 
-// Payload of kExecDoneMessage.
+// The payload of kExecDoneMessage.
 struct ExecResult {
   std::string reqId;
-  std::int32_t exitCode = -1;  // -1 too when there is none: not started, or it cannot be had
-  std::string output;          // UTF-8
-  std::string error;           // UTF-8; the command line when it could not be started
+  // Also -1 if the shell was not started, or if the system does not give the exit code.
+  std::int32_t exitCode = -1;
+  std::string output;  // UTF-8
+  std::string error;   // UTF-8; if the shell was not started, its command line
 };
 
-// Runs `command` with the shell in the folder `directory`, "" being the host's own, and waits for
-// its end however long it takes. Both UTF-8. Any thread but the UI thread.
+// Runs `command` with the shell in the folder `directory`; "" means the host's current folder. Both
+// are UTF-8. Waits without a time limit until the shell has ended and no process holds its output
+// streams any more. Any thread except the UI thread.
 ExecResult RunCommand(const std::string& directory, const std::string& command);
 
-// Starts a worker for each request, which posts the result to the main window that `window` gives.
-// Borrows `replies`.
+// Starts a worker thread for each request. The worker posts kExecDoneMessage to the main window,
+// which `window` gives. If no thread can be started, the action replies at once. Borrows `replies`.
 Action ExecAction(Replies& replies, std::function<HWND()> window);
 
+// Sends the reply to the request of `result`. UI thread only.
 void ReplyExec(ExecResult result, Replies& replies);
 
 }  // namespace wendra

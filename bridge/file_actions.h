@@ -1,4 +1,4 @@
-// The actions on files: readFile, readFileBase64, writeFile. Windows only.
+// The actions readFile, readFileBase64 and writeFile. Windows only.
 #pragma once
 
 #include <string>
@@ -11,16 +11,17 @@
 
 namespace wendra {
 
-// The whole content, at most 16 MiB; fails with what the page is to read: "no such file",
-// "is a directory", "could not open file", "file too large". Where reading fails half-way, or the
-// file has become shorter meanwhile, the rest of the content is zero bytes.
+// The whole content of the file, at most 16 MiB. Fails with the error text for the page: "no such
+// file", "is a directory", "could not open file" or "file too large". If reading fails after the
+// file was opened, or if the file becomes shorter meanwhile, the rest of the content is NUL bytes.
 Outcome<std::string> ReadFileForPage(std::string_view path);
 
-// Makes missing folders, then writes straight into the file. Fails with "could not create file
-// (N)", N being the system's error number.
+// Makes missing folders, then creates or truncates the file and writes `content` into it. Fails
+// with "could not create file (N)", where N is the system's error code. A failure while writing is
+// not reported.
 Outcome<std::monostate> WriteFileForPage(std::string_view path, std::string_view content);
 
-// They borrow `replies`, and answer before they return.
+// Each action borrows `replies` and replies before it returns.
 Action ReadFileAction(Replies& replies);
 Action ReadFileBase64Action(Replies& replies);
 Action WriteFileAction(Replies& replies);

@@ -13,20 +13,22 @@
 namespace wendra {
 namespace {
 
-constexpr std::uint64_t kMaxFileBytes = 16'777'216;  // 16 MiB: reading stops the UI thread
+constexpr std::uint64_t kMaxFileBytes = 16'777'216;  // 16 MiB; the UI thread waits while it reads
 
-// The system would take a path only up to its first zero, which is another file than was asked for.
+// Windows reads a path only up to its first NUL, and so would open another file than the page asked
+// for.
 bool NamesAFile(std::string_view path) { return path.find('\0') == std::string_view::npos; }
 
-// All missing levels of the folder that is to hold the file; a failure shows in its creation.
+// Makes all missing levels of the file's folder. After a failure here, creating the file fails too.
 void CreateParents(const std::wstring& path) {
   const size_t separator = path.find_last_of(L"\\/");
   if (separator == std::wstring::npos || separator == 0) return;
   (void)SHCreateDirectoryExW(nullptr, path.substr(0, separator).c_str(), nullptr);
 }
 
-// An action that reads args[0] as a path and answers with the content after `encode`, which works
-// in place: the file's bytes do not live on beside the reply.
+// An action that reads the file at the path args[0] and replies with its content after `encode`.
+// `encode` replaces the content in place, so that the file's bytes are freed before the reply is
+// written.
 template <typename Encode>
 Action ReadingAction(const char* name, Replies& replies, Encode encode) {
   const std::string usage = std::string(name) + " expects [path]";
@@ -50,7 +52,8 @@ Outcome<std::string> ReadFileForPage(std::string_view path) {
   if (attributes & FILE_ATTRIBUTE_DIRECTORY) return Failure{"is a directory"};
   const FileHandle file = OpenForReading(name);
   const std::optional<std::uint64_t> bytes = file ? FileSize(file) : std::nullopt;
-  if (!bytes) return Failure{"could not open file"};  // a device may open and have no size
+  // A device can be opened but has no size.
+  if (!bytes) return Failure{"could not open file"};
   if (*bytes > kMaxFileBytes) return Failure{"file too large"};
   return ReadBytes(file, static_cast<size_t>(*bytes));
 }
@@ -64,7 +67,7 @@ Outcome<std::monostate> WriteFileForPage(std::string_view path, std::string_view
   CreateParents(name);
   const FileHandle file = CreateForWriting(name);
   if (!file) return failure(GetLastError());
-  (void)WriteBytes(file, content);  // deliberately not reported: the file is there
+  (void)WriteBytes(file, content);  // Deliberate: a failure is not reported, the file exists
   return std::monostate();
 }
 

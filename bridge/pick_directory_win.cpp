@@ -34,14 +34,14 @@ FolderPicker::FolderPicker(Replies& replies, std::function<HWND()> window, Choos
 
 void FolderPicker::Ask(std::string reqId, std::string title) {
   Request request{std::move(reqId), std::move(title)};
-  // The first of the queue does not wait for a dialog, unless one is shown.
+  // While no dialog is shown, the first request in the queue does not count as waiting.
   const size_t room = kMaxWaiting + (isShowing_ ? 0 : 1);
   if (waiting_.size() >= room) return Answer(request, std::nullopt);
   waiting_.push_back(std::move(request));
-  if (isShowing_ || waiting_.size() > 1) return;  // its turn comes by itself
+  if (isShowing_ || waiting_.size() > 1) return;  // ShowDialogs is running or is already posted
   const HWND window = window_();
   if (window && PostMessageW(window, kPickDirectoryMessage, 0, 0)) return;
-  Answer(waiting_.front(), std::nullopt);  // no dialog to be had
+  Answer(waiting_.front(), std::nullopt);  // no window to show the dialog
   waiting_.clear();
 }
 
@@ -53,7 +53,7 @@ void FolderPicker::ShowDialogs() {
     waiting_.pop_front();
     Answer(request, choose_(request.title, owner));
   }
-  waiting_.clear();  // without a window there is no page either
+  waiting_.clear();  // requests are left only if the window is gone, and the page is gone with it
   isShowing_ = false;
 }
 

@@ -1,4 +1,4 @@
-// The action pickDirectory: the system's dialog for choosing a folder.
+// The action pickDirectory: lets the user choose a folder in the system's dialog.
 #pragma once
 
 #include <deque>
@@ -13,9 +13,10 @@
 
 namespace wendra {
 
-// Shows the dialog over `owner` and gives the chosen folder's path, or nothing when the user
-// cancelled or there was no dialog to be had. Returns when the user has decided; other messages are
-// handled meanwhile. `title` is UTF-8; "" leaves the system's own.
+// Shows the dialog over `owner` and gives the path of the chosen folder (UTF-8); nothing if the
+// user cancels or the dialog cannot be shown. Returns when the user has decided; until then the
+// dialog's message loop handles the thread's messages. `title` is UTF-8; "" keeps the system's
+// title. UI thread only.
 std::optional<std::string> ChooseFolder(const std::string& title, HWND owner);
 
 // Shows one dialog at a time, in the order of the requests. UI thread only.
@@ -23,21 +24,22 @@ class FolderPicker {
  public:
   using Chooser = std::function<std::optional<std::string>(const std::string& title, HWND owner)>;
 
-  static constexpr size_t kMaxWaiting = 16;  // behind the dialog that is shown
+  static constexpr size_t kMaxWaiting = 16;  // requests that wait behind the dialog
 
-  // Borrows `replies`. `window` gives the main window, null when it is gone.
+  // Borrows `replies`. `window` gives the main window; null after its destruction.
   FolderPicker(Replies& replies, std::function<HWND()> window, Chooser choose = ChooseFolder);
   FolderPicker(const FolderPicker&) = delete;
   FolderPicker& operator=(const FolderPicker&) = delete;
 
-  // Queues a request and wakes the window with kPickDirectoryMessage, so that the dialog runs from
-  // the message loop: inside the page's message it would keep every later one waiting. With
-  // kMaxWaiting requests before it a further one is answered with null at once.
+  // Queues a request and posts kPickDirectoryMessage to the window, so that the dialog runs from
+  // the message loop: inside the handler of the page's message it would hold up all later ones. If
+  // kMaxWaiting requests wait already, or if there is no window, the reply is null, at once.
   void Ask(std::string reqId, std::string title);
 
-  // What the window does with kPickDirectoryMessage: shows the dialogs of all queued requests and
-  // answers each with the path or with null. Does nothing while one is shown, or without a request:
-  // anybody may post that message.
+  // The window calls this for kPickDirectoryMessage. Shows the dialogs of all queued requests, one
+  // after the other, and replies to each with the path or with null. Once the window is gone, the
+  // requests that still wait get no reply. Does nothing while a dialog is shown or if no request
+  // waits, because any program can post the message.
   void ShowDialogs();
 
  private:
@@ -55,7 +57,7 @@ class FolderPicker {
   bool isShowing_ = false;
 };
 
-// UI thread; `picker` is borrowed.
+// Borrows `picker`. UI thread only.
 Action PickDirectoryAction(FolderPicker& picker);
 
 }  // namespace wendra

@@ -1,4 +1,4 @@
-// The action "platform": what machine and user the page runs for.
+// The action platform: facts about the system and the user.
 #pragma once
 
 #include <string>
@@ -10,18 +10,18 @@
 namespace wendra {
 
 struct PlatformFacts {  // all UTF-8
-  std::string version;  // major.minor.build of the kernel, "0.0.0" when it cannot be told
-  std::string user;     // account name, "" when it cannot be told
-  std::string home;     // profile folder, "" when it cannot be told
+  std::string version;  // major.minor.build of the kernel; "0.0.0" if it is not known
+  std::string user;     // account name; "" if it is not known
+  std::string home;     // profile folder; "" if it is not known
 };
 
-// Asks the system. Windows only.
+// Reads the facts from the system at each call. Windows only.
 PlatformFacts ReadPlatformFacts();
 
-// The reply's value: name, version, user, home, in this order.
+// The value of the reply: an object with the members name, version, user and home, in this order.
 Json PlatformValue(const PlatformFacts& facts);
 
-// Borrows `replies`. Windows only.
+// Replies before it returns. Borrows `replies`. Windows only.
 Action PlatformAction(Replies& replies);
 
 }  // namespace wendra

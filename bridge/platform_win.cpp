@@ -11,14 +11,14 @@
 namespace wendra {
 namespace {
 
-// The kernel's own answer: unlike GetVersionEx it does not depend on what the manifest declares.
+// RtlGetVersion gives the real version. GetVersionEx depends on what the manifest declares.
 std::string KernelVersion() {
   using RtlGetVersionFunction = LONG(WINAPI*)(RTL_OSVERSIONINFOW*);
   RTL_OSVERSIONINFOW version{};
   version.dwOSVersionInfoSize = sizeof(version);
   const FARPROC found = GetProcAddress(GetModuleHandleW(L"ntdll"), "RtlGetVersion");
   if (const auto rtlGetVersion = reinterpret_cast<RtlGetVersionFunction>(
-          reinterpret_cast<void*>(found))) {  // over void*: the types differ on purpose
+          reinterpret_cast<void*>(found))) {  // the cast to void* avoids a compiler warning
     rtlGetVersion(&version);
   }
   return std::to_string(version.dwMajorVersion) + "." + std::to_string(version.dwMinorVersion) +
@@ -26,7 +26,7 @@ std::string KernelVersion() {
 }
 
 std::string AccountName() {
-  wchar_t name[256];  // a longer name counts as none
+  wchar_t name[256];  // a longer name counts as not known
   DWORD units = static_cast<DWORD>(std::size(name));
   return GetUserNameW(name, &units) ? Narrow(name) : std::string();
 }

@@ -1,5 +1,5 @@
-// The actions getProjectDirs and setProjectDir: where the user keeps each project, in the registry.
-// Windows only.
+// The actions getProjectDirs and setProjectDir: the registry keeps the user's folder for each
+// project. Windows only.
 #pragma once
 
 #include <string>
@@ -9,10 +9,11 @@
 
 namespace wendra {
 
-// Below HKEY_CURRENT_USER; one text value for each project id.
+// The registry key below HKEY_CURRENT_USER that holds one text value for each project id.
 std::wstring ProjectDirsKeyPath();
 
-// They borrow `replies`, and answer before they return. `keyPath`: normally ProjectDirsKeyPath().
+// Both actions borrow `replies` and reply before they return. `keyPath` is ProjectDirsKeyPath(),
+// except in tests. An empty path argument of setProjectDir removes the project's value.
 Action GetProjectDirsAction(Replies& replies, std::wstring keyPath);
 Action SetProjectDirAction(Replies& replies, std::wstring keyPath);
 

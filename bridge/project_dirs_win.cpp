@@ -32,7 +32,7 @@ Action SetProjectDirAction(Replies& replies, std::wstring keyPath) {
             const std::wstring path = Widen(StringArgument(args, 1));
             if (id.empty()) return replies.Fail(reqId, "setProjectDir expects [projectId, path]");
             if (const RegistryKey key = OpenUserKey(keyPath)) {
-              // Not reported: the page asks again for what is stored.
+              // A failure is not reported: the page reads the stored folders with getProjectDirs.
               (void)(path.empty() ? DeleteValue(key, id) : SetTextValue(key, id, path));
             }
             replies.Succeed(reqId, Json("ok"));

@@ -1,4 +1,4 @@
-// Where every answer to the page goes through. UI thread only; one reply for each request.
+// Sends the replies to the page's requests, exactly one for each request. UI thread only.
 #pragma once
 
 #include <string_view>
@@ -13,9 +13,10 @@ class Replies {
  public:
   explicit Replies(PageScripts& page) : page_(page) {}  // borrowed
 
-  // `reqId` as the action was given it. Only a document of the origin that asked gets the reply.
+  // `reqId` is the text that the action got. Only a document of the origin that asked gets the
+  // reply.
   void Succeed(std::string_view reqId, const Json& value);
-  // `error` is what the page shows: a short English text.
+  // `error` is a short English text for the page.
   void Fail(std::string_view reqId, std::string_view error);
 
  private:

@@ -3,7 +3,7 @@
 namespace wendra {
 namespace {
 
-constexpr char kEndOfOrigin = '\n';  // occurs in no origin; in an id it may
+constexpr char kEndOfOrigin = '\n';  // never part of an origin, but an id may hold it
 
 }  // namespace
 

@@ -1,8 +1,8 @@
-// Where a reply goes: which request it answers, and the origin of the page that asked.
+// The address of a reply: the origin of the page that asked, and the id of its request.
 //
-// Both travel as one text, which an action gets as its `reqId`, carries through jobs and payloads
-// without looking inside, and gives back to Replies. An id alone would not do: pages number their
-// requests themselves, so two of different origins use the same ids.
+// Both are in one text. An action gets this text as its `reqId`, passes it through jobs and
+// payloads without reading it, and gives it to Replies. The id alone is not enough: pages choose
+// their own ids, so pages of different origins can use the same ids.
 #pragma once
 
 #include <string>
@@ -15,11 +15,11 @@ struct ReplyAddressParts {
   std::string_view reqId;
 };
 
-// `origin` as OriginOf gives it; `reqId` is any text of the page's.
+// `origin` is an origin as OriginOf gives it; `reqId` is any text.
 std::string ReplyAddress(std::string_view origin, std::string_view reqId);
 
-// Views into `address`. A text that ReplyAddress has not made is an id without an origin, which no
-// page gets a reply for.
+// The two parts, as views into `address`. A text without a line feed does not come from
+// ReplyAddress: it counts as an id of the origin "", and no page gets a reply to it.
 ReplyAddressParts SplitReplyAddress(std::string_view address);
 
 }  // namespace wendra

@@ -8,14 +8,15 @@
 namespace wendra {
 namespace {
 
-// Containers around each other. A script's parser calls itself for each of them, and its stack has
-// an end; that of JSON.parse does not.
+// The deepest nesting of arrays and objects that is written as a literal. The parser of scripts
+// recurses once for each level, and its stack is limited; JSON.parse has no such limit.
 constexpr std::size_t kMaxLiteralDepth = 1'000;
 
-// In a literal it is no member but sets the object's prototype, and twice it is a syntax error.
+// In an object literal this key sets the object's prototype and makes no member. Twice in the same
+// literal it is a syntax error.
 constexpr std::string_view kPrototype = "__proto__";
 
-// A container, and the child that is looked at next.
+// A container, and the index of the child to look at next.
 struct Place {
   const Json* container;
   std::size_t next;
@@ -25,8 +26,8 @@ bool HoldsValues(const Json& value) {
   return value.kind == kJsonArray || value.kind == kJsonObject;
 }
 
-// The next child of `place` that is a container itself; null after the last one. Sets `isPrototype`
-// if a member that it passes has that name.
+// The next child of `place` that is a container itself; null if there is none. Sets `isPrototype`
+// if the search meets a member with the key "__proto__".
 const Json* NextContainer(Place& place, bool& isPrototype) {
   const Json& container = *place.container;
   if (container.kind == kJsonArray) {
@@ -44,7 +45,7 @@ const Json* NextContainer(Place& place, bool& isPrototype) {
   return nullptr;
 }
 
-// Whether the value's text, as a literal of a script, means that value.
+// Whether a script that contains the value's text as a literal reads the same value.
 bool IsLiteral(const Json& root) {
   if (!HoldsValues(root)) return true;
   PathStack<Place> outer;

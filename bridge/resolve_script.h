@@ -1,4 +1,4 @@
-// The script that carries a reply into the page. Pure.
+// Writes the script that brings a reply into the page. Pure.
 #pragma once
 
 #include <string>
@@ -10,11 +10,13 @@ namespace wendra {
 
 enum class ReplyStatus { kFailed, kSucceeded };
 
-// Calls the page's resolve function with the id, the digit 1 or 0, and the value; does nothing in a
-// page that has none. The value stands there as its text; one that a script would read otherwise,
-// or not at all, stands there as JSON.parse of its text: one with a member "__proto__" anywhere, or
-// with more than 1,000 arrays and objects around each other. Deliberate: `reqId` goes between the
-// quotes as it is, since the page promises ids without quotes and backslashes.
+// The script calls the page's resolve function with the id, the digit 1 (succeeded) or 0 (failed)
+// and the value; in a page without this function it does nothing.
+// The value is written as its JSON text, which a script reads as a literal. A script would read
+// some values differently or not at all; these are written as JSON.parse of their text: values with
+// a member "__proto__" at any depth, or with more than 1,000 arrays and objects inside each other.
+// Deliberate: `reqId` is written between single quotes without escapes, because the page promises
+// ids without quotes and backslashes.
 std::string ResolveScript(std::string_view reqId, ReplyStatus status, const Json& value);
 
 }  // namespace wendra

@@ -1,6 +1,6 @@
 #include "config/config_file_win.h"
 
-#include "config/saved_server.h"
+#include "config/settings.h"
 #include "win/environment.h"
 #include "win/file.h"
 #include "win/unique.h"
@@ -27,7 +27,7 @@ bool IsDirectory(const std::wstring& path) {
   return attributes != INVALID_FILE_ATTRIBUTES && (attributes & FILE_ATTRIBUTE_DIRECTORY) != 0;
 }
 
-// After a failed opening of `path`: there is no file of that name.
+// Whether there is no file at `path`. `error` is the system's error code after a failed opening.
 bool IsMissing(const std::wstring& path, DWORD error) {
   return error == ERROR_FILE_NOT_FOUND || error == ERROR_PATH_NOT_FOUND || IsDirectory(path);
 }
@@ -39,7 +39,7 @@ ConfigReading ReadFileAt(const std::wstring& path) {
   if (!bytes) return {.text = {}, .isReadable = false};
   if (*bytes > kMaxConfigBytes) return {};
   ConfigReading reading;
-  reading.text.resize(static_cast<size_t>(*bytes));  // what cannot be read stays zero bytes
+  reading.text.resize(static_cast<size_t>(*bytes));  // bytes that cannot be read stay NUL
   reading.isReadable = ReadInto(file, reading.text) == reading.text.size();
   return reading;
 }
@@ -57,8 +57,8 @@ std::wstring ConfigFile::ConfigDirectory() const {
   return separator == std::wstring::npos ? std::wstring() : path_.substr(0, separator);
 }
 
-// Another program may write the file at any time in here. So nothing is ever truncated, and whether
-// it is empty is asked of the handle that is written to.
+// Another program may write the file at any time during this function. Therefore it never truncates
+// the file, and it asks the very handle that it writes to whether the file is empty.
 void ConfigFile::EnsureDefaultConfig() {
   const FileHandle file = OpenForReading(path_);
   if (!file) {
@@ -71,24 +71,24 @@ void ConfigFile::EnsureDefaultConfig() {
 void ConfigFile::CreateDefault() {
   CreateDirectories();
   if (const FileHandle file = CreateNewForWriting(path_)) {
-    (void)WriteBytes(file, kDefaultConfig);  // a failure shows when the file is read
+    (void)WriteBytes(file, kDefaultConfig);  // the caller sees a failure when it reads the file
   } else if (GetLastError() == ERROR_FILE_EXISTS && !IsDirectory(path_)) {
-    return;  // made by another program meanwhile
+    return;  // another program has created the file meanwhile
   }
   LogDefault();
 }
 
 void ConfigFile::FillEmptyFile() {
   if (const FileHandle file = OpenForChanging(path_)) {
-    if (FileSize(file) != 0u) return;        // written by another program meanwhile
-    (void)WriteBytes(file, kDefaultConfig);  // a failure shows when the file is read
+    if (FileSize(file) != 0u) return;        // another program has written the file meanwhile
+    (void)WriteBytes(file, kDefaultConfig);  // the caller sees a failure when it reads the file
   } else if (GetLastError() == ERROR_SHARING_VIOLATION) {
-    return;  // another program is about to fill it
+    return;  // another program has the file open for writing and may fill it
   }
   LogDefault();
 }
 
-// Deliberate: said even when the file could not be created.
+// Deliberate: logs the line even if the file could not be created.
 void ConfigFile::LogDefault() { log_.Line("[MCP] created default config at " + ConfigPathText()); }
 
 std::string ConfigFile::ReadConfigText() { return Read().text; }
@@ -100,12 +100,12 @@ bool ConfigFile::WriteConfigAtomically(std::string_view text) {
   const std::wstring temporary = path_ + L".tmp";
   FileHandle file = CreateForWriting(temporary);
   if (!file) return false;
-  // Flushed before the move: after a power cut there is the old text or the new one, whole.
+  // The file is flushed before the move: after a power cut the old or the new text is complete.
   const bool written = WriteBytes(file, text);
-  (void)FlushFileBuffers(file.Get());  // some file systems cannot
+  (void)FlushFileBuffers(file.Get());  // not checked: some file systems cannot flush
   file.Reset();
   if (written) {
-    // Not checked: a locked target stays as it is, and the next write tries again.
+    // Not checked: a locked target stays unchanged, and the next write tries again.
     (void)MoveFileExW(temporary.c_str(), path_.c_str(),
                       MOVEFILE_REPLACE_EXISTING | MOVEFILE_WRITE_THROUGH);
   }
@@ -130,7 +130,7 @@ void ConfigFile::SaveChosenServer(std::string_view url) {
 }
 
 void ConfigFile::CreateDirectories() const {
-  // All missing levels; a failure shows in the file creation that follows.
+  // Makes all missing levels. After a failure here, creating the file fails too.
   (void)SHCreateDirectoryExW(nullptr, ConfigDirectory().c_str(), nullptr);
 }
 

@@ -1,4 +1,4 @@
-// config.json, as the code that reads and replaces it sees it.
+// The interface to config.json for the code that reads and replaces it.
 #pragma once
 
 #include <cstddef>
@@ -11,30 +11,32 @@
 
 namespace wendra {
 
-// 1 MiB. A larger file is not read.
+// 1 MiB. A larger file is not read and counts as empty.
 inline constexpr std::size_t kMaxConfigBytes = 1'048'576;
 
-// What one reading of the file gave.
+// The result of one reading of the file.
 struct ConfigReading {
-  std::string text;        // the whole file, at most kMaxConfigBytes; "" when there is none
-  bool isReadable = true;  // false: there is a file, but not all of it could be read just now
+  // The whole file; "" if it is missing or larger than kMaxConfigBytes.
+  std::string text;
+  // False: the file exists, but not all of it could be read now, so `text` is not complete.
+  bool isReadable = true;
 };
 
 // UI thread only.
 class ConfigStore : public ServerStore {
  public:
-  // Writes the default content when the file is missing or empty.
+  // Writes the default content if the file is missing or empty.
   virtual void EnsureDefaultConfig() = 0;
 
-  // For callers that must not take a file that another program holds for an empty one.
+  // For callers that have to tell an empty file from one that another program holds open.
   virtual ConfigReading Read() const = 0;
 
-  // Replaces the whole content, so that a reader sees the old or the new text and never a part.
-  // False: the real file is untouched. A later failure (disk full, target locked) also leaves the
-  // real file as it was, but is not reported.
+  // Replaces the whole content. A reader sees the old or the new text, never a part of it. False:
+  // the file is unchanged. Deliberate: true does not mean that the file is written. A later failure
+  // (disk full, file locked) leaves the file unchanged too, but is not reported.
   virtual bool WriteConfigAtomically(std::string_view text) = 0;
 
-  // In 100 ns since 1601 (FILETIME). Nothing if there is no file.
+  // In units of 100 ns since 1601 (FILETIME). Nothing if there is no file.
   virtual std::optional<std::uint64_t> LastWriteTime() const = 0;
 };
 

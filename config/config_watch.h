@@ -1,4 +1,4 @@
-// Tells whether config.json has been written since the last look. Pure.
+// Tells whether config.json has been written since the last call. Pure.
 #pragma once
 
 #include <cstdint>
@@ -7,22 +7,23 @@
 
 namespace wendra {
 
-// UI thread. Costs one look at the file's attributes a call.
+// UI thread only. Each call reads the file's attributes once.
 class ConfigWatch {
  public:
-  // Takes the file's present last-write time as the one to compare with. Borrows `config`.
+  // Keeps the file's current last-write time for the first comparison. Borrows `config`.
   explicit ConfigWatch(const ConfigStore& config);
 
-  // True when the last-write time differs from the one kept, earlier or later; the new time is
-  // kept. False while the file is missing.
+  // Compares the file's last-write time with the kept one and keeps the new one. True if they
+  // differ, in either direction. False while the file is missing.
   bool HasChanged();
 
-  // The file could not be read: the next HasChanged() that finds it is true, whatever its time.
+  // For a caller that could not read the file: the next HasChanged() that finds the file is true,
+  // whatever the file's time.
   void LookAgain() { lastWriteTime_ = 0; }
 
  private:
   const ConfigStore& config_;
-  std::uint64_t lastWriteTime_;  // 0 when it could not be read
+  std::uint64_t lastWriteTime_;  // 0: no file was found yet, or LookAgain() was called
 };
 
 }  // namespace wendra

@@ -8,8 +8,10 @@
 namespace wendra {
 namespace {
 
-// A browser ends the authority at a backslash too, drops control characters, and never sees what
-// follows a NUL: it may read another host than we do. (One with a blank it does not load at all.)
+// Whether a browser finds the same authority in `url` as we do. A browser also ends the authority
+// at a backslash, drops tabs and line ends, and does not get the text after a NUL; so a backslash
+// and every control character count as a difference. A space does not: a browser loads no address
+// with a space in its authority.
 bool ReadsTheSameToABrowser(std::string_view url) {
   const std::string_view authority = SplitAddress(url).authority;
   return authority.find('\\') == std::string_view::npos && !HoldsControlCharacter(authority);

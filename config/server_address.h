@@ -1,4 +1,5 @@
-// Which addresses may be loaded, and how what a person typed becomes one. Pure; UTF-8 throughout.
+// Turns the text that the user typed into an address, and decides which addresses may be loaded.
+// Pure. All text is UTF-8.
 #pragma once
 
 #include <string>
@@ -6,30 +7,31 @@
 
 namespace wendra {
 
-// What a person typed in address form: a bare word (none of . : / \ ? # in it, and not "localhost")
-// gets the instance suffix; anything else only loses its surrounding blanks. Text of blanks alone
-// comes back as it is. No scheme is added.
+// Removes whitespace around `text`, and adds the instance suffix if the rest is a bare word: it
+// holds none of . : / \ ? # and is not "localhost". Text of whitespace only is returned unchanged.
+// Adds no scheme.
 std::string NormalizeServerInput(std::string_view text);
 
-// The cleaned address, "https://" in front if it had no scheme, without trailing slashes, letter
-// case as typed; "" when it is no http or https address with a host.
+// The address in `text` without whitespace around it and without slashes at its end. If it has no
+// scheme, "https://" is added. Letter case stays. "" if the result is not an http or https address
+// with a host.
 std::string ParseHttpUrl(std::string_view text);
 
-// The host in lower case, without user part, port and the brackets of an IPv6 literal.
+// The host of `url` in lower case, without user part, port and the brackets of an IPv6 literal.
 std::string UrlHost(std::string_view url);
 
-// `host` as UrlHost gives it: this machine ("localhost", "127.0.0.1", "::1"), the service domain or
-// a host below it.
+// Whether `host`, as UrlHost gives it, is on the allowlist: this machine ("localhost", "127.0.0.1",
+// "::1"), the service domain, and every host below the service domain.
 bool IsAllowedHost(std::string_view host);
 
-// Whether `url`, as ParseHttpUrl gives it, may be loaded: its host is allowed, and nothing in its
-// authority makes a browser find another host there (a backslash, NUL or other control character).
+// Whether `url`, as ParseHttpUrl gives it, may be loaded: its host is allowed, and its authority
+// holds no backslash, NUL or other control character. With one of these a browser could find
+// another host in the address.
 bool IsAllowedServerUrl(std::string_view url);
 
-// Whether the page at `pageUrl` may use the host: an http or https page with the chosen server's
-// host or an allowed one, or what such a page has made itself ("blob:" with the page's origin
-// inside). A page that a redirect brought into the window from elsewhere may not, nor what it makes
-// of itself.
+// Whether the page at `pageUrl` may use this program: it is an http or https page, and its host is
+// the host of `serverUrl` or an allowed one. A "blob:" document counts as the page that made it,
+// whose origin is in its address. Every other page gets false, even if a redirect led to it.
 bool IsTrustedPage(std::string_view pageUrl, std::string_view serverUrl);
 
 }  // namespace wendra

@@ -1,18 +1,18 @@
 #include "config/server_choice.h"
 
 #include "base/product.h"
-#include "json/objects.h"
 #include "config/server_address.h"
+#include "config/settings.h"
 
 namespace wendra {
 namespace {
 
-// An address from outside, cleaned and judged.
+// An address from the command line or from config.json, and whether it may be loaded.
 struct Candidate {
   explicit Candidate(std::string_view text) : url(ParseHttpUrl(NormalizeServerInput(text))) {}
   bool IsUsable() const { return !url.empty() && IsAllowedServerUrl(url); }
 
-  // Why it is not usable, as it stands at the end of a log line.
+  // Why the address is not usable: the end of a log line.
   std::string Reason() const {
     if (url.empty()) return " (expected an http/https URL)";
     return std::string(" (only *.") + kServiceDomain + " or localhost servers are allowed)";
@@ -44,13 +44,13 @@ std::string ServerChoice::FromCommandLine() {
 std::string ServerChoice::FromConfig() {
   const std::string text = store_.ReadConfigText();
   if (text.empty()) return {};
-  const auto config = ParseJsonObject(text);
-  if (!config) {
+  const auto settings = ReadSettings(text);
+  if (!settings) {
     log_.Line("[Server] config.json is not a JSON object — ignoring its \"server\" entry, if any");
     return {};
   }
-  if (!config->Find("server")) return {};
-  const Candidate candidate(TextOf(*config, "server"));
+  if (!settings->server) return {};
+  const Candidate candidate(*settings->server);
   if (candidate.IsUsable()) {
     log_.Line("[Server] loading " + candidate.url + " (from \"server\" in " +
               store_.ConfigPathText() + ")");

@@ -1,4 +1,4 @@
-// The choice of the one server that this run shows. Pure: its sources are interfaces.
+// Chooses the one server that this run shows. Pure: the sources are interfaces.
 #pragma once
 
 #include <string>
@@ -10,27 +10,28 @@
 
 namespace wendra {
 
-// config.json as the choice needs it.
+// The part of config.json that the choice needs.
 class ServerStore {
  public:
   virtual ~ServerStore() = default;
-  virtual std::string ReadConfigText() = 0;                 // "" when there is none
+  virtual std::string ReadConfigText() = 0;                 // "" if there is no file
   virtual std::string ConfigPathText() = 0;                 // UTF-8, for the log
   virtual void SaveChosenServer(std::string_view url) = 0;  // logs its own outcome
 };
 
 class ServerChoice {
  public:
-  // Borrows `store`, `prompt` and `log`. `commandLineAddress` is "" when there was no argument.
+  // Borrows `store`, `prompt` and `log`. `commandLineAddress` is the program's first argument; ""
+  // if there is none.
   ServerChoice(std::string commandLineAddress, ServerStore& store, ServerPrompt& prompt, Log& log)
       : commandLineAddress_(std::move(commandLineAddress)),
         store_(store),
         prompt_(prompt),
         log_(log) {}
 
-  // The chosen address, or "" when nothing was chosen: the program then ends. Tries the command
-  // line (the first time only), "server" in config.json, the prompt; logs every acceptance and
-  // rejection. Only what the prompt gave is saved.
+  // The chosen address; "" if the user chose none, and then the program ends. Tries in this order:
+  // the command line (only in the first call), "server" in config.json, the prompt. Logs each
+  // address that it accepts or rejects. Saves the address only if it comes from the prompt.
   std::string SelectServerAtStartup();
 
  private:

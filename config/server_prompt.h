@@ -1,4 +1,4 @@
-// Asking the user for the server, when no other source names one.
+// The interface that asks the user for the server if no other source names a usable one.
 #pragma once
 
 #include <string>
@@ -9,8 +9,8 @@ class ServerPrompt {
  public:
   virtual ~ServerPrompt() = default;
 
-  // An address that has passed NormalizeServerInput, ParseHttpUrl and IsAllowedServerUrl, or ""
-  // when the user cancelled. UI thread; returns when the user has decided.
+  // An address that has passed NormalizeServerInput, ParseHttpUrl and IsAllowedServerUrl; "" if the
+  // user cancelled. Returns when the user has decided. UI thread only.
   virtual std::string Ask() = 0;
 };
 

@@ -1,12 +1,11 @@
-// The one JSON value type of the program, its reader and its writer.
+// The JSON value type of the program, its reader and its writer.
 //
-// A Json is a value: it owns its whole tree, shares nothing, and a copy is the whole tree. Lend it
-// by const reference and move it when done; where it must outlive the function that built it, the
-// holder keeps it under shared ownership. Different values may be used on different threads at
-// once.
+// A Json owns its whole tree and shares nothing; a copy copies the whole tree. Lend a Json by const
+// reference, and move it when it is no longer needed. If several owners need one value, they hold
+// it in a shared_ptr. Different values can be used on different threads at the same time.
 //
-// Nesting has no limit: reading, writing, copying and destroying keep their way through the tree on
-// the heap, never on the machine's stack.
+// Nesting has no limit: reading, writing, copying and destroying use no recursion. They keep long
+// paths through the tree on the heap or in the values themselves, never on the call stack.
 #pragma once
 
 #include <cstddef>
@@ -19,7 +18,7 @@
 
 namespace wendra {
 
-// The values of Json::kind. The numbers are part of the design; checks elsewhere compare them.
+// The values of Json::kind. The numbers are fixed, and a test checks them.
 inline constexpr std::uint32_t kJsonNull = 0;
 inline constexpr std::uint32_t kJsonBool = 1;
 inline constexpr std::uint32_t kJsonNumber = 2;
@@ -31,11 +30,12 @@ struct Json {
   std::uint32_t kind = kJsonNull;
   bool boolean = false;  // of kJsonBool
   double number = 0;     // of kJsonNumber
-  // Of kJsonString: the content, UTF-8 as it came, never validated; may hold zero bytes.
-  // Of kJsonNumber: the literal exactly as it was read, which is what the writer writes.
+  // Of kJsonString: the content. UTF-8 that is never checked; may hold NUL.
+  // Of kJsonNumber: the literal exactly as it was read. The writer writes this text.
   std::string text;
   std::vector<Json> items;  // of kJsonArray
-  // Of kJsonObject, in order of arrival. Equal keys are all kept; Find sees only the first.
+  // Of kJsonObject, in the order in which they were read or added. Members with equal keys are all
+  // kept; Find sees only the first.
   std::vector<std::pair<std::string, Json>> members;
 
   Json() noexcept = default;  // null
@@ -46,24 +46,24 @@ struct Json {
   Json(int value) : Json(static_cast<long long>(value)) {}
   Json(long value) : Json(static_cast<long long>(value)) {}
   Json(long long value);
-  Json(char) = delete;  // text or number? say which
-  // Exactly bool, so that no pointer becomes a truth value on its way here.
+  Json(char) = delete;  // could mean text or a number: the caller has to say which
+  // Takes bool only: a pointer must not be converted to bool.
   template <typename Bool, std::enable_if_t<std::is_same_v<Bool, bool>, int> = 0>
   Json(Bool value) noexcept : kind(kJsonBool), boolean(value) {}
 
   static Json Array() { return OfKind(kJsonArray); }
   static Json Object() { return OfKind(kJsonObject); }
 
-  // Assigning from one's own descendant is safe (`v = std::move(v.items[0])`, `v = v.items[0]`).
-  // A value that was moved from is null and empty.
+  // A value can be assigned from a part of itself (`v = std::move(v.items[0])`, `v = v.items[0]`).
+  // After a move, the source is null and empty.
   Json(const Json& other);
   Json(Json&& other) noexcept;
   Json& operator=(const Json& other);
   Json& operator=(Json&& other) noexcept;
   ~Json();
 
-  // The first member with this key, compared byte for byte; null if there is none, or if this is
-  // no object. Lives as long as `members` does not change. Takes time linear in the members.
+  // The first member with this key, compared byte for byte. Null if there is none or if this is no
+  // object. The pointer is valid until `members` changes. Takes time linear in their number.
   const Json* Find(std::string_view key) const;
   Json* Find(std::string_view key) { return const_cast<Json*>(std::as_const(*this).Find(key)); }
 
@@ -79,18 +79,21 @@ struct Json {
   void DestroyChildren() noexcept;
 };
 
-// Reads one value from the whole of `text`; nothing but whitespace may follow it. Deliberate: a
-// text that is only a string which never ends is taken as that string, at the top level alone.
-// False on any syntax error; `out` is then in no state to be used. No byte outside `text` is read,
-// and `text` may lie inside `out`.
-// Throws std::out_of_range("stod argument out of range") for a number too large for a double, or a
-// non-zero one too small. Every caller says what becomes of it; no caller lets it pass unnoticed.
-// Any thread.
+// Reads one value into `out`. `text` holds that value, whitespace around it, and nothing else.
+// Deliberate: a string without its closing quote is accepted if it is the whole text, and only
+// then.
+//
+// False on any syntax error. Throws std::out_of_range("stod argument out of range") if a number is
+// too large for a double, or not zero and too small for one; each caller says in a comment what it
+// does about that. After both kinds of failure the content of `out` has no meaning, but `out` can
+// be read into, copied, assigned and destroyed.
+//
+// No byte outside `text` is read. `text` may lie inside `out`. Any thread.
 bool Parse(std::string_view text, Json& out);
 
-// Appends the compact text form of `value` to `out`. A value that was read is written back with
-// every number as it was spelled. U+2028 and U+2029 are escaped, since replies are embedded in page
-// script. `out` must not lie inside `value`. Fails only for want of memory. Any thread.
+// Appends the compact text of `value` to `out`. Numbers that were read are written as they were
+// spelled. U+2028 and U+2029 are escaped, because replies are embedded in page script. `out` must
+// not lie inside `value`. Fails only when memory runs out (std::bad_alloc). Any thread.
 void Serialize(const Json& value, std::string& out);
 
 inline Json::Json(const Json& other)
@@ -105,7 +108,7 @@ inline Json::Json(Json&& other) noexcept
       text(std::move(other.text)),
       items(std::move(other.items)),
       members(std::move(other.members)) {
-  other.text.clear();  // a string that was moved from promises less than a vector does
+  other.text.clear();  // after a move a vector is empty, but a string need not be
 }
 
 inline Json::~Json() {

@@ -12,25 +12,25 @@ namespace wendra {
 
 namespace {
 
-// Up to here every integer is a double of its own, and every power of ten too: one multiplication
-// or division of two exact doubles is rounded once, so its result is the correctly rounded one.
+// Up to these limits, every integer and every power of ten is exactly a double. One multiplication
+// or division of two exact doubles rounds once, so its result is correctly rounded.
 constexpr std::uint64_t kMaxExactInteger = std::uint64_t{1} << 53;
 constexpr double kExactPowersOfTen[] = {1e0,  1e1,  1e2,  1e3,  1e4,  1e5,  1e6,  1e7,
                                         1e8,  1e9,  1e10, 1e11, 1e12, 1e13, 1e14, 1e15,
                                         1e16, 1e17, 1e18, 1e19, 1e20, 1e21, 1e22};
 constexpr std::int64_t kMaxExactPower = 22;
 
-// More digits than this may not fit into 64 bits.
+// A number with more digits than this may need more than 64 bits.
 constexpr std::ptrdiff_t kMaxDigits = 19;
 
-// Beyond this an exponent is only "large": no text has the digits to make up for it, and counting
-// on would overflow.
+// The reader stops to count an exponent that has reached this size: no text has enough digits to
+// bring such a number back into range, and counting on would overflow.
 constexpr std::int64_t kLargeExponent = 100'000'000'000'000'000;
 
 bool IsDigit(char c) { return static_cast<unsigned char>(c - '0') < 10; }
 
-// A literal as it is being read: digits * 10^power. With more than kMaxDigits digits, leading zeros
-// included, `digits` has overflowed and means nothing.
+// A literal while it is read: its value is digits * 10^power. With more than kMaxDigits digits,
+// leading zeros included, `digits` may have overflowed and is not used.
 struct Decimal {
   std::uint64_t digits = 0;
   std::ptrdiff_t digitCount = 0;
@@ -45,14 +45,14 @@ bool IsZeroLiteral(const char* begin, const char* end) {
   return std::none_of(begin, exponent, [](char c) { return '1' <= c && c <= '9'; });
 }
 
-// For what is not exact. The grammar has been checked, so there is always something to convert: the
-// failure that the standard conversion has for "no conversion" (std::invalid_argument, "invalid
-// stod argument") cannot come up.
+// Converts literals for which the exact way is not possible. The grammar has been checked, so there
+// is always a number to convert: the failure that std::stod has for "no conversion"
+// (std::invalid_argument) cannot happen.
 double ConvertSlowly(const char* begin, const char* end) {
   if (IsZeroLiteral(begin, end)) return *begin == '-' ? -0.0 : 0.0;
   double value = 0;
   const std::from_chars_result result = std::from_chars(begin, end, value);
-  // Libraries differ in what they store and report at both ends of the range.
+  // Standard libraries differ in what they store and report at both ends of the range.
   if (result.ec != std::errc() || std::isinf(value) || value == 0) ThrowOutOfRange();
   return value;
 }
@@ -73,7 +73,7 @@ double Convert(const Decimal& decimal, const char* begin, const char* end) {
   return ConvertSlowly(begin, end);
 }
 
-// Reads digits as long as there are any; where they end.
+// Reads all digits from `at` on and returns where they end.
 const char* ReadDigits(const char* at, const char* end, Decimal& decimal) {
   const char* const begin = at;
   for (; at != end && IsDigit(*at); ++at) {
@@ -83,7 +83,7 @@ const char* ReadDigits(const char* at, const char* end, Decimal& decimal) {
   return at;
 }
 
-// Reads what follows the "e"; null if that is no exponent.
+// Reads the exponent after the "e" and returns where it ends; null if there is no exponent.
 const char* ReadExponent(const char* at, const char* end, Decimal& decimal) {
   const bool negative = at != end && *at == '-';
   if (at != end && (*at == '-' || *at == '+')) ++at;

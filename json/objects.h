@@ -1,6 +1,6 @@
-// A small vocabulary for JSON objects: build one from a list, look up members by key.
+// Functions for JSON objects: build one from a list of members, read one, find members by key.
 //
-// The references and pointers live as long as the object is not changed. Any thread, as Json.
+// The returned references and pointers are valid until the object changes. Threads: as for Json.
 #pragma once
 
 #include <cstddef>
@@ -19,7 +19,7 @@ struct JsonMember {
   Json value;
 };
 
-// An object of these members, in this order. The values are moved:
+// Builds an object of these members, in this order. The values are moved, for example in
 // MakeObject({{"exit", code}, {"stdout", std::move(output)}}).
 template <std::size_t N>
 Json MakeObject(JsonMember (&&members)[N]) {
@@ -31,14 +31,14 @@ Json MakeObject(JsonMember (&&members)[N]) {
   return object;
 }
 
-// The object that `text` holds. Nothing if the text is not JSON, is not an object, or holds a
+// Reads the object that `text` holds. Nothing if the text is not JSON, is not an object, or holds a
 // number outside the range of a double.
 std::optional<Json> ParseJsonObject(std::string_view text);
 
 // The compact text of `value`; see Serialize.
 std::string ToText(const Json& value);
 
-// The first member with this key, if it is of that kind; otherwise null.
+// The first member with this key, if it is of the kind that the function names; otherwise null.
 const std::string* FindString(const Json& object, std::string_view key);
 const Json* FindArray(const Json& object, std::string_view key);
 const Json* FindObject(const Json& object, std::string_view key);
@@ -46,8 +46,9 @@ std::string* FindString(Json& object, std::string_view key);
 Json* FindArray(Json& object, std::string_view key);
 Json* FindObject(Json& object, std::string_view key);
 
-// The first member with this key. A missing member is null, a missing or different one is "",
-// false or 0. Calls can be nested: TextOf(MemberOf(params, "frame"), "id").
+// The first member with this key. If it is missing, MemberOf gives a null value. If it is missing
+// or of another kind, the others give "", false or 0. Calls can be nested:
+// TextOf(MemberOf(params, "frame"), "id").
 const Json& MemberOf(const Json& object, std::string_view key);
 const std::string& TextOf(const Json& object, std::string_view key);
 bool TruthOf(const Json& object, std::string_view key);

@@ -1,5 +1,5 @@
-// The way from the root of a tree to the place where the work is: what recursion would keep on the
-// machine's stack. The first levels need no allocation.
+// A stack of entries for the path from the root of a tree to the current place. With recursion the
+// call stack would hold them. The first 32 levels need no allocation.
 #pragma once
 
 #include <algorithm>

@@ -16,10 +16,10 @@ namespace wendra {
 
 namespace {
 
-// How many children the containers under one key had when last seen, so that the next one under
-// that key gets its exact capacity in one allocation. Keys that fall on the same slot share a size:
-// it is only a guess. A size is given out only once: whatever is reserved has been read before, so
-// no text can ask for more memory than its own size accounts for.
+// Remembers how many children the last container under a key had. The next container under that key
+// then gets its exact capacity in one allocation. It is only a guess: keys with the same slot share
+// one size. Take gives each size only once. So the reader never reserves more children by hints
+// than it has read, and the memory that a text can make it reserve is limited by the text's length.
 class SizeHints {
  public:
   using Slot = std::uint8_t;
@@ -31,11 +31,11 @@ class SizeHints {
     const auto size = static_cast<std::uint32_t>(key.size());
     return Spread((size << 16) + (std::uint32_t{first} << 8) + last);
   }
-  // Of the containers in an array that has `slot` itself.
+  // The slot of the containers in an array whose own slot is `slot`.
   static Slot SlotOfItems(Slot slot) { return Spread(slot + 1u); }
 
   std::uint32_t Take(Slot slot) { return std::exchange(sizes_[slot], 0u); }
-  // Sizes that vary are guessed rather too large than too small, so as not to grow all the time.
+  // When sizes vary, the guess is too large rather than too small: growing is expensive.
   void Put(Slot slot, std::uint32_t expected, std::size_t size) {
     const auto seen = static_cast<std::uint32_t>(size);
     sizes_[slot] = seen < expected ? expected - (expected - seen + 1) / 2 : seen;
@@ -44,7 +44,7 @@ class SizeHints {
  private:
   static constexpr unsigned kSlotBits = 6;
 
-  // The highest bits of a product depend on all bits of its factors.
+  // Multiplicative hashing: the highest bits of the product depend on all bits of `value`.
   static Slot Spread(std::uint32_t value) {
     return static_cast<Slot>(value * 2654435769u >> (32 - kSlotBits));
   }
@@ -52,11 +52,13 @@ class SizeHints {
   std::array<std::uint32_t, 1u << kSlotBits> sizes_{};
 };
 
-// Reads one text. Every step takes the position where it begins and returns the one where it ends,
-// null if the text is not well-formed there.
+// Reads one text. Each function takes the position where it begins and returns the position where
+// it ends; null if the text is not well-formed there.
 //
-// The containers that are not closed yet stand in `open_`; the innermost one is the only one that
-// grows, so pointers to the outer ones stay good.
+// `open_` holds the containers that are not closed yet. Only the innermost one grows, so the
+// pointers to the others stay valid.
+//
+// `place` points to the value that is read next. It is null when a value is complete.
 class Reader {
  public:
   explicit Reader(std::string_view text)
@@ -67,7 +69,7 @@ class Reader {
  private:
   struct Open {
     Json* container;
-    std::uint32_t expected;  // size, by its hint
+    std::uint32_t expected;  // the number of children that was reserved
     SizeHints::Slot slot;
   };
 
@@ -102,8 +104,8 @@ bool Reader::Read(Json& root) {
   return at && SkipBlanks(at, end_) == end_;
 }
 
-// Deliberate: a text that is only an unterminated string counts as that string. Inside arrays and
-// objects such a string fails.
+// Deliberate: a text that consists of one unterminated string is read as that string. Inside arrays
+// and objects an unterminated string is an error.
 const char* Reader::ReadTopLevelString(const char* at, Json& root) {
   root.kind = kJsonString;
   StringEnd how;
@@ -122,8 +124,8 @@ const char* Reader::ReadTree(const char* at, Json& root) {
   }
 }
 
-// Reads a value into `place`, wholly, which leaves `place` null; or the start of a container, which
-// leaves the place of its first child there.
+// Reads a complete value into `place` and sets `place` to null. For a container with children it
+// reads only the start, and sets `place` to the first child.
 inline const char* Reader::ReadValue(const char* at, Json*& place) {
   at = SkipBlanks(at, end_);
   if (at == end_) return nullptr;
@@ -200,8 +202,8 @@ inline const char* Reader::ReadKey(const char* at, Json& object, Json*& place) {
   return at != end_ && *at == ':' ? at + 1 : nullptr;
 }
 
-// After a child of the innermost container: either finds the place of the next one, or closes the
-// container, which leaves `place` null.
+// Called after a child of the innermost container. Either sets `place` to the next child, or closes
+// the container and leaves `place` null.
 inline const char* Reader::ReadAfterValue(const char* at, Json*& place) {
   at = SkipBlanks(at, end_);
   if (at == end_) return nullptr;
@@ -227,8 +229,9 @@ SizeHints::Slot Reader::SlotOfNewContainer() {
   return SizeHints::SlotOf(parent.container->members.back().first);
 }
 
-// The outermost containers get a few places unseen: a request is an object of a few members with
-// such objects in it. Deeper down that would only spread out large documents.
+// The outermost containers get a small capacity without a hint: a request is an object with few
+// members, which hold such objects again. At deeper levels that would waste memory in large
+// documents.
 Reader::Open Reader::Opened(Json& container) {
   const SizeHints::Slot slot = SlotOfNewContainer();
   const std::uint32_t known = hints_.Take(slot);
@@ -251,7 +254,7 @@ bool HoldsNothing(const Json& value) {
 
 bool Parse(std::string_view text, Json& out) {
   if (HoldsNothing(out)) return Reader(text).Read(out);
-  Json value;  // `text` may lie in `out`, which therefore keeps what it holds until the end
+  Json value;  // `text` may lie inside `out`, so `out` must not change before the end
   const bool read = Reader(text).Read(value);
   out = std::move(value);
   return read;

@@ -11,7 +11,7 @@ namespace wendra {
 namespace {
 
 constexpr std::uint32_t kNoCodeUnit = 0xFFFFFFFF;
-constexpr std::ptrdiff_t kUnicodeEscapeBytes = 6;  // of \u and its four digits
+constexpr std::ptrdiff_t kUnicodeEscapeBytes = 6;  // \u and four digits
 
 int HexDigit(char c) {
   if ('0' <= c && c <= '9') return c - '0';
@@ -55,18 +55,18 @@ char* AppendUtf8(char* to, std::uint32_t codePoint) {
   return to;
 }
 
-// How far the decoding has come in the text and in the scratch.
+// How far decoding has come.
 struct Progress {
-  const char* at;  // null where the text is malformed
-  char* to;
+  const char* at;  // in the text; null if the text is not well-formed
+  char* to;        // in the scratch buffer
 };
 
-// An escape gives at most four bytes, and takes at most twelve.
+// An escape takes at most twelve bytes (a surrogate pair) and gives at most four.
 constexpr std::ptrdiff_t kMaxEscapeBytes = 2 * kUnicodeEscapeBytes;
 constexpr std::ptrdiff_t kEscapeRoom = 4;
 
-// Decodes the \u escape at `from.at`, two of them if they are a surrogate pair. A lone surrogate is
-// kept and becomes three bytes, deliberately.
+// Decodes the \u escape at `from.at`, or both escapes of a surrogate pair. Deliberate: a lone
+// surrogate is kept and becomes three bytes.
 Progress DecodeUnicodeEscape(Progress from, const char* end) {
   const auto [at, to] = from;
   const std::uint32_t unit = CodeUnitAt(at, end);
@@ -81,7 +81,7 @@ Progress DecodeUnicodeEscape(Progress from, const char* end) {
   return {at + kUnicodeEscapeBytes, AppendUtf8(to, unit)};
 }
 
-// What the letter behind a backslash stands for; 0 for none.
+// The character that the letter after a backslash stands for; 0 if it stands for none.
 constexpr std::array<char, 256> kSimpleEscapes = [] {
   std::array<char, 256> table{};
   table['"'] = '"';
@@ -95,7 +95,7 @@ constexpr std::array<char, 256> kSimpleEscapes = [] {
   return table;
 }();
 
-// Decodes the escape at `from.at`, of which at least two bytes are there.
+// Decodes the escape at `from.at`. At least two bytes of text must be left.
 Progress DecodeEscape(Progress from, const char* end) {
   const char simple = kSimpleEscapes[static_cast<unsigned char>(from.at[1])];
   if (simple == 0) return DecodeUnicodeEscape(from, end);
@@ -103,10 +103,12 @@ Progress DecodeEscape(Progress from, const char* end) {
   return {from.at + 2, from.to + 1};
 }
 
-// Decodes the window at `from.at`, and the escape that crosses its end. kWindowReach bytes must be
-// there, and room for as many. Stops at the closing quote and at a malformed escape.
-// All backslashes are found before the first escape is decoded, so that the processor can look at
-// the next windows while it is still busy with this one.
+// Decodes the window at `from.at`, and the escape that crosses its end. Stops at the closing quote
+// and at a bad escape. kWindowReach bytes of text must be left, and as much space in the scratch
+// buffer.
+//
+// It finds all backslashes before it decodes the first escape. So the processor can begin with the
+// next window while it still works on this one.
 constexpr std::ptrdiff_t kWindowReach = kWindowBytes + kMaxEscapeBytes + kWindowBytes;
 
 Progress DecodeWindow(Progress from, const char* end) {
@@ -121,9 +123,9 @@ Progress DecodeWindow(Progress from, const char* end) {
     const Progress escape = DecodeEscape(now, end);
     if (!escape.at) return now;
     now = escape;
-    CopyWindow(now.at, now.to, EndsOfPlainText);  // what is plain behind it, and more
+    CopyWindow(now.at, now.to, EndsOfPlainText);  // the plain text after the escape, and more
     if (now.at >= windowEnd) return now;
-    ends &= ~std::uint32_t{0} << (now.at - begin);  // not what belongs to the escape
+    ends &= ~std::uint32_t{0} << (now.at - begin);  // forgets the bytes of the escape
   }
   return {windowEnd, now.to + (windowEnd - now.at)};
 }
@@ -151,7 +153,8 @@ const char* StringReader::ReadEscaped(const char* at, std::string& content, Stri
   return now.at;
 }
 
-// Decodes up to the end of the string, which is near or right here.
+// Decodes the rest of a string: the string ends or has a bad escape at `at`, or there is not enough
+// text left for a window.
 StringEnd StringReader::DecodeRest(const char*& at, char*& to) {
   for (;;) {
     to = MakeRoom(kBlockBytes + kEscapeRoom, to, at);
@@ -173,7 +176,7 @@ StringEnd StringReader::DecodeRest(const char*& at, char*& to) {
       ++at;
       return StringEnd::kClosed;
     }
-    if (end_ - at == 1) {  // a lone backslash at the very end
+    if (end_ - at == 1) {  // a backslash is the last byte of the text
       at = end_;
       return StringEnd::kUnterminated;
     }
@@ -184,8 +187,8 @@ StringEnd StringReader::DecodeRest(const char*& at, char*& to) {
   }
 }
 
-// Decoding never makes a text longer: scratch for all that is left of this one lasts until its end,
-// for later strings too. Only what is used of it costs memory. Returns `to` in its new place.
+// Decoding never makes text longer. So a buffer of the size of the remaining text is large enough
+// for all later strings too. Only the part of it that is used costs memory. Returns the new `to`.
 char* StringReader::MoveScratchToHeap(char* to, const char* at) {
   const auto used = static_cast<std::size_t>(to - scratch_);
   const std::size_t bytes = used + static_cast<std::size_t>(end_ - at) + kWindowReach;

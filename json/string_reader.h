@@ -1,4 +1,4 @@
-// The string of a JSON text: from its opening quote to decoded UTF-8.
+// Reads the strings of a JSON text and decodes their escapes to UTF-8.
 #pragma once
 
 #include <cstddef>
@@ -9,31 +9,32 @@
 
 namespace wendra {
 
+// How and where reading a string stopped.
 enum class StringEnd {
-  kClosed,        // behind the closing quote
-  kUnterminated,  // at the end of the text; a backslash with nothing behind it counts as read
-  kBadEscape,     // at the backslash, so that whoever reads on fails there
+  kClosed,        // after the closing quote
+  kUnterminated,  // at the end of the text; a backslash as its last byte counts as read
+  kBadEscape,     // at the backslash of the escape
 };
 
-// As many bytes as a std::string holds without an allocation, with every library in use.
+// A std::string holds this many bytes without an allocation, in each standard library in use.
 inline constexpr std::ptrdiff_t kShortStringBytes = 15;
 
-// Makes `empty` hold the `size` bytes at `begin`, at most kShortStringBytes, behind which so many
-// can be read in any case. Copying a fixed number of bytes and cutting off what is too much is a
-// few instructions, where copying the right number is a call or two.
+// Stores the `size` bytes at `begin` in `empty`. `size` is at most kShortStringBytes, and that many
+// bytes must be readable from `begin` on. To copy a fixed number of bytes and cut off the rest
+// takes a few instructions; to copy the right number takes one or two calls.
 inline void SetShortContent(std::string& empty, const char* begin, std::ptrdiff_t size) {
   std::destroy_at(&empty);
   std::construct_at(&empty, begin, begin + kShortStringBytes);
   empty.erase(static_cast<std::size_t>(size));
 }
 
-// Makes `empty` hold [begin, end), a part of a text that ends at `textEnd`.
+// Stores [begin, end) in `empty`. It is a part of a text that ends at `textEnd`.
 inline void SetContent(std::string& empty, const char* begin, const char* end,
                        const char* textEnd) {
   if (end - begin <= kShortStringBytes && textEnd - begin >= kShortStringBytes) {
     SetShortContent(empty, begin, end - begin);
   } else {
-    empty = std::string(begin, end);  // exactly the memory that it needs; assign() may take more
+    empty = std::string(begin, end);  // takes exactly the memory it needs; assign() may take more
   }
 }
 
@@ -42,8 +43,8 @@ class StringReader {
  public:
   explicit StringReader(const char* textEnd) : end_(textEnd) {}
 
-  // Reads the string whose opening quote is at `at` into `content`, which must be empty.
-  // Returns where it stopped, and how in `how`.
+  // Reads the string whose opening quote is at `at` into `content`, which must be empty. Returns
+  // where reading stopped; `how` says why.
   const char* Read(const char* at, std::string& content, StringEnd& how) {
     const char* const begin = at + 1;
     if (end_ - begin >= kBlockBytes) {  // most strings are short and plain
@@ -61,7 +62,8 @@ class StringReader {
   const char* ReadAny(const char* begin, std::string& content, StringEnd& how);
   const char* ReadEscaped(const char* at, std::string& content, StringEnd& how);
   StringEnd DecodeRest(const char*& at, char*& to);
-  // Room for `bytes` bytes behind `to`, which may have to move; `at` is what comes next.
+  // Makes space for `bytes` bytes from `to` on, and returns the new `to`: the scratch buffer may
+  // move. `at` is the position in the text.
   char* MakeRoom(std::ptrdiff_t bytes, char* to, const char* at) {
     return scratchEnd_ - to >= bytes ? to : MoveScratchToHeap(to, at);
   }
@@ -70,7 +72,8 @@ class StringReader {
   static constexpr std::size_t kFirstBytes = 512;
 
   const char* const end_;
-  // Escaped strings are decoded here and then copied once, into exactly the memory that they need.
+  // The scratch buffer: strings with escapes are decoded here, then copied once into exactly the
+  // memory that they need.
   char first_[kFirstBytes];
   std::unique_ptr<char[]> heap_;
   char* scratch_ = first_;

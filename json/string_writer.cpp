@@ -11,10 +11,10 @@ namespace {
 // The first byte of U+2028 and U+2029, E2 80 A8 and E2 80 A9.
 constexpr char kSeparatorLead = '\xE2';
 
-// How a byte is written.
+// How one byte of content is written.
 struct Written {
   char bytes[7];
-  std::uint8_t size;  // of `bytes`; 0 if more must be known than this byte
+  std::uint8_t size;  // used bytes of `bytes`; 0 if it depends on the bytes that follow
 };
 constexpr std::ptrdiff_t kLongestEscape = 6;  // \u001f
 
@@ -41,7 +41,7 @@ constexpr std::array<Written, 256> kWritten = [] {
 
 const Written& WrittenAs(char c) { return kWritten[static_cast<unsigned char>(c)]; }
 
-// The bytes that are not copied as they are, or may begin something that is not.
+// Whether a byte must be escaped, or may be the first byte of a character that must be.
 bool NeedsCare(char c) { return WrittenAs(c).size != 1; }
 
 std::uint32_t NeedCare(__m128i block) {
@@ -52,12 +52,12 @@ std::uint32_t NeedCare(__m128i block) {
 
 static_assert(sizeof(Written) == kCharacterRoomBytes);
 
-// Writes the character at `from.at`, whatever it is. Escapes come too irregularly to be foretold,
-// so the usual way through here has no branch.
+// Writes the character at `from.at`, escaped if necessary. The processor cannot predict where
+// escapes come, so the usual path has no branch that depends on them.
 StringProgress WriteCharacter(StringProgress from, const char* end) {
   const auto [at, to] = from;
   const Written& written = WrittenAs(*at);
-  std::memcpy(to, &written, sizeof written);  // more than its size: a fixed number is quicker
+  std::memcpy(to, &written, sizeof written);  // copies all of it: a fixed size is faster
   if (written.size != 0) return {at + 1, to + written.size};
   if (end - at >= 3 && at[1] == '\x80' && (at[2] == '\xA8' || at[2] == '\xA9')) {
     std::memcpy(to, at[2] == '\xA8' ? "\\u2028" : "\\u2029", kLongestEscape);
@@ -67,8 +67,8 @@ StringProgress WriteCharacter(StringProgress from, const char* end) {
 }
 
 // Writes the window at `from.at`.
-// All bytes that need care are found before the first of them is written, so that the processor
-// can look at the next windows while it is still busy writing this one.
+// It finds all bytes that need care before it writes the first of them. So the processor can begin
+// with the next window while it still works on this one.
 StringProgress WriteWindow(StringProgress from, const char* end) {
   const char* const begin = from.at;
   const char* const windowEnd = begin + kWindowBytes;
@@ -77,7 +77,7 @@ StringProgress WriteWindow(StringProgress from, const char* end) {
   for (; careful != 0; careful &= careful - 1) {
     const char* const next = begin + FirstBit(careful);
     now = WriteCharacter({next, now.to + (next - now.at)}, end);
-    CopyWindow(now.at, now.to, NeedCare);  // what is plain behind it, and more
+    CopyWindow(now.at, now.to, NeedCare);  // the plain text after it, and more
   }
   if (now.at >= windowEnd) return now;
   return {windowEnd, now.to + (windowEnd - now.at)};

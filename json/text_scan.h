@@ -1,5 +1,5 @@
-// Looks at text 16 bytes at a time (SSE2, which every x86-64 processor has). No load reaches beyond
-// the bytes that the caller owns: text may end where readable memory ends.
+// Scans and copies text in blocks of 16 bytes, with SSE2, which every x86-64 processor has. No
+// function reads outside the text that it gets: the text may end where readable memory ends.
 #pragma once
 
 #include <emmintrin.h>
@@ -23,16 +23,18 @@ inline void StoreBlock(char* to, __m128i block) {
 
 inline __m128i EqualTo(__m128i block, char c) { return _mm_cmpeq_epi8(block, _mm_set1_epi8(c)); }
 
-// One bit a byte, the first byte lowest, of a block whose bytes are all 0x00 or 0xFF.
+// One bit for each byte of a block whose bytes are all 0x00 or 0xFF. The lowest bit belongs to the
+// first byte.
 inline std::uint32_t Bits(__m128i block) {
   return static_cast<std::uint32_t>(_mm_movemask_epi8(block));
 }
 
-// The lowest bit that is set; 32 if there is none.
+// The number of the lowest bit that is set; 32 if there is none.
 inline int FirstBit(std::uint32_t bits) { return std::countr_zero(bits); }
 
-// A text of 4 to 15 bytes as four words that overlap: every byte of it is in one of them, and
-// nothing else is. One way for all these sizes, since they come in no order that could be foretold.
+// A text of 4 to 15 bytes as four words of 4 bytes that may overlap. They hold every byte of the
+// text and no other byte. All these sizes take the same path: the processor could not predict which
+// size comes next.
 class FourWords {
  public:
   FourWords(const char* begin, std::ptrdiff_t size)
@@ -62,15 +64,17 @@ class FourWords {
     std::memcpy(b, &second, sizeof second);
   }
 
-  std::ptrdiff_t second_;  // where the second word begins; the third is as far from the last
+  // Where the second word begins. The third word begins this far before the last one.
+  std::ptrdiff_t second_;
   std::ptrdiff_t last_;
   __m128i words_;
 };
 
-// Text is copied and looked at through windows of so many bytes where there is much of it.
+// Long text is copied and scanned in windows of this many bytes.
 inline constexpr std::ptrdiff_t kWindowBytes = 2 * kBlockBytes;
 
-// Copies the window at `at`; a bit for each of its bytes that `find` finds in a block.
+// Copies the window at `at` to `to`. Returns one bit for each of its bytes, set for those that
+// `find` finds. `find` takes a block.
 template <typename Find>
 std::uint32_t CopyWindow(const char* at, char* to, Find find) {
   const __m128i low = LoadBlock(at);
@@ -80,7 +84,7 @@ std::uint32_t CopyWindow(const char* at, char* to, Find find) {
   return find(low) | find(high) << kBlockBytes;
 }
 
-// The bytes at which plain string content ends in a source text.
+// Whether plain string content ends at this byte of a JSON text.
 inline bool EndsPlainText(char c) { return c == '"' || c == '\\'; }
 
 inline std::uint32_t EndsOfPlainText(__m128i block) {
@@ -112,7 +116,7 @@ inline const char* SkipManyBlanks(const char* at, const char* end) {
   return at;
 }
 
-// Mostly there is no blank at all; else one, or a line break with its indentation.
+// Usually there is no whitespace at all; otherwise one character, or a line break and indentation.
 inline const char* SkipBlanks(const char* at, const char* end) {
   if (at == end || static_cast<unsigned char>(*at) > ' ') return at;
   return SkipManyBlanks(at, end);

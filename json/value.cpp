@@ -10,14 +10,14 @@ namespace wendra {
 
 namespace {
 
-// A container that is being copied, and its copy as far as it has come. How far that is, the copy's
-// own sizes say.
+// A container that is being copied, and its unfinished copy. The sizes of the copy say how many
+// children have been copied.
 struct Copying {
   const Json* from;
   Json* to;
 };
 
-// The copy gets its exact capacity at once: it never moves while its children are being copied.
+// The copy gets its exact capacity at once, so its children do not move while they are copied.
 Copying BeginCopy(const Json& from, Json& to) {
   to.kind = from.kind;
   to.boolean = from.boolean;
@@ -30,8 +30,8 @@ Copying BeginCopy(const Json& from, Json& to) {
 
 bool IsLeaf(const Json& value) { return value.items.empty() && value.members.empty(); }
 
-// Copies children up to and including the next one that has children of its own, of which only the
-// place is made: that one is returned. {null, null} when all children are there.
+// Copies children up to the next child that has children of its own. For that child it only makes
+// the place, and returns the child and its place. {null, null} when all children are copied.
 Copying CopyLeaves(const Copying& at) {
   for (std::size_t i = at.to->items.size(); i < at.from->items.size(); ++i) {
     const Json& child = at.from->items[i];
@@ -46,8 +46,8 @@ Copying CopyLeaves(const Copying& at) {
   return {nullptr, nullptr};
 }
 
-// A dying container no longer needs its number: the way back to its parent is kept there, so that
-// destroying needs no memory and cannot fail.
+// A container that is being destroyed no longer needs its `number`. The pointer to its parent is
+// stored there, so destroying needs no memory and cannot fail.
 static_assert(sizeof(double) >= sizeof(Json*));
 
 void SetParent(Json& dying, Json* parent) { std::memcpy(&dying.number, &parent, sizeof parent); }
@@ -58,8 +58,8 @@ Json* Parent(const Json& dying) {
   return parent;
 }
 
-// Destroys children from the back until one has children of its own: that one is returned.
-// Null when none are left.
+// Destroys children, the last one first, until one has children of its own, and returns that one.
+// Null when no children are left.
 Json* DestroyLeaves(Json& dying) {
   for (; !dying.members.empty(); dying.members.pop_back()) {
     if (Json& last = dying.members.back().second; !IsLeaf(last)) return &last;
@@ -73,17 +73,17 @@ Json* DestroyLeaves(Json& dying) {
 }  // namespace
 
 Json::Json(long long value) : kind(kJsonNumber), number(static_cast<double>(value)) {
-  char digits[20];  // the longest is -9223372036854775808
+  char digits[20];  // the longest number is -9223372036854775808
   text.assign(digits, std::to_chars(digits, digits + sizeof digits, value).ptr);
 }
 
 Json& Json::operator=(const Json& other) {
-  Json copy(other);  // made before anything is given up: `other` may be a part of this
+  Json copy(other);  // before anything here is destroyed: `other` may be a part of this value
   return *this = std::move(copy);
 }
 
 Json& Json::operator=(Json&& other) noexcept {
-  Json taken(std::move(other));  // `other` may be a part of this, or this itself
+  Json taken(std::move(other));  // `other` may be a part of this value, or this value itself
   std::swap(kind, taken.kind);
   std::swap(boolean, taken.boolean);
   std::swap(number, taken.number);

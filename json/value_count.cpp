@@ -5,7 +5,7 @@
 namespace wendra {
 namespace {
 
-// The place after the string whose opening quote is at `at`.
+// The position after the string whose opening quote is at `at`.
 size_t SkipString(std::string_view text, size_t at) {
   for (++at; at < text.size() && text[at] != '"'; ++at) {
     if (text[at] == '\\') ++at;
@@ -16,10 +16,10 @@ size_t SkipString(std::string_view text, size_t at) {
 }  // namespace
 
 bool HoldsMoreValues(std::string_view text, size_t max) {
-  if (text.size() <= max) return false;  // each value has a byte of its own
-  // One value, and one more for each comma and for each container that is not empty.
+  if (text.size() <= max) return false;  // each value takes at least one byte
+  // One for the outermost value, and one more for each comma and each container that is not empty.
   size_t count = 1;
-  bool isFresh = false;  // the container that was opened last has nothing in it so far
+  bool isFresh = false;  // nothing but whitespace has followed the last opening bracket
   for (size_t at = 0; at < text.size() && count <= max;) {
     const char c = text[at];
     if (IsBlank(c)) {

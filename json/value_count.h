@@ -1,4 +1,4 @@
-// Counts the values of JSON text without reading it into memory.
+// Counts the values in JSON text without parsing it.
 #pragma once
 
 #include <cstddef>
@@ -6,10 +6,12 @@
 
 namespace wendra {
 
-// Whether `text` holds more than `max` values, the outermost one and those inside others counted,
-// keys not. Exact for JSON; of other text it counts what looks like values. Looks at each byte at
-// most once, stops at the first value too many, and takes no memory: a caller asks it before it
-// parses text from outside, for in memory a value takes a hundred times its text. Any thread.
+// Whether `text` holds more than `max` values. The outermost value and all values inside it count,
+// keys do not. The count is exact for JSON; in other text it counts what looks like values.
+//
+// Callers ask this before they parse text from outside, because a parsed value can take a hundred
+// times the memory of its text. It reads each byte at most once, stops at the first value beyond
+// `max`, and allocates nothing. Any thread.
 bool HoldsMoreValues(std::string_view text, size_t max);
 
 }  // namespace wendra

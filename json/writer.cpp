@@ -16,9 +16,9 @@ bool IsLeaf(const Json& value) {
          !(value.kind == kJsonObject && !value.members.empty());
 }
 
-// Writes into a buffer on the stack that is emptied into the output whenever it is full: appending
-// to a string is dear by the byte and cheap by the block. Every step takes the end of what is in
-// the buffer and returns the new one.
+// Writes into a buffer on the stack, and appends the buffer to the output whenever it is full: to
+// append single bytes to a string is slow, to append blocks is fast. Each function takes the end of
+// the written part of the buffer and returns the new end.
 class Writer {
  public:
   explicit Writer(std::string& out) : out_(out) {}
@@ -26,7 +26,7 @@ class Writer {
   void Write(const Json& root) { EmptyBuffer(WriteTree(root, buffer_)); }
 
  private:
-  // A container that is being written, and the child that comes next.
+  // A container that is being written, and the index of its next child.
   struct Open {
     const Json* container;
     std::size_t next;
@@ -79,7 +79,7 @@ char* Writer::WriteTree(const Json& root, char* to) {
   }
 }
 
-// Writes items up to the next one that has children: that one is `inner` then.
+// Writes items up to the next one that has children of its own, and stores that one in `inner`.
 inline char* Writer::WriteItems(Open& at, const Json*& inner, char* to) {
   const auto& items = at.container->items;
   for (auto item = items.begin() + static_cast<std::ptrdiff_t>(at.next); item != items.end();
@@ -138,11 +138,11 @@ inline char* Writer::WriteString(std::string_view content, char* to) {
   return done + 1;
 }
 
-// Writes the content, whatever it is, and the closing quote.
+// Writes content of any length, escaped if necessary, and the closing quote.
 char* Writer::WriteRestOfString(std::string_view content, char* to) {
   if (content.size() > kBufferBytes) {
-    // Many pieces, for which the output grows once. Escapes make it longer; if by more than this,
-    // it grows once more.
+    // The content is written in several blocks; reserve lets the output grow once for all of them.
+    // If escapes make the content longer by more than an eighth, the output grows again.
     out_.reserve(out_.size() + content.size() + content.size() / 8 + kBufferBytes);
   }
   const char* const end = content.data() + content.size();

@@ -9,7 +9,7 @@
 namespace wendra {
 namespace {
 
-// Closing a window is to end the program within two seconds.
+// The program must end within two seconds after its window is closed.
 constexpr std::uint64_t kSessionEndsMs = 1500;
 
 constexpr char kKeepingServers[] =
@@ -34,7 +34,8 @@ void McpClient::Stop() {
 
 void McpClient::LoadMcpServers() {
   StopServers();
-  // Stopped ones go when nobody holds them any more; their callbacks may ask for the new ones.
+  // The list is empty during the callbacks, so they find no stopped server in it. A stopped
+  // connection is freed when its last holder releases it.
   for (const auto& connection : std::exchange(connections_, {})) connection->FailStopped();
   if (!StartServers()) LookAgain();
 }
@@ -54,7 +55,7 @@ void McpClient::WaitForSessionEnds() {
   }
 }
 
-// False: there is a file that could not be read, and so nothing was started.
+// False: the file exists but could not be read, so no server was started.
 bool McpClient::StartServers() {
   config_.EnsureDefaultConfig();
   const ConfigReading reading = config_.Read();
@@ -64,13 +65,11 @@ bool McpClient::StartServers() {
 
 void McpClient::StartFrom(const std::string& text) {
   if (text.empty()) return log_.Line("[MCP] could not read config.json — skipping client MCP");
-  const auto config = ParseJsonObject(text);
-  if (!config) return log_.Line("[MCP] config.json is not a JSON object — skipping client MCP");
-  const Json* configured = FindConfiguredServers(*config);
-  if (!configured) return log_.Line("[MCP] no mcpServers configured");
+  auto settings = ReadSettings(text);
+  if (!settings) return log_.Line("[MCP] config.json is not a JSON object — skipping client MCP");
+  if (settings->mcpServers.empty()) return log_.Line("[MCP] no mcpServers configured");
 
-  const auto resolve = [this](const std::string& name) { return starter_.ResolveCommand(name); };
-  for (ServerEntry& entry : ReadServerEntries(*configured, resolve)) {
+  for (ServerEntry& entry : settings->mcpServers) {
     for (const std::string& line : entry.logLines) log_.Line(line);
     if (entry.server) Add(std::move(*entry.server));
   }
@@ -78,6 +77,14 @@ void McpClient::StartFrom(const std::string& text) {
 }
 
 void McpClient::Add(ServerSettings settings) {
+  if (settings.kind == TransportKind::kStdio) {
+    std::string path = starter_.ResolveCommand(settings.command);
+    if (path.empty()) {
+      return log_.Line("[MCP] server '" + settings.name +
+                       "': command not found: " + settings.command);
+    }
+    settings.command = std::move(path);
+  }
   const ServerId id{++lastServerId_};
   flow_->Open(id);
   auto transport = starter_.Start(id, settings, flow_);
@@ -103,7 +110,7 @@ bool McpClient::CheckMcpConfigChanged() {
   return true;
 }
 
-// Nothing has been read: what is in the file now must not count as seen.
+// The file could not be read, so its present content must count as a change at the next look.
 void McpClient::LookAgain() {
   if (watch_) watch_->LookAgain();
   hasSaidUnreadable_ = true;
@@ -128,7 +135,7 @@ void McpClient::OnPosted(ServerId server, const PostStatus& status) {
 }
 
 void McpClient::OnTimer(std::uint64_t timer) {
-  const Connections servers = connections_;  // a callback may reload them
+  const Connections servers = connections_;  // a copy: a callback may reload the servers
   for (const auto& connection : servers) {
     if (connection->OnTimer(timer)) return;
   }

@@ -1,5 +1,5 @@
-// The MCP client: loads the servers that config.json lists, reloads and stops them, and hands their
-// messages to their connections. Pure.
+// The MCP client: loads, reloads and stops the servers that config.json lists, and hands each
+// server's messages to its connection. Pure.
 #pragma once
 
 #include <cstdint>
@@ -15,7 +15,7 @@
 #include "mcp/flow_control.h"
 #include "mcp/inbox.h"
 #include "mcp/request_timers.h"
-#include "mcp/server_settings.h"
+#include "config/settings.h"
 #include "mcp/session_end.h"
 #include "mcp/transport.h"
 
@@ -26,10 +26,10 @@ class ServerStarter {
  public:
   virtual ~ServerStarter() = default;
 
-  // The full path of the file that a command names; "" when there is none.
+  // The full path of the file that a command names; "" when there is no such file.
   virtual std::string ResolveCommand(const std::string& command) = 0;
 
-  // Starts the server and logs the outcome. May change `settings.command` to the file that it has
+  // Starts the server and logs the outcome. May change `settings.command` to the file that was
   // started. Null: the server could not be started.
   virtual std::unique_ptr<Transport> Start(ServerId id, ServerSettings& settings,
                                            const std::shared_ptr<FlowControl>& flow) = 0;
@@ -40,36 +40,39 @@ class McpClient {
  public:
   using Connections = std::vector<std::shared_ptr<Connection>>;
 
-  // Borrows all.
+  // Borrows all arguments.
   McpClient(ConfigStore& config, ServerStarter& starter, RequestTimers& timers, Log& log);
   McpClient(const McpClient&) = delete;
   McpClient& operator=(const McpClient&) = delete;
 
-  // Loads the servers. Their messages go to `inbox`, and from there to the functions below.
+  // Loads the servers. Their threads deliver to `inbox`. The UI thread takes the deliveries out and
+  // calls OnText, OnClosed and OnPosted.
   void Start(std::shared_ptr<Inbox> inbox);
 
-  // At the end of the program. First no request times out any more, then each server is stopped, in
-  // the order of config.json. Pending requests are dropped without an answer.
+  // At the end of the program: kills the timers of all requests, then stops each server, in the
+  // order of config.json. Pending requests get no reply.
   void Stop();
 
-  // After Stop: waits until remote servers have been told that their sessions are over, at most
-  // 1.5 seconds in all.
+  // After Stop: waits until the DELETE requests of stopped remote servers have ended, at most 1.5
+  // seconds in all.
   void WaitForSessionEnds();
 
-  // Stops the servers, ends the requests that wait for them, and starts what config.json lists now.
-  // If the file cannot be read there are none; then CheckMcpConfigChanged loads them as soon as it
-  // can be read.
+  // Stops the servers, ends their pending requests, and starts the servers that config.json lists
+  // now. If the file cannot be read, no server is started; CheckMcpConfigChanged then starts them
+  // as soon as the file can be read.
   void LoadMcpServers();
 
-  // Reloads the servers when config.json has been written since the last look and holds a JSON
-  // object. True then: the page is to be told. If the file cannot be read, the servers stay, and
-  // the next call looks at it again.
+  // Reloads the servers when config.json has been written since the last call and holds a JSON
+  // object. True: the servers were reloaded, and the caller tells the page. If the file cannot be
+  // read, the servers stay, and the next call tries again.
   bool CheckMcpConfigChanged();
 
-  // In the order of config.json, with those that could not be started. A copy keeps them alive.
+  // In the order of config.json, including the servers that could not be started. A copy of the
+  // list keeps them alive.
   const Connections& Servers() const { return connections_; }
 
-  // What came through the inbox. Messages of servers that are gone are dropped.
+  // Handle one delivery from the inbox. A delivery from a server that is no longer in the list is
+  // dropped.
   void OnText(ServerId server, const std::string& text);
   void OnClosed(ServerId server);
   void OnPosted(ServerId server, const PostStatus& status);
@@ -95,7 +98,7 @@ class McpClient {
   Connections connections_;
   std::vector<std::shared_ptr<SessionEnd>> sessionEnds_;  // of stopped servers
   std::optional<ConfigWatch> watch_;                      // from Start on
-  bool hasSaidUnreadable_ = false;                        // of config.json, since it was last read
+  bool hasSaidUnreadable_ = false;  // the log says that config.json could not be read
 };
 
 }  // namespace wendra

@@ -13,10 +13,11 @@ namespace wendra {
 namespace {
 
 constexpr double kInitializeTimeoutSeconds = 45;
-constexpr std::uint32_t kInitializedTimeoutMs = 45'000;  // a part of the handshake too
+constexpr std::uint32_t kInitializedTimeoutMs = 45'000;  // this notification ends the handshake
 constexpr std::uint32_t kNotFound = 404;                 // HTTP
 constexpr std::size_t kMaxMessageValues = 1'000'000;
-constexpr char kProtocolVersionOfStdio[] = "2024-11-05";  // deliberate: each transport has its own
+// Deliberate: each transport announces a version of its own.
+constexpr char kProtocolVersionOfStdio[] = "2024-11-05";
 constexpr char kProtocolVersionOfHttp[] = "2025-11-25";
 constexpr int kMethodNotFound = -32601;  // JSON-RPC 2.0
 
@@ -28,8 +29,9 @@ Json InitializeParams(TransportKind kind) {
        {"clientInfo", MakeObject({{"name", "wendra-windows"}, {"version", "0.1.0"}})}});
 }
 
-// The id by which a response names our request; "" if the message names none. Servers number their
-// own requests too: a number in a message with a method is one of theirs.
+// The id of the request to which the message may be the response; "" if it can be none. Servers
+// number their own requests too, so a number in a message with a method is the id of such a
+// request.
 std::string_view IdOfResponse(const Json& message) {
   const Json& id = MemberOf(message, "id");
   const bool mayBeOurs =
@@ -70,7 +72,8 @@ void Connection::SendMcpRequest(std::string_view method, Json params, double tim
                     .requestId = id,
                     .timeoutMs = timeoutMs});
 
-  // Responses come through the Inbox: none can be here before its request is noted.
+  // The response comes through the Inbox, so it cannot be handled before the request is stored
+  // here.
   const std::uint64_t timer = ++numbers_.lastTimer;
   // Without a time-out the request might never end.
   if (!timers_.Start(timer, timeoutMs)) return onReply(RpcFailure("MCP request failed"));
@@ -100,7 +103,7 @@ void Connection::OnInitializeReply(const Json& reply) {
   const std::string& version = TextOf(MemberOf(reply, "result"), "protocolVersion");
   if (!version.empty()) transport_->SetProtocolVersion(version);
   state_ = State::kConfirming;
-  // Some servers refuse a request that overtakes this notification.
+  // Requests wait for this notification: some servers refuse a request that overtakes it.
   const bool keepsOrder =
       SendMcpNotification("notifications/initialized", Json::Object(), kInitializedTimeoutMs);
   if (keepsOrder) OnConfirmed(0);
@@ -117,10 +120,10 @@ void Connection::OnConfirmed(std::uint32_t status) {
   EndHandshake(isReady ? State::kReady : State::kStarted, nullptr);
 }
 
-// A server that is not running stays so.
+// A server that is not running keeps that state.
 void Connection::EndHandshake(State state, const Json* failure) {
   if (IsRunning()) state_ = state;
-  // Taken out first: a callback may wait for the next handshake.
+  // The list is emptied first: a callback may add itself again, for the next handshake.
   for (const OnInitialized& onInitialized : std::exchange(waiting_, {})) onInitialized(failure);
 }
 
@@ -146,21 +149,21 @@ void Connection::HandleMcpMessage(Json message) {
   if (message.kind != kJsonObject) return;
   const auto request = timerOfRequest_.find(std::string(IdOfResponse(message)));
   if (request != timerOfRequest_.end()) return Complete(request->second, std::move(message));
-  if (!message.Find("method")) return;  // a response that nobody waits for any more
+  if (!message.Find("method")) return;  // a response to no pending request
   if (const Json* id = message.Find("id")) return Refuse(*id);
   if (const std::string* text = FindString(MemberOf(message, "params"), "message")) {
     log_.Line("[MCP " + settings_.name + "] " + *text);
   }
 }
 
-// The host offers servers nothing that they could ask for.
+// The host offers servers no methods.
 void Connection::Refuse(const Json& id) {
   if (!IsRunning()) return;
   transport_->Refuse(ToText(RpcErrorResponse(id, kMethodNotFound, "Method not found")));
 }
 
 void Connection::OnClosed() {
-  if (!IsRunning()) return;  // stopped on purpose
+  if (!IsRunning()) return;  // the host has stopped the server
   state_ = State::kNotRunning;
   log_.Line("[MCP " + settings_.name + "] subprocess exited / closed stdout");
   FailMcpPending("MCP server '" + settings_.name + "' exited unexpectedly");
@@ -172,7 +175,8 @@ void Connection::OnPosted(const PostStatus& posted) {
   if (posted.isAwaited) OnConfirmed(posted.status);
 }
 
-// The next operation makes a new handshake. Those that wait for a handshake go on waiting for it.
+// The next request makes a new handshake. Callers that wait for a handshake under way still get its
+// outcome.
 void Connection::ForgetSession() {
   transport_->ForgetSession();
   if (state_ == State::kReady) state_ = State::kStarted;
@@ -195,7 +199,7 @@ void Connection::FailStopped() {
   const std::string text = "MCP server '" + settings_.name + "' was stopped";
   FailMcpPending(text);
   const Json failure = RpcFailure(text);
-  EndHandshake(State::kNotRunning, &failure);  // those that wait for the last status
+  EndHandshake(State::kNotRunning, &failure);  // for callers that wait in State::kConfirming
 }
 
 bool Connection::OnTimer(std::uint64_t timer) {
@@ -204,7 +208,7 @@ bool Connection::OnTimer(std::uint64_t timer) {
   return true;
 }
 
-// The entry goes before the call: whatever the callback does, the request has ended.
+// Removes the entry before the call: whatever the callback does, the request has ended.
 void Connection::Complete(std::uint64_t timer, Json reply) {
   auto pending = pending_.extract(timer);
   if (pending.empty()) return;

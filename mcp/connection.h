@@ -15,35 +15,37 @@
 #include "json/json.h"
 #include "mcp/inbox.h"
 #include "mcp/request_timers.h"
-#include "mcp/server_settings.h"
+#include "config/settings.h"
 #include "mcp/session_end.h"
 #include "mcp/transport.h"
 
 namespace wendra {
 
-// The numbers that all connections share: a request id and a timer name one request of all servers.
+// The counters that all connections share: no two requests, of any servers, have the same id or the
+// same timer.
 struct RequestNumbers {
   std::uint32_t lastRequestId = 0;
-  std::uint64_t lastTimer = 100;  // below are the window's own timers
+  std::uint64_t lastTimer = 100;  // the window's own timers have ids up to 100
 };
 
 // UI thread only.
 //
-// A callback may do everything, even remove this connection from its client. So the caller of
-// a function that may call back holds the connection by a shared_ptr.
+// A callback may do anything, even remove this connection from its client. So the caller of a
+// function that may call back holds the connection by a shared_ptr.
 class Connection {
  public:
-  // Gets the whole response, or {"error": {"message": …}} made here. Called exactly once, unless
-  // the program ends first.
+  // Gets the whole response, or {"error": {"message": …}} made by this class. Called exactly once,
+  // unless the program ends first.
   using OnReply = std::function<void(Json reply)>;
-  // `failure` is null when the handshake has completed, otherwise the reply that tells the reason.
+  // `failure` is null when the handshake has completed, otherwise the reply that says why it
+  // failed.
   using OnInitialized = std::function<void(const Json* failure)>;
 
   enum class State {
     kNotRunning,    // could not be started, was stopped, or its output has ended
     kStarted,       // the transport can be used
     kInitializing,  // the handshake is under way
-    kConfirming,    // the server has answered; it is being told that the handshake has completed
+    kConfirming,    // the server has responded; its last notification is being sent
     kReady,         // the handshake has completed
   };
 
@@ -59,15 +61,18 @@ class Connection {
   bool IsRunning() const { return state_ != State::kNotRunning; }
 
   // Sends a request as soon as the handshake has completed; makes the handshake first if needed.
-  // One of the two is called: `onNotReady` with the reply that tells why there is no handshake.
+  // Calls one of the two: `onReply` as SendMcpRequest does, or `onNotReady` with the reply that
+  // says why the handshake failed.
   void RequestWhenReady(std::string_view method, Json params, double timeoutSeconds,
                         OnReply onReply, OnReply onNotReady);
 
-  // Sends a request at once. If the server is not running, the reply is an error, given at once.
+  // Sends a request at once. If the server is not running, calls `onReply` with an error before it
+  // returns.
   void SendMcpRequest(std::string_view method, Json params, double timeoutSeconds, OnReply onReply);
 
-  // Sends a notification, if the server is running. For the result see Transport::Send: the status
-  // comes with OnPosted. `timeoutMs`: afterwards it is not sent any more.
+  // Sends a notification, if the server is running. Result as in Transport::Send: after false,
+  // OnPosted brings the status. `timeoutMs` limits the exchange with a remote server; a local
+  // server gets the notification however late it is.
   bool SendMcpNotification(std::string_view method, Json params, std::uint32_t timeoutMs);
 
   // Calls `onInitialized` at once if the handshake has completed, otherwise after it. Callers
@@ -76,32 +81,32 @@ class Connection {
   void EnsureMcpInitialized(OnInitialized onInitialized);
 
   // One message of the server. A text that is not a JSON object is ignored, and so is a text of
-  // more than 1,000,000 values: in memory each value takes a hundred times its text. If such a text
-  // looks like the answer of a remote server, its request ends with "MCP server returned no
-  // response": no other answer will come.
+  // more than 1,000,000 values: in memory a value takes a hundred times its text. If such a text
+  // looks like the response of a remote server to a request, the request ends with "MCP server
+  // returned no response", since no other response will come.
   void HandleMcpText(std::string_view text);
   void HandleMcpMessage(Json message);
 
   // The output of a local server has ended.
   void OnClosed();
 
-  // What has become of a message to a remote server.
+  // The status of a message to a remote server.
   void OnPosted(const PostStatus& posted);
 
   // Ends the request whose timer this is. False: no request here has this timer.
   bool OnTimer(std::uint64_t timer);
 
-  // Ends every pending request with an error of that text.
+  // Ends every pending request with an error that holds `text`.
   void FailMcpPending(std::string_view text);
 
-  // Stops the transport; pending requests stay. Returns what still has to be sent; null: nothing.
+  // Stops the transport; pending requests stay. Returns what Transport::Stop returns.
   std::shared_ptr<SessionEnd> Stop();
 
-  // After Stop: ends the pending requests, and those that wait for the handshake, with
+  // After Stop: ends the pending requests, and the callers that wait for the handshake, with
   // "MCP server '" + name + "' was stopped".
   void FailStopped();
 
-  // At the end of the program: nothing times out any more, and nobody is called.
+  // At the end of the program: kills the timers and drops the pending callbacks without a call.
   void KillTimers();
 
  private:
@@ -125,7 +130,7 @@ class Connection {
   RequestNumbers& numbers_;
   RequestTimers& timers_;
   Log& log_;
-  std::map<std::uint64_t, Pending> pending_;  // by timer, so in the order of sending
+  std::map<std::uint64_t, Pending> pending_;  // by timer, which is the order of sending
   std::unordered_map<std::string, std::uint64_t> timerOfRequest_;
   std::vector<OnInitialized> waiting_;  // for the end of the handshake
 };

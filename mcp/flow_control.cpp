@@ -7,7 +7,7 @@ namespace wendra {
 namespace {
 
 constexpr std::size_t kMaxWaitingBytes = 256 << 10;
-constexpr std::size_t kMessageBytes = 4 << 10;  // what handling costs, however short a message is
+constexpr std::size_t kMessageBytes = 4 << 10;  // for each message: even short ones cost handling
 constexpr std::size_t kMaxOfServerBytes = 64 * kMessageBytes;
 
 }  // namespace
@@ -52,12 +52,12 @@ void FlowControl::DeliverAtOnce(ServerId server, std::string message) {
   if (!inbox_->PostText(server, std::move(message))) OnHandled(server, bytes);
 }
 
-// Under the lock. False: the server is closed.
+// The caller holds the lock. False: the server is closed.
 bool FlowControl::WaitForRoom(ServerId server) {
   const auto isClosed = [&] { return !bytesOfServer_.contains(server); };
   for (;;) {
     if (isFull_) {
-      // A reader that wakes late has its turn too, even when others have filled it again.
+      // A reader that wakes late goes on too, even when others have reached the limit again.
       const std::uint64_t before = timesEmptied_;
       changed_.Wait(lock_, [&] { return isClosed() || timesEmptied_ != before; });
     }

@@ -1,4 +1,4 @@
-// Flow control: how much of what the MCP servers send may wait for the UI thread.
+// Flow control: limits how many bytes of the MCP servers' messages may wait for the UI thread.
 #pragma once
 
 #include <cstddef>
@@ -12,21 +12,22 @@
 
 namespace wendra {
 
-// Makes the threads that read from the servers wait when the servers send faster than the UI thread
-// handles.
+// A reader is a thread that reads from a server. When the servers send faster than the UI thread
+// handles, the readers wait.
 //
 // All servers together: Windows gives a window its input, its painting, its timers and the request
-// to close only when no posted message is left. So at most 256 KiB of all servers' messages wait;
-// at the limit every reader waits until all of it has been handled.
+// to close only when no posted message is left. So as soon as 256 KiB of messages wait, every
+// reader waits until the UI thread has handled all of them.
 //
 // Each server by itself: the host refuses a server's requests, and a refusal that cannot be sent
-// stays in memory. So the messages that have not been handled and the refusals that have not been
-// sent count together, and at 256 KiB the reader of that server waits until there is room.
+// stays in memory. So the unhandled messages and the unsent refusals of a server count together. At
+// 256 KiB the readers of that server wait until there is room.
 //
-// Each message and each refusal counts with 4 KiB for itself. Any thread; shared with the readers.
+// Each message and each refusal counts as its bytes and 4 KiB more. Any thread; shared with the
+// readers.
 class FlowControl : public std::enable_shared_from_this<FlowControl> {
  public:
-  // Counts for one refusal until it is destroyed. Any thread.
+  // One refusal, which counts until this is destroyed. Any thread.
   using Refusal = std::shared_ptr<const void>;
 
   explicit FlowControl(std::shared_ptr<Inbox> inbox) : inbox_(std::move(inbox)) {}
@@ -36,26 +37,27 @@ class FlowControl : public std::enable_shared_from_this<FlowControl> {
   // From here on the server's messages are delivered.
   void Open(ServerId server);
 
-  // Its messages are dropped, and no reader of it waits any more.
+  // From here on the server's messages are dropped, and its readers no longer wait for room.
   void Close(ServerId server);
 
-  // Delivers a message of the server when there is room. Worker threads only: waits.
+  // Waits until there is room, then delivers. Worker threads only.
   void Deliver(ServerId server, std::string message);
 
-  // The same, but drops the message when there is no room. Worker threads only: waits while the
+  // Delivers if there is room, otherwise drops the message. Worker threads only: waits while the
   // inbox is full.
   void DeliverIfRoom(ServerId server, std::string message);
 
-  // The same for the UI thread: delivers also when there is no room. Does not wait.
+  // Delivers even if there is no room; drops the message if the inbox is full. For the UI thread:
+  // does not wait.
   void DeliverAtOnce(ServerId server, std::string message);
 
-  // The UI thread has handled a message of so many bytes, or dropped it.
+  // The UI thread has handled or dropped a message of `bytes` bytes.
   void OnHandled(ServerId server, std::size_t bytes);
 
-  // A refusal of so many bytes waits to be sent.
+  // A refusal of `bytes` bytes waits to be sent.
   Refusal AddRefusal(ServerId server, std::size_t bytes);
 
-  // The way of everything that is not counted.
+  // For statuses and the ends of outputs, which are not counted.
   Inbox& Uncounted() { return *inbox_; }
 
  private:
@@ -67,10 +69,10 @@ class FlowControl : public std::enable_shared_from_this<FlowControl> {
   const std::shared_ptr<Inbox> inbox_;
   Lock lock_;
   Condition changed_;
-  std::map<ServerId, std::size_t> bytesOfServer_;  // of those that are open
+  std::map<ServerId, std::size_t> bytesOfServer_;  // of each open server
   std::size_t waitingBytes_ = 0;                   // messages of all servers
-  bool isFull_ = false;                            // from the limit on until nothing waits
-  std::uint64_t timesEmptied_ = 0;                 // after being full
+  bool isFull_ = false;                            // from the limit until no message waits
+  std::uint64_t timesEmptied_ = 0;                 // how often isFull_ has ended
 };
 
 }  // namespace wendra

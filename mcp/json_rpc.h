@@ -1,4 +1,4 @@
-// The messages of JSON-RPC 2.0 that the host writes.
+// Builds the JSON-RPC 2.0 messages that the host writes.
 #pragma once
 
 #include <optional>
@@ -12,11 +12,11 @@ namespace wendra {
 Json RpcRequest(std::string_view method, std::string id, Json params);
 Json RpcNotification(std::string_view method, Json params);
 
-// A response to a request with this id, which says what has failed. `code` is left out where the
-// response never leaves the host.
+// The error response to the request with this id. Without a `code` where the response never leaves
+// the host.
 Json RpcErrorResponse(Json id, std::optional<int> code, std::string_view message);
 
-// {"error": {"message": text}}: how a request ends that the server did not answer.
+// {"error": {"message": text}}: the outcome of a request that gets no response from the server.
 Json RpcFailure(std::string_view text);
 
 }  // namespace wendra

@@ -1,4 +1,4 @@
-// A text that arrives in pieces and may become long. Pure.
+// A text that arrives in chunks and may become long. Pure.
 #pragma once
 
 #include <algorithm>
@@ -9,9 +9,9 @@
 
 namespace wendra {
 
-// A text that grows by doubling has touched twice its memory in the end, and fresh memory is what
-// a long message costs most. So one that has become long gets all the room that it may need at
-// once: what is not used of it is never touched.
+// A string that grows by doubling touches twice the memory that it needs, and touching fresh memory
+// is the largest cost of a long message. So a text beyond 256 KiB reserves at once all the memory
+// that it may need; the unused part is never touched.
 class LongText {
  public:
   // The text will be no longer than `maxBytes`.
@@ -25,14 +25,14 @@ class LongText {
 
   const std::string& Text() const { return text_; }
 
-  // Leaves it empty. The text keeps at most about as much memory again as it uses: many may wait
-  // for the window at once.
+  // Moves the text out. The unused memory of a long text is at most about as much as the used
+  // memory, since many texts may wait for the window at once.
   std::string Take() {
     if (text_.capacity() > kLongBytes && text_.capacity() / 2 > text_.size()) text_.shrink_to_fit();
     return std::exchange(text_, {});
   }
 
-  // Forgets the text and gives its memory back.
+  // Drops the text and frees its memory.
   void Drop() { text_ = std::string(); }
 
  private:

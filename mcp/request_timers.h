@@ -1,4 +1,4 @@
-// Time-outs of requests, as the session sees them.
+// Timers for the time-outs of requests, as a Connection uses them.
 #pragma once
 
 #include <cstdint>
@@ -9,8 +9,8 @@ namespace wendra {
 class RequestTimers {
  public:
   virtual ~RequestTimers() = default;
-  // Fires after `periodMs`, and again until it is killed. Ids are the session's, from 101 upward.
-  // False: the system has no timer left, and nothing will fire.
+  // Fires after `periodMs`, and again and again until it is killed. The caller chooses the ids,
+  // from 101 upward. False: the system has no timer left, and nothing will fire.
   virtual bool Start(std::uint64_t id, std::uint32_t periodMs) = 0;
   virtual void Kill(std::uint64_t id) = 0;
 };

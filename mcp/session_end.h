@@ -1,4 +1,4 @@
-// The end of a remote server's session, which is still being sent to the server.
+// Tells when the DELETE that ends a remote server's session has been sent.
 #pragma once
 
 #include <cstdint>
@@ -8,7 +8,7 @@
 
 namespace wendra {
 
-// Shared by the thread that sends and by whoever waits for it. Any thread.
+// The thread that sends the DELETE and the UI thread share it. Any thread.
 class SessionEnd {
  public:
   void SetSent() {
@@ -17,7 +17,7 @@ class SessionEnd {
     sent_.WakeAll();
   }
 
-  // Waits at most `maxMs` milliseconds. True: the server has been told, or could not be reached.
+  // Waits at most `maxMs` milliseconds. True: the DELETE has been sent, or has failed.
   bool WaitFor(std::uint32_t maxMs) {
     const std::lock_guard<Lock> lock(lock_);
     return sent_.WaitFor(lock_, maxMs, [this] { return isSent_; });

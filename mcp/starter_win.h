@@ -12,7 +12,7 @@ namespace wendra {
 // UI thread only.
 class SystemServerStarter : public ServerStarter {
  public:
-  // Borrows `log`, which the servers' threads use as long as they run.
+  // Borrows `log`. The servers' threads use it as long as they run.
   explicit SystemServerStarter(Log& log) : log_(log) {}
 
   std::string ResolveCommand(const std::string& command) override;

@@ -1,6 +1,6 @@
-// A stand-in for the host, for developing a page in an ordinary browser. It answers from memory,
-// with the host's own error texts, and never runs inside Wendra.
-import './wendra-host.js'; // installs the door for replies
+// Stands in for the host while a page is developed in an ordinary browser: answers requests from
+// memory, with the host's own error texts. Never runs inside Wendra.
+import './wendra-host.js'; // installs __resolve, which takes the replies
 
 /** @typedef {typeof import('./wendra-host-standin.js')} Typings */
 /** @typedef {import('./wendra-host-standin.js').StandInOptions} Options */
@@ -10,11 +10,11 @@ import './wendra-host.js'; // installs the door for replies
 const kMaxFileBytes = 16 * 1024 * 1024;
 const kMaxConfigBytes = 1024 * 1024;
 const kDefaultConfig = '{\r\n  "mcpServers": {}\r\n}\r\n';
-const kAccessDenied = 5; // Windows' error numbers
+const kAccessDenied = 5; // error numbers of Windows
 const kPathNotFound = 3;
 const kInvalidName = 123;
 
-// What the host answers with an error.
+// A request that the host answers with an error.
 class Refusal extends Error {}
 
 /** @param {string} text @returns {never} */
@@ -22,7 +22,7 @@ function refuse(text) {
   throw new Refusal(text);
 }
 
-// A path as the file system compares it: parts in lower case, without "." and "..".
+// The parts of a path as the file system compares them: in lower case, without "." and "..".
 /** @param {string} path */
 function partsOf(path) {
   const parts = [];
@@ -76,7 +76,7 @@ class MemoryDisk {
   }
 }
 
-// Ids are compared without letter case and shown as they were first set.
+// Ids are compared without letter case; an id keeps the spelling with which it was first set.
 class ProjectDirs {
   /** @type {Map<string, { id: string, path: string }>} */
   #entries = new Map();
@@ -111,7 +111,7 @@ function toBase64(bytes) {
 /** @param {unknown} value @returns {value is Record<string, unknown>} */
 const isObject = (value) => typeof value === 'object' && value !== null && !Array.isArray(value);
 
-// What a text holds that is a JSON object, or null.
+// The object that a JSON text holds; null if it holds no object.
 /** @param {string} text */
 function parsedObject(text) {
   try {
@@ -125,7 +125,7 @@ function parsedObject(text) {
 /** @param {unknown} value */
 const textOf = (value) => (typeof value === 'string' ? value : '');
 
-// "" when it is none that the host takes.
+// The address as the host completes it; "" if the host does not accept it.
 /** @param {string} text */
 function normalisedUrl(text) {
   const trimmed = text.trim();
@@ -133,14 +133,14 @@ function normalisedUrl(text) {
   return /^https?:\/\/[^/?#]/i.test(url) ? url : '';
 }
 
-// As the list of servers has a name.
+// A server's name as mcpServers shows it.
 /** @param {string} name */
 const reduced = (name) =>
   name
     .replace(/[A-Z]/g, (letter) => letter.toLowerCase())
     .replace(/[^a-z0-9_-]/gu, '_');
 
-// One server of config.json as the host would load it, or null where the host skips it.
+// One server of config.json as the host would load it; null if the host skips it.
 /** @param {string} name @param {unknown} entry @param {StandInServer | undefined} played */
 function loadedServer(name, entry, played) {
   if (!isObject(entry) || entry.enabled === false || entry.enabled === 0) return null;
@@ -149,7 +149,7 @@ function loadedServer(name, entry, played) {
   return command ? { name, command, url, played } : null;
 }
 
-// The servers of config.json, each played by what the page's author gave under its name.
+// The servers of config.json. `played` holds, by name, the servers that the page's author gave.
 class PlayedServers {
   #played;
   /** @type {NonNullable<ReturnType<typeof loadedServer>>[]} */
@@ -160,7 +160,7 @@ class PlayedServers {
     this.#played = played;
   }
 
-  // A configuration that names them all.
+  // The text of a config.json that lists all played servers.
   config() {
     const entries = Object.entries(this.#played).map(([name, { config }]) => [
       name,
@@ -201,7 +201,7 @@ class PlayedServers {
     return answer ? answer(tool, isObject(args) ? args : {}) : { error: 'MCP call failed' };
   }
 
-  // A server that nobody plays is one that could not be started.
+  // Why the server fails; null if it works. A server that is not played counts as not running.
   /** @param {string} name @param {StandInServer | undefined} played */
   #failure(name, played) {
     const error = played ? played.error : `MCP server '${name}' is not running`;
@@ -218,7 +218,7 @@ const cannotRun = (/** @type {string} */ _dir, /** @type {string} */ command) =>
   stderr: `The stand-in host cannot run commands: ${command}`,
 });
 
-// The host's actions over a memory, in the host's order.
+// The host's actions, from memory, in the host's order.
 /** @param {Options} options @returns {Record<string, Action>} */
 function makeActions(options) {
   const home = options.platform?.home ?? 'C:\\Users\\developer';
@@ -279,7 +279,7 @@ function makeActions(options) {
   };
 }
 
-// The host takes whatever is not a text for an empty one; a third is an object.
+// The host reads an argument that is not a string as "". The third argument is an object.
 /** @param {unknown} args @returns {[string, string, unknown]} */
 function argumentsOf(args) {
   const given = Array.isArray(args) ? args : [];
@@ -291,12 +291,12 @@ function argumentsOf(args) {
 async function run(actions, name, args) {
   if (!Object.hasOwn(actions, name)) refuse(`unknown native action '${name}'`);
   if (name === 'mcpWriteConfig' && !(Array.isArray(args) && typeof args[0] === 'string')) {
-    refuse('mcpWriteConfig expects [content]'); // the one action to which an empty text is one
+    refuse('mcpWriteConfig expects [content]'); // only this action accepts an empty string
   }
   return actions[name]?.(...argumentsOf(args));
 }
 
-// As between page and host: neither sees the other's objects.
+// Page and host do not share objects: arguments and results are copied.
 const copyAsJson = (/** @type {unknown} */ value) => JSON.parse(JSON.stringify(value));
 
 /** @type {Typings['installStandIn']} */

@@ -1,11 +1,11 @@
-// What a page shown by Wendra can ask of the desktop host.
+// The actions that a page shown by Wendra can ask the desktop host for.
 //
-// Every function asks once and settles once. It rejects with a HostError when the host answers
-// with an error, with a NoHostError when nobody is there to answer. There are no time-outs: a
-// request stays pending while the host works on it, and for good if the document does not belong
-// to the server that Wendra shows (the host drops its messages) or the host ends.
+// Every function sends one request, and its promise settles once. It rejects with a HostError when
+// the host answers with an error, with a NoHostError when there is no host. There are no time-outs:
+// a request stays pending while the host works on it. It stays pending for ever if the host ends,
+// or if the document does not belong to the server that Wendra shows (the host drops its messages).
 //
-// Arguments and results travel as JSON. Paths are Windows paths; "/" serves as well as "\".
+// Arguments and results travel as JSON. Paths are Windows paths; "/" works like "\".
 
 export type JsonValue =
   | null
@@ -15,7 +15,7 @@ export type JsonValue =
   | JsonValue[]
   | { [member: string]: JsonValue };
 
-/** The host's own error text, unchanged, is the `message`. */
+/** The host has answered with an error. `message` is the host's error text, unchanged. */
 export class HostError extends Error {
   constructor(action: string, message: string);
   readonly name: 'HostError';
@@ -23,7 +23,7 @@ export class HostError extends Error {
   readonly action: string;
 }
 
-/** The page is not in Wendra's window, or is framed by another document; nothing was sent. */
+/** The page is not in Wendra's window, or is a frame in another document. Nothing was sent. */
 export class NoHostError extends Error {
   constructor(action: string, message: string);
   readonly name: 'NoHostError';
@@ -31,14 +31,14 @@ export class NoHostError extends Error {
   readonly action: string;
 }
 
-/** True in the top document of Wendra's window. The stand-in does not make it true. */
+/** True in the top document of Wendra's window. The stand-in does not change it. */
 export function isInsideHost(): boolean;
 
 /** True when requests are answered by the stand-in of `wendra-host/standin`. */
 export function isStandIn(): boolean;
 
 /**
- * Sends any action. `args` is normally an array, and is one without elements when left out.
+ * Sends any action. `args` is normally an array; the default is an empty array.
  *
  * Rejects with "unknown native action '" + name + "'" for a name that the host does not know.
  * Names are case-sensitive.
@@ -51,33 +51,33 @@ export function call(name: string, args?: unknown): Promise<unknown>;
  * Resolves with the folder's full path, or with null when the user cancels or the dialog cannot be
  * shown. Never rejects with a HostError.
  *
- * @param title the dialog's title; the system's own when left out or empty
+ * @param title the dialog's title; without it, or if it is empty, the system's own
  */
 export function pickDirectory(title?: string): Promise<string | null>;
 
 export interface Platform {
   /** "Windows". */
   name: string;
-  /** Major, minor and build number of the system, "10.0.22631"; "0.0.0" when it cannot be told. */
+  /** Major, minor and build number of the system, "10.0.22631"; "0.0.0" if it is not known. */
   version: string;
-  /** The user's account name; "" when it cannot be told. */
+  /** The user's account name; "" if it is not known. */
   user: string;
-  /** The user's profile folder; "" when it cannot be told. */
+  /** The user's profile folder; "" if it is not known. */
   home: string;
 }
 
-/** The machine and the user. Never rejects with a HostError. */
+/** Facts about the machine and the user. Never rejects with a HostError. */
 export function platform(): Promise<Platform>;
 
 /**
- * The folders that were kept with setProjectDir, by project id, in no promised order; {} when there
- * are none or they cannot be read. They belong to the Windows user and outlive the program.
+ * The folders that setProjectDir has stored, by project id, in no promised order; {} if there are
+ * none or they cannot be read. Each Windows user has their own; they stay when the program ends.
  * Never rejects with a HostError.
  */
 export function getProjectDirs(): Promise<Record<string, string>>;
 
 /**
- * Keeps a project's folder, or forgets it when `path` is "". The folder need not exist.
+ * Stores a project's folder, or removes it when `path` is "". The folder need not exist.
  *
  * Ids that differ only in letter case are one id. Resolves with "ok" even if the system could not
  * store it. Rejects with "setProjectDir expects [projectId, path]" when `projectId` is empty.
@@ -85,8 +85,8 @@ export function getProjectDirs(): Promise<Record<string, string>>;
 export function setProjectDir(projectId: string, path: string): Promise<'ok'>;
 
 /**
- * A file's content as text: its bytes as UTF-8, with a byte order mark and line ends as they are.
- * Bytes that are not UTF-8 do not survive; use readFileBase64 for what may not be text.
+ * A file's content as text: its bytes as UTF-8, with byte order mark and line ends unchanged. Bytes
+ * that are not UTF-8 are replaced; use readFileBase64 for a file that may not be text.
  *
  * At most 16,777,216 bytes. Rejects, checked in this order, with "readFile expects [path]" (empty
  * path), "no such file", "is a directory", "could not open file", "file too large".
@@ -102,9 +102,9 @@ export function readFile(path: string): Promise<string>;
 export function readFileBase64(path: string): Promise<string>;
 
 /**
- * Makes or replaces a file; its text is written as UTF-8, without a byte order mark of its own and
- * with line ends as they are. Missing parent folders are made. The old content is gone first: a
- * failure in between (a full disk) leaves a short file and is not reported.
+ * Makes or replaces a file. The text is written as UTF-8, without an added byte order mark and with
+ * line ends unchanged. Missing parent folders are made. The old content is removed first: a failure
+ * while writing (a full disk) leaves a short file and is not reported.
  *
  * Rejects with "writeFile expects [path, content]" when `path` is empty, and with "could not create
  * file (" + Windows' error number + ")": 5 for a folder of that name or a lack of rights, 32 for a
@@ -114,14 +114,14 @@ export function writeFile(path: string, content: string): Promise<'ok'>;
 
 export interface ExecResult {
   /**
-   * The exit code as a signed 32-bit number: a crash is negative. Also -1 when the command could
-   * not be started, for instance because `dir` does not exist; `stderr` is then the whole command
-   * line and `stdout` is empty.
+   * The exit code as a signed 32-bit number: a crash is negative. Also -1 if the command could not
+   * be started, for example because `dir` does not exist; then `stderr` is the whole command line
+   * and `stdout` is empty.
    */
   exit: number;
   /**
-   * What the command wrote, whole. Output that is not UTF-8 is taken as the ANSI code page. The
-   * shell's own commands may print in yet another one: begin with "chcp 65001 >nul &" for UTF-8.
+   * The whole output. The host reads output that is not UTF-8 as the ANSI code page. The shell's
+   * own commands may print in another code page: begin with "chcp 65001 >nul &" for UTF-8.
    */
   stdout: string;
   /** As `stdout`. */
@@ -129,29 +129,29 @@ export interface ExecResult {
 }
 
 /**
- * Runs one command line in the system's shell (cmd.exe), without a window and with its input at its
- * end, and resolves once it has ended and closed its output. There is no time limit and no way to
- * stop it; several may run at the same time. Text from the user in `command` must be quoted by the
- * page: the shell takes it as it is.
+ * Runs one command line in the system's shell (cmd.exe), without a window and with empty input.
+ * Resolves when the command has ended and its output is closed. There is no time limit and no way
+ * to stop the command; several may run at the same time. The page must quote text from the user in
+ * `command`: the host passes `command` to the shell unchanged.
  *
  * A command that fails still resolves. Rejects with "exec expects [dir, command]" when `command` is
  * empty.
  *
- * @param dir the folder to run in; "" is the host's own current folder
+ * @param dir the folder in which the command runs; "" is the host's own current folder
  */
 export function exec(dir: string, command: string): Promise<ExecResult>;
 
 export interface McpTool {
-  /** "tool" when the server names none. */
+  /** "tool" if the server gives no name. */
   name: string;
-  /** As the server sent it; absent when it sent none. */
+  /** As the server sent it; absent if it sent none. */
   description?: string;
-  /** As the server sent it, a JSON schema; absent when it sent none. */
+  /** A JSON schema, as the server sent it; absent if it sent none. */
   inputSchema?: JsonValue;
 }
 
 interface McpServerFacts {
-  /** The name in config.json in lower case; each character but a-z, 0-9, "_", "-" became "_". */
+  /** The name in config.json, in lower case; "_" for each character but a-z, 0-9, "_", "-". */
   name: string;
   /** The program that was started; "" for a remote server. */
   command: string;
@@ -165,8 +165,9 @@ export interface McpServerReady extends McpServerFacts {
   error?: undefined;
 }
 
-/** A server that could not list its tools: its own error text, or "MCP server failed". */
+/** A server that could not list its tools. */
 export interface McpServerFailed extends McpServerFacts {
+  /** The server's text, the host's, or "MCP server failed". */
   error: string;
   tools?: undefined;
 }
@@ -174,29 +175,29 @@ export interface McpServerFailed extends McpServerFacts {
 export type McpServerEntry = McpServerReady | McpServerFailed;
 
 /**
- * The user's MCP servers with their tools, those that answered first in front; [] when none is
- * configured. A server that does not answer is given up after 45 s for the handshake and 30 s for
- * the list. Never rejects with a HostError: look at each entry's `error`.
+ * The user's MCP servers with their tools, in the order in which they answered; [] if there are
+ * none. The wait for a server ends after 45 s for the handshake and 30 s for the list. Never
+ * rejects with a HostError: check each entry's `error`.
  */
 export function mcpServers(): Promise<McpServerEntry[]>;
 
 export interface McpConfig {
   /** config.json's full path. */
   path: string;
-  /** Its whole text; "" when it cannot be read or is larger than 1 MiB. */
+  /** Its whole text; "" if it cannot be read or is larger than 1 MiB. */
   content: string;
 }
 
-/** The user's configuration file, made first if it is missing. Never rejects with a HostError. */
+/** The user's configuration file; made first if it is missing. Never rejects with a HostError. */
 export function mcpReadConfig(): Promise<McpConfig>;
 
 /**
- * Replaces config.json by a text and starts all MCP servers anew. The event that
- * onMcpConfigChanged reports follows within about two seconds.
+ * Replaces config.json by a text and restarts all MCP servers. The event that onMcpConfigChanged
+ * reports follows within about two seconds.
  *
- * Rejects with "mcpWriteConfig expects [content]" when `content` is no string, with "config.json
+ * Rejects with "mcpWriteConfig expects [content]" when `content` is not a string, with "config.json
  * may not be larger than 1 MiB" when it has more than 1,048,576 bytes in UTF-8, with "Invalid JSON
- * — the file must contain a JSON object" when its text is none, and with "could not write config".
+ * — the file must contain a JSON object" when it holds none, and with "could not write config".
  */
 export function mcpWriteConfig(content: string): Promise<{ ok: true }>;
 
@@ -207,20 +208,20 @@ export interface McpImage {
   data: string;
 }
 
-/** The server answered; the tool itself may have failed, which `isError` tells. */
+/** The server answered. The tool itself may have failed: see `isError`. */
 export interface McpCallAnswer {
   error?: undefined;
-  /** Present, and true, when the tool says that it failed; `text` then tells why. */
+  /** Present, and true, if the tool says that it failed; `text` then tells why. */
   isError?: true;
-  /** As the server sent it; absent when it sent none. */
+  /** As the server sent it; absent if it sent none. */
   structuredContent?: JsonValue;
-  /** All text pieces, joined with "\n"; "" when there are none. */
+  /** All text items, joined with "\n"; "" if there are none. */
   text: string;
-  /** Absent when there are none. */
+  /** Absent if there are none. */
   images?: McpImage[];
 }
 
-/** There was no answer to the call. */
+/** The call got no answer. */
 export interface McpCallFailure {
   /**
    * "unknown MCP server '…'", "MCP server '…' is not running", "MCP server '…' exited
@@ -234,13 +235,13 @@ export interface McpCallFailure {
 export type McpCallResult = McpCallAnswer | McpCallFailure;
 
 /**
- * Calls a tool of one of the user's MCP servers. Given up after 45 s for the handshake (first call
- * only) and 120 s for the answer. Never rejects with a HostError, not even for an unknown server:
- * look at `error` first.
+ * Calls a tool of one of the user's MCP servers. The wait ends after 45 s for the handshake (first
+ * call only) and 120 s for the answer. Never rejects with a HostError, not even for an unknown
+ * server: check `error` first.
  *
- * @param server the server's name as config.json spells it, or as mcpServers gives it
+ * @param server the server's name in config.json, or the name that mcpServers gives
  * @param tool the tool's name
- * @param args the tool's arguments; {} when left out
+ * @param args the tool's arguments; the default is {}
  */
 export function mcpCall(
   server: string,
@@ -249,21 +250,22 @@ export function mcpCall(
 ): Promise<McpCallResult>;
 
 /**
- * Starts the manual check for updates, whose outcome the user sees in a dialog; the page does not
- * get it. Resolves at once with "ok". Never rejects with a HostError.
+ * Starts the manual check for updates. The user sees the outcome in a dialog; the page does not get
+ * it. Resolves at once with "ok". Never rejects with a HostError.
  */
 export function checkForUpdates(): Promise<'ok'>;
 
 /**
- * Calls `listener` each time that config.json has changed and the MCP servers were started anew,
- * with nothing: ask again with mcpServers or mcpReadConfig. Gives the function that ends it.
+ * Calls `listener`, without arguments, each time that config.json has changed and the host has
+ * restarted the MCP servers; call mcpServers or mcpReadConfig again. Returns a function that
+ * removes the listener.
  */
 export function onMcpConfigChanged(listener: () => void): () => void;
 
-/** What the host tells every document before the document's own scripts run. */
+/** What every document gets from the host before the document's own scripts run. */
 export interface HostFacts {
   readonly platform: 'windows';
-  /** Height in CSS pixels that the host covers at the top of the page: 0. */
+  /** Height in CSS pixels of the area that the host covers at the top of the page: 0. */
   readonly topInset: number;
 }
 
@@ -271,7 +273,7 @@ declare global {
   interface Window {
     /** Absent outside Wendra. */
     readonly __wendraHost?: HostFacts;
-    /** The door for replies; this module installs it. */
+    /** The host calls `__resolve` with each reply; this module installs it. */
     __wendra?: {
       __resolve?: (id: string, ok: 0 | 1, value: any) => unknown;
       __standIn?: { postMessage(request: unknown): void };

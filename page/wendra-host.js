@@ -1,9 +1,9 @@
-// The page's side of Wendra's bridge: one function for each action of the host, each with a
-// promise. The typings beside this file say what every function gives and refuses.
+// The page's side of Wendra's bridge: one function for each action of the host, each returning a
+// promise. The typings beside this file describe the functions.
 //
 // Importing it installs window.__wendra.__resolve, which the host calls with every reply.
 
-/** @typedef {typeof import('./wendra-host.js')} Typings what the compiler holds this file to */
+/** @typedef {typeof import('./wendra-host.js')} Typings checked by the compiler */
 
 class ActionError extends Error {
   /** @param {string} action @param {string} message */
@@ -26,18 +26,18 @@ export class NoHostError extends ActionError {
 /** @type {Map<string, (ok: boolean, value: any) => void>} request id to what settles its promise */
 const waiting = new Map();
 
-// The host puts an id between quotes as it is, so it holds letters, digits and a hyphen only. The
-// random part keeps apart the copies of this module in a document, and this document's replies from
-// those that an earlier document of the window asked for.
+// The host puts an id between quotes unchanged, so an id holds only letters, digits and a hyphen.
+// The random part differs for each copy of this module in a document and for each document, so that
+// a copy does not take a reply that another copy or an earlier document has asked for.
 const kCopy = Math.random().toString(36).slice(2);
 let lastRequest = 0;
 
-// Not every importer has a window: a server may render the page.
+// There is no window when a server renders the page.
 const page = typeof window === 'undefined' ? undefined : window;
 
 /** @param {NonNullable<Window['__wendra']>} bridge */
 function installResolve(bridge) {
-  const earlier = bridge.__resolve; // of another copy: it knows the ids that are not ours
+  const earlier = bridge.__resolve; // of another copy of this module; settles the ids of that copy
   bridge.__resolve = (id, ok, value) => {
     const settle = waiting.get(id);
     if (!settle) return earlier?.call(bridge, id, ok, value);
@@ -51,7 +51,7 @@ if (page) installResolve((page.__wendra ??= {}));
 /** @returns {{ postMessage(request: unknown): void } | undefined} */
 const webview = () => /** @type {any} */ (page)?.chrome?.webview;
 
-// The host neither hears nor answers a framed document.
+// The host neither receives messages of a framed document nor answers them.
 const isTop = () => page?.top === page;
 
 /** @type {Typings['isInsideHost']} */
@@ -81,7 +81,7 @@ export const call = (name, args = []) =>
     try {
       host.postMessage({ __reqId: id, name, args });
     } catch (error) {
-      waiting.delete(id); // what cannot be sent is not answered
+      waiting.delete(id); // the request was not sent, so no reply will come
       throw error;
     }
   });

@@ -11,13 +11,13 @@
 namespace wendra {
 namespace {
 
-struct Translation {  // as it stands in the resource
+struct Translation {  // the memory layout in the resource
   WORD language;
   WORD codePage;
 };
 
-// The part of the resource that `path` names; empty when there is none. Text counts in units with
-// its terminator, everything else in bytes.
+// One part of a version resource; empty if the resource does not have it. `size` counts UTF-16
+// units with the NUL if the part is a text, and bytes otherwise.
 template <typename T>
 struct Part {
   const T* data = nullptr;
@@ -73,7 +73,8 @@ std::string FileVersionIn(const std::vector<char>& resource) {
 std::string CurrentVersion() {
   wchar_t path[MAX_PATH];
   const DWORD units = GetModuleFileNameW(nullptr, path, MAX_PATH);
-  if (units == 0 || units == MAX_PATH) return {};  // a longer path is cut: another file's, or none
+  // A longer path comes cut off: it would be the path of another file or of none.
+  if (units == 0 || units == MAX_PATH) return {};
   const std::vector<char> resource = VersionResourceOf(path);
   return resource.empty() ? std::string() : FileVersionIn(resource);
 }

@@ -1,4 +1,4 @@
-// The version of a program file, from its own version resource.
+// Reads the version of a program file from the file's version resource.
 #pragma once
 
 #include <string>
@@ -6,11 +6,12 @@
 
 namespace wendra {
 
-// The text FileVersion of a version resource, as GetFileVersionInfoW gives it: that of the first
-// language that has a text; else the fixed file version's four numbers; else "".
+// The file version in `resource`, which is a version resource as GetFileVersionInfoW gives it: the
+// text FileVersion of the first language that has one which is not empty; else the four numbers of
+// the fixed file version; else "". UTF-8.
 std::string FileVersionIn(const std::vector<char>& resource);
 
-// The running program's; "" when it cannot be read. Any thread.
+// The version of the running program; "" if it cannot be read. Any thread.
 std::string CurrentVersion();
 
 }  // namespace wendra

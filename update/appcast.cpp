@@ -12,7 +12,8 @@ constexpr std::string_view kBlanks = " \t\r\n";
 
 bool EndsName(char c) { return c == '>' || c == '/' || kBlanks.find(c) != kNone; }
 
-// What follows the name in the first start tag of the element; nothing when there is none.
+// The rest of `feed` after the name in the first start tag of the element; "" if there is no such
+// tag.
 std::string_view AfterStartOf(std::string_view feed, std::string_view name) {
   const std::string start = "<" + std::string(name);
   for (size_t at = feed.find(start); at != kNone; at = feed.find(start, at + 1)) {
@@ -22,7 +23,8 @@ std::string_view AfterStartOf(std::string_view feed, std::string_view name) {
   return {};
 }
 
-// The value of an attribute in double quotes, from the text between the element's name and the '>'.
+// The value of the attribute `name`, which must be in double quotes. `tag` is the text between the
+// element's name and the '>'.
 std::string_view AttributeValue(std::string_view tag, std::string_view name) {
   const std::string opening = std::string(name) + "=\"";
   for (size_t at = tag.find(opening); at != kNone; at = tag.find(opening, at + 1)) {

@@ -1,4 +1,4 @@
-// The action "checkForUpdates": a check as if the user had asked for it.
+// The action checkForUpdates: starts a check as if the user had asked for it.
 #pragma once
 
 #include <functional>
@@ -8,8 +8,8 @@
 
 namespace wendra {
 
-// Borrows `replies`. `startCheck` must return at once: the outcome is for the user to see, and the
-// page is answered without it.
+// Replies as soon as `startCheck` has returned, so `startCheck` must not wait for the outcome. The
+// update library shows the outcome to the user; the page does not get it. Borrows `replies`.
 Action CheckForUpdatesAction(Replies& replies, std::function<void()> startCheck);
 
 }  // namespace wendra

@@ -1,4 +1,5 @@
-// The host's own look at the feed, once, on a thread of its own. It only writes into the log.
+// Fetches the feed once on a thread of its own and logs what the feed advertises. The feed check
+// decides nothing: the update library makes its own check.
 #pragma once
 
 #include <memory>
@@ -11,12 +12,12 @@ namespace wendra {
 
 class FeedCheck {
  public:
-  // Starts the thread, which reads the configuration at `configPath` anew. `outlet` must live until
-  // the process ends. Without a thread to be had there is no check.
+  // Starts the thread, which reads the configuration at `configPath` again. `outlet` must live
+  // until the process ends. If no thread can be started there is no check.
   FeedCheck(const std::wstring& configPath, UpdateOutlet& outlet);
 
-  // Ends what the thread waits for and does not wait for the thread. It may still write its lines:
-  // shut the outlet first.
+  // Aborts the thread's request and does not wait for the thread. The thread may still call the
+  // outlet, so the caller shuts the outlet first.
   ~FeedCheck();
   FeedCheck(const FeedCheck&) = delete;
   FeedCheck& operator=(const FeedCheck&) = delete;

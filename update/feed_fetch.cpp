@@ -14,7 +14,7 @@ HttpRequest FeedRequest(const std::string& address) {
   request.userAgent = "Wendra-Windows-Updater/1.0";
   request.timeouts = {
       .resolveMs = 8'000, .connectMs = 8'000, .sendMs = 10'000, .receiveMs = 15'000};
-  request.redirects = HttpRedirects::kAnywhere;  // a public text; the request carries no secret
+  request.redirects = HttpRedirects::kAnywhere;  // the request holds no secret
   return request;
 }
 

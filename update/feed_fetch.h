@@ -1,4 +1,4 @@
-// Reads the update feed over the network.
+// Fetches the update feed over the network.
 #pragma once
 
 #include <string>
@@ -8,10 +8,11 @@
 
 namespace wendra {
 
-// The feed's text: at most 1 MiB, a longer one cut before the chunk that would exceed it; what
-// arrives before a failure in its middle counts as the whole. Or why there is none: the texts of
-// HttpExchange::Send, or "HTTP " and the status when that is not 200. `exchange` must be fresh.
-// Waits for the network, so never on the UI thread; exchange.Abort() ends it.
+// The feed's text, at most 1 MiB: a longer feed is cut before the chunk that exceeds the limit. If
+// the connection fails in the middle of the body, the bytes before that count as the whole text.
+// A failure holds an error text of HttpExchange::Send, or "HTTP " and the status if that is not
+// 200. `exchange` must be new. Waits for the network; exchange.Abort() ends the waiting. Any thread
+// except the UI thread.
 Outcome<std::string> FetchFeed(const std::string& address, HttpExchange& exchange);
 
 }  // namespace wendra

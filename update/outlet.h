@@ -1,4 +1,5 @@
-// What threads that nobody waits for may reach of the program: its log, and closing its window.
+// Lets threads that the program does not wait for write to the log and close the window, until it
+// is shut.
 #pragma once
 
 #include <functional>
@@ -10,24 +11,25 @@
 
 namespace wendra {
 
-// The update library and the feed check have threads that may still run when the program is on its
-// way out. Until Shut() they get through; from then on every call does nothing.
+// Threads of the update library and of the feed check may still run while the program ends. Their
+// calls have an effect until Shut(); after it they do nothing.
 class UpdateOutlet {
  public:
-  // Borrows `log` until Shut(). `closeWindow` asks the window to close without waiting for it.
+  // Borrows `log` until Shut(). `closeWindow` asks the window to close; it runs on any thread and
+  // must not wait for the window.
   UpdateOutlet(Log& log, std::function<void()> closeWindow)
       : log_(&log), closeWindow_(std::move(closeWindow)) {}
 
-  // Any thread; these do not block.
+  // Log a line, or ask the window to close. Any thread; neither waits for the UI thread.
   void Line(std::string_view line);
   void CloseWindow();
 
-  // When it returns, no call is under way any more. Any thread.
+  // After Shut returns, no call of the other functions is running or has an effect. Any thread.
   void Shut();
 
  private:
   std::mutex mutex_;
-  Log* log_;  // borrowed; null once shut
+  Log* log_;  // borrowed; null after Shut()
   const std::function<void()> closeWindow_;
 };
 

@@ -3,8 +3,8 @@
 #include <ctime>
 
 #include "config/config_file_win.h"
+#include "config/settings.h"
 #include "update/app_version_win.h"
-#include "update/feed_address.h"
 #include "update/outlet.h"
 #include "update/winsparkle_win.h"
 
@@ -13,11 +13,12 @@ namespace {
 
 constexpr int kCheckIntervalSeconds = 3600;
 
-// The library's callbacks carry no data of ours, so this is where they find the program. Set before
-// the library knows any of them; never freed, since its threads may call until the process ends.
+// The library's callbacks have no parameter for our data, so they find the program through this
+// pointer. It is set before the callbacks are, and the outlet is never freed, because the library's
+// threads may call until the process ends.
 UpdateOutlet* outlet = nullptr;
 
-int __cdecl MayShutDown() { return 1; }  // nothing here needs saving first
+int __cdecl MayShutDown() { return 1; }  // always yes: the program has nothing to save
 
 void __cdecl OnShutdownRequest() { outlet->CloseWindow(); }
 
@@ -56,24 +57,25 @@ void SetCallbacks() {
 std::string LocalTimeText(std::time_t time) {
   std::tm local{};
   char text[64];
-  if (localtime_s(&local, &time) != 0) return {};  // beyond the calendar
+  if (localtime_s(&local, &time) != 0) return {};  // a time that has no date
   return std::string(text, std::strftime(text, sizeof(text), "%Y-%m-%d %H:%M:%S", &local));
 }
 
 }  // namespace
 
 Updater::Updater(Log& log, const std::wstring& configPath, HWND window) : log_(log) {
-  const FeedAddress feed = ReadFeedAddress(ReadConfigText(configPath));
-  if (!feed.complaint.empty()) log_.Line(feed.complaint);
+  const Settings settings = ReadSettings(ReadConfigText(configPath)).value_or(DefaultSettings());
+  if (!settings.updateFeedComplaint.empty()) log_.Line(settings.updateFeedComplaint);
   outlet = new UpdateOutlet(log, [window] { (void)PostMessageW(window, WM_CLOSE, 0, 0); });
 
-  win_sparkle_set_appcast_url(feed.address.c_str());
+  win_sparkle_set_appcast_url(settings.updateFeed.c_str());
   SetCallbacks();
-  // On every start: what a user chose in the library's own dialog holds for that run only.
+  // Set at every start, so that a choice which the user makes in the library's dialog lasts only
+  // until the program ends.
   win_sparkle_set_automatic_check_for_updates(1);
   win_sparkle_set_update_check_interval(kCheckIntervalSeconds);
   win_sparkle_init();
-  LogState(feed.address);
+  LogState(settings.updateFeed);
   feedCheck_.emplace(configPath, *outlet);
 }
 

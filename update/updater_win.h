@@ -1,4 +1,4 @@
-// The update library, set up and let go again, and the host's own look at the feed.
+// Sets up the update library, starts the feed check, and cleans both up at the end.
 #pragma once
 
 #include <optional>
@@ -11,28 +11,28 @@
 
 namespace wendra {
 
-// One in a process: the library has its state for itself. UI thread only.
+// Only one per process, because the library's state is global. UI thread only.
 class Updater {
  public:
-  // Sets the library up, which starts checking by itself every hour, and starts the feed check.
-  // `window` is the main window, already shown. Borrows `log`; reads the configuration at
-  // `configPath` here and once more for the feed check.
+  // Sets up the library, which from then on checks for updates every hour, and starts the feed
+  // check. `window` is the main window, which must be shown already. Reads the configuration at
+  // `configPath`; the feed check reads it again. Borrows `log`.
   Updater(Log& log, const std::wstring& configPath, HWND window);
 
-  // After the message loop. Waits for no check: what is still under way reaches nothing of the
-  // program any more.
+  // Runs after the message loop. Does not wait for checks that are under way: from here on they can
+  // neither log nor close the window.
   ~Updater();
   Updater(const Updater&) = delete;
   Updater& operator=(const Updater&) = delete;
 
-  // Checks at once, and shows the user the outcome whatever it is. Does not wait for it.
+  // Starts a check at once, without waiting for it. The library shows every outcome to the user.
   void CheckNow();
 
  private:
   void LogState(const std::string& feedAddress);
 
   Log& log_;
-  std::optional<FeedCheck> feedCheck_;  // from the library's set-up to its clean-up
+  std::optional<FeedCheck> feedCheck_;  // exists from the library's set-up to its clean-up
 };
 
 }  // namespace wendra

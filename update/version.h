@@ -1,4 +1,4 @@
-// Version texts as numbers, and which of two is newer. No text is refused.
+// Reads version texts as numbers and compares them. Every text is accepted. Pure.
 #pragma once
 
 #include <compare>
@@ -10,12 +10,13 @@ namespace wendra {
 
 using VersionNumbers = std::vector<std::uint32_t>;
 
-// One number for each part between dots, however many there are; "" has one, empty part. A part
-// counts with its leading digits modulo 2^32, without any as 0; what follows them is ignored.
+// One number for each part of `text` between dots, without a limit on the number of parts; "" has
+// one part. The number is the value of the part's leading digits modulo 2^32, or 0 if it has none;
+// the rest of the part is ignored.
 VersionNumbers ParseVersion(std::string_view text);
 
-// Position by position; the shorter list goes on with zeros. Deliberate: numbers compare as signed,
-// so that 2,147,483,648 and more come before 0.
+// Compares number by number; numbers that one list lacks count as 0. Deliberate: numbers compare as
+// signed 32-bit numbers, so 2,147,483,648 and more come before 0.
 std::strong_ordering CompareVersions(const VersionNumbers& a, const VersionNumbers& b);
 
 }  // namespace wendra

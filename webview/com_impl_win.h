@@ -1,4 +1,4 @@
-// The one template behind every handler object that the browser control calls back.
+// Implements the handler objects that the browser control calls back.
 #pragma once
 
 #include <functional>
@@ -12,9 +12,9 @@ namespace wendra {
 template <typename Interface, typename InvokeMethod = decltype(&Interface::Invoke)>
 class WendraComImpl;
 
-// A counted object that hands `Invoke` on to a callable, or ignores it when there is none. Made on
-// the heap with one reference; deletes itself with the last one. Called on the UI thread, but the
-// count holds on any.
+// A reference-counted object whose `Invoke` calls a callable; without one it does nothing. It
+// begins with one reference and deletes itself with the last. The control calls Invoke on the UI
+// thread; references may be counted on any thread.
 template <typename Interface, typename... Args>
 class WendraComImpl<Interface, HRESULT (STDMETHODCALLTYPE Interface::*)(Args...)> final
     : public Interface {
@@ -46,8 +46,8 @@ class WendraComImpl<Interface, HRESULT (STDMETHODCALLTYPE Interface::*)(Args...)
     return static_cast<ULONG>(left);
   }
 
-  // No C++ exception may cross into the control. One that gets here ends the program, whatever
-  // compiler the control was built with.
+  // No C++ exception may reach the control. With noexcept such an exception ends the program here,
+  // whatever compiler built the control.
   HRESULT STDMETHODCALLTYPE Invoke(Args... args) noexcept override {
     if (callable_) callable_(args...);
     return S_OK;

@@ -1,4 +1,4 @@
-// Which navigations stay in the window. Pure; addresses in UTF-8.
+// Decides which navigations stay in the window. Pure; addresses are UTF-8.
 #pragma once
 
 #include <string>
@@ -6,11 +6,13 @@
 
 namespace wendra {
 
-// What stands between "://" and the next '/', '?', '#' or ':', in lower case; "" without "://".
+// The text between "://" and the next '/', '?', '#' or ':', in lower case (A to Z only); "" if the
+// address has no "://". Deliberate: keeps the user part, and gives "[" for an IPv6 host.
 std::string HostOfAddress(std::string_view address);
 
-// Whether a navigation of the user's to `target` stays in the window that shows `server`. Scheme
-// and port are deliberately not compared; an address without a host stays inside.
+// Whether a navigation that the user has started, to `target`, stays in the window that shows
+// `server`: it does if the hosts are equal or `target` has no host. Deliberate: scheme and port are
+// not compared.
 bool StaysInside(std::string_view target, std::string_view server);
 
 }  // namespace wendra

@@ -26,11 +26,11 @@ using ContentLoading = WendraComImpl<ICoreWebView2ContentLoadingEventHandler>;
 using NavCompleted = WendraComImpl<ICoreWebView2NavigationCompletedEventHandler>;
 
 constexpr wchar_t kUserDataFolder[] = L"%LOCALAPPDATA%\\Wendra\\WebView2";
-// Every document sees it before its own scripts run.
+// Runs in every document before the document's own scripts.
 constexpr wchar_t kHostObjectScript[] =
     L"window.__wendraHost = { platform: 'windows', topInset: 0 };";
 
-// The control reports addresses without their user part, and hosts in ASCII.
+// The control reports addresses without the user part, and with the host in ASCII.
 std::string AsTheControlNamesIt(std::string_view server) {
   const std::string_view hostAndPort = HostAndPort(SplitAddress(server).authority);
   return "http://" + AsciiHostName(HostOfAddress(std::string("http://").append(hostAndPort)));
@@ -55,13 +55,13 @@ void PageHost::Create(HWND window) {
       EnvCreated::Make([self = self_](HRESULT, ICoreWebView2Environment* environment) {
         if (*self) (*self)->OnEnvironmentCreated(environment);
       });
-  // Not checked: without a runtime no handler is called, and the log panel still works.
+  // Ignored: without a runtime the window stays empty, and the log panel still works.
   (void)CreateCoreWebView2EnvironmentWithOptions(
       nullptr, ExpandEnvironment(kUserDataFolder).c_str(), nullptr, envCreated.Get());
 }
 
 void PageHost::OnEnvironmentCreated(ICoreWebView2Environment* environment) {
-  if (!environment || !window_) return;  // no runtime, or the window has gone meanwhile
+  if (!environment || !window_) return;  // no runtime, or Close was called meanwhile
   const auto controllerCreated =
       ControllerCreated::Make([self = self_](HRESULT, ICoreWebView2Controller* controller) {
         if (*self && (*self)->window_) return (*self)->SetUp(controller);
@@ -83,7 +83,8 @@ void PageHost::SetUp(ICoreWebView2Controller* controller) {
   callbacks_.onLayoutNeeded();
 }
 
-// They stay for the control's life, and Close ends it before we go; nobody needs their tokens.
+// The handlers stay until the control is closed, and Close does that before this object dies. So
+// the tokens, which would remove them, are not kept.
 void PageHost::AddHandlers() {
   EventRegistrationToken token;
   const auto messageReceived = MessageReceived::Make(
@@ -112,10 +113,10 @@ void PageHost::AddHandlers() {
 }
 
 void PageHost::Close() {
-  window_ = nullptr;  // a control that is still being made is not taken any more
+  window_ = nullptr;  // a control that is still being made is closed in its handler
   gate_.Clear();
   webView_.Reset();
-  // Out of reach first: closing may dispatch messages.
+  // Moved out first: closing may dispatch messages, whose handlers must not find the control.
   if (const auto controller = std::move(controller_)) (void)controller->Close();
 }
 
@@ -139,7 +140,7 @@ void PageHost::Offer(PageScript script) {
   SetDeadlineTimer();
 }
 
-// "" when the control does not tell, which is no page's address.
+// "" if the control does not tell it; no page has this address.
 std::string PageHost::ShownAddress() const {
   TaskText source;
   if (!webView_ || FAILED(webView_->get_Source(source.Receive())) || !source) return {};
@@ -156,7 +157,7 @@ void PageHost::Execute(const std::string& script) {
   (void)webView_->ExecuteScript(Widen(script).c_str(), nullptr);
 }
 
-// Each is freed before the next one is widened: together they may be large.
+// Frees each script before it widens the next: together they may be large.
 void PageHost::ExecuteAll(std::vector<std::string> scripts) {
   for (std::string& script : scripts) {
     if (webView_) Execute(std::exchange(script, {}));
@@ -170,7 +171,8 @@ void PageHost::DropLateReplies() {
   SetDeadlineTimer();
 }
 
-// A timer that comes too early, since what it was set for has run, just sets itself anew.
+// The script for which the timer was set may have run already. Then the timer fires too early, and
+// DropLateReplies sets it again.
 void PageHost::SetDeadlineTimer() {
   const auto deadlineMs = gate_.DeadlineMs();
   if (!deadlineMs || hasDeadlineTimer_) return;
@@ -193,7 +195,7 @@ void PageHost::OnMessage(ICoreWebView2WebMessageReceivedEventArgs* args) {
 
 void PageHost::OnNewWindow(ICoreWebView2NewWindowRequestedEventArgs* args) {
   if (TaskText uri; SUCCEEDED(args->get_Uri(uri.Receive())) && uri) OpenInBrowser(uri.Get());
-  (void)args->put_Handled(TRUE);  // no second window, whatever became of the first
+  (void)args->put_Handled(TRUE);  // no second window, even without an address
 }
 
 void PageHost::OnNavigationStarting(ICoreWebView2NavigationStartingEventArgs* args) {
@@ -208,7 +210,8 @@ void PageHost::OnNavigationStarting(ICoreWebView2NavigationStartingEventArgs* ar
   if (SUCCEEDED(args->get_NavigationId(&id))) gate_.NavigationStarted(id);
 }
 
-// Redirects and the page's own scripts are never checked.
+// Deliberate: only navigations that the user has started are checked, so that redirects and the
+// page's own scripts may leave the server.
 bool PageHost::MustStayOutside(ICoreWebView2NavigationStartingEventArgs* args,
                                const std::string& target) {
   BOOL isUserInitiated = FALSE;
@@ -216,7 +219,7 @@ bool PageHost::MustStayOutside(ICoreWebView2NavigationStartingEventArgs* args,
   return !StaysInside(target, server_) && !StaysInside(target, namedServer_);
 }
 
-// The new document is in place; its scripts have not run yet.
+// The new document has replaced the old one; its scripts have not run yet.
 void PageHost::OnContentLoading(ICoreWebView2ContentLoadingEventArgs* args) {
   BOOL isErrorPage = FALSE;
   (void)args->get_IsErrorPage(&isErrorPage);

@@ -1,5 +1,5 @@
-// The browser control in the main window: makes it, shows the server in it, carries messages out
-// and scripts in, and keeps foreign links out of the window.
+// Owns the browser control in the main window: shows the server, passes on the page's messages,
+// runs scripts in the page, and opens links to other hosts in the default browser.
 #pragma once
 
 #include <functional>
@@ -17,21 +17,21 @@
 
 namespace wendra {
 
-// What the page has posted.
+// One message that a page has posted.
 struct PageMessage {
-  std::optional<std::string> source;  // address of the page; nothing when the control does not tell
-  std::string origin;                 // of that page; without a source, of the one that is shown
-  std::string json;                   // the message as JSON text, "" when the control gave none
+  std::optional<std::string> source;  // the page's address; nothing if the control does not tell it
+  std::string origin;                 // of `source`; without one, of the document in the window
+  std::string json;                   // the message as JSON text; "" if the control gives none
 };
 
-// UI thread only; so are its callbacks, which come from the message loop.
+// UI thread only. Calls its callbacks on the UI thread.
 class PageHost : public PageScripts {
  public:
   struct Callbacks {
     std::function<void(const PageMessage& message)> onMessage;
-    // The controller is there, or its page is about to load: give it its bounds.
+    // The control has been made, or its page is about to load: the receiver calls SetBounds.
     std::function<void()> onLayoutNeeded;
-    // Whether the page at an address may see what we run in it.
+    // Whether the host may run scripts in the page at this address.
     std::function<bool(std::string_view address)> isTrusted;
   };
 
@@ -39,22 +39,22 @@ class PageHost : public PageScripts {
   PageHost(std::string server, Callbacks callbacks, Log& log);
   ~PageHost() override;
 
-  // Starts making the control in `window`, which must outlive it or call Close before. Without a
-  // browser runtime nothing more happens: the window stays empty.
+  // Starts to make the control in `window`; call Close before the window is destroyed. Without a
+  // browser runtime the window stays empty.
   void Create(HWND window);
 
-  // Takes the control down; later calls do nothing. Call it before the window goes.
+  // Closes the control. Later calls of the functions below do nothing.
   void Close();
 
   void SetBounds(const RECT& bounds);  // pixels of the window's client area
   void Reload();
 
-  // Both wait while a navigation is under way, see ReplyGate. RunFor never runs a script in a page
-  // that is not trusted either; Run takes any page that is.
+  // Run a script in the document in the window if it is trusted, RunFor only if its origin is also
+  // `origin`; otherwise drop it. While a navigation is under way the script waits; see ReplyGate.
   void RunFor(std::string_view origin, std::string script) override;
   void Run(std::string_view script);
 
-  // kReplyDeadlineTimer has fired: drops what has waited for too long.
+  // Call when kReplyDeadlineTimer fires: drops the scripts that have waited too long.
   void DropLateReplies();
 
  private:
@@ -76,15 +76,15 @@ class PageHost : public PageScripts {
   void SetDeadlineTimer();
 
   const std::string server_;
-  const std::string namedServer_;  // as the control names it in the addresses it reports
+  const std::string namedServer_;  // the server as the control writes it in addresses
   const Callbacks callbacks_;
   Log& log_;
-  // Handed to the handlers of the creation, which the control may keep longer than we live. Null
-  // as soon as there is nobody to call.
+  // The handlers of the creation share this pointer, because the control may keep them longer than
+  // this object lives. The destructor sets it to null.
   const std::shared_ptr<PageHost*> self_ = std::make_shared<PageHost*>(this);
   HWND window_ = nullptr;
   ReplyGate gate_;
-  bool showsErrorPage_ = false;  // the control's own, under the address that could not be loaded
+  bool showsErrorPage_ = false;  // the control's own page, under the address that did not load
   bool hasDeadlineTimer_ = false;
   ComOwner<ICoreWebView2Controller> controller_;
   ComOwner<ICoreWebView2> webView_;

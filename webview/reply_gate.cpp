@@ -28,7 +28,7 @@ void ReplyGate::Hold(PageScript script, std::uint64_t nowMs) {
   const std::size_t originBytes = script.origin ? script.origin->size() : 0;
   const std::size_t bytes = sizeof(Held) + script.text.size() + originBytes;
   if (heldBytes_ + bytes > kMaxHeldBytes) return;
-  script.text.shrink_to_fit();  // what was reserved for escapes would stay as long as the text
+  script.text.shrink_to_fit();  // its spare capacity, reserved for escapes, is not in `bytes`
   heldBytes_ += bytes;
   held_.push_back({std::move(script), nowMs + kMaxHeldMs, bytes});
 }

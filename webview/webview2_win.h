@@ -1,16 +1,18 @@
-// The WebView2 interfaces that this program calls, and those that it implements, declared by hand.
+// Declares, by hand, the WebView2 interfaces that this program calls and those that it implements.
 //
-// Names, slot order and identifiers are those of the platform (Microsoft's published reference;
-// the interfaces are frozen since their first release). The order of the methods is the binary
-// interface: never move, add or leave out one. tests/devruntime/ counts the slots.
+// Names, order of the methods and identifiers are those of the platform (Microsoft's published
+// reference; the interfaces have not changed since their first release). The order of the methods
+// is the binary interface: never move, add or remove one. tests/devruntime/ checks the slots.
 //
-// Rules of the platform that the declarations cannot say:
-// - All calls and all callbacks happen on the one thread that made the environment; it must pump
-//   messages, and callbacks come from its pump.
-// - Texts given to a call are copied by the callee. Texts that come back (`LPWSTR*`) belong to the
-//   caller, who frees them with CoTaskMemFree; after a failure there is nothing to free.
-// - Interface pointers that come back (`**`) are references the caller releases. Pointers given to
-//   Invoke are lent for the call.
+// Rules of the platform that the declarations cannot express:
+// - All calls and all callbacks happen on the thread that made the environment. The thread must
+//   dispatch messages, and callbacks come from its message loop.
+// - The callee copies the texts that it is given. The caller owns the texts that it gets
+// (`LPWSTR*`)
+//   and frees them with CoTaskMemFree; after a failure there is nothing to free.
+// - An interface pointer that a call returns (`**`) is a reference that the caller releases.
+// Pointers
+//   given to Invoke are lent for the call.
 // - A `remove_` method takes the 8 bytes of the token by value.
 #pragma once
 
@@ -67,12 +69,12 @@ enum COREWEBVIEW2_MOVE_FOCUS_REASON : int {
   COREWEBVIEW2_MOVE_FOCUS_REASON_NEXT = 1,
   COREWEBVIEW2_MOVE_FOCUS_REASON_PREVIOUS = 2,
 };
-// Named by slots that nobody here calls; four bytes each.
+// Only methods that this program does not call use these types, of four bytes each.
 enum COREWEBVIEW2_CAPTURE_PREVIEW_IMAGE_FORMAT : int;
 enum COREWEBVIEW2_WEB_RESOURCE_CONTEXT : int;
 enum COREWEBVIEW2_WEB_ERROR_STATUS : int;
 
-// Makes controllers; one per user data folder.
+// Makes controllers. Belongs to one user data folder.
 struct ICoreWebView2Environment : public IUnknown {
   virtual HRESULT STDMETHODCALLTYPE CreateCoreWebView2Controller(
       HWND parentWindow, ICoreWebView2CreateCoreWebView2ControllerCompletedHandler* handler) = 0;
@@ -87,7 +89,7 @@ struct ICoreWebView2Environment : public IUnknown {
   remove_NewBrowserVersionAvailable(EventRegistrationToken token) = 0;
 };
 
-// One control in one window: place, visibility, focus, end of life.
+// One control in one window: its bounds, visibility, focus and closing.
 struct ICoreWebView2Controller : public IUnknown {
   virtual HRESULT STDMETHODCALLTYPE get_IsVisible(BOOL* isVisible) = 0;
   virtual HRESULT STDMETHODCALLTYPE put_IsVisible(BOOL isVisible) = 0;
@@ -120,7 +122,7 @@ struct ICoreWebView2Controller : public IUnknown {
   virtual HRESULT STDMETHODCALLTYPE get_CoreWebView2(ICoreWebView2** coreWebView2) = 0;
 };
 
-// The page of a controller.
+// The browser of a controller: navigation, scripts, events.
 struct ICoreWebView2 : public IUnknown {
   virtual HRESULT STDMETHODCALLTYPE get_Settings(ICoreWebView2Settings** settings) = 0;
   virtual HRESULT STDMETHODCALLTYPE get_Source(LPWSTR* uri) = 0;
@@ -220,13 +222,15 @@ struct ICoreWebView2 : public IUnknown {
   virtual HRESULT STDMETHODCALLTYPE remove_WindowCloseRequested(EventRegistrationToken token) = 0;
 };
 
-// The document of a navigation is in place, and none of its scripts has run.
+// A navigation has replaced the document, and no script of the new document has run.
 struct ICoreWebView2ContentLoadingEventArgs : public IUnknown {
   virtual HRESULT STDMETHODCALLTYPE get_IsErrorPage(BOOL* value) = 0;
   virtual HRESULT STDMETHODCALLTYPE get_NavigationId(UINT64* value) = 0;
 };
 
-// A navigation is over, whatever came of it.
+// A navigation is over: its document has loaded completely, or the navigation has failed, was
+// cancelled or became a download (`isSuccess` is then FALSE). ContentLoading comes earlier, as soon
+// as the new document is in place.
 struct ICoreWebView2NavigationCompletedEventArgs : public IUnknown {
   virtual HRESULT STDMETHODCALLTYPE get_IsSuccess(BOOL* isSuccess) = 0;
   virtual HRESULT STDMETHODCALLTYPE
@@ -234,7 +238,7 @@ struct ICoreWebView2NavigationCompletedEventArgs : public IUnknown {
   virtual HRESULT STDMETHODCALLTYPE get_NavigationId(UINT64* navigationId) = 0;
 };
 
-// A navigation of the top-level document that is about to begin.
+// A navigation is about to begin, before anything is sent.
 struct ICoreWebView2NavigationStartingEventArgs : public IUnknown {
   virtual HRESULT STDMETHODCALLTYPE get_Uri(LPWSTR* uri) = 0;
   virtual HRESULT STDMETHODCALLTYPE get_IsUserInitiated(BOOL* isUserInitiated) = 0;
@@ -246,7 +250,7 @@ struct ICoreWebView2NavigationStartingEventArgs : public IUnknown {
   virtual HRESULT STDMETHODCALLTYPE get_NavigationId(UINT64* navigationId) = 0;
 };
 
-// The page asks for a window. Mind the order: here put comes before get.
+// The page asks for a new window. Note the order of the methods: put comes before get.
 struct ICoreWebView2NewWindowRequestedEventArgs : public IUnknown {
   virtual HRESULT STDMETHODCALLTYPE get_Uri(LPWSTR* uri) = 0;
   virtual HRESULT STDMETHODCALLTYPE put_NewWindow(ICoreWebView2* newWindow) = 0;
@@ -258,7 +262,7 @@ struct ICoreWebView2NewWindowRequestedEventArgs : public IUnknown {
   virtual HRESULT STDMETHODCALLTYPE get_WindowFeatures(ICoreWebView2WindowFeatures** value) = 0;
 };
 
-// What the page gave to chrome.webview.postMessage.
+// The top-level document has called chrome.webview.postMessage.
 struct ICoreWebView2WebMessageReceivedEventArgs : public IUnknown {
   virtual HRESULT STDMETHODCALLTYPE get_Source(LPWSTR* value) = 0;
   virtual HRESULT STDMETHODCALLTYPE get_WebMessageAsJson(LPWSTR* value) = 0;
@@ -306,10 +310,11 @@ struct ICoreWebView2NavigationStartingEventHandler : public IUnknown {
                                            ICoreWebView2NavigationStartingEventArgs* args) = 0;
 };
 
-// Exported by WebView2Loader.dll. UI thread, in a single-threaded apartment. Any of the first three
-// may be null. Either the return value is a failure, or `handler` is invoked exactly once, possibly
-// with a failure and null, and possibly before this returns. Without an installed runtime it
-// returns HRESULT_FROM_WIN32(ERROR_FILE_NOT_FOUND) and never invokes.
+// Exported by WebView2Loader.dll. UI thread, in a single-threaded apartment. Each of the first
+// three parameters may be null. If the return value is a success, `handler` is invoked exactly
+// once, possibly with a failure and null, and possibly before this function returns. Without an
+// installed runtime the function returns HRESULT_FROM_WIN32(ERROR_FILE_NOT_FOUND) and does not
+// invoke `handler`.
 extern "C" HRESULT STDMETHODCALLTYPE CreateCoreWebView2EnvironmentWithOptions(
     PCWSTR browserExecutableFolder, PCWSTR userDataFolder,
     ICoreWebView2EnvironmentOptions* environmentOptions,
@@ -318,7 +323,8 @@ extern "C" HRESULT STDMETHODCALLTYPE CreateCoreWebView2EnvironmentWithOptions(
 namespace wendra {
 
 // The identifier of a COM interface, as `kIidOf<ICoreWebView2>`. An interface that is not listed
-// here does not compile. (Kept apart from the compilers' own, incompatible, ways of attaching one.)
+// here does not compile. (Compilers have ways of their own to attach an identifier to an interface,
+// but they are not compatible.)
 template <typename Interface>
 inline constexpr GUID kIidOf = Interface::kHasNoIdentifierHere;
 

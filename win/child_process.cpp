@@ -12,7 +12,7 @@ struct Pipe {
   KernelHandle write;
 };
 
-// Both ends inheritable; empty ends where the system refuses.
+// Makes a pipe with both ends inheritable. Both ends are empty if the system refuses.
 Pipe MakeInheritablePipe() {
   SECURITY_ATTRIBUTES inheritable{sizeof(SECURITY_ATTRIBUTES), nullptr, TRUE};
   Pipe pipe;
@@ -24,8 +24,9 @@ void KeepFromChildren(const KernelHandle& end) {
   (void)SetHandleInformation(end.Get(), HANDLE_FLAG_INHERIT, 0);
 }
 
-// What a child is created with: the only handles that it inherits, whatever else is inheritable at
-// that moment, and its job if it has one. The system's list refers to what lies in here.
+// The attribute list for the creation of a child: the three handles that it inherits, and its job
+// if it has one. The child inherits no other handle, even if others are inheritable at that moment.
+// The list points into the members of this object.
 class ChildAttributes {
  public:
   ChildAttributes(const STARTUPINFOW& startup, HANDLE job)
@@ -60,7 +61,7 @@ class ChildAttributes {
 };
 
 struct Creation {
-  DWORD reason = ERROR_SUCCESS;  // or why not
+  DWORD reason = ERROR_SUCCESS;  // the error code, if the child was not created
   bool isInJob = false;
 };
 
@@ -68,11 +69,11 @@ Creation Create(const ChildRequest& request, STARTUPINFOEXW startup, HANDLE job,
                 PROCESS_INFORMATION& process) {
   ChildAttributes attributes(startup.StartupInfo, job);
   startup.lpAttributeList = attributes.List();
-  std::wstring commandLine = request.commandLine;  // the system writes into it
+  std::wstring commandLine = request.commandLine;  // a copy: CreateProcessW may write into it
   const wchar_t* program = request.program.empty() ? nullptr : request.program.c_str();
   const wchar_t* directory = request.directory.empty() ? nullptr : request.directory.c_str();
   DWORD flags = CREATE_NO_WINDOW | EXTENDED_STARTUPINFO_PRESENT;
-  // Without this the block would be taken for ANSI text.
+  // Without this flag the system reads the block as ANSI text.
   if (request.environment) flags |= CREATE_UNICODE_ENVIRONMENT;
   const BOOL isCreated = CreateProcessW(program, commandLine.data(), nullptr, nullptr, TRUE, flags,
                                         const_cast<wchar_t*>(request.environment), directory,
@@ -105,7 +106,7 @@ Child StartChild(const ChildRequest& request) {
   PROCESS_INFORMATION process{};
   Creation creation = Create(request, startup, request.job, process);
   if (request.job && creation.reason != ERROR_SUCCESS) {
-    creation = Create(request, startup, nullptr, process);  // it may have been the job
+    creation = Create(request, startup, nullptr, process);  // the job may be the reason
   }
   child.reason = creation.reason;
   child.isInJob = creation.isInJob;

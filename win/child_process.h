@@ -1,5 +1,7 @@
-// Starts a child process whose three standard streams are pipes of ours, and which inherits nothing
-// else. The one place where inheritable handles are made.
+// Starts a child process with a pipe for each of its three standard streams.
+//
+// The child inherits its ends of these pipes and no other handle. The program makes inheritable
+// handles here and nowhere else.
 #pragma once
 
 #include <string>
@@ -9,36 +11,40 @@
 namespace wendra {
 
 struct ChildRequest {
-  std::wstring program =
-      {};  // full path; "" lets the system find it by the command line's first word
+  // The full path of the program. "": the system takes the first word of `commandLine` and searches
+  // for that program.
+  std::wstring program = {};
   std::wstring commandLine = {};
-  std::wstring directory = {};  // "" inherits ours
-  // A block of UTF-16 "name=value" texts, each with its zero, and one more; null inherits ours.
+  std::wstring directory = {};  // "": the child starts in our current directory
+  // The environment block: UTF-16 texts "name=value", each ended by a NUL, and one more NUL at the
+  // end. Null: the child gets a copy of our environment. Borrowed.
   const wchar_t* environment = nullptr;
-  // The child is in this job before it runs, so that it cannot escape from it, not even by our end
-  // while it is being created. Where the system refuses that, the child runs without it, and
-  // Child::isInJob says so. May be null.
-  HANDLE job = nullptr;  // borrowed
+  // The job object for the child; null for none. Borrowed. The system puts the child into the job
+  // before the child runs, so the child cannot start others outside it, and cannot be left outside
+  // it when our process ends during the creation. If the system refuses the job, the child runs
+  // without it, and Child::isInJob is false.
+  HANDLE job = nullptr;
 };
 
 enum class ChildStart {
   kStarted,
-  kNoPipes,     // the system had no pipe left for its streams
-  kNotCreated,  // the system refused to start it; Child::reason says why
+  kNoPipes,     // the system could not make a pipe for each standard stream
+  kNotCreated,  // the system refused to create the process; Child::reason says why
 };
 
-// Our ends. Closing `input` gives the child the end of its input.
+// A child process and our ends of its pipes; all handles are empty unless `start` is kStarted.
+// Closing `input` ends the standard input of the child.
 struct Child {
   ChildStart start = ChildStart::kNotCreated;
   KernelHandle process;
-  KernelHandle input;            // we write
-  KernelHandle output;           // we read
-  KernelHandle error;            // we read
-  DWORD reason = ERROR_SUCCESS;  // a system error code, where it was not created
-  bool isInJob = false;          // in the job of the request
+  KernelHandle input;            // we write the child's standard input here
+  KernelHandle output;           // we read the child's standard output here
+  KernelHandle error;            // we read the child's standard error here
+  DWORD reason = ERROR_SUCCESS;  // for kNotCreated: the system's error code
+  bool isInJob = false;          // whether the child is in ChildRequest::job
 };
 
-// Without a window. Any thread; several at once.
+// Starts the child without a console window. Any thread; several threads at the same time.
 Child StartChild(const ChildRequest& request);
 
 }  // namespace wendra

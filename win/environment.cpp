@@ -9,7 +9,7 @@ namespace wendra {
 std::wstring EnvironmentText(const wchar_t* name) {
   wchar_t value[MAX_PATH];
   const DWORD units = GetEnvironmentVariableW(name, value, static_cast<DWORD>(std::size(value)));
-  // A value that does not fit is not copied: the result then is the size it would need.
+  // If the value does not fit, nothing is copied, and `units` is the size that it needs.
   return units < std::size(value) ? std::wstring(value, units) : std::wstring();
 }
 
@@ -18,7 +18,7 @@ std::wstring ExpandEnvironment(const wchar_t* text) {
   std::wstring expanded(needed, L'\0');
   const DWORD units = ExpandEnvironmentStringsW(text, expanded.data(), needed);
   if (units == 0 || units > needed) return {};
-  expanded.resize(units - 1);  // the count includes the terminator
+  expanded.resize(units - 1);  // the count includes the NUL
   return expanded;
 }
 

@@ -38,7 +38,7 @@ std::string ReadBytes(const FileHandle& file, size_t bytes) {
 }
 
 size_t ReadInto(const FileHandle& file, std::span<char> bytes) {
-  constexpr size_t kLargestRead = size_t{1} << 30;  // ReadFile counts in 32 bits
+  constexpr size_t kLargestRead = size_t{1} << 30;  // ReadFile takes its size in 32 bits
   size_t done = 0;
   while (done < bytes.size()) {
     const auto wanted = static_cast<DWORD>(std::min(bytes.size() - done, kLargestRead));

@@ -1,4 +1,4 @@
-// Whole files, read and written in one go. Errors stay in GetLastError() for the caller.
+// Opens, reads and writes files. After a failure, GetLastError() tells the caller why.
 #pragma once
 
 #include <cstdint>
@@ -11,31 +11,34 @@
 
 namespace wendra {
 
-// Opens an existing file for reading. Others may go on reading, writing and deleting it.
+// Opens an existing file for reading. Other programs may read, write and delete it meanwhile.
 FileHandle OpenForReading(const std::wstring& path);
 
-// Creates the file, or truncates it; nobody else may open it meanwhile.
+// Opens a file for writing: creates it, or empties an existing one. It cannot be opened a second
+// time until the handle is closed.
 FileHandle CreateForWriting(const std::wstring& path);
 
-// Creates the file; ERROR_FILE_EXISTS when there is anything of that name. Nobody else may open it
-// meanwhile.
+// Creates a file for writing. Fails with ERROR_FILE_EXISTS if the name is taken. The file cannot be
+// opened a second time until the handle is closed.
 FileHandle CreateNewForWriting(const std::wstring& path);
 
-// Opens an existing file for reading and writing, content kept. Others may only read it meanwhile;
-// ERROR_SHARING_VIOLATION while another program has it open for writing.
+// Opens an existing file for reading and writing, and keeps its content. Other programs may only
+// read it meanwhile. Fails with ERROR_SHARING_VIOLATION while another program has it open for
+// writing.
 FileHandle OpenForChanging(const std::wstring& path);
 
-// Size in bytes; nothing when it cannot be told (a pipe, a device).
+// The size in bytes. Nothing if the system cannot tell it (a pipe, a device).
 std::optional<std::uint64_t> FileSize(const FileHandle& file);
 
-// The first `bytes` bytes from the file's position on. Where reading fails or the file has become
-// shorter meanwhile, the rest of the result stays zero bytes.
+// Reads `bytes` bytes from the current position of the file. The result always has that size: if
+// reading fails or the file is shorter, its rest is filled with NUL.
 std::string ReadBytes(const FileHandle& file, size_t bytes);
 
-// Fills `bytes` from the file's position on, as far as that goes; how many bytes that were.
+// Reads from the current position of the file until `bytes` is full, the file ends or reading
+// fails. Returns how many bytes were read.
 size_t ReadInto(const FileHandle& file, std::span<char> bytes);
 
-// Writes all of `text` with one call; at most 4 GiB - 1. False when it fails or writes less.
+// Writes `text`, at most 4 GiB - 1 bytes, with one system call. False if that fails or writes less.
 bool WriteBytes(const FileHandle& file, std::string_view text);
 
 }  // namespace wendra

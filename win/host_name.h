@@ -1,4 +1,4 @@
-// Host names in the form in which the network knows them.
+// Converts host names to the ASCII form that the network uses.
 #pragma once
 
 #include <string>
@@ -6,8 +6,8 @@
 
 namespace wendra {
 
-// The name in ASCII ("bücher.test" becomes "xn--bcher-kva.test"); unchanged where it has no such
-// form, and where it is ASCII already.
+// The ASCII form of `host`: "bücher.test" becomes "xn--bcher-kva.test". A name that is ASCII
+// already, or that has no ASCII form, is returned unchanged.
 std::string AsciiHostName(std::string_view host);
 
 }  // namespace wendra

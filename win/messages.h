@@ -1,4 +1,4 @@
-// The private messages and timers of the main window, all in one table.
+// All private messages and timers of the main window.
 //
 // | message                  | wParam | lParam                            | sender     | receiver |
 // |--------------------------|--------|-----------------------------------|------------|----------|
@@ -10,14 +10,14 @@
 // | kPickDirectoryMessage    | 0      | 0                                 | bridge     | bridge   |
 // | kHttpPostedMessage       | 0      | 0                                 | a worker   | mcp      |
 //
-// server: a ServerId.
+// "server" is a ServerId; "a reader" is the thread that reads the output of a local MCP server.
 //
-// Any program of the user may post these numbers too. What has no payload here is handled as often
-// as it comes and does no harm.
+// Other programs of the user can post these messages too. A message without a payload may therefore
+// arrive at any time and any number of times: it must do no harm.
 //
 // An owned payload belongs to the window procedure as soon as the post has succeeded
-// (win/owned_message.h); it frees the payload whatever else it does with it. What is still queued
-// when the window goes ends with the process.
+// (win/owned_message.h). The window procedure frees it in every case. A payload that is still in
+// the queue when the window is destroyed lives until the process ends.
 #pragma once
 
 #include <windows.h>
@@ -32,11 +32,12 @@ inline constexpr UINT kLogLineMessage = WM_APP + 5;
 inline constexpr UINT kPickDirectoryMessage = WM_APP + 6;
 inline constexpr UINT kHttpPostedMessage = WM_APP + 7;
 
-// Looks every two seconds whether config.json has changed.
+// A timer that runs all the time: the host checks whether config.json has changed.
 inline constexpr UINT_PTR kConfigWatchTimer = 1;
 inline constexpr UINT kConfigWatchPeriodMs = 2000;
 
-// Drops replies that have waited too long for the outcome of a navigation; set while one waits.
+// A timer that is set while replies wait for the outcome of a navigation: the host drops those that
+// have waited too long.
 inline constexpr UINT_PTR kReplyDeadlineTimer = 2;
 
 }  // namespace wendra

@@ -41,7 +41,7 @@ std::optional<DWORD> NumberValue(HKEY root, const std::wstring& path, const std:
 }
 
 std::vector<std::pair<std::wstring, std::wstring>> TextValues(const RegistryKey& key) {
-  DWORD longestName = 0;  // in characters, without the zero
+  DWORD longestName = 0;  // in characters, without the NUL
   DWORD longestData = 0;  // in bytes
   if (RegQueryInfoKeyW(key.Get(), nullptr, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr,
                        &longestName, &longestData, nullptr, nullptr) != ERROR_SUCCESS) {

@@ -1,4 +1,4 @@
-// Starting a thread that owns its job.
+// Starts a thread that owns its job and that others can wait for.
 #pragma once
 
 #include <memory>
@@ -7,8 +7,9 @@
 
 namespace wendra {
 
-// Runs `Body(job)` on a thread of its own. The handle, for waiting; empty when no thread was made,
-// and then `job` is still the caller's.
+// Runs `Body(job)` on a new thread, which owns the job from then on. Returns a handle to wait for
+// the end of the thread. Empty: the system could not start a thread, and the caller still owns
+// `job`.
 template <auto Body, typename Job>
 KernelHandle StartThread(std::unique_ptr<Job>& job) {
   const auto start = [](void* parameter) -> DWORD {
@@ -16,7 +17,7 @@ KernelHandle StartThread(std::unique_ptr<Job>& job) {
     return 0;
   };
   KernelHandle thread(CreateThread(nullptr, 0, start, job.get(), 0, nullptr));
-  if (thread) (void)job.release();  // the thread frees it
+  if (thread) (void)job.release();  // the new thread frees the job
   return thread;
 }
 

@@ -1,5 +1,5 @@
-// Owns one operating-system object and gives it back exactly once.
-// Closing may change GetLastError(): read the error before an owner dies.
+// Owns one object of the operating system and closes it exactly once.
+// Closing may change GetLastError(): read the error before an owner is destroyed.
 #pragma once
 
 #include <utility>
@@ -9,7 +9,7 @@
 
 namespace wendra {
 
-// `Traits` names the raw type, its "none" value and how it is closed.
+// `Traits` names the raw type, the raw value that means "none", and the function that closes one.
 template <typename Traits>
 class Unique {
  public:
@@ -19,15 +19,15 @@ class Unique {
   explicit Unique(Raw raw) : raw_(raw) {}
   Unique(Unique&& other) noexcept : raw_(other.Release()) {}
   Unique& operator=(Unique&& other) noexcept {
-    Reset(other.Release());  // closes what we held; harmless on self-move
+    Reset(other.Release());  // closes the old object; a move onto itself changes nothing
     return *this;
   }
   ~Unique() { Reset(); }
 
   explicit operator bool() const { return raw_ != Traits::Empty(); }
   Raw Get() const { return raw_; }
-  Raw operator->() const { return raw_; }  // for pointers; must not be empty
-  // For out-parameters: what was held is closed, the callee fills in the new one.
+  Raw operator->() const { return raw_; }  // for pointers; not for an empty owner
+  // For out-parameters: closes the object that is held. The called function then stores a new one.
   Raw* Receive() {
     Reset();
     return &raw_;
@@ -41,12 +41,12 @@ class Unique {
   Raw raw_ = Traits::Empty();
 };
 
-struct KernelTraits {  // processes, threads, pipes: "none" is null
+struct KernelTraits {  // processes, threads, pipes, events, jobs: "none" is null
   using Raw = HANDLE;
   static Raw Empty() { return nullptr; }
   static void Close(Raw handle) { CloseHandle(handle); }
 };
-struct FileTraits : KernelTraits {  // CreateFileW: "none" is INVALID_HANDLE_VALUE
+struct FileTraits : KernelTraits {  // files of CreateFileW: "none" is INVALID_HANDLE_VALUE
   static Raw Empty() { return INVALID_HANDLE_VALUE; }
 };
 using KernelHandle = Unique<KernelTraits>;
@@ -66,7 +66,7 @@ struct AcceleratorTraits {
 };
 using AcceleratorTable = Unique<AcceleratorTraits>;
 
-struct TaskTextTraits {  // text that a COM method hands out
+struct TaskTextTraits {  // text that a COM method returns and the caller frees
   using Raw = LPWSTR;
   static Raw Empty() { return nullptr; }
   static void Close(Raw text) { CoTaskMemFree(text); }

@@ -10,8 +10,8 @@ namespace {
 
 bool IsAscii(char c) { return static_cast<unsigned char>(c) < 0x80; }
 
-// Widens the ASCII characters at the start of `text` and says how many there are. Most of what goes
-// to the page is nothing else, and the system's conversion takes many times as long for it.
+// Widens the ASCII characters at the start of `text` and returns how many there are. Most text for
+// the page is ASCII only, and the system's conversion is many times slower for it.
 size_t WidenAscii(std::string_view text, wchar_t* out) {
   const __m128i zero = _mm_setzero_si128();
   size_t at = 0;
@@ -29,15 +29,15 @@ size_t WidenAscii(std::string_view text, wchar_t* out) {
 }  // namespace
 
 std::wstring Widen(std::string_view utf8) {
-  // One pass: no UTF-8 text has more UTF-16 units than bytes.
+  // One pass is enough: a UTF-8 text never has more UTF-16 units than bytes.
   std::wstring wide(utf8.size(), L'\0');
   size_t units = 0;
   while (!utf8.empty()) {
     const size_t ascii = WidenAscii(utf8, wide.data() + units);
     units += ascii;
     utf8.remove_prefix(ascii);
-    // No sequence, good or bad, goes on beyond an ASCII character: the rest may be converted in
-    // runs.
+    // An ASCII character ends every sequence, well-formed or not. So each run of other bytes can be
+    // converted by itself.
     const auto end = std::find_if(utf8.begin(), utf8.end(), IsAscii);
     const auto run = static_cast<int>(end - utf8.begin());
     if (run == 0) continue;

@@ -1,4 +1,4 @@
-// UTF-8 to UTF-16 and back, at the border to the operating system.
+// Converts UTF-8 to UTF-16 and back, for calls of the operating system.
 #pragma once
 
 #include <string>
@@ -6,7 +6,8 @@
 
 namespace wendra {
 
-// Neither fails: what is not well-formed becomes U+FFFD. At most 2^31 - 1 units go in.
+// These functions never fail: parts that are not well-formed become U+FFFD. The input has at most
+// 2^31 - 1 bytes (Widen) or UTF-16 units (Narrow).
 std::wstring Widen(std::string_view utf8);
 std::string Narrow(std::wstring_view utf16);
 

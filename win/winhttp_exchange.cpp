@@ -8,7 +8,7 @@
 #include "win/wide.h"
 #include "win/winhttp_handle.h"
 
-// Windows' own order: winhttp.h and shlwapi.h need windows.h before them.
+// After the project's headers, which include windows.h: winhttp.h and shlwapi.h need it first.
 #include <shlwapi.h>
 #include <winhttp.h>
 
@@ -19,7 +19,7 @@ constexpr DWORD kHostUnits = 255;
 constexpr DWORD kPathUnits = 4095;
 constexpr DWORD kHeaderUnits = 1024;
 constexpr DWORD kLocationUnits = 4096;
-constexpr int kMostRedirects = 10;  // as many as WinHTTP follows
+constexpr int kMostRedirects = 10;  // WinHTTP's own limit
 
 struct Target {
   INTERNET_SCHEME scheme = 0;
@@ -35,7 +35,7 @@ std::optional<Target> CrackUrl(const std::wstring& url) {
   parts.dwStructSize = sizeof(parts);
   parts.lpszHostName = host.data();
   parts.dwHostNameLength = kHostUnits;
-  parts.lpszUrlPath = path.data();  // takes the query too, since nothing else asks for that
+  parts.lpszUrlPath = path.data();  // gets the query too, since lpszExtraInfo is null
   parts.dwUrlPathLength = kPathUnits;
   if (!WinHttpCrackUrl(url.c_str(), static_cast<DWORD>(url.size()), 0, &parts)) return {};
   return Target{parts.nScheme,
@@ -49,7 +49,7 @@ bool IsSameOrigin(const Target& a, const Target& b) {
          CompareStringOrdinal(a.host.c_str(), -1, b.host.c_str(), -1, TRUE) == CSTR_EQUAL;
 }
 
-// Whether the redirect asks for the same request at another place.
+// Whether a redirect with this status means: send the same request to another URL.
 bool RepeatsRequest(DWORD status, std::string_view method) {
   if (status == 307 || status == 308) return true;
   return method == "GET" && (status == 301 || status == 302 || status == 303);
@@ -76,7 +76,7 @@ std::optional<std::wstring> QueryText(HINTERNET request, DWORD query, const wcha
 DWORD QueryStatus(HINTERNET request) {
   DWORD status = 0;
   DWORD bytes = sizeof(status);
-  // Without a status (never seen) it stays 0, which no caller takes for success.
+  // If WinHTTP gives no status (never seen), it stays 0, which is no success for any caller.
   (void)WinHttpQueryHeaders(request, WINHTTP_QUERY_STATUS_CODE | WINHTTP_QUERY_FLAG_NUMBER,
                             WINHTTP_HEADER_NAME_BY_INDEX, &status, &bytes, WINHTTP_NO_HEADER_INDEX);
   return status;
@@ -84,17 +84,17 @@ DWORD QueryStatus(HINTERNET request) {
 
 }  // namespace
 
-// The one WinHTTP operation that the worker waits for. WinHTTP works asynchronously here: a thread
-// that is inside a synchronous call can only be called back by closing the handle under its feet,
-// and by then the handle's value may already name somebody else's request.
+// The WinHTTP operation that the worker waits for; there is never more than one. We use WinHTTP
+// asynchronously. A synchronous call could only be ended by closing its handle from another thread,
+// and by then the same handle value may already belong to another request.
 struct WinHttpExchange::Operation {
-  // Runs `start`, which is to begin an operation, and waits for its end.
+  // Calls `start`, which begins an operation, and waits for the end of that operation.
   template <typename Start>
   bool Run(Start start) {
     return Begin(start) && Wait();
   }
 
-  // The same in two steps. False: nothing has begun that could end.
+  // Run in two steps: Begin, then Wait. False: no operation has begun.
   template <typename Start>
   bool Begin(Start start) {
     {
@@ -132,7 +132,7 @@ struct WinHttpExchange::Operation {
     if (limitMs) dueMs = GetTickCount64() + limitMs;
   }
 
-  // Under the lock.
+  // The caller holds the lock.
   void SleepUntilEndOrDue() {
     DWORD leftMs = INFINITE;
     if (dueMs) {
@@ -147,12 +147,12 @@ struct WinHttpExchange::Operation {
   static void CALLBACK OnStatus(HINTERNET handle, DWORD_PTR context, DWORD status, void* info,
                                 DWORD infoBytes);
 
-  // What WinHTTP may still read and write after the worker has gone.
+  // Buffers that WinHTTP may still read and write after the worker has ended.
   std::string body;
   std::string chunk;
 
-  // Windows' own lock: there is a hand-over for every chunk of a body, and mingw's std::mutex asks
-  // the kernel each time.
+  // A lock of Windows: it is taken several times for each chunk of a body, and mingw's std::mutex
+  // calls the kernel each time.
   struct Locked {
     explicit Locked(Operation& operation) : lock(operation.lock) { AcquireSRWLockExclusive(&lock); }
     ~Locked() { ReleaseSRWLockExclusive(&lock); }
@@ -162,13 +162,13 @@ struct WinHttpExchange::Operation {
   };
   SRWLOCK lock = SRWLOCK_INIT;
   CONDITION_VARIABLE ended = CONDITION_VARIABLE_INIT;
-  std::optional<ULONGLONG> dueMs;  // on the clock of GetTickCount64
+  std::optional<ULONGLONG> dueMs;  // when the request's limit is over, in time of GetTickCount64
   bool isAborted = false;
   bool isOverdue = false;
-  bool hasFailed = false;  // nothing may be asked of the request any more
+  bool hasFailed = false;  // then no further operation begins
   bool isDone = false;
   bool isSuccess = false;
-  DWORD bytes = 0;  // available or read
+  DWORD bytes = 0;  // of the operation that has ended: available, or read
 };
 
 void CALLBACK WinHttpExchange::Operation::OnStatus(HINTERNET, DWORD_PTR context, DWORD status,
@@ -185,7 +185,7 @@ void CALLBACK WinHttpExchange::Operation::OnStatus(HINTERNET, DWORD_PTR context,
       return (*holder)->End(true, infoBytes);
     case WINHTTP_CALLBACK_STATUS_REQUEST_ERROR:
       return (*holder)->End(false);
-    case WINHTTP_CALLBACK_STATUS_HANDLE_CLOSING:  // nothing comes after it
+    case WINHTTP_CALLBACK_STATUS_HANDLE_CLOSING:  // the last call for this request
       delete holder;
   }
 }
@@ -194,11 +194,12 @@ class WinHttpExchange::Connection {
  public:
   Connection(Target target, std::wstring url) : target_(std::move(target)), url_(std::move(url)) {}
 
-  // What could not be done, or null.
+  // Both return null, or the text of the error.
   const char* Open(const HttpRequest& request);
   const char* Exchange(const HttpRequest& request, const std::shared_ptr<Operation>& operation);
 
-  // Turns to where the response redirects. False when it does not, or not there.
+  // If the response redirects to a URL that `request` allows, takes that URL as the target. False
+  // otherwise.
   bool Redirect(const HttpRequest& request);
 
   HINTERNET Request() const { return request_.Get(); }
@@ -212,7 +213,7 @@ class WinHttpExchange::Connection {
   HttpHandle session_;
   HttpHandle connection_;
   HttpHandle request_;
-  DWORD_PTR context_ = 0;  // what the status callback gets
+  DWORD_PTR context_ = 0;  // for the status callback: a shared_ptr to the operation
 };
 
 const char* WinHttpExchange::Connection::Open(const HttpRequest& request) {
@@ -220,8 +221,8 @@ const char* WinHttpExchange::Connection::Open(const HttpRequest& request) {
                              WINHTTP_NO_PROXY_NAME, WINHTTP_NO_PROXY_BYPASS, WINHTTP_FLAG_ASYNC));
   if (!session_) return "WinHttpOpen failed";
   const HttpTimeouts& limits = request.timeouts;
-  // Neither fails for the values that the program has. The second one's default would end the wait
-  // for the headers after 90 seconds.
+  // Both calls succeed for the values that the program uses. Without the second call, WinHTTP ends
+  // the wait for the headers after 90 seconds.
   (void)WinHttpSetTimeouts(session_.Get(), limits.resolveMs, limits.connectMs, limits.sendMs,
                            limits.receiveMs);
   DWORD receiveMs = static_cast<DWORD>(limits.receiveMs);
@@ -250,7 +251,7 @@ bool WinHttpExchange::Connection::OpenRequest(const HttpRequest& request,
           0) == WINHTTP_INVALID_STATUS_CALLBACK) {
     return false;
   }
-  (void)holder.release();  // the callback frees it when the request is closed
+  (void)holder.release();  // the callback frees it at HANDLE_CLOSING
   DWORD disabled = WINHTTP_DISABLE_REDIRECTS;
   return request.redirects == HttpRedirects::kAnywhere ||
          WinHttpSetOption(request_.Get(), WINHTTP_OPTION_DISABLE_FEATURE, &disabled,
@@ -264,7 +265,7 @@ void WinHttpExchange::Connection::AddHeaders(const HttpRequest& request) const {
     text += ": ";
     text += value;
     const std::wstring line = Widen(text);
-    // One that WinHTTP refuses is left out.
+    // A header that WinHTTP refuses is left out.
     (void)WinHttpAddRequestHeaders(request_.Get(), line.data(), static_cast<DWORD>(line.size()),
                                    WINHTTP_ADDREQ_FLAG_ADD);
   }
@@ -287,7 +288,7 @@ const char* WinHttpExchange::Connection::Exchange(const HttpRequest& request,
 }
 
 bool WinHttpExchange::Connection::Redirect(const HttpRequest& request) {
-  if (request.redirects == HttpRedirects::kAnywhere) return false;  // WinHTTP has done it
+  if (request.redirects == HttpRedirects::kAnywhere) return false;  // WinHTTP has followed it
   if (!RepeatsRequest(QueryStatus(request_.Get()), request.method)) return false;
   const auto location = QueryText(request_.Get(), WINHTTP_QUERY_LOCATION,
                                   WINHTTP_HEADER_NAME_BY_INDEX, kLocationUnits);
@@ -340,7 +341,7 @@ std::size_t WinHttpExchange::WaitForChunk() {
 std::string_view WinHttpExchange::ReadChunk(std::size_t bytes) {
   std::string& chunk = operation_->chunk;
   const auto read = [&] {
-    if (chunk.size() < bytes) chunk.resize(bytes);  // nobody else writes to it now
+    if (chunk.size() < bytes) chunk.resize(bytes);  // safe: no operation uses the buffer now
     return WinHttpReadData(connection_->Request(), chunk.data(), static_cast<DWORD>(bytes),
                            nullptr);
   };

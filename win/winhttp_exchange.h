@@ -1,10 +1,11 @@
-// HttpExchange on WinHTTP: the only code of the program that calls WinHTTP.
+// Implements HttpExchange with WinHTTP. No other code of the program calls WinHTTP.
 //
-// Redirects. WinHTTP by itself follows them to any host and takes all headers along. That is right
+// Redirects: by itself, WinHTTP follows them to any host and sends all headers there. That is right
 // for a download and wrong for a request that carries secrets: see HttpRedirects.
 //
-// Proxies are those of the machine (`netsh winhttp`); no cookies, no stored passwords, no
-// compression.
+// Proxies are those of the machine (`netsh winhttp`). Each exchange has a WinHTTP session of its
+// own, so there are no cookies of earlier exchanges, and no stored passwords. Responses are not
+// decompressed.
 #pragma once
 
 #include <memory>
@@ -13,8 +14,9 @@
 
 namespace wendra {
 
-// WinHTTP must not be asked anything about a request that has failed. The worker alone closes the
-// handles (request, connection, session), so that none is closed while a call is about to use it.
+// After a request has failed, this class asks WinHTTP for no more of its body: Wine would announce
+// bytes that are not there. Abort closes no handle. The worker thread and the destructor close them
+// (request, connection, session), so no handle is closed while a call is about to use it.
 class WinHttpExchange : public HttpExchange {
  public:
   WinHttpExchange();
@@ -34,9 +36,9 @@ class WinHttpExchange : public HttpExchange {
   struct Operation;
   class Connection;
 
-  std::shared_ptr<Operation> operation_;  // also held by WinHTTP, until it releases the request
+  std::shared_ptr<Operation> operation_;  // WinHTTP also holds it, until the request is closed
   std::unique_ptr<Connection> connection_;
-  bool isAsked_ = false;  // for a chunk that no WaitForChunk has waited for yet
+  bool isAsked_ = false;  // AskForChunk has asked for a chunk that WaitForChunk has not waited for
 };
 
 }  // namespace wendra

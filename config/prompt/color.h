@@ -1,4 +1,4 @@
-// The colours of the first-run prompt. Pure.
+// Defines the colours of the first-run prompt. Pure.
 #pragma once
 
 #include <cstdint>
@@ -22,11 +22,11 @@ inline constexpr Rgb kPromptError{0xC4, 0x2B, 0x1C};
 inline constexpr Rgb kPromptFrame = Grey(0xC4);
 inline constexpr Rgb kDefaultAccent{0x00, 0x67, 0xC0};
 
-// The user's accent colour from the bytes of Windows' registry value "AccentColor": red, green,
-// blue, opacity. Anything but four bytes gives the default.
+// The user's accent colour. `value` holds the bytes of Windows' registry value "AccentColor": red,
+// green, blue, opacity. A value that is not four bytes long gives kDefaultAccent.
 Rgb AccentColor(std::string_view value);
 
-// Of the line around the field: an error outdoes the focus.
+// The colour of the line around the field. An error has priority over the focus.
 Rgb FrameColor(bool hasError, bool hasFocus, Rgb accent);
 
 struct ButtonColors {

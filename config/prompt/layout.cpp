@@ -5,17 +5,17 @@
 namespace wendra {
 namespace {
 
-// All at 96 DPI.
+// All sizes are in pixels at 96 DPI.
 constexpr int kWidth = 480;
 constexpr int kMargin = 24;
 constexpr int kAboveTitle = 28;
 constexpr int kBelowTitle = 8;
 constexpr int kAboveLabel = 20;
 constexpr int kBelowLabel = 6;
-constexpr int kFrameHeight = 32;
+constexpr int kFrameHeight = 32;  // the least; a higher field makes the frame higher
 constexpr int kFieldInset = 3;
 constexpr int kAboveError = 5;
-constexpr int kErrorHeight = 18;  // at least
+constexpr int kErrorHeight = 18;  // the least; a higher text makes the row higher
 constexpr int kAboveFooter = 22;
 constexpr int kFooterHeight = 64;
 constexpr int kFooterPadding = 16;
@@ -25,7 +25,7 @@ constexpr int kButtonGap = 8;
 
 }  // namespace
 
-// As MulDiv does it.
+// Rounds as the Windows function MulDiv does.
 int ScaleByPercent(int size, int percent) {
   const int product = size * percent;
   return (product + (product < 0 ? -50 : 50)) / 100;
@@ -44,7 +44,7 @@ PromptLayout LayOutPrompt(int percent, const PromptTextHeights& heights) {
   const int left = scaled(kMargin);
   const int right = layout.width - scaled(kMargin);
 
-  // From top to bottom; each row begins where the last one ended and the gap between them ends.
+  // Places the rows from top to bottom. Each row begins `gap` below the end of the last one.
   int y = 0;
   const auto row = [&](int gap, int height) {
     const int top = y + scaled(gap);

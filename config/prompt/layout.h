@@ -1,13 +1,13 @@
-// Where everything lies in the first-run prompt. Pure; device pixels unless said otherwise.
+// Computes the positions of all parts of the first-run prompt, in device pixels. Pure.
 #pragma once
 
 namespace wendra {
 
-// A size at 96 DPI in the pixels of a display: `percent` is its DPI as percentage of 96, halves
-// round away from zero.
+// Converts `size`, which is in pixels at 96 DPI, to device pixels. `percent` is the display's DPI
+// as a percentage of 96. Halves round away from zero.
 int ScaleByPercent(int size, int percent);
 
-// 100 at 96 DPI, fractions cut off.
+// `dpi` as a percentage of 96, so 100 at 96 DPI; fractions are cut off.
 int PercentOfDpi(unsigned dpi);
 
 struct PromptBox {
@@ -20,12 +20,12 @@ struct PromptBox {
   bool operator==(const PromptBox&) const = default;
 };
 
-// The heights of the texts, as wide as PromptTextWidth, in the fonts of the display.
+// The heights of the texts in the display's fonts, with lines as wide as PromptTextWidth.
 struct PromptTextHeights {
   int title = 0;
   int introduction = 0;
   int label = 0;
-  int field = 0;  // of one line
+  int field = 0;  // the height of one line
   int error = 0;
 };
 
@@ -37,13 +37,13 @@ struct PromptLayout {
   PromptBox label;
   PromptBox frame;  // the line around the field
   PromptBox field;
-  PromptBox error;  // its place is kept free, so that nothing moves when it shows
+  PromptBox error;  // empty until there is an error; the space is kept so that no part moves
   PromptBox footer;
   PromptBox accept;
   PromptBox cancel;
 };
 
-// How wide a text may be before it is broken into lines.
+// The largest width of a line of text; longer texts are broken into lines.
 int PromptTextWidth(int percent);
 
 PromptLayout LayOutPrompt(int percent, const PromptTextHeights& heights);

@@ -7,8 +7,8 @@
 namespace wendra {
 namespace {
 
-constexpr int kCornerRadius = 4;  // at 96 DPI, as the next
-constexpr int kFocusInset = 3;
+constexpr int kCornerRadius = 4;  // in pixels at 96 DPI
+constexpr int kFocusInset = 3;    // in pixels at 96 DPI
 
 struct GdiObjectTraits {
   using Raw = HGDIOBJ;
@@ -17,7 +17,7 @@ struct GdiObjectTraits {
 };
 using GdiObject = Unique<GdiObjectTraits>;
 
-// Selects an object for one scope.
+// Selects a GDI object for one scope; the destructor selects the old one again.
 class Selection {
  public:
   Selection(HDC dc, HGDIOBJ object) : dc_(dc), before_(SelectObject(dc, object)) {}

@@ -10,7 +10,7 @@ std::string WindowServerPrompt::Ask() {
   prompt.Show();
   MSG message{};
   while (GetMessageW(&message, nullptr, 0, 0) > 0) {
-    // Tab moves, Enter is command 1, Escape command 2.
+    // Turns keys into actions: Tab moves the focus, Enter sends IDOK, Escape sends IDCANCEL.
     if (IsDialogMessageW(prompt.Handle(), &message)) continue;
     TranslateMessage(&message);
     DispatchMessageW(&message);

@@ -1,4 +1,4 @@
-// The window that asks for the server on first run.
+// Asks the user for the server in a window of its own, on the first run.
 #pragma once
 
 #include "config/server_prompt.h"
@@ -7,8 +7,9 @@
 
 namespace wendra {
 
-// UI thread only. Shows a window of its own, in front and with the keyboard, and runs a message
-// loop until the user has accepted an address or cancelled, by whatever means.
+// Ask shows the window in front, gives it the keyboard, and runs a message loop until the user has
+// accepted an address or closed the window. Closing it in any way counts as cancelling. If the
+// window cannot be created, Ask returns "" as well. UI thread only.
 class WindowServerPrompt : public ServerPrompt {
  public:
   explicit WindowServerPrompt(HINSTANCE instance) : instance_(instance) {}

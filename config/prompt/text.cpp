@@ -5,7 +5,7 @@
 namespace wendra {
 namespace {
 
-// The low ten bits of a language id are the language, the others the region.
+// The low ten bits of a language id are the language, the other bits the region.
 constexpr std::uint16_t kPrimaryLanguageBits = 0x3FF;
 constexpr std::uint16_t kGerman = 7;
 

@@ -1,4 +1,4 @@
-// What the first-run prompt says, in German or English. Pure.
+// The texts of the first-run prompt, in German and English. Pure.
 #pragma once
 
 #include <cstdint>
@@ -15,11 +15,11 @@ struct PromptText {  // UTF-8
   std::string error;
 };
 
-// In the language of the user's Windows, as GetUserDefaultUILanguage gives it: German wherever it
-// is spoken, else English.
+// The texts for `uiLanguage`, a language id as GetUserDefaultUILanguage gives it: German texts for
+// German of every region, English texts for all other languages.
 PromptText PromptTextFor(std::uint16_t uiLanguage);
 
-// What the field shows at first: the address of an instance, to be overwritten.
+// The first text in the field: the address of an example instance, for the user to overwrite.
 std::string PromptExampleAddress();
 
 }  // namespace wendra

@@ -22,8 +22,8 @@ constexpr int kAcceptId = 201;
 constexpr int kCancelId = 202;
 
 constexpr int kFieldTextLimit = 2048;  // characters
-constexpr int kFieldMargin = 10;       // at 96 DPI, as the next
-constexpr int kCornerSize = 8;
+constexpr int kFieldMargin = 10;       // in pixels at 96 DPI
+constexpr int kCornerSize = 8;         // in pixels at 96 DPI
 
 Font MakeFont(int percent, int height, int weight) {
   return Font(CreateFontW(-ScaleByPercent(height, percent), 0, 0, 0, weight, FALSE, FALSE, FALSE,
@@ -35,10 +35,11 @@ void RegisterWindowClass(HINSTANCE instance, WNDPROC procedure) {
   WNDCLASSEXW windowClass = MakeWindowClass(instance, kWindowClass, procedure);
   windowClass.style = CS_DROPSHADOW;
   windowClass.hIcon = LoadProgramIcon(instance);
-  (void)RegisterClassExW(&windowClass);  // fails the second time: it is there already
+  (void)RegisterClassExW(&windowClass);  // fails the second time: the class exists already
 }
 
-// The middle of the work area of the monitor with the mouse pointer.
+// The position that puts a window of this size into the middle of the work area of the monitor with
+// the mouse pointer.
 POINT CenteredPosition(int width, int height) {
   POINT pointer{};
   GetCursorPos(&pointer);
@@ -112,7 +113,8 @@ PromptTextHeights PromptWindow::MeasureTexts() const {
   return heights;
 }
 
-// In the order of the Tab key; a screen reader takes the text before the field for its name.
+// The controls are made in the order of the Tab key. A screen reader uses the text that is made
+// just before the field as the field's name.
 void PromptWindow::MakeControls() {
   constexpr DWORD kText = SS_LEFT | SS_NOPREFIX;
   MakeControl(L"STATIC", text_.title, WS_VISIBLE | kText, 0, layout_.title, fonts_.title);
@@ -138,7 +140,7 @@ void PromptWindow::MakeField() {
   field_ = MakeControl(L"EDIT", "", WS_VISIBLE | WS_TABSTOP | ES_AUTOHSCROLL, kFieldId,
                        layout_.field, fonts_.text);
   focus_ = field_;
-  (void)SetWindowTheme(field_, L"", L"");  // the frame around it is ours
+  (void)SetWindowTheme(field_, L"", L"");  // OnPaint draws the frame around the field
   SendMessageW(field_, EM_LIMITTEXT, kFieldTextLimit, 0);
   const int margin = Scaled(kFieldMargin);
   SendMessageW(field_, EM_SETMARGINS, EC_LEFTMARGIN | EC_RIGHTMARGIN, MAKELPARAM(margin, margin));
@@ -157,7 +159,7 @@ void PromptWindow::RoundCorners() {
   constexpr DWORD kRound = 2;              // DWMWCP_ROUND
   if (SUCCEEDED(DwmSetWindowAttribute(window_, kCornerPreference, &kRound, sizeof(kRound)))) return;
   const int corner = Scaled(kCornerSize);
-  // The window owns the region from here on.
+  // The system owns the region after this call.
   SetWindowRgn(window_,
                CreateRoundRectRgn(0, 0, layout_.width + 1, layout_.height + 1, corner, corner),
                FALSE);
@@ -195,7 +197,7 @@ LRESULT PromptWindow::OnMessage(UINT message, WPARAM wparam, LPARAM lparam) {
       OnPaint();
       return 0;
     case WM_ERASEBKGND:
-      return 1;  // WM_PAINT covers it all
+      return 1;  // OnPaint fills the whole window
     case WM_DRAWITEM:
       OnDrawButton(*reinterpret_cast<const DRAWITEMSTRUCT*>(lparam));
       return TRUE;
@@ -204,7 +206,7 @@ LRESULT PromptWindow::OnMessage(UINT message, WPARAM wparam, LPARAM lparam) {
     case WM_CTLCOLOREDIT:
       return reinterpret_cast<LRESULT>(background_.Get());
     case WM_DESTROY:
-      PostQuitMessage(0);  // ends the loop of whoever asked
+      PostQuitMessage(0);  // ends the message loop in WindowServerPrompt::Ask
       return 0;
     case WM_NCDESTROY: {
       const HWND window = window_;
@@ -238,7 +240,8 @@ void PromptWindow::OnAccept() {
   SetFocus(field_);
 }
 
-// Windows gives a returning window the keyboard, but not the control that had it.
+// When the window becomes active again, Windows gives the focus to the window and not to the
+// control that had it before. So the window remembers that control.
 void PromptWindow::KeepFocus() {
   const HWND focus = GetFocus();
   if (IsChild(window_, focus)) focus_ = focus;
@@ -293,7 +296,7 @@ void PromptWindow::OnHover(HWND button, bool isHovered) {
     TRACKMOUSEEVENT leave{sizeof(leave), TME_LEAVE, button, 0};
     TrackMouseEvent(&leave);
   }
-  // The mouse may be on the next button before the last one hears that it has left.
+  // The mouse may enter the next button before the last one gets WM_MOUSELEAVE.
   const HWND left = std::exchange(hovered_, isHovered ? button : nullptr);
   for (const HWND changed : {left, hovered_}) {
     if (changed) InvalidateRect(changed, nullptr, FALSE);

@@ -1,4 +1,4 @@
-// The first-run prompt's window: its controls, what they do, and how it looks.
+// Creates the first-run prompt's window with its controls, draws it and handles its messages.
 #pragma once
 
 #include <string>
@@ -12,8 +12,8 @@
 
 namespace wendra {
 
-// UI thread only. The window and its controls live from construction until the user has decided;
-// Handle() then is null.
+// The constructor creates the window and its controls, hidden. They exist until the user has
+// decided or the destructor runs. UI thread only.
 class PromptWindow {
  public:
   explicit PromptWindow(HINSTANCE instance);
@@ -21,10 +21,11 @@ class PromptWindow {
   PromptWindow(const PromptWindow&) = delete;
   PromptWindow& operator=(const PromptWindow&) = delete;
 
+  // Null after the user has decided, and if the window could not be created.
   HWND Handle() const { return window_; }
-  // In front, with the keyboard in the field.
+  // Shows the window in front of others and gives the field the focus.
   void Show();
-  // The accepted address; "" while there is none.
+  // The accepted address; "" until the user accepts one.
   const std::string& Result() const { return result_; }
 
  private:
@@ -64,7 +65,7 @@ class PromptWindow {
   int Scaled(int size) const { return ScaleByPercent(size, percent_); }
 
   const HINSTANCE instance_;
-  const int percent_;  // of 96 DPI, as the system had it at the start
+  const int percent_;  // the system's DPI at construction, as a percentage of 96
   const PromptText text_;
   const Rgb accent_;
   const Fonts fonts_;
@@ -74,8 +75,8 @@ class PromptWindow {
   HWND window_ = nullptr;
   HWND field_ = nullptr;
   HWND error_ = nullptr;
-  HWND focus_ = nullptr;    // the control that gets the keyboard with the window
-  HWND hovered_ = nullptr;  // the button under the mouse
+  HWND focus_ = nullptr;    // the control that gets the focus when the window gets it
+  HWND hovered_ = nullptr;  // the button under the mouse; may be null
   bool hasError_ = false;
   std::string result_;
 };

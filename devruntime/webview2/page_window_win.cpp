@@ -30,7 +30,7 @@ void RegisterWindowClass() {
   // Each window gets its own procedure once it has its object.
   WNDCLASSEXW windowClass = MakeWindowClass(ThisModule(), kWindowClass, &DefWindowProcW);
   windowClass.style = CS_DBLCLKS;
-  (void)RegisterClassExW(&windowClass);  // fails the second time: it is there already
+  (void)RegisterClassExW(&windowClass);  // fails the second time: the class exists already
 }
 
 // The characters that TranslateMessage has just made of a key.

@@ -21,7 +21,7 @@ UiQueue* QueueOf(HWND window) {
 std::shared_ptr<UiQueue> UiQueue::Create() {
   const WNDCLASSEXW windowClass =
       MakeWindowClass(ThisModule(), kWindowClass, &UiQueue::WindowProcedure);
-  (void)RegisterClassExW(&windowClass);  // fails the second time: it is there already
+  (void)RegisterClassExW(&windowClass);  // fails the second time: the class exists already
   std::shared_ptr<UiQueue> queue(new UiQueue);
   queue->window_ = CreateWindowExW(0, kWindowClass, L"", 0, 0, 0, 0, 0, HWND_MESSAGE, nullptr,
                                    ThisModule(), nullptr);

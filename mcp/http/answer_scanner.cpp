@@ -7,7 +7,7 @@
 namespace wendra {
 namespace {
 
-constexpr size_t kMaxWordBytes = 16;  // longer than every key and id that matters
+constexpr size_t kMaxWordBytes = 16;  // longer than "method" and than every request id
 
 }  // namespace
 
@@ -22,7 +22,7 @@ void AnswerScanner::Feed(std::string_view bytes) {
   }
 }
 
-// How many bytes belong to the string that has begun, its end included.
+// Returns how many of `bytes` belong to the string that has begun, its closing quote included.
 size_t AnswerScanner::SkipString(std::string_view bytes) {
   const char* const begin = bytes.data();
   const char* const end = begin + bytes.size();

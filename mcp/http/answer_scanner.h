@@ -1,4 +1,7 @@
-// Tells, while JSON text is still arriving, when it has become the answer to one request. Pure.
+// Tells when JSON text that arrives in chunks is the whole answer to one request. Pure.
+//
+// In this folder an answer is the JSON-RPC response to a request of ours: a response can also be
+// that of HTTP.
 #pragma once
 
 #include <cstddef>
@@ -9,26 +12,27 @@
 
 namespace wendra {
 
-// Looks at each byte once and keeps none but a key. Only the outermost object counts: what an
-// answer holds may look like an answer itself. Of text that is not JSON the verdict means nothing.
+// Looks at each byte once and keeps at most a short key or id. Only the outermost object counts,
+// since the result inside an answer may look like an answer itself. The verdict on text that is not
+// JSON means nothing.
 class AnswerScanner {
  public:
-  // `requestId` consists of digits. "" is answered by nothing.
+  // `requestId` consists of digits. If it is "", no text is an answer.
   explicit AnswerScanner(std::string requestId) : requestId_(std::move(requestId)) {}
 
   void Feed(std::string_view bytes);
 
-  // The bytes so far are one whole object with nothing but blanks around it, its first "id" is that
-  // of the request, as a string or as a number, and it has no "method".
+  // True: the bytes so far are one whole object with only whitespace around it, its first "id" is
+  // that of the request, as a string or as a number, and it has no "method".
   bool IsAnswer() const { return state_ == State::kWhole && hasId_ && !hasMethod_; }
 
  private:
   enum class State : std::uint8_t {
     kBefore,   // the object has not begun
-    kKey,      // in it, before a colon
-    kValue,    // in it, after a colon; also within deeper ones
-    kWhole,    // it has ended
-    kInvalid,  // it is no object, or more than one
+    kKey,      // inside the object, before a colon
+    kValue,    // inside the object, after a colon; also inside a deeper value
+    kWhole,    // the object has ended
+    kInvalid,  // the text is not one object
   };
 
   size_t SkipString(std::string_view bytes);
@@ -44,8 +48,8 @@ class AnswerScanner {
   size_t depth_ = 0;  // of objects and arrays
   bool isInString_ = false;
   bool isEscaped_ = false;
-  std::string word_;   // a key of the object, or the value of its "id", as far as it matters
-  bool isId_ = false;  // the value is that of the first "id"
+  std::string word_;   // the first bytes of a key of the object or of the value of its "id"
+  bool isId_ = false;  // the present value is that of the first "id"
   bool sawId_ = false;
   bool hasId_ = false;
   bool hasMethod_ = false;

@@ -8,8 +8,8 @@
 
 namespace wendra {
 
-// Sends the DELETE on a thread of its own, at once, whatever the link's state; its outcome does not
-// matter. Null when there is no session, or no thread.
+// Sends the DELETE at once, on a thread of its own. Its outcome does not matter, and a stop of the
+// link does not abort it. Null: there is no session, or the system had no thread to give.
 std::shared_ptr<SessionEnd> EndHttpSession(const HttpLink& link);
 
 }  // namespace wendra

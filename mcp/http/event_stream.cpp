@@ -10,7 +10,7 @@ namespace {
 constexpr std::string_view kData = "data:";
 constexpr std::string_view kId = "id:";
 
-// What follows the field's name, in the memory of the line: messages can be long.
+// The value after the field's name. It reuses the memory of the line, since messages can be long.
 std::string ValueOf(std::string line, std::string_view name) {
   const std::string_view value = TrimBlanks(std::string_view(line).substr(name.size()));
   if (value.empty()) return {};

@@ -26,8 +26,8 @@ bool HttpTransport::Send(OutgoingMessage message) {
       .reportsStatus = message.reportsStatus,
   });
   if (StartDetachedThread([post] { HttpRequestWorker(*post); })) return !message.reportsStatus;
-  // Without a thread the request fails as without a network. When the inbox is full too, it times
-  // out.
+  // Without a thread the request fails as it does without a network. If the inbox is full too, the
+  // request ends by its time-out.
   if (!post->requestId.empty()) link_->DeliverAtOnce(HttpErrorResponse(post->requestId, ""));
   return true;
 }

@@ -1,4 +1,4 @@
-// The way to a remote MCP server: streamable HTTP. Pure.
+// The transport of a remote MCP server: streamable HTTP. Pure.
 #pragma once
 
 #include <memory>
@@ -9,13 +9,14 @@
 #include "mcp/http/link.h"
 #include "mcp/http/refusals.h"
 #include "mcp/inbox.h"
-#include "mcp/server_settings.h"
+#include "config/settings.h"
 #include "mcp/transport.h"
 
 namespace wendra {
 
-// UI thread only. Each message has a thread of its own, and one thread receives the messages that
-// the server sends by itself. Nobody waits for a thread.
+// UI thread only. Each request and each notification has a thread of its own. One thread sends all
+// refusals, and one thread receives the messages that the server sends by itself. This class waits
+// for no thread.
 class HttpTransport : public Transport {
  public:
   // Connects with the first message.
@@ -31,8 +32,8 @@ class HttpTransport : public Transport {
   void OnInitialized() override;
   void ForgetSession() override;
 
-  // In this order: starts to tell the server that the session is over, if there is one; ends the
-  // requests that wait, and the listening.
+  // If there is a session, first starts the DELETE that ends it. Then aborts everything else:
+  // requests, notifications, refusals and the listener.
   std::shared_ptr<SessionEnd> Stop() override;
 
  private:

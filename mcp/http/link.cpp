@@ -27,7 +27,7 @@ HttpRequest HttpLink::Request(std::string method, NamedValues headers,
   request.timeouts = timeouts;
   request.headers = std::move(headers);
   request.headers.insert(request.headers.end(), headers_.begin(), headers_.end());
-  request.redirects = HttpRedirects::kSameOrigin;  // the headers are secrets
+  request.redirects = HttpRedirects::kSameOrigin;  // the configured headers may be secrets
   return request;
 }
 

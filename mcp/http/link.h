@@ -1,4 +1,4 @@
-// What the transport of one remote server shares with its threads. Pure.
+// The state that the transport of one remote server shares with its threads. Pure.
 #pragma once
 
 #include <cstddef>
@@ -11,7 +11,7 @@
 #include "base/lock.h"
 #include "mcp/flow_control.h"
 #include "mcp/inbox.h"
-#include "mcp/server_settings.h"
+#include "config/settings.h"
 
 namespace wendra {
 
@@ -31,39 +31,39 @@ class HttpLink {
 
   Session CurrentSession() const;
 
-  // A response of the server has carried the session id `id`: the last one to come counts, also
-  // when it repeats an older one. "" changes nothing.
+  // An HTTP response has brought the session id `id`. The last response counts, even if it repeats
+  // an older id. "" changes nothing.
   void StoreSessionId(std::string id);
 
-  // The server does not know `session` any more. False when it was over already.
+  // The server does not know `session` any more. False: it is not the present session.
   bool ForgetSession(const Session& session);
+  // The same for the present session, whatever its id.
   void ForgetAnySession();
 
   void SetProtocolVersion(std::string version);
 
-  // Deliver to the UI thread. Worker threads only, since they wait: while too many messages have
-  // not been handled, or the inbox is full.
-  void Deliver(std::string message);        // dropped once the server is stopped
-  void DeliverIfRoom(std::string message);  // dropped instead of waiting for room
-  void DeliverStatus(PostStatus status);
+  // Deliver to the UI thread. Worker threads only: all three wait while the inbox is full.
+  void Deliver(std::string message);        // waits for room, see FlowControl
+  void DeliverIfRoom(std::string message);  // drops the message if there is no room
+  void DeliverStatus(PostStatus status);    // needs no room
 
-  // UI thread only; does not wait.
+  // UI thread only; does not wait. Drops the message if the inbox is full.
   void DeliverAtOnce(std::string message);
 
-  // Counts a refusal of so many bytes.
+  // Counts a refusal of `bytes` bytes; see FlowControl.
   FlowControl::Refusal AddRefusal(std::size_t bytes) { return flow_->AddRefusal(server_, bytes); }
 
-  // Ends every exchange and all waiting, now and later.
+  // Aborts every LinkedExchange and ends every wait below, also those that begin later.
   void Stop();
 
   // From here on the server may send messages by itself.
   void OpenForListening();
 
-  // Wait for OpenForListening, and for a pause. False: the server has been stopped.
+  // Wait for OpenForListening, or for `pauseMs` milliseconds. False: the server has been stopped.
   bool WaitForHandshake();
   bool Pause(std::uint32_t pauseMs);
 
-  // An exchange that Stop does not end.
+  // An exchange that Stop does not abort.
   std::unique_ptr<HttpExchange> MakeExchange() const { return makeExchange_(); }
 
  private:
@@ -80,10 +80,10 @@ class HttpLink {
   Session session_;
   bool isStopped_ = false;
   bool isOpen_ = false;
-  std::vector<HttpExchange*> exchanges_;  // under way
+  std::vector<HttpExchange*> exchanges_;  // borrowed from each LinkedExchange that lives
 };
 
-// An exchange that ends when its server is stopped. One worker thread.
+// An exchange that HttpLink::Stop aborts. One worker thread uses it.
 class LinkedExchange {
  public:
   explicit LinkedExchange(HttpLink& link);

@@ -10,19 +10,19 @@ namespace wendra {
 namespace {
 
 constexpr HttpTimeouts kListenerTimeouts{8000, 8000, 30'000, 30'000};
-constexpr std::uint32_t kReconnectPauseMs = 2000;  // deliberately always the same
-constexpr std::size_t kMaxLineBytes = 8'388'608;   // as much as the body of any other response
-constexpr std::size_t kMaxEventIdBytes = 1024;  // a longer one is not kept: it goes into a header
+constexpr std::uint32_t kReconnectPauseMs = 2000;  // deliberate: the pause never grows
+constexpr std::size_t kMaxLineBytes = 8'388'608;   // the limit of any other HTTP body, too
+constexpr std::size_t kMaxEventIdBytes = 1024;     // a longer id is not kept: it becomes a header
 
 struct Listener {
   std::shared_ptr<HttpLink> link;
-  std::string sessionId = {};    // whose events were read
+  std::string sessionId = {};    // of the last request
   std::string lastEventId = {};  // "" when there is none
 };
 
 HttpRequest StreamRequest(Listener& listener) {
   const HttpLink::Session session = listener.link->CurrentSession();
-  if (session.id != listener.sessionId) {  // another session counts its events anew
+  if (session.id != listener.sessionId) {  // event ids mean nothing to another session
     listener.sessionId = session.id;
     listener.lastEventId.clear();
   }
@@ -67,7 +67,7 @@ void Listen(Listener& listener) {
 
 void StartHttpListener(std::shared_ptr<HttpLink> link) {
   Listener listener{.link = std::move(link)};
-  // Without a thread the server cannot send messages by itself; it still answers.
+  // Without a thread the server cannot send messages by itself, but it still answers requests.
   (void)StartDetachedThread([listener = std::move(listener)]() mutable { Listen(listener); });
 }
 

@@ -7,10 +7,10 @@
 
 namespace wendra {
 
-// Starts a thread that waits until the link is open for listening, and from then on until the stop
-// keeps one event stream open and delivers each of its messages. When there is no stream, or it
-// ends, the thread tries again after two seconds; the server learns the last event id of the
-// session. Nobody waits for the thread.
+// Starts a thread that waits until the link is open for listening. From then on, until the stop,
+// the thread keeps one event stream open and delivers each of its messages. If the server offers no
+// stream, or the stream ends, the thread tries again after two seconds and sends the last event id
+// of the session along. No other thread waits for it.
 void StartHttpListener(std::shared_ptr<HttpLink> link);
 
 }  // namespace wendra

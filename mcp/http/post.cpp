@@ -12,7 +12,7 @@ namespace wendra {
 namespace {
 
 constexpr HttpTimeouts kPostTimeouts{8000, 8000, 30'000, 120'000};
-// As much as WinHTTP keeps of a body: more of it is as good as certain to come.
+// WinHTTP buffers this much of a body. After a chunk of this size more is almost certain to come.
 constexpr std::size_t kFullChunkBytes = 8192;
 constexpr std::uint32_t kRefusalLimitMs = 45'000;  // as long as a handshake may take
 constexpr std::uint32_t kAccepted = 202;
@@ -32,7 +32,7 @@ HttpRequest PostRequest(const HttpLink& link, const HttpLink::Session& session, 
   return request;
 }
 
-// What the status and the headers of a response say of the session. True: the session is over.
+// Applies what the status and the headers say about the session. True: they end `session`.
 bool TakeSession(HttpLink& link, const HttpLink::Session& session, std::uint32_t status,
                  HttpExchange& exchange) {
   if (status == kNotFound && !session.id.empty()) return link.ForgetSession(session);
@@ -42,8 +42,8 @@ bool TakeSession(HttpLink& link, const HttpLink::Session& session, std::uint32_t
 
 bool IsSuccess(std::uint32_t status) { return status >= 200 && status <= 299; }
 
-// `deliver` takes each message as soon as it is whole. Whether one of them looks like the answer to
-// the request.
+// Reads the body and gives each message to `deliver` as soon as it is whole. True: one of them
+// looks like the answer to the request.
 template <typename Deliver>
 bool ReadMessages(HttpExchange& exchange, std::string_view requestId, Deliver deliver) {
   ResponseBody body(exchange.ResponseHeader("Content-Type").value_or(""), requestId);
@@ -58,8 +58,8 @@ bool ReadMessages(HttpExchange& exchange, std::string_view requestId, Deliver de
   return body.IsAnswered();
 }
 
-// Why the request has no answer. Nothing if it has one, or if it has been given up: then the
-// session has ended it.
+// Returns why the request has no answer. Nothing if it has one, or if its limit has ended the
+// exchange: then the timer of the connection ends the request.
 std::optional<std::string> Exchange(HttpPost& post) {
   HttpLink& link = *post.link;
   const HttpLink::Session session = link.CurrentSession();
@@ -67,7 +67,7 @@ std::optional<std::string> Exchange(HttpPost& post) {
   const auto sent = exchange->Send(PostRequest(link, session, std::move(post.text), post.limitMs));
   PostStatus posted{.isAwaited = post.reportsStatus};
   if (sent) {
-    // Before the body is read: its messages must find this applied.
+    // Before the body is read: when its messages are handled, the session must be up to date.
     posted.status = sent.Value();
     posted.sessionIsOver = TakeSession(link, session, posted.status, *exchange);
   }

@@ -19,7 +19,7 @@ struct HttpRefusals::Queue {
 
   explicit Queue(std::shared_ptr<HttpLink> server) : link(std::move(server)) {}
 
-  // The oldest. None: the thread ends, and the next refusal starts another.
+  // The oldest refusal. None: the thread ends, and the next refusal starts another thread.
   std::optional<Waiting> TakeNext() {
     const std::lock_guard<Lock> guard(lock);
     if (waiting.empty()) {

@@ -8,14 +8,14 @@
 
 namespace wendra {
 
-// One thread and one connection for all refusals of a server: a server that sends requests and
+// One thread sends all refusals of a server, one after the other: a server that sends requests and
 // takes no responses must not cost a thread for each of them. UI thread only.
 class HttpRefusals {
  public:
   explicit HttpRefusals(std::shared_ptr<HttpLink> link);
 
-  // Sends `text` after the refusals that wait already. Does not wait. Dropped when the system has
-  // no thread to give.
+  // Sends `text` after the refusals that wait already. Does not wait. Drops `text` if the system
+  // has no thread to give.
   void Send(std::string text);
 
  private:

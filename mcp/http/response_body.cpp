@@ -25,7 +25,7 @@ std::vector<std::string> ResponseBody::Feed(std::string_view bytes) {
   scanner_.Feed(bytes);
   if (FindDataLine()) {
     isEventStream_ = true;
-    isAnswered_ = false;  // what comes before the first such line is no message
+    isAnswered_ = false;  // the text before the first "data:" line is no message
     return FeedEvents(std::string_view(text_.Take()).substr(lineStart_));
   }
   isAnswered_ = scanner_.IsAnswer();
@@ -55,7 +55,7 @@ std::vector<std::string> ResponseBody::Messages(std::vector<EventField> fields) 
   return messages;
 }
 
-// Whether the last line begins with "data:", or any before it that has not been looked at.
+// Whether a line begins with "data:". Looks at the last line, and at each line before it once.
 bool ResponseBody::FindDataLine() {
   const std::string_view text = text_.Text();
   while (!text.substr(lineStart_).starts_with("data:")) {

@@ -1,4 +1,4 @@
-// Takes the messages out of the body of an HTTP response while it arrives. Pure.
+// Extracts the messages from the body of an HTTP response while the body arrives. Pure.
 #pragma once
 
 #include <cstddef>
@@ -12,28 +12,31 @@
 
 namespace wendra {
 
-// A body is an event stream when its content type says so or any of its lines begins with "data:";
-// then each message is there as soon as its line is whole. Any other body is one message, there at
-// its end. The same bytes give the same messages, however they are cut. Time linear in the bytes.
+// A body is an event stream if its content type says so or if any of its lines begins with "data:".
+// Each message of an event stream is returned as soon as its line is whole. Any other body is one
+// message, returned at its end. The same bytes give the same messages, whatever the chunks. Takes
+// time linear in the number of bytes.
 class ResponseBody {
  public:
   static constexpr size_t kMaxBytes = 8'388'608;
 
-  // `requestId` is that of the request that the body answers; "" if it is no request.
+  // `requestId` is the id of the request that was sent; "" if the message was no request.
   ResponseBody(std::string_view contentType, std::string_view requestId);
 
-  // How many more bytes are to be read: the body is cut there, and what is cut does not parse.
+  // How many more bytes may be read. A longer body is cut off there, and the message that is cut
+  // does not parse.
   size_t Room() const { return kMaxBytes - bytes_; }
 
   // The messages that `bytes` completes, in order. At most Room() bytes.
   std::vector<std::string> Feed(std::string_view bytes);
 
-  // The answer to the request is there, whole: what would follow is not waited for, since a server
-  // may keep the connection open. Deliberately not found by its text alone: many servers write the
-  // id first, and what a tool returns may hold the same text.
+  // True: the answer to the request is whole. The caller then reads no further, since a server may
+  // keep the connection open. Deliberate: a search for the text of the id would not do, since many
+  // servers write the id first and the result of a tool may contain the same text.
   bool IsAnswered() const { return isAnswered_; }
 
-  // At the end of the body, and when it is read no further: what no line end has completed.
+  // At the end of the body, or when the caller reads no further: the message that is left, if any.
+  // It is the last line of an event stream without its line feed, or the whole of any other body.
   std::vector<std::string> Finish();
 
  private:
@@ -47,10 +50,10 @@ class ResponseBody {
   bool isAnswered_ = false;
   EventStream events_{kMaxBytes};
 
-  // Of a body that is no event stream so far:
+  // For a body that is no event stream so far:
   LongText text_{kMaxBytes};
   size_t lineStart_ = 0;  // of the last line, which is not whole
-  size_t searched_ = 0;   // no line ends between there and here
+  size_t searched_ = 0;   // no line feed stands between lineStart_ and here
   AnswerScanner scanner_;
 };
 

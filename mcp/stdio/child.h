@@ -7,20 +7,20 @@
 
 namespace wendra {
 
-// The destructor ends the tree.
+// The destructor ends the tree; see EndTree.
 class ChildProcess {
  public:
   virtual ~ChildProcess() = default;
 
-  // Ends the child itself, without waiting for its end.
+  // Ends the child itself. Does not wait for its end.
   virtual void Terminate() = 0;
 
-  // Ends the child with every process that it has started. If the system has refused to tie them to
-  // the host, does nothing.
+  // Ends the child and every process that it has started. Does nothing if the system has refused to
+  // tie them to the host.
   virtual void EndTree() = 0;
 };
 
-// A child that runs, with the host's ends of its standard streams.
+// A running child and the host's ends of its standard streams.
 struct McpChild {
   std::unique_ptr<ChildProcess> process;
   std::shared_ptr<Pipe> input;   // the host writes

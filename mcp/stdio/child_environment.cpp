@@ -5,7 +5,7 @@
 namespace wendra {
 namespace {
 
-// By UTF-16 units on Windows, where wchar_t is one.
+// In the order of wchar_t, which is a UTF-16 unit on Windows.
 using Variables = std::map<std::wstring, std::wstring>;
 
 constexpr wchar_t kPathWithoutHost[] = L"C:\\Windows\\System32";
@@ -20,8 +20,8 @@ std::wstring UpperAscii(std::wstring_view text) {
 
 std::wstring_view UntilZero(std::wstring_view text) { return text.substr(0, text.find(L'\0')); }
 
-// An entry that begins with "=" (the current folder of a drive) has the empty name; one of them is
-// kept, the last.
+// Windows keeps the current folder of each drive in an entry that begins with "=". Such an entry
+// has an empty name here, so only the last one is kept.
 Variables ParseBlock(std::wstring_view block) {
   Variables variables;
   while (!block.empty()) {

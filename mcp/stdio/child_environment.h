@@ -1,4 +1,4 @@
-// The environment that a local server is started with. Pure.
+// Builds the environment block of a local server. Pure.
 #pragma once
 
 #include <string>
@@ -11,12 +11,12 @@ namespace wendra {
 using WideNamedValues = std::vector<std::pair<std::wstring, std::wstring>>;
 
 // The block for CreateProcessW: "NAME=value" texts in the order of their names' UTF-16 units, each
-// with its zero, and one more zero. Names are in upper case (A to Z only).
+// followed by a NUL, and one more NUL. a to z in names become upper case.
 //
-// `hostBlock` holds the entries of the running program, each with its zero. PATH becomes
-// `searchDirectories` followed by what it was; so the program's own directories appear twice, which
-// does no harm. Then each pair of `env` sets its variable, PATH included. A name or a value ends at
-// its first zero, and a pair without a name sets nothing.
+// `hostBlock` holds the variables of the running program, each followed by a NUL. PATH becomes
+// `searchDirectories` followed by its old value; so the program's own directories appear twice,
+// which does no harm. Then each pair of `env` sets its variable, PATH included. A name or a value
+// ends at its first NUL, and a pair without a name sets nothing.
 std::wstring BuildChildEnvironment(std::wstring_view hostBlock,
                                    const std::vector<std::wstring>& searchDirectories,
                                    const WideNamedValues& env);

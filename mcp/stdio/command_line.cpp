@@ -6,21 +6,22 @@
 namespace wendra {
 namespace {
 
-// With /s cmd.exe takes away the first and the last quote of what follows /c and nothing else.
+// With /s cmd.exe removes the first and the last quote of the text after /c, and nothing else.
 constexpr std::wstring_view kShell = L"cmd.exe /d /s /c \"";
 // The same with extensions on and delayed expansion off, whatever the registry says.
 constexpr std::wstring_view kSwitchedShell = L"cmd.exe /d /e:on /v:off /s /c \"";
 
-// Ends in an empty piece of the current folder's name. A percent sign in front of it begins no
-// variable any more, and is kept: on a command line there is no other way to spell one.
+// A percent sign and then %cd:~,%, which expands to an empty part of the current folder's name. The
+// first sign then begins no variable, so cmd.exe keeps it. A command line has no other way to write
+// a percent sign.
 constexpr std::wstring_view kPercent = L"%%cd:~,%";
 
 bool IsOneOf(wchar_t c, std::wstring_view set) { return set.find(c) != std::wstring_view::npos; }
 
-// Separates the words of a program's command line.
+// Whether `c` separates the words of a program's command line.
 bool IsBlank(wchar_t c) { return IsOneOf(c, L" \t"); }
 
-// Wildcards are no matter of quoting, but some runtimes expand those that stand outside quotes.
+// Wildcards need no quotes to stay in their word, but some runtimes expand them outside quotes.
 bool IsPlainToPrograms(wchar_t c) { return !IsOneOf(c, L" \t\n\v\"*?"); }
 
 bool IsPlainToShell(wchar_t c) {
@@ -29,13 +30,13 @@ bool IsPlainToShell(wchar_t c) {
 }
 
 // Writes words that cmd.exe and the started program split alike. They disagree about quotes: to the
-// program \" is a character, while cmd.exe knows no backslash and sees quoting begin or end. So who
-// is inside quotes is kept for both, and each character is written where it is safe: blanks inside
-// the program's quotes, all that means something to cmd.exe inside its own. No character needs
-// both.
+// program \" is a character, but to cmd.exe a backslash means nothing and the quote begins or ends
+// quoting. So this class knows for each of the two whether it is inside quotes, and writes each
+// character where it is safe: a space or a tab inside the program's quotes, a character with a
+// meaning to cmd.exe inside its quotes. No character needs both.
 class BatchLine {
  public:
-  // The first word is always quoted: cmd.exe would end an unquoted file name at a slash.
+  // Always quotes the first word: cmd.exe would end an unquoted file name at a slash.
   void AppendWord(std::wstring_view word) {
     const bool isFirst = text_.empty();
     if (!isFirst) text_ += L' ';
@@ -60,7 +61,7 @@ class BatchLine {
     backslashes_ = c == L'\\' ? backslashes_ + 1 : 0;
   }
 
-  // Quoting begins or ends for both.
+  // Begins or ends quoting for both.
   void Toggle() {
     DoubleBackslashes();
     text_ += L'"';
@@ -74,7 +75,7 @@ class BatchLine {
     isQuotedToShell_ = !isQuotedToShell_;
   }
 
-  // Only in front of a quote does a backslash mean more than itself.
+  // A backslash has a special meaning only in front of a quote.
   void DoubleBackslashes() { text_.append(std::exchange(backslashes_, 0), L'\\'); }
 
   std::wstring text_;

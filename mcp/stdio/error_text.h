@@ -1,4 +1,4 @@
-// What a local server wrote to its standard error, as the log shows it. Pure.
+// The stderr collector: gathers what a local server writes to its standard error. Pure.
 #pragma once
 
 #include <string>
@@ -10,12 +10,12 @@ class ErrorText {
  public:
   void Add(std::string_view bytes);
 
-  // The whole text, "" when it is not to be logged: 65,536 bytes and more are deliberately not
-  // logged at all, not even in part.
+  // The whole text, for the log. Deliberate: "" if it has 65,536 bytes or more, so that not even a
+  // part of it is logged.
   std::string Take();
 
  private:
-  std::string text_;  // no longer than what tells that it is too long
+  std::string text_;  // at most 65,536 bytes: then it is known to be too long
 };
 
 }  // namespace wendra

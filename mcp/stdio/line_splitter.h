@@ -1,4 +1,4 @@
-// Cuts a stream of bytes into lines.
+// Splits a stream of bytes into lines. Pure.
 #pragma once
 
 #include <cstddef>
@@ -10,11 +10,11 @@
 
 namespace wendra {
 
-// The same bytes give the same lines, however they are cut into pieces. Time linear in the bytes;
-// no more is kept than one unfinished line within the limit.
+// The same bytes give the same lines, whatever the chunks. Takes time linear in the number of bytes
+// and keeps at most one unfinished line.
 class LineSplitter {
  public:
-  // A line longer than `maxPendingBytes` is lost, all of it, up to its line feed.
+  // A line longer than `maxPendingBytes` is dropped as a whole, up to its line feed.
   explicit LineSplitter(size_t maxPendingBytes)
       : maxPendingBytes_(maxPendingBytes), pending_(maxPendingBytes) {}
 
@@ -22,7 +22,7 @@ class LineSplitter {
   // carriage return stays.
   std::vector<std::string> Feed(std::string_view bytes);
 
-  // At the end of the stream: the line that no line feed ended; may be empty.
+  // At the end of the stream: the last line, if it has no line feed; otherwise "".
   std::string Finish();
 
  private:
@@ -30,7 +30,7 @@ class LineSplitter {
 
   const size_t maxPendingBytes_;
   LongText pending_;
-  bool isTooLong_ = false;  // the pending line has been dropped; its rest is still to come
+  bool isTooLong_ = false;  // the start of the pending line was dropped; its rest follows
 };
 
 }  // namespace wendra

@@ -20,7 +20,7 @@ MessageWriter::MessageWriter(std::shared_ptr<Pipe> pipe) : queue_(std::make_shar
 void MessageWriter::Write(Message message) {
   if (!isStarted_) {
     isStarted_ = true;
-    // Without a thread the child sees the end of its input.
+    // Without a thread, close the pipe: the child sees the end of its input.
     if (!StartDetachedThread([queue = queue_] { Run(*queue); })) Stop();
   }
   const std::lock_guard<Lock> lock(queue_->lock);
@@ -32,7 +32,7 @@ void MessageWriter::Write(Message message) {
 }
 
 void MessageWriter::Stop() {
-  std::shared_ptr<Pipe> pipe;  // the last owner closes it, after the lock is released
+  std::shared_ptr<Pipe> pipe;  // declared first: may close the pipe, after the unlock
   const std::lock_guard<Lock> lock(queue_->lock);
   if (queue_->isStopped) return;
   queue_->isStopped = true;
@@ -59,7 +59,7 @@ void MessageWriter::Run(Queue& queue) {
     lock.unlock();
     pipe->Write(message.bytes);
     message = {};
-    pipe.reset();  // closes it after a stop
+    pipe.reset();  // after a stop, closes the pipe
     lock.lock();
   }
 }

@@ -12,9 +12,9 @@
 
 namespace wendra {
 
-// Has a queue and a thread: the pipe holds 4 KiB, and a child that does not read must not stop the
-// UI thread. The thread starts with the first message, to keep the start of a server short.
-// UI thread only.
+// Has a queue and a thread: the pipe holds 4 KiB, and a child that does not read must not block the
+// UI thread. The thread starts with the first message, to keep the start of a server short. UI
+// thread only.
 class MessageWriter {
  public:
   explicit MessageWriter(std::shared_ptr<Pipe> pipe);
@@ -24,18 +24,18 @@ class MessageWriter {
 
   struct Message {
     std::string bytes;
-    // In milliseconds, from the call of Write on: a message that still waits then is dropped. 0: it
-    // waits as long as it takes.
+    // In milliseconds from the call of Write: a message that still waits in the queue then is
+    // dropped. 0: no limit.
     std::uint32_t limitMs = 0;
     FlowControl::Refusal count{};  // released when the message has been written or dropped
   };
 
-  // Writes each message in one write, in the order of the calls. What the pipe does not take is
-  // lost: the end of the child's output tells the reason.
+  // Writes each message in one write, in the order of the calls. A message that the pipe does not
+  // take is lost; the end of the child's output then shows that the child is gone.
   void Write(Message message);
 
-  // Closes the pipe and drops what waits. A blocked write is cancelled, and its thread closes the
-  // pipe. Does not wait. A second call does nothing.
+  // Closes the pipe and drops the messages that wait. During a write, cancels it, and the writing
+  // thread closes the pipe. Does not wait. A second call does nothing.
   void Stop();
 
  private:
@@ -44,13 +44,13 @@ class MessageWriter {
     std::uint64_t dueMs;  // on the clock of ClockMs
   };
   struct Queue {
-    void DropOverdue();  // at the front; under the lock
+    void DropOverdue();  // only at the front; the caller holds the lock
 
     Lock lock;
     Condition changed;
     std::deque<Waiting> waiting;
     bool isStopped = false;
-    // Closed when it is stopped: by the writing thread during a write, otherwise by Stop.
+    // Null once stopped. The last owner closes it: the thread during a write, otherwise Stop.
     std::shared_ptr<Pipe> pipe;
   };
 

@@ -6,7 +6,7 @@
 
 namespace wendra {
 
-// The destructor closes it. One thread reads or writes; Cancel may come from any thread.
+// The destructor closes it. One thread reads or writes; any thread may call Cancel.
 class Pipe {
  public:
   virtual ~Pipe() = default;
@@ -15,11 +15,11 @@ class Pipe {
   // Cancel.
   virtual std::size_t Read(char* buffer, std::size_t bytes) = 0;
 
-  // Writes all of `bytes` in one write; waits while the pipe is full. What the pipe does not take
-  // is lost.
+  // Writes all of `bytes` in one write; waits while the pipe is full. Bytes that the pipe does not
+  // take are lost.
   virtual void Write(std::string_view bytes) = 0;
 
-  // Ends the call that waits, and every call that has not begun.
+  // Ends the read or write that waits, and every later one at once.
   virtual void Cancel() = 0;
 };
 

@@ -7,7 +7,7 @@
 namespace wendra {
 namespace {
 
-constexpr size_t kMaxFolderUnits = 259;  // with its terminator a Windows path of the usual length
+constexpr size_t kMaxFolderUnits = 259;  // MAX_PATH without the NUL at the end
 
 constexpr struct {
   const wchar_t* variable;  // null for an absolute directory
@@ -33,7 +33,7 @@ std::optional<std::wstring> Folder(const Environment& environment, const wchar_t
   return value;
 }
 
-// The entries of a list variable; nothing when it is unset. A value of one character or less counts
+// The entries of a list variable; nothing if it is unset. A value of one character or less counts
 // as unset.
 std::optional<std::vector<std::wstring>> Entries(const Environment& environment,
                                                  const wchar_t* variable) {

@@ -1,5 +1,5 @@
-// Where the commands of local servers are looked for. Pure: what the system says comes in through
-// two interfaces.
+// Finds the programs of local servers on the search path. Pure: asks the system through two
+// interfaces.
 #pragma once
 
 #include <optional>
@@ -12,7 +12,7 @@ namespace wendra {
 class Environment {
  public:
   virtual ~Environment() = default;
-  // The whole value; nothing when there is no such variable.
+  // The whole value; nothing if there is no such variable.
   virtual std::optional<std::wstring> Variable(const std::wstring& name) const = 0;
   // `text` with every %NAME% replaced by its value; unknown names stay as they are.
   virtual std::wstring Expand(const std::wstring& text) const = 0;
@@ -21,30 +21,31 @@ class Environment {
 class FileProbe {
  public:
   virtual ~FileProbe() = default;
-  // Whether something exists there that is no directory.
+  // Whether something exists at `path` and is no directory.
   virtual bool IsFile(const std::wstring& path) const = 0;
-  // `path` made absolute, at most 259 characters; "" when that cannot be done.
+  // `path` made absolute, at most 259 characters; "" if that fails.
   virtual std::wstring FullPath(const std::wstring& path) const = 0;
 };
 
-// The directories of PATH as they stand there, then well-known places of tools that a terminal
-// often has in its PATH and a program started from the shell has not. Those below a folder whose
-// variable is not set, or longer than 259 characters, are left out. None twice, letter case
-// counting; nobody asks whether they exist.
+// The directories of PATH as they stand there, then well-known directories of tools: a terminal
+// often has them in its PATH, but a program that the desktop starts does not. Some of them lie
+// below a folder that a variable names; they are left out if the variable is not set or longer than
+// 259 characters. No directory comes twice; letter case counts. A directory need not exist.
 std::vector<std::wstring> SearchDirectories(const Environment& environment);
 
-// The entries of PATHEXT, none if it holds separators only; unset, those that Windows starts with.
+// The entries of PATHEXT; none if it holds only separators. If PATHEXT is unset, the four that
+// Windows starts with: .COM, .EXE, .BAT, .CMD.
 std::vector<std::wstring> ExecutableExtensions(const Environment& environment);
 
-// With one backslash between them, if the directory does not end in a separator by itself.
+// Puts a backslash between the two, unless `directory` is empty or ends in a separator.
 std::wstring JoinPath(const std::wstring& directory, const std::wstring& name);
 
-// `path` + the first of ExecutableExtensions that makes it a file; "" when none does.
+// `path` with the first of ExecutableExtensions for which that file exists; "" if there is none.
 std::wstring FindWithExtension(const std::wstring& path, const Environment& environment,
                                const FileProbe& files);
 
-// The full path of the file that `command` names; "" when there is none. A leading ~ and variables
-// are expanded first. In each place the name as written comes before the name with an extension.
+// The full path of the file that `command` names; "" if there is none. A leading ~ and variables
+// are expanded first. In each directory the name is tried as written, then with the extensions.
 std::wstring ResolveCommand(const std::wstring& command, const Environment& environment,
                             const FileProbe& files);
 

@@ -33,8 +33,8 @@ class SystemPipe : public Pipe {
                     nullptr);
   }
 
-  // A thread between the look at the flag and its call is not reached here. It finds the pipe
-  // broken: the child, which has the other end, is ended too.
+  // This does not reach a thread that has read the flag but has not called the system yet. That
+  // thread finds the pipe broken, since the child, which has the other end, is ended too.
   void Cancel() override {
     isCancelled_ = true;
     (void)CancelIoEx(handle_.Get(), nullptr);
@@ -59,7 +59,7 @@ class SystemChild : public ChildProcess {
 
  private:
   KernelHandle process_;
-  KernelHandle job_;  // ends its processes with its last handle
+  KernelHandle job_;  // its processes end when its last handle is closed
 };
 
 std::vector<std::wstring> WideArguments(const ServerSettings& settings) {
@@ -69,7 +69,7 @@ std::vector<std::wstring> WideArguments(const ServerSettings& settings) {
   return wide;
 }
 
-// A job whose processes end with its last handle; empty where the system gives none that does.
+// A job whose processes end when its last handle is closed. Empty: the system made no such job.
 KernelHandle MakeKillingJob() {
   KernelHandle job(CreateJobObjectW(nullptr, nullptr));
   JOBOBJECT_EXTENDED_LIMIT_INFORMATION limits{};
@@ -102,14 +102,14 @@ Launch LaunchProgram(const std::wstring& program, const std::vector<std::wstring
   return launch;
 }
 
-// Why there is no command line for this program.
+// The start of the log line that says why there is no command line for this program.
 std::string Refusal(const std::string& program) {
   if (!IsBatchScript(Widen(program)))
     return "launch failed: a program takes no argument with a zero: ";
   return "launch failed: a batch file takes no argument with a line break or a zero: ";
 }
 
-// The line for the log when the child did not start; "" when it did.
+// The line for the log if the child did not start; "" if it did.
 std::string Complaint(const Launch& launch, const std::string& program) {
   if (launch.commandLine.empty()) return Refusal(program) + program;
   if (launch.child.start == ChildStart::kNoPipes) return "failed to create pipes";
@@ -117,7 +117,7 @@ std::string Complaint(const Launch& launch, const std::string& program) {
   return "launch failed: " + Narrow(launch.commandLine);
 }
 
-// Starts `settings.command`, or the program beside it; see StartStdioServer.
+// Starts `settings.command`, or the file beside it; see StartStdioServer.
 Launch LaunchServer(ServerSettings& settings, const KernelHandle& job) {
   const std::vector<std::wstring> arguments = WideArguments(settings);
   const std::wstring environment = ChildEnvironmentBlock(settings.env);

@@ -4,14 +4,15 @@
 #include <optional>
 
 #include "base/log.h"
-#include "mcp/server_settings.h"
+#include "config/settings.h"
 #include "mcp/stdio/child.h"
 
 namespace wendra {
 
-// Starts `settings.command` in the user's profile folder and logs the outcome. If that file is not
-// a program, as the shell script "npx" beside "npx.cmd" is not, starts the file beside it with an
-// extension of programs instead, and stores that in `settings.command`. UI thread.
+// Starts `settings.command` in the user's profile folder and logs the outcome. If that file is no
+// Windows program (such as the shell script "npx" beside "npx.cmd"), starts the first file beside
+// it that has the same name and an extension of PATHEXT, and stores its path in `settings.command`.
+// Nothing: the server could not be started. UI thread.
 std::optional<McpChild> StartStdioServer(ServerSettings& settings, Log& log);
 
 }  // namespace wendra

@@ -11,11 +11,11 @@ namespace wendra {
 namespace {
 
 constexpr std::size_t kOutputReadBytes = 4096;
-// The size of a read after one that was filled: more bytes wait then, and a long response in short
-// reads arrived at half the speed.
+// After a read that filled its room more bytes wait, and the next read takes up to this many. With
+// short reads alone a long response arrives at half the speed.
 constexpr std::size_t kLongOutputReadBytes = 65'536;
 constexpr std::size_t kErrorReadBytes = 2048;
-constexpr std::size_t kMaxUnfinishedLineBytes = 1'048'576;  // a longer message is lost
+constexpr std::size_t kMaxUnfinishedLineBytes = 1'048'576;  // a longer message is dropped
 
 void ReadOutput(Pipe& pipe, ServerId server, FlowControl& flow) {
   LineSplitter splitter(kMaxUnfinishedLineBytes);
@@ -51,11 +51,11 @@ StdioTransport::StdioTransport(ServerId server, std::string name, McpChild child
       writer_(std::move(child.input)),
       output_(std::move(child.output)),
       error_(std::move(child.error)) {
-  // Without this thread the server does not answer, and each request ends by its time-out.
+  // Without this thread no response arrives, and each request ends by its time-out.
   (void)StartDetachedThread(
       [pipe = output_, server, flow = flow_] { ReadOutput(*pipe, server, *flow); });
-  // Without this one nobody would empty the pipe, and a server that writes more than it holds would
-  // stand still: a broken pipe does not stop it.
+  // Without this thread nothing empties the pipe, and a server that writes more than the pipe holds
+  // would block for ever. So the host closes its end: a write to a broken pipe fails at once.
   const bool isRead = StartDetachedThread(
       [pipe = error_, name = std::move(name), &log] { ReadError(*pipe, name, log); });
   if (!isRead) error_.reset();
@@ -63,7 +63,8 @@ StdioTransport::StdioTransport(ServerId server, std::string name, McpChild child
 
 bool StdioTransport::Send(OutgoingMessage message) {
   message.text += '\n';
-  // Nobody waits for the response to an overdue request. A notification is useful late, too.
+  // The response to an overdue request would be dropped. A notification is useful even if it is
+  // late.
   const std::uint32_t limitMs = message.requestId.empty() ? 0 : message.timeoutMs;
   writer_.Write({.bytes = std::move(message.text), .limitMs = limitMs});
   return true;

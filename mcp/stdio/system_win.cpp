@@ -12,7 +12,7 @@
 namespace wendra {
 namespace {
 
-// The entries of this program's environment, each with its zero.
+// The variables of this program, each followed by a NUL.
 std::wstring HostBlock() {
   wchar_t* const strings = GetEnvironmentStringsW();
   if (!strings) return {};
@@ -27,7 +27,7 @@ std::wstring HostBlock() {
 
 std::optional<std::wstring> SystemEnvironment::Variable(const std::wstring& name) const {
   std::wstring value;
-  for (;;) {  // again if the variable has grown meanwhile
+  for (;;) {  // first asks for the size, and again if the variable has grown meanwhile
     const DWORD room = static_cast<DWORD>(value.size());
     SetLastError(ERROR_SUCCESS);
     const DWORD units = GetEnvironmentVariableW(name.c_str(), value.data(), room);
@@ -50,7 +50,7 @@ std::wstring SystemFiles::FullPath(const std::wstring& path) const {
   wchar_t full[MAX_PATH];
   const DWORD units =
       GetFullPathNameW(path.c_str(), static_cast<DWORD>(std::size(full)), full, nullptr);
-  // A path that does not fit is not copied: the result then is the size it would need.
+  // A path that does not fit is not copied: the result is then the size that it needs.
   return units < std::size(full) ? std::wstring(full, units) : std::wstring();
 }
 

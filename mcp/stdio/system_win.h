@@ -1,10 +1,10 @@
-// The running system, as the rules for local servers ask for it: its variables, its files, and both
-// rules applied to them. Any thread.
+// Applies the rules for local servers (search path, environment block, cmd.exe) to the running
+// system. Any thread.
 #pragma once
 
 #include <string>
 
-#include "mcp/server_settings.h"
+#include "config/settings.h"
 #include "mcp/stdio/command_line.h"
 #include "mcp/stdio/search_path.h"
 
@@ -22,18 +22,18 @@ class SystemFiles final : public FileProbe {
   std::wstring FullPath(const std::wstring& path) const override;
 };
 
-// The full path of the file that a configured command names; "" when there is none.
+// The full path of the file that a configured command names; "" if there is none.
 std::string ResolveCommandOnSystem(std::string_view command);
 
-// The cmd.exe of the system folder: no other file of that name runs batch files. "" if the system
-// does not tell its folder.
+// The full path of cmd.exe in the system folder: no other file of that name runs batch files. "" if
+// the system does not name that folder.
 std::wstring SystemShell();
 
-// How the registry sets up cmd.exe, the user's part or the machine's.
+// How the registry sets up cmd.exe. The values of the user and those of the machine both count.
 ShellSettings SystemShellSettings();
 
-// The block for CreateProcessW, with CREATE_UNICODE_ENVIRONMENT: this program's environment with
-// the widened PATH and `env`.
+// The environment block for CreateProcessW with CREATE_UNICODE_ENVIRONMENT: this program's
+// variables with the search directories in PATH and with `env`; see BuildChildEnvironment.
 std::wstring ChildEnvironmentBlock(const NamedValues& env);
 
 }  // namespace wendra

@@ -8,7 +8,7 @@
 namespace wendra {
 namespace {
 
-// An empty text is an argument like any other here: it is no JSON, and the answer says so.
+// An empty string counts as an argument: it is no JSON, and the reply says so.
 bool HasStringArgument(const Json& args) {
   return args.kind == kJsonArray && !args.items.empty() && args.items[0].kind == kJsonString;
 }

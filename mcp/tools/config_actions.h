@@ -10,10 +10,10 @@
 
 namespace wendra {
 
-// UI thread; all arguments are borrowed.
+// Both actions run on the UI thread. They borrow `replies`, `config` and `log`.
 Action McpReadConfigAction(Replies& replies, ConfigStore& config);
 
-// `reload` starts the servers anew from the file that has just been written.
+// `reload` stops the servers and starts those of the file that the action has just written.
 Action McpWriteConfigAction(Replies& replies, ConfigStore& config, Log& log,
                             std::function<void()> reload);
 

@@ -16,13 +16,13 @@ constexpr double kListTimeoutSeconds = 30;
 constexpr double kCallTimeoutSeconds = 120;
 constexpr char kGeneralFailure[] = "MCP server failed";
 
-// The message of an error reply, where it has one.
+// The message of an error reply; kGeneralFailure if it has none.
 std::string_view ErrorText(const Json& reply) {
   const std::string* message = FindString(MemberOf(reply, "error"), "message");
   return message ? std::string_view(*message) : kGeneralFailure;
 }
 
-// One request for the list, shared by the answers of its servers.
+// One request of the page for the list. The callbacks of all servers share it.
 struct Listing {
   std::string reqId;
   std::size_t outstanding;
@@ -55,7 +55,7 @@ std::shared_ptr<Connection> FindServer(const std::vector<std::shared_ptr<Connect
   return shown == servers.end() ? nullptr : *shown;
 }
 
-// The object at args[2], taken as it is; an empty one where there is none.
+// The object at args[2], unchanged; an empty object if there is none.
 Json ToolArguments(const Json& args) {
   const bool hasObject =
       args.kind == kJsonArray && args.items.size() > 2 && args.items[2].kind == kJsonObject;

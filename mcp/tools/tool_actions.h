@@ -1,4 +1,5 @@
-// The page actions that list the servers with their tools, and call a tool: mcpServers and mcpCall.
+// The page actions that list the servers with their tools and that call a tool: mcpServers and
+// mcpCall.
 #pragma once
 
 #include <functional>
@@ -14,12 +15,13 @@ namespace wendra {
 // The servers of config.json, in its order, as they are at the time of the call.
 using ServerList = std::function<std::vector<std::shared_ptr<Connection>>()>;
 
-// Answers when each server has answered or failed: entries stand in the order of their completion.
-// UI thread; `replies` is borrowed.
+// Replies when each server has responded or failed. The entries are in that order, not in the order
+// of config.json. UI thread; borrows `replies`.
 Action McpServersAction(Replies& replies, ServerList servers);
 
-// Finds the server by its name in config.json, or else by the form of it that mcpServers shows.
-// Failures are answered with ok and a member `error`, deliberately.
+// Finds the server by its name in config.json, or else by the form of the name that mcpServers
+// shows. Deliberate: a failed call gets a successful reply whose value has a member `error`. UI
+// thread; borrows `replies`.
 Action McpCallAction(Replies& replies, ServerList servers);
 
 }  // namespace wendra

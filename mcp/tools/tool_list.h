@@ -1,4 +1,4 @@
-// How the page sees servers and their tools. Pure.
+// Converts tools and server names into the form that the page sees. Pure.
 #pragma once
 
 #include <string>
@@ -9,12 +9,12 @@
 namespace wendra {
 
 // The tools of a server's response to tools/list, in its order: an array of objects with `name`
-// ("tool" where the server gives none) and, where the server gives them, `description` and
-// `inputSchema`. Empty when the response lists none.
+// ("tool" if the server gives none) and, if the server gives them, `description` and `inputSchema`.
+// Empty if the response lists no tools.
 Json ToolList(Json reply);
 
-// The form of a server's name that fits into the name of a tool: a to z, 0 to 9, "_" and "-".
-// Capitals become small, every other character becomes "_".
+// The form of a server's name that fits into the name of a tool: a to z, 0 to 9, "_" and "-". A to
+// Z become lower case; every other character, however many bytes it has, becomes one "_".
 std::string SafeServerName(std::string_view name);
 
 }  // namespace wendra

@@ -8,8 +8,8 @@
 namespace wendra {
 namespace {
 
-// The text pieces and pictures of a result, in the order of its content. Takes texts out of the
-// items, for they can be long.
+// Collects the texts and images of a result, in the order of its content. Moves them out of the
+// items, since they can be long.
 class Content {
  public:
   void Add(Json& item) {
@@ -71,7 +71,7 @@ class Content {
   }
 
   std::string text_;
-  bool hasText_ = false;  // an empty piece counts too
+  bool hasText_ = false;  // an empty text counts too
   Json images_ = Json::Array();
 };
 

@@ -1,4 +1,4 @@
-// The few elements that every view is made of.
+// Makes the elements that the views share.
 
 /**
  * A DOM element with properties and children.
@@ -21,20 +21,20 @@ export function element(name, properties = {}, ...children) {
 export const field = (text, control) => element('label', {}, text, control);
 
 /**
- * A line for paths, names and commands, which no speller should touch.
+ * A text field for paths, names and commands, without spell checking.
  * @param {string} id @param {Partial<HTMLInputElement>} [properties]
  */
 export const lineInput = (id, properties = {}) =>
   element('input', { id, spellcheck: false, autocomplete: 'off', ...properties });
 
 /**
- * A button that does something other than send its form.
+ * A button that does not send its form.
  * @param {string} text @param {() => void} act @param {Partial<HTMLButtonElement>} [properties]
  */
 export const button = (text, act, properties = {}) =>
   element('button', { type: 'button', textContent: text, onclick: act, ...properties });
 
-/** Where a view says what went wrong. Empty, it is not seen. */
+/** The place where a view shows an error. Hidden while it is empty. */
 export class Problem {
   place = element('p', { className: 'problem', hidden: true, role: 'alert' });
 
@@ -49,7 +49,7 @@ export class Problem {
   }
 
   /**
-   * Runs `work`, during which `control` is disabled, and shows what it throws.
+   * Runs `work`, disables `control` meanwhile, and shows the error that `work` throws.
    * @param {HTMLButtonElement} control @param {() => Promise<void>} work
    */
   async during(control, work) {
@@ -69,7 +69,7 @@ export class Problem {
 }
 
 /**
- * Calls `work` when the form is sent, by its button or by Enter.
+ * Calls `work` when the user sends the form, with its button or with Enter.
  * @param {HTMLFormElement} form @param {() => void} work
  */
 export function onSubmit(form, work) {

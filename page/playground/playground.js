@@ -1,6 +1,6 @@
-// Puts the views on the page, one at a time, chosen by the address's fragment. A view is a module
-// with a title, a summary, and mount(section, host); what mount gives is called whenever the view
-// is shown. A new one only has to be listed here.
+// Shows one view at a time; the fragment of the address chooses it. A view is a module with a
+// title, a summary, and mount(section, host). If mount returns a function, that function is called
+// each time the view is shown. A new view only has to be added to the list here.
 import { installStandIn } from '../wendra-host-standin.js';
 import { element } from './elements.js';
 import { host, onRequest } from './recorded_host.js';
@@ -65,7 +65,7 @@ showHostState();
 mountTraffic(byId('traffic'), onRequest);
 const views = Object.entries(kViews).map(([id, view]) => add(id, view));
 
-/** @param {{ byUser: boolean }} how the heading takes the focus when the user changes the view */
+/** @param {{ byUser: boolean }} how the heading takes the focus if `byUser` */
 function showChosen({ byUser }) {
   const wanted = location.hash.slice(1);
   const chosen = views.find(({ id }) => id === wanted) ?? views[0];

@@ -1,4 +1,4 @@
-// The host's functions, each request of which is shown to whoever listens.
+// Wraps the host's functions and reports each request to the listeners.
 import * as bridge from '../wendra-host.js';
 
 /** @typedef {typeof import('../wendra-host.js')} Host */

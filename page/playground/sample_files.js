@@ -1,4 +1,4 @@
-// What the stand-in's disk holds, so that there is something to open in an ordinary browser.
+// The files of the stand-in, so that the user of an ordinary browser has files to open.
 const kHome = 'C:\\Users\\developer';
 
 const kNotes = [

@@ -1,5 +1,5 @@
-// The MCP servers that the stand-in plays, so that the views have something to show in an ordinary
-// browser: one that answers in every way, one that cannot be reached.
+// The MCP servers that the stand-in plays, so that the views show servers in an ordinary browser:
+// one with every kind of answer, and one that cannot be reached.
 
 /** @typedef {import('../wendra-host-standin.js').StandInServer} StandInServer */
 /** @typedef {import('../wendra-host.js').McpCallResult} McpCallResult */

@@ -1,4 +1,4 @@
-// The panel that lists every request with its reply, newest first.
+// A panel that lists every request with its reply, newest first.
 import { duration, element } from './elements.js';
 
 /** @typedef {import('./recorded_host.js').Request} Request */
@@ -14,7 +14,7 @@ function shown(value) {
   return `${text.slice(0, kMaxShownCharacters)}\n… ${more} more characters`;
 }
 
-// The first text says most: a path, a name.
+// The first text among the arguments: usually a path or a name.
 /** @param {unknown} args */
 const brief = (args) =>
   (Array.isArray(args) ? args : []).find((one) => typeof one === 'string' && one !== '') ?? '';

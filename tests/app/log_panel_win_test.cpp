@@ -11,7 +11,7 @@
 namespace wendra {
 namespace {
 
-// A panel in a window of its own, and the log it shows.
+// A log, and a panel in a test window that shows it.
 class LogPanelTest : public testing::Test {
  protected:
   void Add(const std::string& line) {
@@ -33,7 +33,8 @@ class LogPanelTest : public testing::Test {
     return {start, end};
   }
 
-  // The number of lines according to the scroll bar, which is not asked by a message.
+  // The number of lines according to the scroll bar. Sends no message to the control, because every
+  // message makes the panel take over new text.
   int LinesToScroll() {
     SCROLLINFO info{};
     info.cbSize = sizeof(info);
@@ -83,14 +84,14 @@ TEST_F(LogPanelTest, HoldsTheWholeLogAfterEveryLine) {
   }
 }
 
-TEST_F(LogPanelTest, ShowsWhatCameBeforeItWithTheFirstLineAfterIt) {
+TEST_F(LogPanelTest, ShowsEarlierLinesWithTheNextLine) {
   log_ = "early\r\n";
   EXPECT_EQ(Shown(), "");  // no line has been logged since
   Add("first");
   EXPECT_EQ(Shown(), "early\r\nfirst\r\n");
 }
 
-TEST_F(LogPanelTest, GoesOnBeyondTheControlsOldLimit) {
+TEST_F(LogPanelTest, HoldsMoreThanTheControlsDefaultLimit) {
   while (log_.size() < 200'000) {
     Add(std::string(997, 'x'));
     if (log_.size() % 7 == 0) {
@@ -100,7 +101,7 @@ TEST_F(LogPanelTest, GoesOnBeyondTheControlsOldLimit) {
   EXPECT_EQ(Shown(), log_);
 }
 
-TEST_F(LogPanelTest, KeepsLineFeedsAndMarksZeros) {
+TEST_F(LogPanelTest, KeepsLineFeedsAndReplacesNul) {
   Add("two\nlines\r\n and a tab\t.");
   EXPECT_EQ(Shown(), log_);
   Add(std::string("zero\0inside", 11));
@@ -108,7 +109,7 @@ TEST_F(LogPanelTest, KeepsLineFeedsAndMarksZeros) {
   EXPECT_TRUE(Shown().ends_with("zero\xEF\xBF\xBDinside\r\nafter\r\n")) << Shown();
 }
 
-TEST_F(LogPanelTest, TakesOverByItselfWhileVisible) {
+TEST_F(LogPanelTest, TakesOverNewLinesByItselfWhileVisible) {
   ShowWindow(window_.Handle(), SW_SHOW);
   panel_.SetVisible(true);
   EXPECT_TRUE(IsWindowVisible(Edit()));
@@ -120,7 +121,7 @@ TEST_F(LogPanelTest, TakesOverByItselfWhileVisible) {
   Add("third");
   EXPECT_EQ(LinesToScroll(), linesBefore);
 
-  // Nobody looks: nothing but the panel's own timer reaches it.
+  // No other message: only the panel's own timer reaches the control.
   MSG message{};
   ASSERT_TRUE(GetMessageW(&message, Edit(), WM_TIMER, WM_TIMER));
   DispatchMessageW(&message);
@@ -130,7 +131,7 @@ TEST_F(LogPanelTest, TakesOverByItselfWhileVisible) {
   EXPECT_FALSE(IsWindowVisible(Edit()));
 }
 
-TEST_F(LogPanelTest, LeavesAnOldSelectionBehind) {
+TEST_F(LogPanelTest, MovesTheCaretToTheEndAfterTheUserHasSelectedText) {
   Add("select me");
   SendMessageW(Edit(), EM_SETSEL, 0, 3);
   Add("next");
@@ -143,7 +144,7 @@ TEST_F(LogPanelTest, MovesToItsBox) {
   panel_.Move({0, 100, 300, 300});
   RECT rect{};
   GetClientRect(Edit(), &rect);
-  // The scroll bar takes its part of the width.
+  // Not the right side: the scroll bar takes a part of the width.
   EXPECT_EQ(rect.bottom, 200);
   GetWindowRect(Edit(), &rect);
   MapWindowPoints(nullptr, window_.Handle(), reinterpret_cast<POINT*>(&rect), 2);

@@ -1,4 +1,4 @@
-// What stands in the finished program's resources, read as Windows and the update library read it.
+// The resources of the built program, read as Windows and the update library read them.
 #include <filesystem>
 #include <string>
 #include <string_view>
@@ -13,7 +13,7 @@
 namespace wendra {
 namespace {
 
-// wendra.exe lies one folder above the tests.
+// wendra.exe is one folder above the tests.
 std::wstring ProgramPath() {
   wchar_t self[MAX_PATH];
   GetModuleFileNameW(nullptr, self, MAX_PATH);
@@ -53,7 +53,7 @@ TEST_F(ResourcesTest, ManifestDeclaresDpiControlsSystemAndPrivileges) {
                            "{8e0f7a12-bfb3-4fe8-b9a5-48fd50a15a9a}", "asInvoker"}) {
     EXPECT_NE(manifest.find(part), std::string_view::npos) << part;
   }
-  // It would change what "the ANSI code page" means to commands that the page runs.
+  // It would change the ANSI code page, as which the host reads the output of commands.
   EXPECT_EQ(manifest.find("activeCodePage"), std::string_view::npos);
 }
 
@@ -65,7 +65,7 @@ TEST_F(ResourcesTest, UpdateKeyIsFortyFourBase64Characters) {
       std::string_view::npos);
 }
 
-TEST_F(ResourcesTest, VersionsAreEqualFourPartAndNamed) {
+TEST_F(ResourcesTest, HasOneFourPartVersionAndNames) {
   const std::wstring path = ProgramPath();
   std::vector<char> block(GetFileVersionInfoSizeW(path.c_str(), nullptr));
   ASSERT_TRUE(GetFileVersionInfoW(path.c_str(), 0, static_cast<DWORD>(block.size()), block.data()));

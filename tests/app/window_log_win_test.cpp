@@ -14,7 +14,7 @@
 namespace wendra {
 namespace {
 
-// Catches what goes to the debugger, which arrives as an exception with the text's place.
+// Catches debugger output: it arrives as an exception that holds a pointer to the text.
 class DebuggerOutput {
  public:
   DebuggerOutput() : handler_(AddVectoredExceptionHandler(1, &DebuggerOutput::OnException)) {
@@ -32,7 +32,7 @@ class DebuggerOutput {
     const EXCEPTION_RECORD& record = *pointers->ExceptionRecord;
     if (record.ExceptionCode != kDebuggerText) return EXCEPTION_CONTINUE_SEARCH;
     text += reinterpret_cast<const char*>(record.ExceptionInformation[1]);
-    return EXCEPTION_CONTINUE_SEARCH;  // whoever raised it handles it
+    return EXCEPTION_CONTINUE_SEARCH;  // the function that raised it handles it
   }
 
   void* handler_;
@@ -55,7 +55,7 @@ TEST(WindowLog, SendsEveryLineToTheDebuggerWithItsName) {
   EXPECT_EQ(DebuggerOutput::text, "[Wendra] [Server] one\n[Wendra] two\nlines\n");
 }
 
-TEST(WindowLog, ReachesTheDebuggerAloneBeforeThereIsAWindow) {
+TEST(WindowLog, SendsAThreadsLineOnlyToTheDebuggerBeforeThereIsAWindow) {
   const DebuggerOutput debugger;
   WindowLog log;
   std::thread([&] { log.LineFromAnyThread("early"); }).join();
@@ -63,7 +63,7 @@ TEST(WindowLog, ReachesTheDebuggerAloneBeforeThereIsAWindow) {
   EXPECT_EQ(DebuggerOutput::text, "[Wendra] early\n");
 }
 
-TEST(WindowLog, PostsLinesOfAnyThreadInTheirOrder) {
+TEST(WindowLog, PostsTheLinesOfEachThreadInTheirOrder) {
   WindowLog log;
   const TestWindow window([&](UINT message, WPARAM wparam, LPARAM lparam) {
     if (message != kLogLineMessage) return;
@@ -83,7 +83,7 @@ TEST(WindowLog, PostsLinesOfAnyThreadInTheirOrder) {
     });
   }
   for (auto& thread : threads) thread.join();
-  log.LineFromAnyThread("last");  // posted here too
+  log.LineFromAnyThread("last");  // posted on the UI thread too
   EXPECT_EQ(log.Text(), "");
   TestWindow::Pump();
 
@@ -99,7 +99,7 @@ TEST(WindowLog, PostsLinesOfAnyThreadInTheirOrder) {
   EXPECT_EQ(log.Text().substr(at), "last\r\n");
 }
 
-TEST(WindowLog, SurvivesAWindowThatIsGone) {
+TEST(WindowLog, LosesAThreadsLineWhenTheWindowIsGone) {
   WindowLog log;
   {
     const TestWindow window;

@@ -31,27 +31,27 @@ TEST(SplitAddress, CutsAtTheFirstSeparatorAndTheEndOfTheAuthority) {
   }
 }
 
-TEST(HostAndPort, IsWhatFollowsTheLastAtSign) {
+TEST(HostAndPort, GivesTheTextAfterTheLastAtSign) {
   EXPECT_EQ(HostAndPort("h:1"), "h:1");
   EXPECT_EQ(HostAndPort("u:p@h:1"), "h:1");
   EXPECT_EQ(HostAndPort("a@b@h"), "h");
   EXPECT_EQ(HostAndPort("u@"), "");
 }
 
-TEST(IsHttp, TakesTwoSchemesInAnyCase) {
+TEST(IsHttp, AcceptsHttpAndHttpsInAnyLetterCase) {
   for (const char* scheme : {"http", "https", "HTTP", "HttpS"}) EXPECT_TRUE(IsHttp(scheme));
   for (const char* scheme : {"", "ftp", "http ", "httpss", "blob:http"})
     EXPECT_FALSE(IsHttp(scheme));
 }
 
-TEST(AddressOfOrigin, IsTheOneInsideABlob) {
+TEST(AddressOfOrigin, GivesTheAddressInsideABlobAddress) {
   EXPECT_EQ(AddressOfOrigin("blob:http://h:1/1-2"), "http://h:1/1-2");
   EXPECT_EQ(AddressOfOrigin("blob:null/1-2#://h/"), "null/1-2#://h/");
   EXPECT_EQ(AddressOfOrigin("http://h/blob:http://x"), "http://h/blob:http://x");
   EXPECT_EQ(AddressOfOrigin("data:,blob:http://x"), "data:,blob:http://x");
 }
 
-TEST(OriginOf, IsSchemeHostAndPort) {
+TEST(OriginOf, GivesSchemeHostAndPort) {
   const struct {
     std::string_view address, origin;
   } cases[] = {
@@ -68,7 +68,7 @@ TEST(OriginOf, IsSchemeHostAndPort) {
       {"http://127.0.0.1:1", "http://127.0.0.1:1"},
       {"blob:http://h:1/1-2", "http://h:1"},
       {"blob:https://h/1-2", "https://h:443"},
-      // Documents that belong to nobody.
+      // Addresses without an origin.
       {"", ""},
       {"about:blank", ""},
       {"data:text/html,http://h", ""},

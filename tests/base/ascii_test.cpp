@@ -11,7 +11,7 @@ TEST(LowerAscii, ChangesTheLettersAToZOnly) {
   EXPECT_EQ(LowerAscii(""), "");
 }
 
-TEST(TrimBlanks, RemovesFourKindsOfBlankAtBothEnds) {
+TEST(TrimBlanks, RemovesFourKindsOfWhitespaceAtBothEnds) {
   const struct {
     std::string_view in, want;
   } cases[] = {
@@ -19,8 +19,8 @@ TEST(TrimBlanks, RemovesFourKindsOfBlankAtBothEnds) {
       {" \t\r\n", ""},
       {" \t\r\nx\n\r\t ", "x"},
       {"a b", "a b"},
-      {"\vx\f", "\vx\f"},          // no blanks here
-      {"\xC2\xA0x", "\xC2\xA0x"},  // nor is the no-break space
+      {"\vx\f", "\vx\f"},          // vertical tab and form feed do not count
+      {"\xC2\xA0x", "\xC2\xA0x"},  // nor does the no-break space
       {std::string_view("\0x\0", 3), std::string_view("\0x\0", 3)},
   };
   for (const auto& c : cases) EXPECT_EQ(TrimBlanks(c.in), c.want) << c.in;

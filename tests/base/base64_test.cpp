@@ -25,7 +25,7 @@ TEST(EncodeBase64, PadsToFourCharacters) {
   for (const auto& c : cases) EXPECT_EQ(EncodeBase64(c.bytes), c.want);
 }
 
-TEST(EncodeBase64, UsesEveryCharacterForItsSixBits) {
+TEST(EncodeBase64, GivesEachValueOfSixBitsItsCharacter) {
   std::string bytes;
   for (unsigned i = 0; i < 64; i += 4) {
     const unsigned group = i << 18 | (i + 1) << 12 | (i + 2) << 6 | (i + 3);
@@ -37,7 +37,7 @@ TEST(EncodeBase64, UsesEveryCharacterForItsSixBits) {
             "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/");
 }
 
-TEST(EncodeBase64, MakesFourCharactersOfEveryThreeBytesBegun) {
+TEST(EncodeBase64, GivesFourCharactersForEachGroupOfThreeBytes) {
   for (size_t size = 0; size < 100; ++size) {
     EXPECT_EQ(EncodeBase64(std::string(size, 'x')).size(), (size + 2) / 3 * 4);
   }

@@ -17,12 +17,12 @@ TEST(OutputBuffer, GivesBackWhatWasAppended) {
         buffer.Append(std::string_view(text).substr(at, piece));
       }
       EXPECT_TRUE(buffer.Take() == text) << size << " bytes, " << piece << " at a time";
-      EXPECT_EQ(buffer.Take(), "");  // empty afterwards
+      EXPECT_EQ(buffer.Take(), "");  // the first Take has emptied it
     }
   }
 }
 
-TEST(OutputBuffer, BeginsAnewAfterTake) {
+TEST(OutputBuffer, CollectsNewOutputAfterTake) {
   OutputBuffer buffer;
   buffer.Append("ab");
   EXPECT_EQ(buffer.Take(), "ab");

@@ -8,17 +8,17 @@
 namespace wendra {
 namespace {
 
-TEST(IsWellFormedUtf8, TakesCompleteSequencesThatAreNotOverlong) {
+TEST(IsWellFormedUtf8, AcceptsCompleteSequencesThatAreNotOverlong) {
   for (const char* text : {"", "plain", "\x7F", "\xC2\x80", "ü", "\xDF\xBF", "\xE0\xA0\x80", "日本",
                            "\xF0\x90\x80\x80", "😀", "a ü 日 😀 z",
                            "\xED\xA0\x80",         // a surrogate
                            "\xF4\x90\x80\x80",     // above U+10FFFF
-                           "\xF7\xBF\xBF\xBF"}) {  // the highest there is
+                           "\xF7\xBF\xBF\xBF"}) {  // the highest value of four bytes
     EXPECT_TRUE(IsWellFormedUtf8(text)) << text;
   }
 }
 
-TEST(IsWellFormedUtf8, RefusesTheRest) {
+TEST(IsWellFormedUtf8, RefusesBrokenAndOverlongSequences) {
   for (const char* text : {"\x80",
                            "\xBF",
                            "a\x80",
@@ -45,7 +45,7 @@ TEST(IsWellFormedUtf8, RefusesTheRest) {
   }
 }
 
-TEST(IsWellFormedUtf8, SeesTheOddByteWhereverItStands) {
+TEST(IsWellFormedUtf8, FindsABadByteAtEveryPosition) {
   for (size_t at = 0; at < 40; ++at) {
     std::string text(40, 'a');
     text[at] = '\xFF';
@@ -55,7 +55,7 @@ TEST(IsWellFormedUtf8, SeesTheOddByteWhereverItStands) {
   }
 }
 
-TEST(IsWellFormedUtf8, KnowsTheEndOfTheText) {
+TEST(IsWellFormedUtf8, RefusesASequenceThatTheEndOfTheTextCuts) {
   const std::string_view text = "日";
   EXPECT_TRUE(IsWellFormedUtf8(text));
   EXPECT_FALSE(IsWellFormedUtf8(text.substr(0, 2)));
@@ -72,7 +72,7 @@ TEST(HoldsControlCharacter, FindsBothRanges) {
     EXPECT_EQ(HoldsControlCharacter(text), code < 0x20 || (code >= 0x7F && code < 0xA0)) << code;
   }
   EXPECT_FALSE(HoldsControlCharacter(""));
-  EXPECT_FALSE(HoldsControlCharacter("\xE2\x82\x85"));  // one of three bytes
+  EXPECT_FALSE(HoldsControlCharacter("\xE2\x82\x85"));  // one character of three bytes
 }
 
 }  // namespace

@@ -14,7 +14,7 @@ namespace {
 using Lines = std::vector<std::string>;
 constexpr std::string_view kOrigin = "http://localhost:80";
 
-// A bridge whose action "echo" answers with its arguments, and whose second "echo" never runs.
+// A bridge with two actions "echo": the first replies with its arguments, the second never runs.
 class BridgeTest : public testing::Test {
  protected:
   ActionTable Actions() {
@@ -33,7 +33,7 @@ class BridgeTest : public testing::Test {
   Bridge bridge_{Actions(), replies_, log_};
 };
 
-TEST_F(BridgeTest, LogsAndNeverAnswersWhatIsNoRequest) {
+TEST_F(BridgeTest, LogsAndNeverAnswersAMessageThatIsNoRequest) {
   const std::string noObject = "[JS->Native] non-object message";
   const std::string noId = "[JS->Native] message without __reqId";
   const struct {
@@ -47,13 +47,13 @@ TEST_F(BridgeTest, LogsAndNeverAnswersWhatIsNoRequest) {
       {"true", noObject},
       {"{", noObject},
       {"{} x", noObject},
-      {"\"{\\\"__reqId\\\":\\\"a\\\",\\\"name\\\":\\\"echo\\\"}\"", noObject},  // a posted string
+      {"\"{\\\"__reqId\\\":\\\"a\\\",\\\"name\\\":\\\"echo\\\"}\"", noObject},  // a JSON string
       {"{}", noId},
       {"{\"name\":\"echo\"}", noId},
       {"{\"__reqId\":7,\"name\":\"echo\"}", noId},
       {"{\"__reqId\":null,\"name\":\"echo\"}", noId},
       {"{\"__reqid\":\"a\",\"name\":\"echo\"}", noId},
-      {"{\"__reqId\":7,\"__reqId\":\"a\",\"name\":\"echo\"}", noId},  // the first counts
+      {"{\"__reqId\":7,\"__reqId\":\"a\",\"name\":\"echo\"}", noId},  // the first member counts
   };
   for (const auto& c : cases) {
     log_.lines.clear();
@@ -96,7 +96,8 @@ TEST_F(BridgeTest, LogsAndAnswersEveryRequestOnce) {
   }
 }
 
-// Two pages number their requests alike, and the first one's reply comes last.
+// Pages of several origins use the same id for their requests, and the replies come in another
+// order.
 TEST_F(BridgeTest, AnswersTheOriginThatAsked) {
   std::vector<std::string> asked;
   Bridge bridge({{"later", [&](const std::string& id, const Json&) { asked.push_back(id); }}},
@@ -115,7 +116,7 @@ TEST_F(BridgeTest, AnswersTheOriginThatAsked) {
                    Script("'r1', 0, \"no\""), Script("'r1', 1, 2")}));
 }
 
-TEST_F(BridgeTest, LetsANumberOutOfRangeFly) {
+TEST_F(BridgeTest, ThrowsForANumberOutOfRange) {
   for (const char* message : {"{\"__reqId\":\"a\",\"name\":\"echo\",\"args\":[1e400]}",
                               "{\"x\":1e400}", "[1e400]", "1e400"}) {
     EXPECT_THROW(bridge_.HandleMessage(kOrigin, message), std::out_of_range) << message;
@@ -124,7 +125,7 @@ TEST_F(BridgeTest, LetsANumberOutOfRangeFly) {
   EXPECT_TRUE(page_.scripts.empty());
 }
 
-TEST_F(BridgeTest, TakesAMessageOfOneMebibyte) {
+TEST_F(BridgeTest, HandlesAMessageOfOneMebibyte) {
   const std::string content(1 << 20, 'x');
   bridge_.HandleMessage(kOrigin,
                         "{\"__reqId\":\"a\",\"name\":\"echo\",\"args\":\"" + content + "\"}");

@@ -7,6 +7,7 @@
 
 #include <gtest/gtest.h>
 
+#include "tests/support/patience.h"
 #include "tests/support/recording_page.h"
 #include "tests/support/scratch_folder_win.h"
 #include "tests/support/test_window_win.h"
@@ -20,10 +21,10 @@
 namespace wendra {
 namespace {
 
-constexpr DWORD kPatienceMs = 20'000;
 constexpr DWORD kManyPatienceMs = 120'000;  // for many commands at once
 
-// A program of the build lies one folder above the tests.
+// The quoted path of a program of the build and a space. The programs are one folder above the
+// tests.
 std::string ChildProgram(const wchar_t* name) {
   wchar_t self[MAX_PATH];
   GetModuleFileNameW(nullptr, self, MAX_PATH);
@@ -33,6 +34,7 @@ std::string ChildProgram(const wchar_t* name) {
 
 std::string TestChild() { return ChildProgram(L"test_child.exe"); }
 
+// The text that test_child writes for `out` and `both`.
 std::string Filling(size_t bytes) {
   std::string text(bytes, 'x');
   for (size_t i = 79; i < bytes; i += 80) text[i] = '\n';
@@ -50,7 +52,7 @@ TEST(RunCommand, GivesExitCodeAndBothStreams) {
       {child + "out 5 err 3 exit 7", 7, "xxxxx", "xxx"},
       {child + "exit 2147483647", 2147483647, "", ""},
       {child + "exit 4294967295", -1, "", ""},
-      {child + "read", 0, "read 0 bytes\n", ""},  // its input ends at once
+      {child + "read", 0, "read 0 bytes\n", ""},  // the command's input ends at once
       {child + "args \"two words\" \"a&b\" %COMSPEC:~0,2%", 0, "two words\na&b\nC:\n", ""},
       {child + "out 3 | " + child + "read", 0, "read 3 bytes\n", ""},
       {child + "out 2 && " + child + "err 2", 0, "xx", "xx"},
@@ -65,7 +67,7 @@ TEST(RunCommand, GivesExitCodeAndBothStreams) {
 }
 
 TEST(RunCommand, ReportsACrashAsANegativeCode) {
-  // Straight from the shell, which hands the code of its last command on.
+  // The shell ends with the exit code of its last command.
   EXPECT_EQ(RunCommand("", TestChild() + "crash").exitCode, static_cast<std::int32_t>(0xC0000005));
 }
 
@@ -86,7 +88,7 @@ TEST(RunCommand, GivesTheCommandLineThatCouldNotBeStarted) {
   EXPECT_EQ(result.error, Narrow(shell) + " /d /s /c \"echo \"ü\"\"");
 }
 
-TEST(RunCommand, TakesMuchOnBothStreamsAtOnce) {
+TEST(RunCommand, ReadsMuchOutputOnBothStreamsAtOnce) {
   constexpr size_t kBytes = 10u << 20;
   const ExecResult result =
       RunCommand("", TestChild() + "both " + std::to_string(kBytes) + " exit 3");
@@ -95,16 +97,16 @@ TEST(RunCommand, TakesMuchOnBothStreamsAtOnce) {
   EXPECT_TRUE(result.error == Filling(kBytes));
 }
 
-TEST(RunCommand, MakesUtf8OfTheAnsiCodePage) {
+TEST(RunCommand, ConvertsOutputInTheAnsiCodePageToUtf8) {
   const struct {
     std::string command, output;
   } cases[] = {
       {"ansi", "äöü"},
       {"bytes C3A4C3B6C3BC", "äöü"},  // UTF-8 already
-      {"bytes C3A4E4", "Ã¤ä"},        // not all of it: then none of it
+      {"bytes C3A4E4", "Ã¤ä"},        // not all of it is UTF-8, so all of it counts as ANSI text
       {"bytes 80", "€"},
       {"bytes EDA080", "\xED\xA0\x80"},  // a surrogate counts as well-formed
-      {"bytes C080", "À€"},              // overlong
+      {"bytes C080", "À€"},              // overlong, so not well-formed
       {"bytes 410042", std::string("A\0B", 3)},
   };
   for (const auto& c : cases) {
@@ -112,8 +114,8 @@ TEST(RunCommand, MakesUtf8OfTheAnsiCodePage) {
   }
 }
 
-TEST(RunCommand, WaitsForWhoeverHoldsTheStreams) {
-  // The command itself ends at once; what it left behind keeps its output open.
+TEST(RunCommand, WaitsUntilNoProcessHoldsTheStreams) {
+  // The command itself ends at once; a process that it has started keeps its output open.
   const std::string name = "wendra-test-" + std::to_string(GetCurrentProcessId());
   const KernelHandle event(CreateEventW(nullptr, TRUE, FALSE, Widen(name).c_str()));
   const std::string endName = name + "-end";
@@ -133,8 +135,8 @@ TEST(RunCommand, WaitsForWhoeverHoldsTheStreams) {
 }
 
 TEST(RunCommand, GivesTheExitCodeOfACommandThatClosesItsStreamsEarly) {
-  // In place of the shell, which would hold the streams to the end; the rest of the command line
-  // comes after the child has ended.
+  // The child runs in place of the shell, because the shell would hold the streams to its end. The
+  // arguments that RunCommand adds come after "exit 7", so the child does not read them.
   const std::wstring shell = EnvironmentText(L"COMSPEC");
   const std::string slow = ChildProgram(L"windowed_child.exe") + "out 2 shut pause 300 exit 7";
   SetEnvironmentVariableW(L"COMSPEC", Widen(slow).c_str());
@@ -144,12 +146,12 @@ TEST(RunCommand, GivesTheExitCodeOfACommandThatClosesItsStreamsEarly) {
   EXPECT_EQ(result.output, "xx");
 }
 
-// Each of the children that live on would keep the streams of a command open whose ends it had
-// inherited, and that command would never end.
-TEST(RunCommand, LosesNoEndWhereManyStartAtOnce) {
+// Some children go on running. If such a child had inherited the pipes of a command, the command's
+// streams would stay open and RunCommand would never return.
+TEST(RunCommand, ReturnsForEveryCommandWhenManyChildrenStartAtOnce) {
   constexpr int kThreads = 8;
-  constexpr int kCommands = 63;  // of each thread: 504 in all
-  constexpr int kLivingOn = 60;
+  constexpr int kCommands = 63;  // for each thread: 504 in total
+  constexpr int kLivingOn = 60;  // children that go on running
   const std::string name = "wendra-test-many-" + std::to_string(GetCurrentProcessId());
   const KernelHandle event(CreateEventW(nullptr, TRUE, FALSE, Widen(name).c_str()));
   std::atomic<int> started = 0;
@@ -167,7 +169,7 @@ TEST(RunCommand, LosesNoEndWhereManyStartAtOnce) {
   for (int t = 0; t < kThreads; ++t) {
     threads.emplace_back([&, t] {
       for (int i = 0; i < kCommands; ++i) {
-        const int code = t * 10 + i % 10;  // not 259, which cmd.exe takes for "still running"
+        const int code = t * 10 + i % 10;  // never 259, which cmd.exe takes for "still running"
         const ExecResult result =
             RunCommand("", TestChild() + "out 10 exit " + std::to_string(code));
         const bool isRight = result.exitCode == code && result.output == Filling(10);
@@ -182,12 +184,12 @@ TEST(RunCommand, LosesNoEndWhereManyStartAtOnce) {
   EXPECT_EQ(started, kLivingOn);
   EXPECT_EQ(WaitForSingleObject(allEnded.Get(), kManyPatienceMs), WAIT_OBJECT_0)
       << unended << " threads have a command that does not end";
-  SetEvent(event.Get());  // lets go of what the commands wait for, if they do
+  SetEvent(event.Get());  // ends the other children, so that no command waits for their streams
   for (auto& thread : threads) thread.join();
   EXPECT_EQ(right, kThreads * kCommands);
 }
 
-TEST(ExecAction, PostsItsResultAndAnswersFromThere) {
+TEST(ExecAction, PostsItsResultAndRepliesFromTheMessageLoop) {
   RecordingPage page;
   Replies replies(page);
   const TestWindow window([&](UINT message, WPARAM, LPARAM lparam) {
@@ -198,7 +200,7 @@ TEST(ExecAction, PostsItsResultAndAnswersFromThere) {
   Json args;
   ASSERT_TRUE(Parse("[\"\",\"echo \\\"a\\\" & exit 4\"]", args));
   exec.run("r9", args);
-  EXPECT_TRUE(page.scripts.empty());  // only from the message loop
+  EXPECT_TRUE(page.scripts.empty());  // the reply comes only from the message loop
   ASSERT_TRUE(TestWindow::PumpUntil([&] { return !page.scripts.empty(); })) << "no reply";
   EXPECT_NE(page.scripts[0].find("__resolve('r9', 1, {\"exit\":4,\"stdout\":\"\\\"a\\\" \\r\\n\","
                                  "\"stderr\":\"\"}) : 0;"),

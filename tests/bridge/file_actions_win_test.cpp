@@ -55,7 +55,7 @@ TEST_F(FileActionsTest, SayWhatTheyExpect) {
   }
 }
 
-TEST_F(FileActionsTest, ReadWhatIsThere) {
+TEST_F(FileActionsTest, ReadTheWholeFile) {
   const struct {
     std::string content, text, base64;
   } cases[] = {
@@ -64,7 +64,7 @@ TEST_F(FileActionsTest, ReadWhatIsThere) {
       {"ab", "1, \"ab\"", "1, \"YWI=\""},
       {"ü\n\"\\", "1, \"ü\\n\\\"\\\\\"", "1, \"w7wKIlw=\""},
       {std::string("a\0b", 3), "1, \"a\\u0000b\"", "1, \"YQBi\""},
-      {"\xFF\xFE", "1, \"\xFF\xFE\"", "1, \"//4=\""},  // no UTF-8: passed on as it is
+      {"\xFF\xFE", "1, \"\xFF\xFE\"", "1, \"//4=\""},  // not UTF-8: the bytes stay unchanged
   };
   for (const auto& c : cases) {
     Put(L"ü.txt", c.content);
@@ -87,7 +87,7 @@ TEST_F(FileActionsTest, SayWhyTheyCannotRead) {
       {Path(L"folder\\"), "is a directory"},
       {"C:\\", "is a directory"},
       {Path(L"locked"), "could not open file"},
-      {Path(L"locked") + std::string("\0.txt", 5), "no such file"},  // not the part before the zero
+      {Path(L"locked") + std::string("\0.txt", 5), "no such file"},  // not cut at the NUL
       {"C:\\a*b", "no such file"},
       {"\\\\no-such-host.invalid\\share\\x", "no such file"},
   };
@@ -116,18 +116,18 @@ TEST_F(FileActionsTest, ReadWhileOthersWriteAndDelete) {
   EXPECT_EQ(Answer(read_, Args(Path(L"shared"))), "1, \"abc\"");
 }
 
-TEST_F(FileActionsTest, WriteTheContentIntoFoldersThatTheyMake) {
+TEST_F(FileActionsTest, WriteTheContentAndMakeMissingFolders) {
   const std::string path = Path(L"a b\\ü\\日本\\x.txt");
   EXPECT_EQ(Answer(write_, Args(path, "first, longer")), "1, \"ok\"");
   EXPECT_EQ(Answer(write_, Args(path, "häl\nlo")), "1, \"ok\"");
   EXPECT_EQ(Answer(read_, Args(path)), "1, \"häl\\nlo\"");
-  EXPECT_EQ(Answer(write_, Args(path)), "1, \"ok\"");  // no content: an empty file
+  EXPECT_EQ(Answer(write_, Args(path)), "1, \"ok\"");  // no content argument: an empty file
   EXPECT_EQ(Answer(read_, Args(path)), "1, \"\"");
-  EXPECT_EQ(Answer(write_, "[" + Quoted(path) + ",5]"), "1, \"ok\"");  // a number counts as none
+  EXPECT_EQ(Answer(write_, "[" + Quoted(path) + ",5]"), "1, \"ok\"");  // a number is no content
   EXPECT_EQ(Answer(read_, Args(path)), "1, \"\"");
 }
 
-TEST_F(FileActionsTest, SayWithWhichNumberTheyCannotWrite) {
+TEST_F(FileActionsTest, NameTheErrorCodeWhenTheyCannotWrite) {
   std::filesystem::create_directories(folder_ / L"folder");
   Put(L"held", "old");
   const FileHandle held(CreateFileW((folder_ / L"held").c_str(), GENERIC_READ, FILE_SHARE_READ,

@@ -21,7 +21,7 @@ class FolderPickerTest : public testing::Test {
     action_.run("r" + title, args);
   }
 
-  // "ID=VALUE" of each reply so far.
+  // "ID=VALUE" for each reply so far.
   Titles Answers() const {
     Titles answers;
     for (const std::string& script : page_.scripts) {
@@ -39,7 +39,7 @@ class FolderPickerTest : public testing::Test {
   Replies replies_{page_};
   std::function<void(const std::string& title)> whileShown_;
   Titles shown_;
-  HWND owner_ = nullptr;  // as the picker sees it
+  HWND owner_ = nullptr;  // the main window, as the picker gets it
   int depth_ = 0;
   FolderPicker picker_{replies_, [this] { return owner_; },
                        [this](const std::string& title, HWND) -> std::optional<std::string> {
@@ -69,12 +69,12 @@ TEST_F(FolderPickerTest, ShowsTheDialogFromTheMessageLoop) {
   EXPECT_EQ(Answers(), (Titles{"ra=\"C:\\\\a\"", "rcancelled=null"}));
 }
 
-TEST_F(FolderPickerTest, ShowsOneAfterTheOther) {
+TEST_F(FolderPickerTest, ShowsOneDialogAfterTheOther) {
   whileShown_ = [&](const std::string& title) {
     if (title != "a") return;
     Ask("c");
     Ask("d");
-    picker_.ShowDialogs();  // as a message that anybody may post
+    picker_.ShowDialogs();  // as if another program had posted the message
     TestWindow::Pump();
   };
   Ask("a");
@@ -84,7 +84,7 @@ TEST_F(FolderPickerTest, ShowsOneAfterTheOther) {
   EXPECT_EQ(page_.scripts.size(), 4u);
 }
 
-TEST_F(FolderPickerTest, LetsSixteenWait) {
+TEST_F(FolderPickerTest, LetsSixteenRequestsWait) {
   for (const bool isFirstShown : {false, true}) {
     SCOPED_TRACE(isFirstShown);
     shown_.clear();

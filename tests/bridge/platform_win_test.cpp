@@ -9,7 +9,7 @@
 namespace wendra {
 namespace {
 
-TEST(ReadPlatformFacts, TellsTheSystemsOwnFacts) {
+TEST(ReadPlatformFacts, GivesVersionUserAndHome) {
   const PlatformFacts facts = ReadPlatformFacts();
   EXPECT_TRUE(facts.version.starts_with("10.0.")) << facts.version;
   EXPECT_FALSE(facts.user.empty());

@@ -23,7 +23,7 @@ class ProjectDirsTest : public testing::Test {
   std::string Answer(const Action& action, const std::string& args) {
     return ReplyTo(action, args, page_);
   }
-  // What getProjectDirs answers, whatever the order.
+  // The value of getProjectDirs' reply, in no particular order.
   Map Dirs() {
     const std::string answer = Answer(get_, "[]");
     EXPECT_TRUE(answer.starts_with("1, "));
@@ -49,14 +49,14 @@ TEST_F(ProjectDirsTest, LiveBelowTheApplicationsKey) {
 
 TEST_F(ProjectDirsTest, AreEmptyAtFirst) { EXPECT_EQ(Answer(get_, "null"), "1, {}"); }
 
-TEST_F(ProjectDirsTest, KeepWhatWasSetUntilItIsCleared) {
+TEST_F(ProjectDirsTest, KeepAFolderUntilItIsCleared) {
   EXPECT_EQ(Answer(set_, "[\"p1\",\"C:\\\\a\"]"), "1, \"ok\"");
   EXPECT_EQ(Answer(set_, "[\"prøjekt 日\",\"D:\\\\ü\"]"), "1, \"ok\"");
   EXPECT_EQ(Dirs(), (Map{{"p1", "C:\\a"}, {"prøjekt 日", "D:\\ü"}}));
   EXPECT_EQ(Answer(set_, "[\"p1\",\"C:\\\\b\"]"), "1, \"ok\"");
   EXPECT_EQ(Dirs(), (Map{{"p1", "C:\\b"}, {"prøjekt 日", "D:\\ü"}}));
   EXPECT_EQ(Answer(set_, "[\"p1\",\"\"]"), "1, \"ok\"");
-  EXPECT_EQ(Answer(set_, "[\"p1\"]"), "1, \"ok\"");  // not there any more: still ok
+  EXPECT_EQ(Answer(set_, "[\"p1\"]"), "1, \"ok\"");  // the value is gone already: still "ok"
   EXPECT_EQ(Dirs(), (Map{{"prøjekt 日", "D:\\ü"}}));
 }
 

@@ -5,7 +5,7 @@
 namespace wendra {
 namespace {
 
-TEST(ReplyAddress, GivesBackWhatItWasMadeOf) {
+TEST(ReplyAddress, SplitsIntoTheOriginAndTheIdItWasMadeOf) {
   const struct {
     std::string_view origin, reqId;
   } cases[] =
@@ -15,7 +15,7 @@ TEST(ReplyAddress, GivesBackWhatItWasMadeOf) {
           {"", "r1"},
           {"", ""},
           {"http://localhost:80", "two\nlines"},
-          {"", "http://localhost:80\nr1"},  // an id that looks like an address of another origin
+          {"", "http://localhost:80\nr1"},  // an id that looks like a reply address
           {"https://[::1]:443", "'\\\"\xFF"},
       };
   for (const auto& c : cases) {
@@ -26,7 +26,7 @@ TEST(ReplyAddress, GivesBackWhatItWasMadeOf) {
   }
 }
 
-TEST(ReplyAddress, OfAnythingElseIsAnIdWithoutAnOrigin) {
+TEST(ReplyAddress, WithoutALineFeedIsAnIdWithoutAnOrigin) {
   const ReplyAddressParts parts = SplitReplyAddress("r1");
   EXPECT_EQ(parts.origin, "");
   EXPECT_EQ(parts.reqId, "r1");

@@ -1,5 +1,5 @@
-// What a reply to the page costs in memory beside the content that it carries: every block that
-// operator new gives out is counted, which is why this is a program of its own.
+// Measures how much memory a reply to the page needs beside the content that it holds. The test
+// replaces operator new to count every block, so it is a program of its own.
 #include <algorithm>
 #include <fstream>
 #include <new>
@@ -16,7 +16,7 @@
 
 namespace {
 
-// One thread alone asks for memory here.
+// Not atomic: only one thread allocates in this program.
 std::size_t liveBytes = 0;
 std::size_t peakBytes = 0;
 
@@ -43,7 +43,7 @@ void operator delete[](void* memory, std::size_t) noexcept { operator delete(mem
 namespace wendra {
 namespace {
 
-// The most that lived at once during `work`, beside what lived before.
+// The largest number of bytes in use at one time during `work`, without the bytes in use before it.
 template <typename Work>
 size_t PeakOf(Work work) {
   const size_t before = liveBytes;
@@ -55,10 +55,10 @@ size_t PeakOf(Work work) {
 class ReplyMemory : public testing::Test {
  protected:
   static constexpr size_t kBytes = 8 << 20;
-  static constexpr size_t kSlack = 64 << 10;  // the request, the script around the content
+  static constexpr size_t kSlack = 64 << 10;  // for the request and the script around the content
 
-  // The content once, and two copies of it: the script, with an eighth in reserve for escapes, and
-  // the script in UTF-16, which takes two bytes a character.
+  // The content itself; the script, with an eighth in reserve for escapes; and the script in
+  // UTF-16, with two bytes for each character.
   static size_t Allowed(size_t contentBytes) {
     return 4 * contentBytes + contentBytes / 8 + kSlack;
   }

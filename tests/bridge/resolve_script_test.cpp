@@ -8,7 +8,7 @@ namespace {
 constexpr std::string_view kHead =
     "window.__wendra && window.__wendra.__resolve ? window.__wendra.__resolve('";
 
-TEST(ResolveScript, IsTheGuardedCall) {
+TEST(ResolveScript, CallsTheResolveFunctionIfThePageHasOne) {
   const struct {
     std::string_view reqId;
     ReplyStatus status;
@@ -33,7 +33,7 @@ std::string Nested(size_t depth, const std::string& inner = "") {
   return std::string(depth, '[') + inner + std::string(depth, ']');
 }
 
-TEST(ResolveScript, WrapsWhatALiteralWouldChangeOrRefuse) {
+TEST(ResolveScript, WrapsAValueThatAScriptWouldReadDifferentlyOrNotAtAll) {
   const struct {
     std::string value, written;
   } cases[] = {
@@ -43,13 +43,13 @@ TEST(ResolveScript, WrapsWhatALiteralWouldChangeOrRefuse) {
       {R"([1,{"a":[{"\u005f_proto__":"x"}]}])",
        R"(JSON.parse("[1,{\"a\":[{\"__proto__\":\"x\"}]}]"))"},
       {R"([[{}],{"a":{},"__proto__":0}])", R"(JSON.parse("[[{}],{\"a\":{},\"__proto__\":0}]"))"},
-      // Everything in it is escaped twice.
+      // All characters in the value are escaped twice: as JSON and as a string of the script.
       {R"({"__proto__":"\"\\\n\u2028é"})",
        R"(JSON.parse("{\"__proto__\":\"\\\"\\\\\\n\\u2028é\"}"))"},
       {Nested(1001), "JSON.parse(\"" + Nested(1001) + "\")"},
       {Nested(1000, "{}"), "JSON.parse(\"" + Nested(1000, "{}") + "\")"},
       {Nested(100'000), "JSON.parse(\"" + Nested(100'000) + "\")"},
-      // Byte for byte.
+      // These values are written as literals.
       {Nested(1000), Nested(1000)},
       {Nested(1000, "1"), Nested(1000, "1")},
       {"[" + Nested(999) + "," + Nested(999) + "]", "[" + Nested(999) + "," + Nested(999) + "]"},

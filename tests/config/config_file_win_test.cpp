@@ -28,16 +28,16 @@ struct ShareMode {
 };
 constexpr ShareMode kShareModes[] = {{"none", 0}, {"read", FILE_SHARE_READ}};
 
-// The file as another program holds it that reads and writes it.
+// Opens the file as another program does that reads and writes it and allows others only `share`.
 FileHandle Hold(const std::wstring& path, DWORD share) {
   return FileHandle(CreateFileW(path.c_str(), GENERIC_READ | GENERIC_WRITE, share, nullptr,
                                 OPEN_EXISTING, 0, nullptr));
 }
 
-// What the next calls of the system's functions do here; reset by each test that sets one.
+// The fault that the hooked system functions simulate. TearDown resets it.
 enum class Fault { kNone, kDiskFull, kShortWrite, kReadError, kReadOnly };
 Fault fault = Fault::kNone;
-std::function<void()> afterFileOpening;  // runs after each CreateFileW, "" for nothing
+std::function<void()> afterFileOpening;  // runs once, after the next CreateFileW; may be empty
 
 decltype(&WriteFile) realWriteFile = nullptr;
 decltype(&ReadFile) realReadFile = nullptr;
@@ -112,7 +112,7 @@ TEST(ConfigFilePath, LiesBelowTheProfileFolder) {
   EXPECT_EQ(ConfigFilePath(), std::wstring(profile) + L"\\.config\\wendra\\config.json");
 }
 
-TEST(ConfigDirectory, IsWhatStandsBeforeTheLastSeparator) {
+TEST(ConfigDirectory, IsThePathBeforeTheLastSeparator) {
   RecordingLog log;
   const struct {
     const wchar_t *path, *want;
@@ -124,7 +124,7 @@ TEST(ConfigDirectory, IsWhatStandsBeforeTheLastSeparator) {
   for (const auto& c : cases) EXPECT_EQ(ConfigFile(c.path, log).ConfigDirectory(), c.want);
 }
 
-TEST_F(ConfigFileTest, EnsureDefaultMakesFolderFileAndLine) {
+TEST_F(ConfigFileTest, EnsureDefaultMakesFolderAndFileAndLogsIt) {
   config_.EnsureDefaultConfig();
   EXPECT_EQ(Content(path_), kDefault);
   EXPECT_EQ(kDefault.size(), 26u);
@@ -145,7 +145,7 @@ TEST_F(ConfigFileTest, EnsureDefaultOverwritesAnEmptyFileOnly) {
   EXPECT_EQ(log_.lines.size(), 1u);
 }
 
-TEST_F(ConfigFileTest, EnsureDefaultSaysItsLineEvenWhereADirectoryIsInTheWay) {
+TEST_F(ConfigFileTest, EnsureDefaultLogsEvenWhenADirectoryHasTheFilesName) {
   std::filesystem::create_directories(path_);
   config_.EnsureDefaultConfig();
   EXPECT_TRUE(std::filesystem::is_directory(path_));
@@ -165,7 +165,7 @@ TEST_F(ConfigFileTest, EnsureDefaultLeavesAFileThatAnotherProgramHolds) {
   EXPECT_EQ(log_.lines, Lines());
 }
 
-TEST_F(ConfigFileTest, EnsureDefaultLeavesAFileThatIsLetGoOfWhileItLooks) {
+TEST_F(ConfigFileTest, EnsureDefaultLeavesAFileThatAnotherProgramReleasesMeanwhile) {
   for (const auto& share : kShareModes) {
     SCOPED_TRACE(share.name);
     Write(path_, "{\"kept\":1}");
@@ -179,7 +179,7 @@ TEST_F(ConfigFileTest, EnsureDefaultLeavesAFileThatIsLetGoOfWhileItLooks) {
   EXPECT_EQ(log_.lines, Lines());
 }
 
-TEST_F(ConfigFileTest, EnsureDefaultLeavesAFileThatIsWrittenWhileItLooks) {
+TEST_F(ConfigFileTest, EnsureDefaultLeavesAFileThatAnotherProgramWritesMeanwhile) {
   const struct {
     const char* name;
     bool isThere;
@@ -205,7 +205,7 @@ TEST_F(ConfigFileTest, EnsureDefaultLeavesAnEmptyFileThatAnotherProgramIsAboutTo
   EXPECT_EQ(log_.lines, Lines());
 }
 
-TEST_F(ConfigFileTest, EnsureDefaultSaysItsLineEvenWhereAnEmptyFileIsReadOnly) {
+TEST_F(ConfigFileTest, EnsureDefaultLogsEvenWhenAnEmptyFileIsReadOnly) {
   Write(path_, "");
   fault = Fault::kReadOnly;
   config_.EnsureDefaultConfig();
@@ -214,7 +214,7 @@ TEST_F(ConfigFileTest, EnsureDefaultSaysItsLineEvenWhereAnEmptyFileIsReadOnly) {
   EXPECT_EQ(log_.lines, Lines{"[MCP] created default config at " + pathText_});
 }
 
-// What the host does whenever a page asks for the file, 10,000 times.
+// Each round does what the host does when a page asks for the file.
 TEST_F(ConfigFileTest, NothingIsLostWhileAnotherProgramOpensAndReleasesTheFile) {
   constexpr int kRounds = 10'000;
   for (const auto& share : kShareModes) {
@@ -231,8 +231,8 @@ TEST_F(ConfigFileTest, NothingIsLostWhileAnotherProgramOpensAndReleasesTheFile) 
       read += !text.empty();
     }
     if (share.value == 0) {
-      EXPECT_GT(read, 0);        // it was free at times
-      EXPECT_LT(read, kRounds);  // and held at others
+      EXPECT_GT(read, 0);        // sometimes the file was free
+      EXPECT_LT(read, kRounds);  // and sometimes the other program held it
     } else {
       EXPECT_EQ(read, kRounds);
     }
@@ -240,7 +240,7 @@ TEST_F(ConfigFileTest, NothingIsLostWhileAnotherProgramOpensAndReleasesTheFile) 
   EXPECT_EQ(log_.lines, Lines());
 }
 
-TEST_F(ConfigFileTest, ReadsUpToOneMebibyteAsItIs) {
+TEST_F(ConfigFileTest, ReadsUpToOneMebibyteUnchanged) {
   const std::string largest(1'048'576, 'x');
   const std::string samples[] = {"",         " ",    std::string("a\0b", 3), "\xEF\xBB\xBF{}",
                                  "\xFF\xFE", largest};
@@ -280,16 +280,16 @@ TEST_F(ConfigFileTest, WriteReplacesTheWholeFileAndLeavesNoTemporaryOne) {
   EXPECT_TRUE(log_.lines.empty());
 }
 
-TEST_F(ConfigFileTest, WriteOverwritesWhatAFailedMoveLeftBehind) {
+TEST_F(ConfigFileTest, WriteOverwritesTheTemporaryFileOfAFailedMove) {
   Write(path_ + L".tmp", "an old and much longer attempt");
   EXPECT_TRUE(config_.WriteConfigAtomically("new"));
   EXPECT_EQ(Content(path_), "new");
   EXPECT_FALSE(Exists(path_ + L".tmp"));
 }
 
-TEST_F(ConfigFileTest, WriteFailsWithoutATemporaryFileAndTouchesNothing) {
+TEST_F(ConfigFileTest, WriteFailsWithoutATemporaryFileAndChangesNothing) {
   Write(path_, "old");
-  std::filesystem::create_directories(path_ + L".tmp");  // in the way
+  std::filesystem::create_directories(path_ + L".tmp");  // prevents a file of this name
   EXPECT_FALSE(config_.WriteConfigAtomically("new"));
   EXPECT_EQ(Content(path_), "old");
 }
@@ -305,7 +305,7 @@ TEST_F(ConfigFileTest, WriteCountsAsDoneWhereTheMoveFails) {
   EXPECT_EQ(Content(path_ + L".tmp"), "new");
 }
 
-TEST_F(ConfigFileTest, WriteMovesNothingThatIsNotWhole) {
+TEST_F(ConfigFileTest, WriteDoesNotMoveAnIncompleteFile) {
   for (const Fault f : {Fault::kDiskFull, Fault::kShortWrite}) {
     Write(path_, "old");
     fault = f;
@@ -326,7 +326,7 @@ TEST_F(ConfigFileTest, SaveLeavesAFileThatItCannotRead) {
   };
   Write(path_, old);
   FileHandle held = Hold(path_, 0);
-  afterFileOpening = [&] { held.Reset(); };  // nothing would stop a move
+  afterFileOpening = [&] { held.Reset(); };  // from then on a move could succeed
   config_.SaveChosenServer("http://localhost");
   check();
 
@@ -336,7 +336,7 @@ TEST_F(ConfigFileTest, SaveLeavesAFileThatItCannotRead) {
   check();
 }
 
-TEST_F(ConfigFileTest, SaveWritesOneLineAndSaysWhere) {
+TEST_F(ConfigFileTest, SaveWritesOneLineAndLogsThePath) {
   Write(path_, "{\r\n \"mcpServers\": {}, \"server\": \"x\", \"updateFeed\": \"f\"\r\n}\r\n");
   config_.SaveChosenServer("http://localhost:3000");
   EXPECT_EQ(Content(path_),
@@ -344,7 +344,7 @@ TEST_F(ConfigFileTest, SaveWritesOneLineAndSaysWhere) {
   EXPECT_EQ(log_.lines, Lines{"[Server] saved \"server\" to " + pathText_});
 }
 
-TEST_F(ConfigFileTest, SaveSaysWhenItCannot) {
+TEST_F(ConfigFileTest, SaveLogsAFailure) {
   Write(path_, "[1,2]");
   std::filesystem::create_directories(path_ + L".tmp");
   config_.SaveChosenServer("http://localhost");
@@ -352,13 +352,13 @@ TEST_F(ConfigFileTest, SaveSaysWhenItCannot) {
   EXPECT_EQ(log_.lines, Lines{"[Server] could not save the chosen server to " + pathText_});
 }
 
-TEST(ConfigFile, KnowsWhenItWasWritten) {
+TEST(ConfigFile, GivesItsLastWriteTime) {
   ScratchFolder folder;
   const std::wstring path = folder / L"config.json";
   RecordingLog log;
   const ConfigFile config(path, log);
   EXPECT_EQ(config.LastWriteTime(), std::nullopt);
-  constexpr std::uint64_t kTime = 132'000'000'000'000'000;  // in 2019
+  constexpr std::uint64_t kTime = 132'000'000'000'000'000;  // a time in 2019
   const FILETIME value{static_cast<DWORD>(kTime), static_cast<DWORD>(kTime >> 32)};
   const FileHandle file(
       CreateFileW(path.c_str(), FILE_WRITE_ATTRIBUTES, 0, nullptr, CREATE_NEW, 0, nullptr));

@@ -20,10 +20,10 @@ class TimedConfig : public ConfigStore {
   std::optional<std::uint64_t> time;
 };
 
-constexpr std::uint64_t kSomeTime = 132'000'000'000'000'000;  // in 2019
+constexpr std::uint64_t kSomeTime = 132'000'000'000'000'000;  // a time in 2019
 constexpr std::uint64_t kHour = 36'000'000'000;
 
-TEST(ConfigWatch, ReportsEachDifferenceOnceEarlierOrLater) {
+TEST(ConfigWatch, ReportsAnEarlierOrLaterTimeOnce) {
   TimedConfig config;
   config.time = kSomeTime;
   ConfigWatch watch(config);
@@ -35,7 +35,7 @@ TEST(ConfigWatch, ReportsEachDifferenceOnceEarlierOrLater) {
   }
 }
 
-TEST(ConfigWatch, ReportsTheSameTimeAgainWhenAskedTo) {
+TEST(ConfigWatch, ReportsTheSameTimeOnceAfterLookAgain) {
   TimedConfig config;
   config.time = kSomeTime;
   ConfigWatch watch(config);
@@ -47,7 +47,7 @@ TEST(ConfigWatch, ReportsTheSameTimeAgainWhenAskedTo) {
   EXPECT_FALSE(watch.HasChanged());
 }
 
-TEST(ConfigWatch, SaysNothingWhileTheFileIsMissing) {
+TEST(ConfigWatch, ReportsNothingWhileTheFileIsMissing) {
   TimedConfig config;
   ConfigWatch watch(config);
   EXPECT_FALSE(watch.HasChanged());

@@ -10,7 +10,7 @@ TEST(NormalizeServerInput, CompletesBareWordsOnly) {
     std::string_view in, want;
   } cases[] = {
       {"", ""},
-      {" \t\r\n", " \t\r\n"},  // blanks alone come back as they are
+      {" \t\r\n", " \t\r\n"},  // whitespace only stays unchanged
       {"demo", "demo.on.wendra.example"},
       {"  demo\t\r\n", "demo.on.wendra.example"},
       {"Demo", "Demo.on.wendra.example"},
@@ -31,7 +31,7 @@ TEST(NormalizeServerInput, CompletesBareWordsOnly) {
   for (const auto& c : cases) EXPECT_EQ(NormalizeServerInput(c.in), c.want) << c.in;
 }
 
-TEST(ParseHttpUrl, CleansWhatIsHttpAndRefusesTheRest) {
+TEST(ParseHttpUrl, CleansHttpAddressesAndRefusesOtherTexts) {
   const struct {
     std::string_view in, want;
   } cases[] = {
@@ -46,7 +46,7 @@ TEST(ParseHttpUrl, CleansWhatIsHttpAndRefusesTheRest) {
       {"http://[::1]:5173", "http://[::1]:5173"},
       {"https://user@localhost", "https://user@localhost"},
       {"localhost:3000", "https://localhost:3000"},
-      {"http://h:99999/x#y", "http://h:99999/x#y"},  // not checked any further
+      {"http://h:99999/x#y", "http://h:99999/x#y"},  // port and path are not checked
       {"x?y", "https://x?y"},
       {"", ""},
       {" \r\n\t", ""},
@@ -68,7 +68,7 @@ TEST(ParseHttpUrl, CleansWhatIsHttpAndRefusesTheRest) {
   for (const auto& c : cases) EXPECT_EQ(ParseHttpUrl(c.in), c.want) << c.in;
 }
 
-TEST(ParseHttpUrl, TakesTwoThousandCharacters) {
+TEST(ParseHttpUrl, AcceptsTwoThousandCharacters) {
   const std::string path(2000, 'p');
   EXPECT_EQ(ParseHttpUrl("localhost/" + path), "https://localhost/" + path);
   EXPECT_EQ(ParseHttpUrl("http://h" + std::string(2000, '/')), "http://h");
@@ -100,7 +100,7 @@ TEST(UrlHost, DropsUserPortAndBrackets) {
   for (const auto& c : cases) EXPECT_EQ(UrlHost(c.in), c.want) << c.in;
 }
 
-TEST(IsAllowedHost, KnowsThisMachineAndTheServiceDomainOnly) {
+TEST(IsAllowedHost, AllowsThisMachineAndTheServiceDomainOnly) {
   for (const char* host : {"localhost", "127.0.0.1", "::1", "wendra.example", "a.wendra.example",
                            "demo.on.wendra.example", "x.y.z.wendra.example", "..wendra.example"}) {
     EXPECT_TRUE(IsAllowedHost(host)) << host;
@@ -114,7 +114,7 @@ TEST(IsAllowedHost, KnowsThisMachineAndTheServiceDomainOnly) {
   }
 }
 
-TEST(IsAllowedServerUrl, JudgesTheHostAlone) {
+TEST(IsAllowedServerUrl, ChecksTheHostAndTheCharactersOfTheAuthority) {
   const struct {
     std::string_view url;
     bool isAllowed;
@@ -134,7 +134,7 @@ TEST(IsAllowedServerUrl, JudgesTheHostAlone) {
       {"https://wendra.example.evil.test", false},
       {"https://notwendra.example", false},
       {"https://wendra.example\\.evil.test", false},
-      // What a browser would read as another host.
+      // A backslash or a control character in the authority: a browser could find another host.
       {"http://evil.test\\@localhost", false},
       {"https://evil.test\\.wendra.example", false},
       {std::string_view("https://evil.test\0.wendra.example", 33), false},
@@ -149,22 +149,22 @@ TEST(IsAllowedServerUrl, JudgesTheHostAlone) {
       {"https://us\ter@localhost", false},  // the user part belongs to the authority
       {"https://us\\er@localhost", false},
       {"https://localhost:\t80", false},
-      // What looks like one of these and is not.
-      {"https://evil.test .wendra.example", true},  // a blank: no browser loads it
+      // No control character and no backslash in the authority.
+      {"https://evil.test .wendra.example", true},  // a space: no browser loads this address
       {"https://two words.on.wendra.example", true},
       {"https://a\xC2\xA0.wendra.example", true},
       {"https://bücher.on.wendra.example", true},
-      {"https://\xE2\x80\x80.wendra.example", true},
-      {"https://localhost/\t", true},
+      {"https://\xE2\x80\x80.wendra.example", true},  // U+2000; its bytes look like U+0080
+      {"https://localhost/\t", true},                 // after the authority, as in the next rows
       {"https://localhost?\x01", true},
       {"https://localhost#\x7F", true},
       {std::string_view("https://localhost/\0", 19), true},
-      {"https://localhost/a\\b c", true},  // not in the authority
+      {"https://localhost/a\\b c", true},
   };
   for (const auto& c : cases) EXPECT_EQ(IsAllowedServerUrl(c.url), c.isAllowed) << c.url;
 }
 
-TEST(IsTrustedPage, IsTheServersHostOrAnAllowedOne) {
+TEST(IsTrustedPage, HasTheServersHostOrAnAllowedOne) {
   EXPECT_TRUE(IsTrustedPage("http://localhost:1/x", "https://demo.on.wendra.example"));
   EXPECT_TRUE(IsTrustedPage("https://DEMO.on.wendra.example/", "https://demo.on.wendra.example"));
   EXPECT_TRUE(IsTrustedPage("http://other.test/x", "http://OTHER.test:3000"));

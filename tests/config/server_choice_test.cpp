@@ -19,7 +19,7 @@ class FakeStore : public ServerStore {
   std::string ConfigPathText() override { return "C:\\c.json"; }
   void SaveChosenServer(std::string_view url) override {
     saved = url;
-    log_.Line("saved");
+    log_.Line("saved");  // stands for the line that the real store logs
   }
 
   std::optional<std::string> saved;
@@ -43,9 +43,14 @@ class FakePrompt : public ServerPrompt {
   std::string answer_;
 };
 
+// One row of the table below.
 struct Case {
   const char* why;
+  // The inputs: the command line's argument ("": none), the text of config.json ("": no file) and
+  // the prompt's answer ("": the user cancels).
   std::string argument, config, prompt;
+  // The expected results: the chosen address ("": none), whether the prompt is shown, and the lines
+  // of the log.
   std::string url;
   bool isPrompted;
   Lines lines;
@@ -66,7 +71,7 @@ TEST(ServerChoice, TriesTheSourcesInOrderAndLogsEveryDecision) {
        "https://demo.on.wendra.example",
        false,
        {"[Server] loading https://demo.on.wendra.example (from command line)"}},
-      {"a flag is a name",
+      {"an argument that looks like a flag is a name",
        "--flag",
        "",
        "",
@@ -89,7 +94,7 @@ TEST(ServerChoice, TriesTheSourcesInOrderAndLogsEveryDecision) {
        true,
        {"[Server] ignoring invalid command-line URL" + notHttp, "saved",
         "[Server] loading https://localhost (chosen in the first-run prompt)"}},
-      {"blank argument",
+      {"an argument of whitespace",
        "  ",
        "",
        "",
@@ -155,7 +160,7 @@ TEST(ServerChoice, TriesTheSourcesInOrderAndLogsEveryDecision) {
     EXPECT_EQ(ServerChoice(c.argument, store, prompt, log).SelectServerAtStartup(), c.url) << c.why;
     EXPECT_EQ(log.lines, c.lines) << c.why;
     EXPECT_EQ(prompt.asked, c.isPrompted ? 1 : 0) << c.why;
-    // Only what the prompt gave is saved.
+    // Only an address from the prompt is saved.
     const bool isSaved = c.isPrompted && !c.prompt.empty();
     EXPECT_EQ(store.saved, isSaved ? std::optional(c.prompt) : std::nullopt) << c.why;
   }

@@ -19,7 +19,7 @@ namespace {
 
 using Calls = std::vector<std::string>;
 
-TEST(FailingCalls, FailAsTheSystemDoesAndOnlyWhileTheyAreTo) {
+TEST(FailingCalls, FailLikeTheSystemUntilTheEndOfTheScope) {
   SetLastError(ERROR_SUCCESS);
   {
     const FailingCalls failing("CreateFileW/none.txt:2=112");
@@ -33,10 +33,10 @@ TEST(FailingCalls, FailAsTheSystemDoesAndOnlyWhileTheyAreTo) {
   EXPECT_EQ(GetLastError(), DWORD{ERROR_FILE_NOT_FOUND});
 }
 
-// To the handle, where the real program's own coming and going hides some.
+// Counts exactly: in the whole program, other code opens and closes handles at the same time.
 TEST(StartChild, KeepsNoHandleWhereAnythingFails) {
   const ChildRequest request{.commandLine = L"\"" + BuiltProgram(L"test_child.exe") + L"\" exit 0"};
-  (void)RunToEnd(request);  // what is made once is there now
+  (void)RunToEnd(request);  // opens the handles that are opened once and kept
   for (const char* plan : {"CreatePipe:1", "CreatePipe:2", "CreatePipe:3", "CreateProcessW"}) {
     const long long before = CountHandles(GetCurrentProcessId());
     {
@@ -66,7 +66,7 @@ TEST(ConfigFilePath, TakesTheVariableWhereThereIsNoKnownFolder) {
   SetEnvironmentVariableW(L"USERPROFILE", profile.c_str());
 }
 
-// Whole or not at all, and the next one is not hindered by what a failed one left behind.
+// A write succeeds as a whole or not at all. The remains of a failed write do not hinder the next.
 TEST(WriteConfigAtomically, LeavesTheOldTextWhereAnythingFails) {
   ScratchFolder folder;
   RecordingLog log;

@@ -5,7 +5,7 @@
 namespace wendra {
 namespace {
 
-// One letter a call of F with the detail "1": F where it fails, a point where it does not.
+// One letter for each of five calls of F with the detail "1": F if the call fails, otherwise a dot.
 std::string Verdicts(std::string_view text) {
   FailurePlan plan(text);
   std::string verdicts;

@@ -1,4 +1,4 @@
-// The folder dialog of pickDirectory, each step of it failing once.
+// Tests the folder dialog of pickDirectory while each of its steps fails in turn.
 #include <algorithm>
 #include <iterator>
 #include <optional>
@@ -16,11 +16,11 @@
 namespace wendra {
 namespace {
 
-// What the dialog and its item were asked for, and which of it is to fail.
+// The steps that the dialog and its item were asked for, and the step that must fail.
 struct Script {
   std::string failing;  // the name of a step
-  std::string seen;     // all steps, each with a blank behind it
-  int objects = 0;      // that somebody still holds
+  std::string seen;     // all steps, each followed by a space
+  int objects = 0;      // not released yet
 
   HRESULT Step(const char* name) {
     seen += std::string(name) + " ";
@@ -29,7 +29,7 @@ struct Script {
 };
 Script script;
 
-// A counted object whose interface is `Interface`.
+// A reference-counted COM object that implements `Interface`.
 template <typename Interface>
 class Counted : public Interface {
  public:
@@ -118,7 +118,7 @@ HRESULT WINAPI MakeDialog(REFCLSID, IUnknown*, DWORD, REFIID, void** object) {
   return S_OK;
 }
 
-// While this lives, ChooseFolder gets the dialog of this file instead of the system's.
+// Replaces the system's dialog by the one of this file until the end of the scope.
 class OwnDialogs {
  public:
   OwnDialogs() { (void)RedirectImport("CoCreateInstance", &MakeDialog, real_); }

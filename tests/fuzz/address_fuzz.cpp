@@ -1,5 +1,5 @@
-// Addresses from the command line, the configuration and the page: whatever the bytes, the rules
-// agree with each other.
+// Fuzzes the rules for addresses from the command line, the configuration and the page: for any
+// bytes, the rules agree with each other.
 #include <cstdint>
 #include <cstdlib>
 #include <string>
@@ -27,7 +27,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
 
   const std::string host = wendra::UrlHost(text);
   Require(host.find_first_of("/?#") == std::string::npos);
-  // A page is never trusted for a host that its document does not belong to.
+  // A page is trusted only for a host that its document belongs to.
   const std::string origin = wendra::OriginOf(text);
   Require(origin.empty() || wendra::OriginOf(origin) == origin);
   Require(origin.empty() || wendra::IsTrustedPage(text, origin));
@@ -36,12 +36,13 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   Require(wendra::IsTrustedPage(text, inner) == isPage);
   Require(origin.empty() || isPage);
   Require(wendra::StaysInside(text, text));
-  // An address that is loaded holds nothing that a browser would take for the end of the host.
+  // No address that may be loaded has a character that a browser would take for the end of the
+  // host.
   for (const char c : wendra::SplitAddress(url).authority) {
     const bool endsHost = c == '\\' || c == '\x7F' || (c >= 0 && c < ' ');
     Require(!endsHost || !wendra::IsAllowedServerUrl(url));
   }
-  // What follows the host changes nothing.
+  // The text after the host does not matter.
   Require(wendra::IsAllowedServerUrl(url) == wendra::IsAllowedServerUrl(url + "/@x"));
   return 0;
 }

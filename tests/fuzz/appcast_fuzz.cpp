@@ -1,5 +1,5 @@
-// A feed from the network, whatever its bytes: what is read from it agrees with a second, plainer
-// reading, and the report has its lines.
+// Fuzzes the reader of the feed: for any bytes, its results agree with those of a second, plainer
+// reader, and the report has the right lines.
 #include <algorithm>
 #include <cstdint>
 #include <cstdlib>

@@ -1,5 +1,5 @@
-// Messages of the page: whatever the bytes, there is one log line, and one reply exactly for a
-// request, which goes to the origin that asked.
+// Fuzzes the page's messages: for any bytes, the bridge logs one line, and it sends one reply to
+// the origin that asked if the message is a request, otherwise none.
 #include <cstdint>
 #include <cstdlib>
 #include <stdexcept>
@@ -22,7 +22,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
       replies, log);
   try {
     bridge.HandleMessage(kOrigin, text);
-  } catch (const std::out_of_range&) {  // a number like 1e400 flies, before anything was said
+  } catch (const std::out_of_range&) {  // a number like 1e400, thrown before any log line or reply
     if (!log.lines.empty() || !page.scripts.empty()) std::abort();
     return 0;
   }

@@ -1,4 +1,5 @@
-// Any environment and any pairs: the block is one that the system takes, and says what was asked.
+// Fuzzes the environment block: for any host block and any pairs, it has the form that the system
+// takes and holds the given values.
 #include <algorithm>
 #include <cstdint>
 #include <cstdlib>
@@ -24,7 +25,7 @@ std::wstring Upper(std::wstring text) {
   return text;
 }
 
-// Name and value of each entry; the block must end with its second zero, and not before.
+// Name and value of each entry. The block must end with its second NUL in a row, and not before.
 wendra::WideNamedValues Entries(std::wstring_view block) {
   wendra::WideNamedValues entries;
   while (block.size() > 1) {
@@ -40,7 +41,7 @@ wendra::WideNamedValues Entries(std::wstring_view block) {
 
 }  // namespace
 
-// The host's block, one search directory, then names and values in turns.
+// The fields: the host's block, one search directory, then names and values in turn.
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   auto fields = wendra::Fields(data, size);
   if (fields.size() < 2) return 0;
@@ -48,7 +49,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   wendra::WideNamedValues env;
   std::map<std::wstring, std::wstring> wanted;
   for (size_t i = 2; i + 1 < fields.size(); i += 2) {
-    std::erase(fields[i], L'=');  // would be read back as the end of the name
+    std::erase(fields[i], L'=');  // Entries would take it for the end of the name
     env.emplace_back(fields[i], fields[i + 1]);
     wanted[Upper(UntilZero(fields[i]))] = UntilZero(fields[i + 1]);
   }

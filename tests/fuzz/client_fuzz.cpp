@@ -1,6 +1,6 @@
-// A whole client with the real transports and their threads: reloads, bytes of servers in any cuts,
-// ends, responses and time-outs in any order. Each request ends once, each timer is killed, and no
-// thread stays behind.
+// Fuzzes a whole client with the real transports and their threads: reloads, output of servers in
+// any chunks, ends of servers, HTTP responses and time-outs in any order. Each request ends once,
+// each timer is killed, and no thread is left at the end.
 #include <algorithm>
 #include <cstdint>
 #include <cstdlib>
@@ -17,6 +17,7 @@
 
 #include "base/clock.h"
 #include "mcp/client.h"
+#include "tests/support/patience.h"
 #include "tests/support/queue_inbox.h"
 #include "tests/support/scripted_servers.h"
 
@@ -25,7 +26,6 @@ namespace {
 using namespace wendra;
 
 constexpr size_t kMaxSteps = 100;
-constexpr std::uint64_t kPatienceMs = 20'000;
 
 void Require(bool holds) {
   if (!holds) std::abort();
@@ -48,7 +48,7 @@ class StrictTimers : public RequestTimers {
   std::set<std::uint64_t> live;
 };
 
-// What the remote server answers to each request, in order; 202 when nothing is left.
+// The HTTP responses of the remote server, in order; 202 when none is left.
 class Responses {
  public:
   void Add(std::string_view text) {
@@ -79,7 +79,7 @@ class Run {
     client_->Start(inbox_);
   }
 
-  // The first character says what happens; the rest is its text.
+  // The first character of a line says what happens; the rest is the text for it.
   void Step(std::string_view line) {
     const std::string_view rest = line.substr(1);
     switch (line[0]) {
@@ -94,17 +94,17 @@ class Run {
           starter_.children["l"].output->Feed(std::string(rest) + "\n");
         }
         return;
-      case 'x':  // its end
+      case 'x':  // the end of that output
         if (starter_.children.contains("l")) starter_.children["l"].output->End();
         return;
-      case 'f':  // it does not read any more, or again
+      case 'f':  // the local server stops reading; with a text, reads again
         if (starter_.children.contains("l")) starter_.children["l"].input->SetFull(rest.empty());
         return;
       case 'h':  // JSON from the remote server
         return responses_.Add(Response("application/json", rest));
-      case 's':  // an event stream
+      case 's':  // an event stream from the remote server
         return responses_.Add(Response("text/event-stream", "data: " + std::string(rest) + "\n"));
-      case 'r':  // anything
+      case 'r':  // any bytes from the remote server
         return responses_.Add(rest);
       case 'a':
         return Ask(rest.size());
@@ -127,7 +127,7 @@ class Run {
     client_->Stop();
     client_->WaitForSessionEnds();
     client_.reset();
-    // Threads hold the inbox as long as they run.
+    // The threads hold the inbox as long as they run.
     const std::uint64_t endMs = ClockMs() + kPatienceMs;
     while (inbox_.use_count() > 1 && ClockMs() < endMs) std::this_thread::yield();
     Require(inbox_.use_count() == 1);
@@ -161,7 +161,7 @@ class Run {
     client_->OnTimer(*std::next(timers_.live.begin(), steps));
   }
 
-  // What has come, and comes within a short time.
+  // Handles deliveries until none comes for `maxMs` milliseconds.
   void Handle(std::uint32_t maxMs) {
     while (const auto message = inbox_->Take(maxMs)) {
       if (const auto* text = std::get_if<std::string>(&message->content)) {
@@ -180,7 +180,7 @@ class Run {
   ScriptedConfig config_;
   ScriptedStarter starter_{log_};
   std::shared_ptr<QueueInbox> inbox_ = std::make_shared<QueueInbox>();
-  std::vector<int> ends_;  // of each request
+  std::vector<int> ends_;  // how often each request has ended
   std::unique_ptr<McpClient> client_ =
       std::make_unique<McpClient>(config_, starter_, timers_, log_);
 };

@@ -1,4 +1,5 @@
-// Any words: each runtime gets them back, and cmd.exe sees one command that expands nothing.
+// Fuzzes command lines: for any words, each runtime gets the words back, and cmd.exe sees one
+// command and expands nothing in it.
 #include <cstdint>
 #include <cstdlib>
 #include <string>

@@ -1,5 +1,5 @@
-// Any conversation with two servers: each operation ends once, each timer is killed, and a message
-// does one thing at most.
+// Fuzzes the conversation with two servers: each operation ends once, each timer is killed, and a
+// message has at most one effect.
 #include <algorithm>
 #include <cstdint>
 #include <cstdlib>
@@ -40,7 +40,7 @@ class StrictTimers : public RequestTimers {
   std::uint64_t last_ = 0;
 };
 
-// What every server has been sent.
+// What the host has sent to both servers.
 struct Sent {
   size_t refusals = 0;
   std::set<std::string> requestIds;
@@ -82,7 +82,7 @@ class StrictTransport : public Transport {
 
 class Conversation {
  public:
-  // The first character says who does what; the rest is a message's text.
+  // The first character of a line says what happens; the rest is the text of a message.
   void Step(std::string_view line) {
     const std::string_view rest = line.substr(1);
     switch (line[0]) {
@@ -139,7 +139,8 @@ class Conversation {
     }
   }
 
-  // The end of an operation that has begun now; every other one begins the next.
+  // Begins an operation and returns the function that ends it. The end begins the next operation if
+  // `further` is not 0.
   std::function<void()> Begin(const Server& server, size_t further) {
     ends_.push_back(0);
     return [this, server, further, number = ends_.size() - 1] {
@@ -160,8 +161,8 @@ class Conversation {
     });
   }
 
-  // A message may end operations, those who wait for a handshake included, be refused or be
-  // logged; in each case nothing else.
+  // A message ends one request (and with it all callers that wait for the handshake), or is
+  // refused, or is logged, or has no effect.
   void Receive(const Server& server, std::string_view text) {
     const auto waiting = timers_.live;
     const size_t refusals = sent_.refusals;
@@ -194,7 +195,7 @@ class Conversation {
   StrictTransport* httpTransport_ = nullptr;  // of http_
   const Server pipe_ = Make("pipe", TransportKind::kStdio);
   const Server http_ = Make("http", TransportKind::kHttp);
-  std::vector<int> ends_;  // of each operation, in the order of their beginnings
+  std::vector<int> ends_;  // how often each operation has ended, in the order of their beginnings
 };
 
 }  // namespace

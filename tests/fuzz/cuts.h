@@ -1,4 +1,4 @@
-// Text in pieces, as it comes from a pipe or a socket.
+// Feeds text in chunks, as it arrives from a pipe or a socket.
 #pragma once
 
 #include <cstddef>
@@ -7,8 +7,8 @@
 
 namespace wendra {
 
-// Calls `feed` with one piece of `text` after the other: each byte of `cuts`, over and over again,
-// makes a piece of 1 to 64 bytes. Without cuts the text is one piece.
+// Calls `feed` with one chunk of `text` after the other. Each byte of `cuts`, again and again from
+// the first, gives the size of a chunk: 1 to 64 bytes. Without cuts the text is one chunk.
 template <typename Feed>
 void FeedInPieces(std::string_view text, std::string_view cuts, Feed feed) {
   if (cuts.empty()) return feed(text);

@@ -1,4 +1,5 @@
-// Any bytes, cut anywhere: the fields are those of the whole.
+// Fuzzes event streams: any bytes in any chunks give the same fields as a simple reader of the
+// whole.
 #include <cstdint>
 #include <cstdlib>
 #include <string>
@@ -27,7 +28,7 @@ std::string Trimmed(std::string_view text) {
   return std::string(text.substr(begin, text.find_last_not_of(kBlanks) + 1 - begin));
 }
 
-// By the definition: line by line.
+// The fields by definition: line by line.
 Fields Expected(std::string_view text, size_t maxBytes) {
   Fields fields;
   for (bool isLast = false; !isLast;) {
@@ -46,7 +47,7 @@ Fields Expected(std::string_view text, size_t maxBytes) {
   return fields;
 }
 
-// Cuts as long as `cuts` says, byte by byte and over again.
+// Reads the text in chunks; for `cuts` see FeedInPieces.
 Fields Read(std::string_view text, size_t maxBytes, std::string_view cuts) {
   wendra::EventStream stream(maxBytes);
   Fields fields;
@@ -58,7 +59,7 @@ Fields Read(std::string_view text, size_t maxBytes, std::string_view cuts) {
 
 }  // namespace
 
-// The first byte is the limit, the next four say how to cut the rest.
+// The first byte is the limit of a line, the next four are the cuts, the rest is the text.
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   if (size < 5) return 0;
   const std::string_view input(reinterpret_cast<const char*>(data), size);

@@ -1,4 +1,4 @@
-// The bytes of one input as several texts.
+// Splits the bytes of one input into several texts.
 #pragma once
 
 #include <cstddef>
@@ -8,7 +8,7 @@
 
 namespace wendra {
 
-// Fields stand between the bytes FF; each byte is one character, zeros included.
+// A byte FF separates two fields; each other byte is one character, NUL included.
 inline std::vector<std::wstring> Fields(const std::uint8_t* data, std::size_t size) {
   std::vector<std::wstring> fields(1);
   for (std::size_t i = 0; i < size; ++i) {

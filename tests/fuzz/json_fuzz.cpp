@@ -1,5 +1,5 @@
-// Reads any bytes. What reads must be written so that it reads again as the same and is written the
-// same; nothing may crash, read out of bounds or run out of stack.
+// Fuzzes the JSON reader and writer. A value that was read is written; that text must give the same
+// value and the same text again. Nothing may crash, read out of bounds or run out of stack.
 #include <cstddef>
 #include <cstdint>
 #include <cstdlib>
@@ -18,7 +18,7 @@ void Require(bool holds) {
   if (!holds) std::abort();
 }
 
-// True if the text reads; a number out of range counts as one that does not.
+// True if the text can be read. A number out of range counts as an error.
 bool Reads(std::string_view text, Json& value) {
   try {
     return wendra::Parse(text, value);
@@ -48,8 +48,8 @@ bool Same(const Json& a, const Json& b) {
   return true;
 }
 
-// A string that ends with its text reads only at the top level; so what reads inside a list must
-// read alone, too, and as the same.
+// At the top level only, the end of the text ends a string. So a text that can be read inside a
+// list must also be read alone, and give the same value.
 void RequireSameInsideAList(std::string_view text, const Json& alone) {
   Json list;
   if (!Reads("[" + std::string(text) + "]", list)) return;
@@ -59,14 +59,14 @@ void RequireSameInsideAList(std::string_view text, const Json& alone) {
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-  // In a block of its own, so that the sanitizer sees the first byte read too many.
+  // In a block of its own, so that the sanitizer sees a read of one byte beyond the end.
   const std::unique_ptr<char[]> block(new char[size]);
   for (std::size_t i = 0; i < size; ++i) block[i] = static_cast<char>(data[i]);
   const std::string_view text(block.get(), size);
 
   Json value;
   if (!Reads(text, value)) {
-    (void)Written(value);  // not to be used, but safe to look at
+    (void)Written(value);  // after an error the value means nothing, but can be read safely
     return 0;
   }
   const std::string written = Written(value);

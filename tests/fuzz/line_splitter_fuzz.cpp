@@ -1,4 +1,4 @@
-// Any bytes, cut anywhere: the lines are those of the whole.
+// Fuzzes LineSplitter: any bytes in any chunks give the same lines as a simple reader of the whole.
 #include <cstdint>
 #include <cstdlib>
 #include <string>
@@ -12,7 +12,7 @@ namespace {
 
 using Lines = std::vector<std::string>;
 
-// By the definition: pieces between line feeds that are neither empty nor too long.
+// The lines by definition: the texts between line feeds that are neither empty nor too long.
 Lines Expected(std::string_view text, size_t maxBytes) {
   Lines lines;
   for (bool isLast = false; !isLast;) {
@@ -25,7 +25,7 @@ Lines Expected(std::string_view text, size_t maxBytes) {
   return lines;
 }
 
-// Cuts as long as `cuts` says, byte by byte and over again.
+// Splits the text in chunks; for `cuts` see FeedInPieces.
 Lines Split(std::string_view text, size_t maxBytes, std::string_view cuts) {
   wendra::LineSplitter splitter(maxBytes);
   Lines lines;
@@ -38,7 +38,7 @@ Lines Split(std::string_view text, size_t maxBytes, std::string_view cuts) {
 
 }  // namespace
 
-// The first byte is the limit, the next four say how to cut the rest.
+// The first byte is the limit of a line, the next four are the cuts, the rest is the text.
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   if (size < 5) return 0;
   const std::string_view input(reinterpret_cast<const char*>(data), size);

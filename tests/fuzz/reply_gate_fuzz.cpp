@@ -1,6 +1,6 @@
-// Scripts for the page and navigations in any order, against a window that does what a control may
-// do: whatever comes, no reply runs in another origin, each script ends exactly once, what waits
-// stays within its limits, and nothing waits without a deadline.
+// Fuzzes ReplyGate with scripts for the page and navigations in any order, as the browser control
+// may report them. No reply runs in another origin, no script runs twice, the scripts that wait
+// stay within their limits, and none waits without a deadline.
 #include <algorithm>
 #include <cstdint>
 #include <cstdlib>
@@ -76,13 +76,13 @@ class Window {
     if (which % 8 < 4) script.origin = kOrigins[which % 4];
     script.text = std::to_string(++lastScript_);
     waiting_[lastScript_] = {script.origin.value_or("*"), nowMs_};
-    // Some are so large that the limit is reached; digits first, so that they can be told apart.
+    // Some scripts are so large that they reach the limit. The number stays at the start.
     if (which == 255) script.text.resize(std::size_t{9} << 20, ' ');
     const bool mustWait = !underWay_.empty();
     const auto text = gate_.Offer(std::move(script), Shown(), nowMs_);
     Require(!(mustWait && text));
     if (text) return Ran(*text);
-    if (!mustWait) waiting_.erase(lastScript_);  // dropped: it must never run
+    if (!mustWait) waiting_.erase(lastScript_);  // dropped: the script must never run
   }
 
   void Start(std::uint64_t id) {
@@ -108,13 +108,13 @@ class Window {
     Require(underWay_.empty() || texts.empty());
     for (const std::string& text : texts) Ran(text);
     if (!underWay_.empty()) return;
-    waiting_.clear();  // whatever has not run now never will
+    waiting_.clear();  // a script that has not run now must never run
     Require(gate_.HeldBytes() == 0);
   }
 
   void Ran(const std::string& text) {
     const std::uint64_t number = std::stoull(text);
-    Require(number > lastRan_);  // in order, and so none twice
+    Require(number > lastRan_);  // in order, so no script runs twice
     lastRan_ = number;
     const auto script = waiting_.find(number);
     Require(script != waiting_.end());

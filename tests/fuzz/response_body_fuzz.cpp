@@ -1,5 +1,5 @@
-// Any body, cut anywhere: the messages are those of the whole, and what counts as the answer is the
-// answer when the JSON reader looks at it.
+// Fuzzes ResponseBody: a body in any chunks gives the same messages as in one chunk, and
+// AnswerScanner agrees with the JSON reader on which message is the answer.
 #include <cstdint>
 #include <cstdlib>
 #include <stdexcept>
@@ -43,7 +43,8 @@ bool ScansAsAnswer(std::string_view text) {
   return scanner.IsAnswer();
 }
 
-// Keys that are spelled with escapes are the scanner's blind spot, and nobody writes them so.
+// Leaves out messages with a backslash: the scanner does not know keys that are written with
+// escapes. No server writes them so.
 void CheckScanner(const std::string& message) {
   Json value;
   try {
@@ -64,7 +65,7 @@ void CheckScanner(const std::string& message) {
 
 }  // namespace
 
-// The first byte is the content type, the next four say how to cut the rest.
+// The first byte is the content type, the next four are the cuts, the rest is the body.
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   if (size < 5) return 0;
   const std::string_view input(reinterpret_cast<const char*>(data), size);

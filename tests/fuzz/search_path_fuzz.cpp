@@ -1,4 +1,4 @@
-// Any command on any system: what is found is a file, and the first there is.
+// Fuzzes the search for a command: on any system, the result is the first candidate that is a file.
 #include <algorithm>
 #include <cstdint>
 #include <cstdlib>
@@ -17,7 +17,7 @@ void Require(bool holds) {
   if (!holds) std::abort();
 }
 
-// Remembers what it was asked, and says yes to a few.
+// Records the paths that it is asked for, and takes a few of them for files.
 class AskedFiles final : public wendra::FileProbe {
  public:
   explicit AskedFiles(size_t seed) : seed_(seed) {}
@@ -49,7 +49,7 @@ void CheckLists(const wendra::FakeEnvironment& environment) {
   }
 }
 
-// All that may be asked for, in order: each place with the name as written, then with extensions.
+// All paths that may be asked for, in order: each place as written, then with each extension.
 std::vector<std::wstring> Candidates(const std::vector<std::wstring>& places,
                                      const wendra::Environment& environment) {
   std::vector<std::wstring> candidates;
@@ -62,7 +62,7 @@ std::vector<std::wstring> Candidates(const std::vector<std::wstring>& places,
   return candidates;
 }
 
-// Of a command in which nothing is to be expanded.
+// The places for a command without anything to expand.
 std::vector<std::wstring> Places(const std::wstring& command,
                                  const wendra::Environment& environment) {
   if (command.empty()) return {};
@@ -79,7 +79,8 @@ std::vector<std::wstring> Places(const std::wstring& command,
 
 }  // namespace
 
-// The command, PATH, PATHEXT, USERPROFILE, APPDATA, LOCALAPPDATA; a missing one is not set.
+// The fields: the command, PATH, PATHEXT, USERPROFILE, APPDATA, LOCALAPPDATA. A variable without a
+// field is not set.
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   const auto fields = wendra::Fields(data, size);
   const wchar_t* names[] = {nullptr,        L"PATH",    L"PATHEXT",

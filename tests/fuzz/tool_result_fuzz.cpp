@@ -1,4 +1,4 @@
-// Any response of a server: what the page gets has the promised shape.
+// Fuzzes the responses of a server: the value that the page gets always has the promised shape.
 #include <algorithm>
 #include <cstdint>
 #include <cstdlib>
@@ -35,7 +35,7 @@ std::string TextOf(const Json& value) {
   return text;
 }
 
-// That the members of `object` are some of `keys`, each once and in this order.
+// Requires that the members of `object` are some of `keys`, each once and in this order.
 void RequireKeys(const Json& object, const Keys& keys) {
   Require(object.kind == kJsonObject);
   auto next = keys.begin();
@@ -102,8 +102,7 @@ void CheckName(std::string_view name) {
 
 }  // namespace
 
-// The input is taken for a whole response, for the content of a result, for a list of tools and for
-// a name.
+// Uses the input as a whole response, as the content of a result, as a list of tools and as a name.
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   const std::string_view input(reinterpret_cast<const char*>(data), size);
   CheckName(input);

@@ -1,5 +1,5 @@
-// Version texts from the network: three of them, between line feeds, are put in an order that is
-// one, and that agrees with a second, plainer reading of each part.
+// Fuzzes versions from the network: the comparison of any three, one per line, is a consistent
+// order, and the numbers agree with those of a second, plainer reader.
 #include <algorithm>
 #include <cstdint>
 #include <cstdlib>
@@ -20,7 +20,7 @@ std::string_view TakeLine(std::string_view& text) {
   return line;
 }
 
-// Of the digits in front, by their weights from the last to the first.
+// The number of the leading digits, summed by their weights from the last digit to the first.
 std::uint32_t PlainNumber(std::string_view part) {
   const size_t digits = std::min(part.find_first_not_of("0123456789"), part.size());
   std::uint32_t number = 0;
@@ -51,7 +51,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     version = wendra::ParseVersion(line);
     CheckNumbers(line, version);
     Require(wendra::CompareVersions(version, version) == 0);
-    // What goes on with zeros is no other version.
+    // Further parts that are 0 do not change the version.
     Require(wendra::CompareVersions(version, wendra::ParseVersion(std::string(line) + ".0.0")) ==
             0);
   }

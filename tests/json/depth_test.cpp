@@ -1,5 +1,5 @@
-// Depth costs memory, never the machine's stack. Every test here would overflow a stack of some
-// megabytes if a level cost a stack frame of its own.
+// Tests that deep nesting takes heap memory and not the call stack. Each test would overflow a
+// stack of some megabytes if each level took a stack frame.
 #include <gtest/gtest.h>
 
 #include <cstddef>
@@ -13,8 +13,8 @@
 namespace wendra {
 namespace {
 
-// As deep as a text may be, once; the other tests are content with what overflows any stack.
-// Sanitizers multiply the memory and the time of each level.
+// The first test uses kDeepest. The other tests use kDeep, which is enough to overflow any stack.
+// Sanitizers need far more memory and time for each level, so there both are the same.
 constexpr std::size_t kDeep = 500'000;
 #if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
 constexpr std::size_t kDeepest = kDeep;
@@ -67,7 +67,7 @@ TEST(JsonDepth, ReadsCopiesMovesAssignsWritesAndDestroys) {
   }
 }
 
-TEST(JsonDepth, AssignsFromItsOwnDepth) {
+TEST(JsonDepth, AssignsADeepValueFromItsOwnPart) {
   const auto inner = [](Json& outer) -> Json& {
     return outer.kind == kJsonArray ? outer.items[0] : outer.members[0].second;
   };
@@ -94,12 +94,12 @@ TEST(JsonDepth, FailsOnBracketsThatNeverClose) {
     const std::string open = Repeat(nesting.open, 1'000'000);
     Json value;
     EXPECT_FALSE(Parse(open, value)) << nesting.open;
-    const Json copy(value);  // not to be used, but still to be copied and destroyed safely
+    const Json copy(value);  // the value has no meaning, but copying and destroying it is safe
     EXPECT_FALSE(Parse(open + "x", value)) << nesting.open;
   }
 }
 
-TEST(JsonDepth, ThrowsOutOfTheDepth) {
+TEST(JsonDepth, ThrowsAtADeepNumberThatIsOutOfRange) {
   for (const Nesting& nesting : kNestings) {
     Json value;
     EXPECT_THROW(Parse(Repeat(nesting.open, kDeep) + "1e400", value), std::out_of_range);
@@ -113,7 +113,7 @@ TEST(JsonDepth, BuildsFromTheInsideOut) {
     outer.items.push_back(std::move(value));
     value = std::move(outer);
   }
-  value.items.clear();  // destroyed through the vector, not through the value
+  value.items.clear();  // here the vector destroys the children
   EXPECT_TRUE(value.items.empty());
 }
 

@@ -1,17 +1,17 @@
-// Memory with a page behind it that nobody may touch.
+// Memory between two pages that cannot be read or written.
 #pragma once
 
 #include <cstddef>
 
 namespace wendra {
 
-// `bytes` bytes, rounded up to whole pages, readable and writable, between two pages that end the
-// program at the slightest touch. Null if the system has none to give.
+// Readable and writable memory between two guard pages. Access to a guard page ends the program.
 struct GuardedPages {
-  char* begin = nullptr;  // at the start of a page; the page before it is out of bounds
-  char* end = nullptr;    // at the end of a page; the page behind it is out of bounds
+  char* begin = nullptr;  // at the start of a page; the page before it is a guard page
+  char* end = nullptr;    // at the end of a page; the page after it is a guard page
 };
 
+// Gives `bytes` bytes, rounded up to whole pages. Null pointers if the system refuses.
 GuardedPages MapGuardedPages(std::size_t bytes);
 void UnmapGuardedPages(const GuardedPages& pages);
 

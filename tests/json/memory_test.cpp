@@ -1,5 +1,5 @@
-// What the reader and the writer touch, and what they allocate. While a test asks for it, every
-// block that operator new gives out ends at a page that must not be touched.
+// Tests which memory the reader and the writer access, and how much they allocate. While a
+// GuardEveryBlock exists, every block of operator new ends at a guard page.
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -17,12 +17,12 @@
 
 namespace {
 
-// This program has one thread.
+// Not protected by a lock: this program has one thread.
 bool guardBlocks = false;
 std::size_t blocksGivenOut = 0;
 std::size_t bytesGivenOut = 0;
 
-// Guarded blocks that are still in use: the block, and its pages.
+// A guarded block that is still in use.
 struct GuardedBlock {
   void* block;
   wendra::GuardedPages pages;
@@ -31,8 +31,8 @@ constexpr std::size_t kMaxGuardedBlocks = 4096;
 GuardedBlock guardedBlocks[kMaxGuardedBlocks];
 std::size_t guardedBlockCount = 0;
 
-// The block ends exactly at the guard. So it begins as its size allows, which is enough: what needs
-// alignment has sizes to match, and what has other sizes is text.
+// The block ends exactly at the guard page, so its size decides its alignment. That is enough:
+// objects that need alignment have a size that is a multiple of it, and only text has other sizes.
 void* NewGuardedBlock(std::size_t bytes) {
   const wendra::GuardedPages pages = wendra::MapGuardedPages(std::max(bytes, std::size_t{1}));
   if (!pages.begin || guardedBlockCount == kMaxGuardedBlocks) std::abort();
@@ -79,7 +79,7 @@ class GuardEveryBlock {
   GuardEveryBlock& operator=(const GuardEveryBlock&) = delete;
 };
 
-// A text between two pages that must not be touched, up against one of them.
+// A copy of a text between two guard pages, directly beside one of them.
 class GuardedText {
  public:
   enum class Against { kNextPage, kPreviousPage };
@@ -101,7 +101,7 @@ class GuardedText {
   std::string_view view_;
 };
 
-// "" if the text does not read.
+// Reads the text and writes it again; "" if it cannot be read.
 std::string Rewritten(std::string_view text) {
   Json value;
   if (!Parse(text, value)) return "";
@@ -163,8 +163,8 @@ TEST(JsonMemory, ReadsNothingOutsideItsText) {
   }
 }
 
-// The sequences are those that the writer looks at more than one byte for; they stand at every
-// distance from the end of a block.
+// The sequences that begin with E2 make the writer look at more than one byte. They stand at every
+// distance from the end of the content.
 TEST(JsonMemory, WritesAndCopiesNothingOutsideItsBlocks) {
   for (const std::string_view special : {"", "\n", "\xE2", "\xE2\x80", "\xE2\x80\xA8"}) {
     for (std::size_t before = 0; before < 70; ++before) {
@@ -199,7 +199,7 @@ TEST(JsonMemory, ReadsASmallRequestWithFewAllocations) {
   const std::size_t before = blocksGivenOut;
   ASSERT_TRUE(Parse(kRequest, value));
   const std::size_t toRead = blocksGivenOut - before;
-  EXPECT_LE(toRead, 5u);  // two containers, grown as their members come
+  EXPECT_LE(toRead, 5u);  // two containers, which grow while their members are read
 
   const Json copy(value);
   EXPECT_EQ(blocksGivenOut - before - toRead, 2u);  // two containers, each of its exact size
@@ -212,14 +212,14 @@ TEST(JsonMemory, ReadsEqualContainersWithOneAllocationEach) {
   Json value;
   const std::size_t before = blocksGivenOut;
   ASSERT_TRUE(Parse(text, value));
-  // One for each object and each list; some more while the sizes are unknown and the outermost
-  // list grows.
+  // One allocation for each object and each list. A few more while the sizes are still unknown, and
+  // for the outermost list, which grows.
   EXPECT_LE(blocksGivenOut - before, 2u * 1000u + 30u);
 }
 
-// A large list under a key, and then many small ones under the same key, each in the one before.
-// What was seen once must not be reserved again and again.
-TEST(JsonMemory, AsksForNoMoreThanTheTextAccountsFor) {
+// A large list under a key, then many small lists under the same key, each inside the one before.
+// The size of the large list must not be reserved again for each small list.
+TEST(JsonMemory, AllocatesNoMoreThanTheLengthOfTheTextAccountsFor) {
   std::string text = "[{\"a\":[0";
   for (int i = 0; i < 100'000; ++i) text += ",0";
   text += "]},{\"a\":";
@@ -233,7 +233,8 @@ TEST(JsonMemory, AsksForNoMoreThanTheTextAccountsFor) {
   Json value;
   const std::size_t before = bytesGivenOut;
   ASSERT_TRUE(Parse(text, value));
-  // Two bytes of text make a value; a list that grows has had twice its size by the end.
+  // Two bytes of text make one value. A list that grows allocates about twice its final size in
+  // all.
   EXPECT_LE((bytesGivenOut - before) / text.size(), 3 * sizeof(Json));
 }
 

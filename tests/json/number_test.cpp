@@ -80,7 +80,7 @@ TEST(JsonNumber, KeepsTheLiteralAndItsValue) {
   }
 }
 
-TEST(JsonNumber, RefusesWhatIsNone) {
+TEST(JsonNumber, RefusesTextThatIsNoNumber) {
   const std::string_view cases[] = {
       "-",   "--1",  "-a",   "-.5",  "-e1",  "1.",  ".5",  "+1",   "1e",       "1e+",   "1e-",
       "1E",  "1ex",  "1e+x", "1..2", "1.e2", ".",   "e5",  "1e5.", "1e5.5",    "1.2.3", "0x10",
@@ -121,8 +121,9 @@ TEST(JsonNumber, ThrowsOutOfRange) {
   }
 }
 
-// The reader goes once from front to back: a number throws if it is reached and whole.
-TEST(JsonNumber, ThrowsOnlyOnceItIsReachedAndWhole) {
+// The reader reads the text once, from start to end. It throws when it reaches a complete number
+// that is out of range, and does not look for errors after it.
+TEST(JsonNumber, ThrowsWhenACompleteNumberIsReached) {
   const struct {
     std::string_view text;
     bool throws;
@@ -142,7 +143,7 @@ TEST(JsonNumber, ThrowsOnlyOnceItIsReachedAndWhole) {
   }
 }
 
-TEST(JsonNumber, WeighsDigitsAgainstExponents) {
+TEST(JsonNumber, ConvertsManyDigitsWithALargeExponent) {
   const std::string zeros(1'000'000, '0');
   const struct {
     std::string text;
@@ -168,7 +169,7 @@ TEST(JsonNumber, WeighsDigitsAgainstExponents) {
   EXPECT_THROW(Parse("0." + zeros.substr(0, 99'999) + "1e1000000", value), std::out_of_range);
 }
 
-// Against the standard library's conversion, which is correctly rounded.
+// Compares with the standard library's conversion, which rounds correctly.
 void ExpectLikeStrtod(const std::string& text) {
   const double want = std::strtod(text.c_str(), nullptr);
   const bool isZero = text.find_first_of("123456789") >= text.find_first_of("eE");
@@ -204,7 +205,7 @@ TEST(JsonNumber, AgreesWithTheStandardConversion) {
   }
 }
 
-TEST(JsonNumber, ReadsBackEveryDoubleThatItIsPrintedAs) {
+TEST(JsonNumber, ReadsEveryPrintedDoubleBack) {
   std::mt19937_64 random(1);
   for (int i = 0; i < 200'000; ++i) {
     const std::uint64_t bits = random();

@@ -17,7 +17,7 @@ bool Parses(std::string_view text) {
   return Parse(text, value);
 }
 
-// What the text reads as, written again; "(fails)" if it does not read.
+// Reads the text and writes it again; "(fails)" if it cannot be read.
 std::string Rewritten(std::string_view text) {
   Json value;
   if (!Parse(text, value)) return "(fails)";
@@ -26,7 +26,7 @@ std::string Rewritten(std::string_view text) {
   return written;
 }
 
-TEST(JsonReader, ReadsWhatIsWellFormed) {
+TEST(JsonReader, ReadsWellFormedText) {
   const struct {
     std::string_view text;
     std::string_view written;
@@ -60,7 +60,7 @@ TEST(JsonReader, ReadsWhatIsWellFormed) {
   for (const auto& c : cases) EXPECT_EQ(Rewritten(c.text), c.written) << c.text;
 }
 
-TEST(JsonReader, RefusesWhatIsNot) {
+TEST(JsonReader, RefusesTextThatIsNotWellFormed) {
   const std::string_view cases[] = {
       "",
       "\n",
@@ -120,7 +120,7 @@ TEST(JsonReader, RefusesWhatIsNot) {
       "[1]]",
       "{}}",
       "\xEF\xBB\xBF{}",  // a byte-order mark is no whitespace
-      "\xC2\xA0{}",      // nor is a no-break space
+      "\xC2\xA0{}",      // a no-break space is no whitespace either
       "\v[]",
       "\f[]",
       "[\v]",
@@ -131,7 +131,7 @@ TEST(JsonReader, RefusesWhatIsNot) {
   for (const auto text : cases) EXPECT_FALSE(Parses(text)) << text;
 }
 
-TEST(JsonReader, MatchesWordsWithoutLookingAtWhatFollows) {
+TEST(JsonReader, ReadsTheThreeWordsAndNoOthers) {
   const struct {
     std::string_view text;
     bool reads;
@@ -233,7 +233,7 @@ TEST(JsonReader, DecodesEscapes) {
     ASSERT_TRUE(Parse(c.text, value)) << c.text;
     EXPECT_EQ(value.kind, kJsonString) << c.text;
     EXPECT_EQ(value.text, c.content) << c.text;
-    // The same as an element and as a key.
+    // The same string as an item and as a key.
     ASSERT_TRUE(Parse("[" + std::string(c.text) + "]", value)) << c.text;
     EXPECT_EQ(value.items[0].text, c.content) << c.text;
     ASSERT_TRUE(Parse("{" + std::string(c.text) + ":0}", value)) << c.text;
@@ -267,8 +267,9 @@ TEST(JsonReader, RefusesBadEscapes) {
   }
 }
 
-// The reader stops at the backslash: what follows it is never taken for punctuation.
-TEST(JsonReader, NeverTakesTheLetterOfABadEscapeForASeparator) {
+// The reader stops at the backslash of a bad escape. It must not take the byte after it for a
+// separator or a bracket.
+TEST(JsonReader, NeverTakesTheByteOfABadEscapeForPunctuation) {
   const std::string_view cases[] = {
       R"(["a\,1])",         R"(["a\])",   R"(["a\],1])",      R"({"a":"b\})",
       R"({"a":"b\,"c":1})", R"({"a\:1})", R"({"a\:1,"b":2})", R"([["a\]])",
@@ -288,7 +289,7 @@ TEST(JsonReader, AcceptsAnUnterminatedStringOnlyAsTheWholeText) {
       {"  \"abc", true, "abc"},
       {"\"abc  ", true, "abc  "},
       {"\"abc\n", true, "abc\n"},
-      {"\"abc\\", true, "abc"},  // a lone backslash at the very end
+      {"\"abc\\", true, "abc"},  // a backslash is the last byte of the text
       {"\"\\", true, ""},
       {"\"a\\n", true, "a\n"},
       {"\"a\\n\\", true, "a\n"},
@@ -325,7 +326,7 @@ TEST(JsonReader, AcceptsAnUnterminatedStringOnlyAsTheWholeText) {
   }
 }
 
-// Blocks, their ends and the escapes fall together in every way.
+// Escapes and the ends of strings are at every offset in a block.
 TEST(JsonReader, DecodesTheSameAtEveryOffset) {
   for (std::size_t before = 0; before < 70; ++before) {
     for (std::size_t behind = 0; behind < 40; ++behind) {
@@ -346,7 +347,7 @@ TEST(JsonReader, DecodesTheSameAtEveryOffset) {
   }
 }
 
-TEST(JsonReader, SkipsBlanksOfEveryLength) {
+TEST(JsonReader, SkipsWhitespaceOfEveryLength) {
   for (std::size_t length = 0; length < 70; ++length) {
     const std::string blanks(length, ' ');
     const std::string mixed = blanks + "\r\n\t" + blanks;
@@ -367,7 +368,7 @@ TEST(JsonReader, FailsOnEveryPrefixOfADocument) {
   }
 }
 
-TEST(JsonReader, ReplacesWhatTheValueHeldBefore) {
+TEST(JsonReader, ReplacesTheOldContentOfTheValue) {
   Json value;
   ASSERT_TRUE(Parse("{\"a\":[1,2],\"b\":\"text\"}", value));
   ASSERT_TRUE(Parse("[true]", value));
@@ -384,7 +385,7 @@ TEST(JsonReader, ReplacesWhatTheValueHeldBefore) {
   EXPECT_TRUE(value.text.empty());
 }
 
-TEST(JsonReader, ReadsTextThatLiesInTheValueItself) {
+TEST(JsonReader, ReadsTextThatLiesInsideTheValue) {
   const std::string_view inners[] = {"[1,2]", "{\"a\":[\"a text that needs memory of its own\"]}"};
   for (const auto inner : inners) {
     Json value(inner);
@@ -403,7 +404,7 @@ TEST(JsonReader, ReadsTextThatLiesInTheValueItself) {
   }
 }
 
-TEST(JsonReader, AValueCanBeUsedAgainAfterAFailure) {
+TEST(JsonReader, ReadsIntoAValueAgainAfterAFailure) {
   Json value;
   EXPECT_FALSE(Parse("{\"a\":[1,{\"b\":[2,", value));
   ASSERT_TRUE(Parse("[3]", value));

@@ -12,8 +12,8 @@
 namespace wendra {
 namespace {
 
-// Holds threads back until all of them have come. It needs a mutex and a condition variable: in
-// Windows programs built with mingw the library's shorter ways can lose a wake-up.
+// Makes threads wait until all of them have arrived. It uses a mutex and a condition variable: in
+// Windows programs built with mingw, the simpler types of the library can lose a wake-up.
 class StartLine {
  public:
   explicit StartLine(int threads) : missing_(threads) {}
@@ -30,8 +30,8 @@ class StartLine {
   int missing_;
 };
 
-// Meant for ThreadSanitizer; without it, wrong results would still show.
-TEST(JsonThreads, ReadCopyAndWriteAtOnce) {
+// Mainly for ThreadSanitizer. Without it, the test still finds wrong results.
+TEST(JsonThreads, ReadCopyAndWriteAtTheSameTime) {
   constexpr int kThreads = 4;
   constexpr int kRounds = 200;
   std::string text = "[";
@@ -57,7 +57,7 @@ TEST(JsonThreads, ReadCopyAndWriteAtOnce) {
         const bool read = Parse(text, own);
         std::string written;
         Serialize(own, written);
-        const Json copy(shared);  // reading one value from several threads is no change of it
+        const Json copy(shared);  // several threads may copy one value: that does not change it
         std::string copied;
         Serialize(copy, copied);
         good[id] += read && written == want && copied == want && shared.items[7].Find("on");

@@ -16,7 +16,7 @@ size_t Counted(std::string_view text) {
   return max;
 }
 
-TEST(HoldsMoreValues, CountsTheValuesOfJson) {
+TEST(HoldsMoreValues, CountsTheValuesInJson) {
   const struct {
     std::string_view text;
     size_t want;
@@ -39,7 +39,7 @@ TEST(HoldsMoreValues, CountsTheValuesOfJson) {
   for (const auto& c : cases) EXPECT_EQ(Counted(c.text), c.want) << c.text;
 }
 
-TEST(HoldsMoreValues, CountsWhatLooksLikeValuesInOtherText) {
+TEST(HoldsMoreValues, CountsWhatLooksLikeAValueInOtherText) {
   EXPECT_TRUE(HoldsMoreValues(std::string(8 << 20, '['), 1'000'000));
   EXPECT_TRUE(HoldsMoreValues(std::string(8 << 20, '{'), 1'000'000));
   EXPECT_TRUE(HoldsMoreValues(std::string(8 << 20, ','), 1'000'000));

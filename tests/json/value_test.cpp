@@ -14,7 +14,7 @@
 namespace wendra {
 namespace {
 
-// The numbers and the order of the fields are part of the design.
+// The numbers of the kinds and the order of the fields are fixed.
 static_assert(kJsonNull == 0 && kJsonBool == 1 && kJsonNumber == 2);
 static_assert(kJsonString == 3 && kJsonArray == 4 && kJsonObject == 5);
 static_assert(std::is_same_v<decltype(Json::kind), std::uint32_t>);
@@ -31,14 +31,14 @@ static_assert(offsetof(Json, number) < offsetof(Json, text));
 static_assert(offsetof(Json, text) < offsetof(Json, items));
 static_assert(offsetof(Json, items) < offsetof(Json, members));
 
-// Growing containers move their elements instead of copying them.
+// With these, a vector that grows moves its elements instead of copying them.
 static_assert(std::is_nothrow_default_constructible_v<Json>);
 static_assert(std::is_nothrow_move_constructible_v<Json>);
 static_assert(std::is_nothrow_move_assignable_v<Json>);
 static_assert(std::is_nothrow_move_constructible_v<std::pair<std::string, Json>>);
 static_assert(std::is_nothrow_destructible_v<Json>);
 
-// No pointer but text becomes a value, and nothing becomes a truth value but bool.
+// Of all pointers only text becomes a value, and only a bool becomes kJsonBool.
 static_assert(!std::is_constructible_v<Json, void*>);
 static_assert(!std::is_constructible_v<Json, const int*>);
 static_assert(!std::is_constructible_v<Json, Json*>);
@@ -46,7 +46,7 @@ static_assert(!std::is_constructible_v<Json, std::unique_ptr<int>>);
 static_assert(!std::is_constructible_v<Json, const wchar_t*>);
 static_assert(!std::is_constructible_v<Json, char>);
 static_assert(!std::is_constructible_v<Json, double>);
-static_assert(!std::is_constructible_v<Json, std::uint64_t>);  // would not always fit
+static_assert(!std::is_constructible_v<Json, std::uint64_t>);  // not every value fits
 
 std::string Written(const Json& value) {
   std::string out;
@@ -75,7 +75,7 @@ constexpr std::string_view kSampleText =
     R"({"a":[1,{"b":"a text that needs memory of its own","c":[true,null]},[]],)"
     R"("k":{"x":{"y":["z"]}},"a":2})";
 
-TEST(JsonValue, IsNullUntilSomethingIsPutIn) {
+TEST(JsonValue, IsNullByDefault) {
   ExpectNullAndEmpty(Json());
   ExpectNullAndEmpty(Json(nullptr));
   Json value;
@@ -99,7 +99,7 @@ TEST(JsonValue, IsMadeFromText) {
   EXPECT_EQ(Json("").kind, kJsonString);
 }
 
-TEST(JsonValue, IsMadeFromTruthValues) {
+TEST(JsonValue, IsMadeFromBool) {
   EXPECT_EQ(Json(true).kind, kJsonBool);
   EXPECT_TRUE(Json(true).boolean);
   EXPECT_EQ(Json(false).kind, kJsonBool);
@@ -116,7 +116,7 @@ TEST(JsonValue, IsMadeFromIntegers) {
       {1, "1"},
       {-1, "-1"},
       {2147483648, "2147483648"},
-      {-9007199254740993, "-9007199254740993"},  // the text is exact, the double need not be
+      {-9007199254740993, "-9007199254740993"},  // the text is exact, the double is rounded
       {std::numeric_limits<std::int64_t>::max(), "9223372036854775807"},
       {std::numeric_limits<std::int64_t>::min(), "-9223372036854775808"},
   };
@@ -183,7 +183,7 @@ TEST(JsonValue, CopiesTheWholeTree) {
   EXPECT_EQ(Written(original), kSampleText);
 }
 
-TEST(JsonValue, CopiesFieldsThatItsKindDoesNotUse) {
+TEST(JsonValue, CopiesFieldsThatTheKindDoesNotUse) {
   Json odd(7);
   odd.boolean = true;
   odd.items.emplace_back("in items");
@@ -202,7 +202,7 @@ TEST(JsonValue, CopiesFieldsThatItsKindDoesNotUse) {
   EXPECT_EQ(copy.members[0].second.text, "in members");
 }
 
-TEST(JsonValue, LeavesNullBehindWhenMoved) {
+TEST(JsonValue, LeavesANullValueBehindWhenMoved) {
   for (const char* text :
        {"null", "true", "1.5", "\"x\"", "\"a text that needs memory of its own\"", "[1,[2]]",
         "{\"a\":{\"b\":1}}"}) {
@@ -232,7 +232,7 @@ TEST(JsonValue, CanBeAssignedFromItsOwnParts) {
   ASSERT_TRUE(Parse("[[[[\"deep\"]]]]", list));
   list = std::move(list.items[0].items[0]);
   EXPECT_EQ(Written(list), "[[\"deep\"]]");
-  list.items[0] = list;  // a value into its own part
+  list.items[0] = list;  // copies a value into its own part
   EXPECT_EQ(Written(list), "[[[\"deep\"]]]");
   list = list.items[0].items[0].items[0];
   EXPECT_EQ(Written(list), "\"deep\"");
@@ -255,7 +255,7 @@ TEST(JsonValue, Swaps) {
   EXPECT_EQ(Written(other), kSampleText);
 }
 
-TEST(JsonValue, GivesAwayAPartAndKeepsTheRest) {
+TEST(JsonValue, KeepsTheRestWhenAPartIsMovedAway) {
   Json value = Sample();
   const Json part = std::move(value.members[0].second);
   EXPECT_EQ(Written(part).substr(0, 4), "[1,{");

@@ -42,11 +42,11 @@ TEST(JsonWriter, WritesNumbersAsTheyAreSpelled) {
     EXPECT_EQ(Written(value), text);
   }
   Json made(5);
-  made.text = "written verbatim";  // whoever sets the fields answers for the text
+  made.text = "written verbatim";  // code that sets the field itself is responsible for the text
   EXPECT_EQ(Written(made), "written verbatim");
 }
 
-TEST(JsonWriter, EscapesWhatMustBeEscapedAndNothingElse) {
+TEST(JsonWriter, EscapesOnlyCharactersThatMustBeEscaped) {
   const struct {
     std::string_view content;
     std::string_view written;
@@ -79,7 +79,7 @@ TEST(JsonWriter, EscapesWhatMustBeEscapedAndNothingElse) {
   }
 }
 
-// The rules once more, one byte after the other, to compare with.
+// The rules written a second time, byte by byte, for comparison.
 std::string WrittenByTheBook(std::string_view content) {
   constexpr char kHex[] = "0123456789abcdef";
   std::string out = "\"";
@@ -118,7 +118,7 @@ TEST(JsonWriter, EscapesTheSameAtEveryOffset) {
   }
 }
 
-TEST(JsonWriter, WritesEveryByteAsTheBookSays) {
+TEST(JsonWriter, WritesEveryByteByTheRules) {
   std::string all;
   for (int round = 0; round < 40; ++round) {
     for (int byte = 0; byte < 256; ++byte) all += static_cast<char>((byte * 37 + round) & 0xFF);
@@ -126,8 +126,8 @@ TEST(JsonWriter, WritesEveryByteAsTheBookSays) {
   EXPECT_EQ(Written(Json(all)), WrittenByTheBook(all));
 }
 
-// Pieces of the output of every size meet the end of whatever buffer there is.
-TEST(JsonWriter, WritesLongDocumentsWhole) {
+// The end of a buffer inside the writer falls into parts of the output of many sizes.
+TEST(JsonWriter, WritesLongDocumentsCompletely) {
   for (std::size_t length = 0; length < 5'000; length += 7) {
     Json list = Json::Array();
     std::string want = "[";

@@ -11,6 +11,7 @@
 
 #include "base/clock.h"
 #include "json/objects.h"
+#include "tests/support/patience.h"
 #include "tests/support/queue_inbox.h"
 #include "tests/support/recording_transport.h"
 #include "tests/support/scripted_servers.h"
@@ -21,9 +22,7 @@ namespace {
 
 using Lines = std::vector<std::string>;
 
-constexpr std::uint64_t kPatienceMs = 20'000;  // before a wait counts as failed
-
-// The client over servers that the test plays.
+// A client whose servers the test plays.
 class Client : public testing::Test {
  protected:
   Client() {
@@ -88,7 +87,7 @@ class Client : public testing::Test {
 constexpr char kTwoLocal[] = R"({"a":{"command":"a.exe"},"b":{"command":"b.exe"}})";
 constexpr char kRemote[] = R"({"r":{"url":"http://localhost/mcp"}})";
 
-TEST_F(Client, LoadsWhatIsListedAndSaysSo) {
+TEST_F(Client, LoadsTheListedServersAndLogsIt) {
   const struct {
     const char* config;
     Lines lines;
@@ -176,7 +175,7 @@ TEST_F(Client, DropsMessagesOfServersThatAreGone) {
   EXPECT_TRUE(Server()->IsRunning());
 }
 
-// Not even a callback of a stopped server may find it freed.
+// A stopped server must not be freed before its last callback has returned.
 TEST_F(Client, LetsAReplyReloadTheServers) {
   Start(kTwoLocal);
   int ends = 0;
@@ -189,7 +188,7 @@ TEST_F(Client, LetsAReplyReloadTheServers) {
   EXPECT_EQ(client.Servers().size(), 2u);
 }
 
-TEST_F(Client, LooksAtAnUnreadableFileAgain) {
+TEST_F(Client, TriesAnUnreadableFileAgain) {
   config.isReadable = false;
   Start(kTwoLocal);
   EXPECT_TRUE(client.Servers().empty());
@@ -200,7 +199,7 @@ TEST_F(Client, LooksAtAnUnreadableFileAgain) {
   EXPECT_FALSE(client.CheckMcpConfigChanged());
 }
 
-TEST_F(Client, KeepsItsServersWhenAChangedFileIsOfNoUse) {
+TEST_F(Client, KeepsItsServersWhenTheChangedFileCannotBeUsed) {
   Start(kTwoLocal);
   const ServerId before = starter.ids["a"];
   (void)log.Take();
@@ -217,7 +216,7 @@ TEST_F(Client, KeepsItsServersWhenAChangedFileIsOfNoUse) {
   EXPECT_EQ(starter.ids["a"], before);
 }
 
-TEST_F(Client, StopsWithoutCallingAnybody) {
+TEST_F(Client, StopsWithoutCallingAnyCallback) {
   Start(kTwoLocal);
   Ask(Server(0));
   Ask(Server(1));
@@ -229,7 +228,7 @@ TEST_F(Client, StopsWithoutCallingAnybody) {
   EXPECT_EQ(replies, Lines());
 }
 
-TEST_F(Client, WaitsForTheEndsOfSessionsNoLongerThanItMay) {
+TEST_F(Client, LimitsTheWaitForTheEndsOfSessions) {
   std::atomic<bool> goesOn = true;
   onRequest = [&](const HttpRequest& request, MemoryConnection& connection) {
     if (request.method == "DELETE") {

@@ -16,8 +16,8 @@
 namespace wendra {
 namespace {
 
-// Two servers that have been started. `record` holds what is sent and what the timers do; the
-// replies of requests are noted there too.
+// Two servers that have been started. `record` holds the messages that are sent, the calls of the
+// timers and the replies to requests, in order.
 class ConnectionTest : public testing::Test {
  protected:
   using Server = std::shared_ptr<Connection>;
@@ -56,7 +56,7 @@ class ConnectionTest : public testing::Test {
     if (!a->OnTimer(timer)) (void)b->OnTimer(timer);
   }
 
-  // What has been noted since the last call.
+  // Returns the record since the last call.
   Record Taken() { return std::exchange(record, {}); }
 
   Record record;
@@ -78,7 +78,7 @@ constexpr char kInitializeA[] =
 constexpr char kInitialized[] =
     R"({"jsonrpc":"2.0","method":"notifications/initialized","params":{}})";
 
-TEST_F(ConnectionTest, NumbersRequestsOfAllServersAndTimesThem) {
+TEST_F(ConnectionTest, NumbersTheRequestsOfAllServersAndStartsTheirTimers) {
   Ask(a, "x");
   Ask(b, "y");
   EXPECT_EQ(
@@ -93,12 +93,12 @@ TEST_F(ConnectionTest, NumbersRequestsOfAllServersAndTimesThem) {
   EXPECT_EQ(Taken(), (Record{"kill 101", R"(x = {"jsonrpc":"2.0","id":"1","error":"no"})"}));
 }
 
-TEST_F(ConnectionTest, TakesAsResponseOnlyWhatIsOne) {
+TEST_F(ConnectionTest, TellsResponsesFromOtherMessages) {
   const struct {
     const char* why;
     const char* text;
     bool isResponse;
-    const char* sent;  // in return
+    const char* sent;  // by the host, in response
   } cases[] = {
       {"a text as id", R"({"id":"1"})", true, ""},
       {"a number as id", R"({"id":1})", true, ""},
@@ -134,7 +134,7 @@ TEST_F(ConnectionTest, TakesAsResponseOnlyWhatIsOne) {
   }
 }
 
-TEST_F(ConnectionTest, MatchesAResponseOnlyWithinItsServer) {
+TEST_F(ConnectionTest, MatchesAResponseOnlyToRequestsOfItsServer) {
   Ask(a, "x");
   Taken();
   b->HandleMcpText(R"({"id":"1"})");
@@ -187,7 +187,7 @@ TEST_F(ConnectionTest, FailsAllRequestsOfOneServer) {
   EXPECT_EQ(Taken().size(), 2u);
 }
 
-TEST_F(ConnectionTest, AnswersAtOnceForAServerThatIsNotRunning) {
+TEST_F(ConnectionTest, RepliesAtOnceForAServerThatIsNotRunning) {
   (void)a->Stop();
   EXPECT_EQ(Taken(), Record{"a stopped"});
   Ask(a, "x");
@@ -199,7 +199,7 @@ TEST_F(ConnectionTest, AnswersAtOnceForAServerThatIsNotRunning) {
   EXPECT_EQ(Taken(), Record());
 }
 
-TEST_F(ConnectionTest, MakesOneHandshakeForAllWhoWait) {
+TEST_F(ConnectionTest, MakesOneHandshakeForAllCallers) {
   Ensure(a, "first");
   Ensure(a, "second");
   EXPECT_EQ(Taken(), (Record{kInitializeA, "start 101 45000"}));
@@ -211,12 +211,12 @@ TEST_F(ConnectionTest, MakesOneHandshakeForAllWhoWait) {
   EXPECT_EQ(Taken(), Record{"third goes on"});
 }
 
-TEST_F(ConnectionTest, AnnouncesAVersionForEachTransport) {
+TEST_F(ConnectionTest, AnnouncesTheVersionOfItsTransport) {
   Ensure(b, "first");
   EXPECT_NE(Taken()[0].find(R"("protocolVersion":"2025-11-25")"), std::string::npos);
 }
 
-TEST_F(ConnectionTest, TakesAHandshakeWithoutVersionForDone) {
+TEST_F(ConnectionTest, CompletesAHandshakeWithoutAVersion) {
   for (const char* reply :
        {R"({"id":"1"})", R"({"id":"1","result":{"protocolVersion":""}})",
         R"({"id":"1","result":{"protocolVersion":5}})", R"({"id":"1","error":"no object"})"}) {
@@ -256,7 +256,7 @@ TEST_F(ConnectionTest, SendsNothingThatCouldOvertakeTheNotification) {
   EXPECT_EQ(Taken(), (Record{"first goes on", "second goes on"}));
 }
 
-TEST_F(ConnectionTest, MakesANewHandshakeAfterASessionThatWasForgotten) {
+TEST_F(ConnectionTest, MakesANewHandshakeAfterTheSessionWasForgotten) {
   Ensure(b, "first");
   b->HandleMcpText(R"({"id":"1"})");
   Taken();
@@ -266,7 +266,7 @@ TEST_F(ConnectionTest, MakesANewHandshakeAfterASessionThatWasForgotten) {
   EXPECT_EQ(Taken().size(), 2u);
 }
 
-// A refusal's status, say, may tell that before that of the notification is there.
+// The status of a refusal, for example, may end the session before the notification has its status.
 TEST_F(ConnectionTest, EndsAHandshakeWhoseSessionWasForgottenMeanwhile) {
   TransportOf(b).keepsOrder = false;
   Ensure(b, "first");
@@ -290,7 +290,7 @@ TEST_F(ConnectionTest, FailsAHandshakeWhoseNotificationEndsTheSession) {
             (Record{"b forgot its session", R"(first failed {"error":{"message":"HTTP 404"}})"}));
 }
 
-TEST_F(ConnectionTest, CallsNobodyAtTheEndOfTheProgram) {
+TEST_F(ConnectionTest, CallsNoCallbackAtTheEndOfTheProgram) {
   const Server slow = Make("slow", TransportKind::kHttp);
   TransportOf(slow).keepsOrder = false;
   Ensure(slow, "z");
@@ -306,20 +306,20 @@ TEST_F(ConnectionTest, CallsNobodyAtTheEndOfTheProgram) {
   EXPECT_EQ(Taken(), Record());
 }
 
-TEST_F(ConnectionTest, LetsAReplyAskAgain) {
+TEST_F(ConnectionTest, LetsACallbackSendTheNextRequest) {
   int replies = 0;
   std::function<void(const Json&)> again = [&](const Json&) {
     if (++replies < 3) a->SendMcpRequest("m", Json::Object(), 1, again);
   };
   a->SendMcpRequest("m", Json::Object(), 1, again);
-  a->FailMcpPending("gone");  // ends the one there is, not the one that comes of it
+  a->FailMcpPending("gone");  // ends the pending request, not the one that the callback sends
   EXPECT_EQ(replies, 1);
   a->HandleMcpText(R"({"id":"2"})");
   OnTimer(103);
   EXPECT_EQ(replies, 3);
 }
 
-TEST_F(ConnectionTest, KeepsRecordsOfOneNameApart) {
+TEST_F(ConnectionTest, KeepsServersOfOneNameApart) {
   const Server later = Make("a", TransportKind::kStdio);
   Ask(a, "x");
   Ask(later, "y");
@@ -332,7 +332,7 @@ TEST_F(ConnectionTest, KeepsRecordsOfOneNameApart) {
   EXPECT_EQ(Taken(), (Record{"kill 101", R"(x = {"id":"1"})"}));
 }
 
-TEST_F(ConnectionTest, EndsWhatWaitsForAStoppedServer) {
+TEST_F(ConnectionTest, EndsRequestsAndHandshakesOfAStoppedServer) {
   Ask(a, "x");
   Ensure(a, "first");
   Ensure(a, "second");
@@ -351,7 +351,7 @@ TEST_F(ConnectionTest, EndsWhatWaitsForAStoppedServer) {
   EXPECT_EQ(Taken(), Record{R"(y = {"error":{"message":"MCP server 'a' is not running"}})"});
 }
 
-TEST_F(ConnectionTest, EndsWhatWaitsForTheNotificationOfAStoppedServer) {
+TEST_F(ConnectionTest, EndsTheWaitForTheNotificationToAStoppedServer) {
   TransportOf(b).keepsOrder = false;
   Ensure(b, "first");
   b->HandleMcpText(R"({"id":"1","result":{}})");
@@ -363,7 +363,7 @@ TEST_F(ConnectionTest, EndsWhatWaitsForTheNotificationOfAStoppedServer) {
   EXPECT_EQ(Taken(), Record());
 }
 
-TEST_F(ConnectionTest, FailsWhoWaitsWhenTheNotificationIsNotFound) {
+TEST_F(ConnectionTest, FailsTheHandshakeOnlyWhenItsNotificationGets404) {
   for (const std::uint32_t status : {404u, 0u, 202u, 400u, 500u}) {
     const Server server = Make("http", TransportKind::kHttp);
     TransportOf(server).keepsOrder = false;
@@ -381,16 +381,16 @@ TEST_F(ConnectionTest, FailsWhoWaitsWhenTheNotificationIsNotFound) {
   }
 }
 
-TEST_F(ConnectionTest, TellsTheTransportHowLongAMessageMatters) {
+TEST_F(ConnectionTest, TellsTheTransportTheTimeOutOfEachMessage) {
   Ensure(b, "first");
   b->HandleMcpText(R"({"id":"1","result":{}})");
   b->SendMcpRequest("m", Json::Object(), 1.5, [](const Json&) {});
   EXPECT_EQ(TransportOf(b).timeoutsMs, (std::vector<std::uint32_t>{45'000, 45'000, 1500}));
 }
 
-// What would be the answer if it could be read. Nothing else comes for it from a remote server; a
-// local one may still answer.
-TEST_F(ConnectionTest, EndsARequestOfARemoteServerWhoseAnswerIsUnusable) {
+// The text looks like the response but cannot be parsed. A remote server sends no other response to
+// the request; a local server still may.
+TEST_F(ConnectionTest, EndsARequestWhenTheResponseOfARemoteServerIsUnusable) {
   std::string manyValues = R"({"jsonrpc":"2.0","id":"ID","result":[0)";
   for (int i = 0; i < 1'000'000; ++i) manyValues += ",0";
   const struct {
@@ -425,7 +425,7 @@ TEST_F(ConnectionTest, EndsARequestOfARemoteServerWhoseAnswerIsUnusable) {
 }
 
 TEST_F(ConnectionTest, TakesAMessageOfAMillionValues) {
-  // The outermost object, the id, the array and what is in it.
+  // Counts the outermost object, the id, the array and the array's values.
   std::string text = R"({"id":"1","result":[0)";
   for (int i = 0; i < 1'000'000 - 4; ++i) text += ",0";
   Ask(a, "x");
@@ -445,7 +445,7 @@ TEST_F(ConnectionTest, EndsARequestThatGetsNoTimer) {
   EXPECT_EQ(Taken(), Record()) << "an answer that comes all the same finds nobody";
 }
 
-TEST_F(ConnectionTest, CutsATimeOutToWholeMilliseconds) {
+TEST_F(ConnectionTest, RoundsATimeOutDownToWholeMilliseconds) {
   a->SendMcpRequest("m", Json::Object(), 1.9999, [](const Json&) {});
   EXPECT_EQ(Taken().back(), "start 101 1999");
 }
@@ -460,7 +460,7 @@ TEST_F(ConnectionTest, SendsANotificationWithoutIdAndTimer) {
   EXPECT_EQ(Taken(), Record());
 }
 
-TEST_F(ConnectionTest, FailsAllWhoWaitWhenTheServerExitsDuringTheHandshake) {
+TEST_F(ConnectionTest, FailsAllCallersWhenTheServerExitsDuringTheHandshake) {
   Ensure(a, "first");
   Ensure(a, "second");
   Taken();
@@ -470,7 +470,7 @@ TEST_F(ConnectionTest, FailsAllWhoWaitWhenTheServerExitsDuringTheHandshake) {
   EXPECT_EQ(Taken(), (Record{"kill 101", "first failed " + reply, "second failed " + reply}));
 }
 
-TEST_F(ConnectionTest, LetsWhoWaitedInVainTryAgainAtOnce) {
+TEST_F(ConnectionTest, LetsACallerTryAgainRightAfterAFailedHandshake) {
   a->EnsureMcpInitialized([this](const Json*) { Ensure(a, "again"); });
   Ensure(a, "second");
   Taken();
@@ -483,7 +483,7 @@ TEST_F(ConnectionTest, LetsWhoWaitedInVainTryAgainAtOnce) {
   EXPECT_EQ(Taken().back(), "again goes on");
 }
 
-TEST_F(ConnectionTest, AnswersTheOthersWhenOneWhoWaitedStopsTheServer) {
+TEST_F(ConnectionTest, RepliesToTheOtherCallersWhenOneStopsTheServer) {
   a->EnsureMcpInitialized([this](const Json*) { (void)a->Stop(); });
   a->EnsureMcpInitialized([this](const Json* failure) {
     EXPECT_FALSE(failure);
@@ -493,7 +493,7 @@ TEST_F(ConnectionTest, AnswersTheOthersWhenOneWhoWaitedStopsTheServer) {
   EXPECT_EQ(Taken().back(), R"(x = {"error":{"message":"MCP server 'a' is not running"}})");
 }
 
-TEST_F(ConnectionTest, LetsAReplyReplaceAllServers) {
+TEST_F(ConnectionTest, LetsACallbackEndAllOtherRequests) {
   Ask(b, "y");
   a->SendMcpRequest("m", Json::Object(), 1, [this](const Json&) {
     b->FailMcpPending("gone");
@@ -508,7 +508,7 @@ TEST_F(ConnectionTest, LetsAReplyReplaceAllServers) {
             (Record{"kill 102", "kill 101", "y" + reply, "kill 103", "x" + reply, "replaced"}));
 }
 
-// Whatever comes in whatever order, each request ends once.
+// Responses, time-outs and failures come in random order.
 TEST_F(ConnectionTest, EndsEachRequestOnce) {
   std::mt19937 random(7);
   for (int round = 0; round < 200; ++round) {

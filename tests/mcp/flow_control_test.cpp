@@ -9,14 +9,13 @@
 #include <gtest/gtest.h>
 
 #include "base/clock.h"
+#include "tests/support/patience.h"
 #include "tests/support/queue_inbox.h"
 
 namespace wendra {
 namespace {
 
-constexpr std::uint64_t kPatienceMs = 20'000;  // before a wait counts as failed
-
-// Counts what it gets of each server and forgets it.
+// Counts the messages of each server and drops them.
 class CountingInbox : public Inbox {
  public:
   bool DeliverText(ServerId server, std::string) override {
@@ -32,7 +31,7 @@ class CountingInbox : public Inbox {
   std::atomic<size_t> counts[8] = {};
 };
 
-// A server that sends messages of one length as fast as it may.
+// A reader thread that delivers messages of one length as fast as the flow control lets it.
 class Sender {
  public:
   Sender(FlowControl& flow, const CountingInbox& inbox, size_t server, size_t messageBytes)
@@ -90,7 +89,7 @@ TEST_F(FlowControlTest, MakesAReaderWaitAtTheLimit) {
   }
 }
 
-TEST_F(FlowControlTest, GoesOnWhenAllIsHandled) {
+TEST_F(FlowControlTest, LetsAReaderGoOnWhenAllIsHandled) {
   size_t number = 0;
   for (const auto& [messageBytes, atATime] : kCases) {
     Sender sender(*flow, *inbox, ++number, messageBytes);
@@ -105,7 +104,8 @@ TEST_F(FlowControlTest, GoesOnWhenAllIsHandled) {
   }
 }
 
-// Every reader that waits has a turn when nothing waits any more, also while others fill it again.
+// When no message waits any more, every reader that waited goes on, even if others reach the limit
+// again first.
 TEST_F(FlowControlTest, LeavesNoReaderWaiting) {
   Sender senders[] = {
       {*flow, *inbox, 1, 1 << 20}, {*flow, *inbox, 2, 1 << 20}, {*flow, *inbox, 3, 1 << 20}};
@@ -138,8 +138,8 @@ TEST_F(FlowControlTest, DropsTheMessagesOfAClosedServer) {
   EXPECT_EQ(inbox->counts[1], 1000u);
 }
 
-// A message may be handled after its server is gone; the others must not wait for it for ever.
-TEST_F(FlowControlTest, ForgetsWhatAClosedServerHasLeft) {
+// A message may be handled after its server is closed. The other readers must not wait for ever.
+TEST_F(FlowControlTest, ForgetsTheMessagesThatAClosedServerLeft) {
   Sender gone(*flow, *inbox, 1, 0);
   Sender other(*flow, *inbox, 2, 0);
   while (gone.Count() + other.Count() < 64) std::this_thread::yield();
@@ -150,8 +150,8 @@ TEST_F(FlowControlTest, ForgetsWhatAClosedServerHasLeft) {
   EXPECT_TRUE(other.WaitFor(before + 64));
 }
 
-// Otherwise the server would have less than nothing waiting, which looks like too much.
-TEST_F(FlowControlTest, CountsWhatIsDeliveredAtOnce) {
+// Without the count, OnHandled would make the server's unsigned count wrap around to a huge number.
+TEST_F(FlowControlTest, CountsMessagesThatAreDeliveredAtOnce) {
   constexpr ServerId kServer{1};
   flow->Open(kServer);
   flow->DeliverAtOnce(kServer, "at once");
@@ -160,7 +160,7 @@ TEST_F(FlowControlTest, CountsWhatIsDeliveredAtOnce) {
   EXPECT_EQ(inbox->counts[1], 2u);
 }
 
-TEST_F(FlowControlTest, CountsNothingThatTheInboxDoesNotTake) {
+TEST_F(FlowControlTest, CountsNoMessageThatTheInboxRefuses) {
   const auto closed = std::make_shared<QueueInbox>();
   closed->Close();
   const auto closedFlow = std::make_shared<FlowControl>(closed);
@@ -173,9 +173,9 @@ TEST_F(FlowControlTest, CountsNothingThatTheInboxDoesNotTake) {
   }
 }
 
-// Messages that are not handled and refusals that are not sent count together; those of other
-// servers do not count.
-TEST_F(FlowControlTest, MakesTheReaderOfAServerWaitThatTakesNoRefusals) {
+// The unhandled messages and the unsent refusals of a server count together. Those of other servers
+// do not count.
+TEST_F(FlowControlTest, MakesAReaderWaitWhenItsServerTakesNoRefusals) {
   size_t number = 0;
   for (const size_t refusalBytes : {size_t{0}, size_t{60 << 10}}) {
     Sender sender(*flow, *inbox, ++number, 0);

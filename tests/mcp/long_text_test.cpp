@@ -16,7 +16,7 @@ std::string TakenAfter(size_t pieces) {
   return text.Take();
 }
 
-TEST(LongText, IsItsPiecesInOrder) {
+TEST(LongText, JoinsItsChunksInOrder) {
   LongText text(kMaxBytes);
   for (const char* piece : {"a", "", "bc", "d"}) text.Append(piece);
   EXPECT_EQ(text.Text(), "abcd");
@@ -27,7 +27,7 @@ TEST(LongText, IsItsPiecesInOrder) {
   EXPECT_EQ(text.Take(), "");
 }
 
-TEST(LongText, KeepsItsPlaceOnceItIsLong) {
+TEST(LongText, KeepsItsMemoryOnceItIsLong) {
   LongText text(kMaxBytes);
   text.Append(std::string(300'000, 'x'));
   const char* const place = text.Text().data();

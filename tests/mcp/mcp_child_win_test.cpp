@@ -1,4 +1,4 @@
-// That the server with which others are tested does what it is told.
+// Tests mcp_child, the MCP server that other tests start.
 #include <filesystem>
 #include <fstream>
 #include <iterator>
@@ -26,7 +26,7 @@ std::wstring LineFor(const std::vector<std::wstring>& words) {
   return *ChildCommandLine(BuiltProgram(L"mcp_child.exe"), words);
 }
 
-TEST(McpChild, DoesWhatItsWordsSay) {
+TEST(McpChild, FollowsItsArguments) {
   const std::string greeting =
       R"({"jsonrpc":"2.0","id":"1","result":{"protocolVersion":"2024-11-05","capabilities":{"tools":{}},)"
       R"("serverInfo":{"name":"mcp_child","version":"1"}}})"
@@ -88,7 +88,7 @@ TEST(McpChild, DoesWhatItsWordsSay) {
   }
 }
 
-TEST(McpChild, KeepsWhatItIsSent) {
+TEST(McpChild, RecordsItsInput) {
   const ScratchFolder folder;
   const std::wstring file = folder / L"sent";
   (void)RunToEnd({.commandLine = LineFor({L"record", file})}, kInput);

@@ -1,4 +1,5 @@
-// What reloading leaves behind: a program of its own, since it counts all allocations.
+// Checks that a reload leaves no memory behind. A program of its own, since it counts all
+// allocations.
 #include <atomic>
 #include <cstdlib>
 #include <filesystem>
@@ -14,6 +15,7 @@
 
 #include "base/clock.h"
 #include "mcp/client.h"
+#include "tests/support/patience.h"
 #include "tests/support/queue_inbox.h"
 #include "tests/support/recording_transport.h"
 #include "tests/support/scripted_servers.h"
@@ -21,7 +23,7 @@
 
 namespace {
 
-std::atomic<long long> allocations = 0;  // that live
+std::atomic<long long> allocations = 0;  // not freed yet
 
 void* Allocate(std::size_t bytes) {
   void* memory = std::malloc(bytes ? bytes : 1);
@@ -46,8 +48,6 @@ void operator delete[](void* memory, std::size_t) noexcept { Free(memory); }
 
 namespace wendra {
 namespace {
-
-constexpr std::uint64_t kPatienceMs = 60'000;  // before a wait counts as failed
 
 constexpr char kFiveServers[] =
     R"({"mcpServers":{"a":{"command":"a.exe"},"b":{"command":"b.exe"},"c":{"command":"c.exe"},)"
@@ -80,8 +80,8 @@ size_t CountThreads() {
   return static_cast<size_t>(std::distance(begin(tasks), end(tasks)));
 }
 
-// The allocations that live when there is no server any more and none of their threads, but
-// `ownThreads`.
+// Replaces the servers by none, waits until only `ownThreads` threads are left, and returns the
+// number of allocations that are not freed.
 long long AllocationsWithoutServers(QueueInbox& inbox, ScriptedConfig& config, McpClient& client,
                                     size_t ownThreads) {
   const std::string servers = std::exchange(config.text, "{}");
@@ -94,7 +94,7 @@ long long AllocationsWithoutServers(QueueInbox& inbox, ScriptedConfig& config, M
   return allocations;
 }
 
-TEST(McpClientMemory, KeepsNothingOfServersThatWereReplaced) {
+TEST(McpClientMemory, KeepsNoMemoryOfServersThatWereReplaced) {
   const size_t ownThreads = CountThreads();
   NoLog log;
   NoTimers timers;
@@ -110,7 +110,7 @@ TEST(McpClientMemory, KeepsNothingOfServersThatWereReplaced) {
   McpClient client(config, starter, timers, log);
   client.Start(inbox);
   const auto reload = [&] {
-    // A request waits for each local server when it is stopped.
+    // Each local server has a pending request when it is stopped.
     for (const auto& server : client.Servers()) {
       if (server->Settings().kind == TransportKind::kHttp) continue;
       server->RequestWhenReady(

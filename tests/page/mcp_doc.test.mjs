@@ -15,7 +15,7 @@ const sourcesOf = (folder) =>
     if (entry.isDirectory()) return sourcesOf(`${folder}/${entry.name}`);
     return entry.name.endsWith('.cpp') ? [read(`${folder}/${entry.name}`)] : [];
   });
-const mcpCode = sourcesOf('mcp').join('\n');
+const mcpCode = [...sourcesOf('mcp'), read('config/settings.cpp')].join('\n');
 const code = [mcpCode, ...sourcesOf('config'), ...sourcesOf('win')].join('\n');
 
 // The first cells of the table below a heading, without their backticks.
@@ -68,7 +68,7 @@ test('the keys are those that the host reads and that editors know', () => {
   const keys = firstCells('A server').sort();
   const { properties } = JSON.parse(read('docs/config.schema.json')).definitions.server;
   assert.deepEqual(keys, Object.keys(properties).filter((key) => key !== 'disabled').sort());
-  const entries = read('mcp/server_settings.cpp');
+  const entries = read('config/settings.cpp');
   for (const key of keys) assert.ok(entries.includes(`"${key}"`), `the host does not read ${key}`);
 });
 

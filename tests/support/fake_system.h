@@ -1,4 +1,4 @@
-// A system of a test's own: its variables and its files.
+// Fakes of the system for the command search: environment variables and files in memory.
 #pragma once
 
 #include <map>
@@ -36,7 +36,7 @@ class FakeEnvironment final : public Environment {
   std::map<std::wstring, std::wstring> variables;
 };
 
-// Relative paths are below C:\here.
+// The current directory is C:\here.
 class FakeFiles final : public FileProbe {
  public:
   FakeFiles() = default;

@@ -1,4 +1,4 @@
-// Something that a test opens and others wait for.
+// A gate that one thread opens and other threads wait for. It stays open.
 #pragma once
 
 #include <cstdint>
@@ -15,7 +15,7 @@ class Gate {
     isOpen_ = true;
     changed_.WakeAll();
   }
-  // False: not within 20 seconds.
+  // Waits until the gate is open, at most 20 seconds. False: it is still closed.
   bool Wait() {
     const std::lock_guard<Lock> lock(lock_);
     return changed_.WaitFor(lock_, 20'000, [this] { return isOpen_; });

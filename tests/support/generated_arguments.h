@@ -1,4 +1,5 @@
-// Arguments as nobody would write them, the same ones for the same seed.
+// Generates unusual command-line arguments, full of special characters. The same seed gives the
+// same arguments.
 #pragma once
 
 #include <iterator>
@@ -75,7 +76,7 @@ inline std::wstring WithoutLineBreaks(std::wstring text) {
   return text;
 }
 
-// For the message of a failed test.
+// `text` for the message of a failed test: a dot for each character that is not printable ASCII.
 inline std::string Printable(std::wstring_view text) {
   std::string printable;
   for (const wchar_t c : text) printable += c >= L' ' && c < 0x7F ? static_cast<char>(c) : '.';

@@ -1,5 +1,5 @@
-// How many handles a process has open, counted in the system's list of all handles:
-// GetProcessHandleCount would do on Windows; Wine's always says 0. Needs ntdll.
+// Counts the open handles of a process in the system's list of all handles. On Windows
+// GetProcessHandleCount would be enough, but Wine's always gives 0. Link with ntdll.
 #pragma once
 
 #include <algorithm>
@@ -11,7 +11,7 @@
 
 namespace wendra {
 
-// As NtQuerySystemInformation gives it.
+// The layout of the list that NtQuerySystemInformation gives.
 struct HandleEntry {
   ULONG process;
   BYTE objectType;

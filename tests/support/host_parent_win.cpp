@@ -1,8 +1,9 @@
-// Starts the host, which lies beside it, with its own arguments and streams, and stays when the
-// host has ended, until it is killed: for tests of what a host leaves behind. tools/launch, which
-// tidies up when the program that it started has ended, does not get to it meanwhile.
+// Starts wendra.exe from its own folder, with its own arguments and streams, and runs until it is
+// killed, even after the host has ended. Tests use it to see what the host leaves behind:
+// tools/launch ends the remaining processes only when the program that it started has ended, and
+// that is this program.
 //
-// Ends with code 1 when the host could not be started.
+// Exit code 1: the host could not be started.
 #include <filesystem>
 #include <string>
 
@@ -20,7 +21,7 @@ std::wstring HostBeside() {
 
 }  // namespace
 
-// The arguments come as they were written, and are handed on so.
+// `arguments` is the command line as it was written; the host gets it unchanged.
 int WINAPI wWinMain(HINSTANCE, HINSTANCE, PWSTR arguments, int) {
   const std::wstring host = HostBeside();
   std::wstring commandLine = L"\"" + host + L"\" " + arguments;

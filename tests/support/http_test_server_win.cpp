@@ -1,5 +1,5 @@
 // clang-format off
-#include <winsock2.h>  // before windows.h, which brings the old one otherwise
+#include <winsock2.h>  // before windows.h, which otherwise includes the old socket functions
 // clang-format on
 
 #include "tests/support/http_test_server_win.h"
@@ -15,7 +15,7 @@ namespace {
 
 constexpr std::string_view kEndOfHead = "\r\n\r\n";
 
-// False: the client has gone.
+// Waits for bytes of the client and appends them to `text`. False: the client has disconnected.
 bool ReceiveMore(UINT_PTR socket, std::string& text) {
   char buffer[16'384];
   const int bytes = recv(socket, buffer, sizeof(buffer), 0);
@@ -47,7 +47,7 @@ HttpTestRequest ParseHead(std::string_view head) {
 size_t BodyBytes(const HttpTestRequest& request) {
   const std::string length = request.Header("Content-Length");
   size_t bytes = 0;
-  (void)std::from_chars(length.data(), length.data() + length.size(), bytes);  // none: no body
+  (void)std::from_chars(length.data(), length.data() + length.size(), bytes);  // "" leaves 0
   return bytes;
 }
 
@@ -105,7 +105,7 @@ HttpTestServer::~HttpTestServer() {
     isEnding_ = true;
     for (const UINT_PTR socket : open_) shutdown(socket, SD_BOTH);
   }
-  // One more connection wakes the thread that waits for one.
+  // This connection wakes the thread that waits in accept.
   const UINT_PTR wake = socket(AF_INET, SOCK_STREAM, IPPROTO_TCP);
   sockaddr_in address{};
   address.sin_family = AF_INET;
@@ -162,7 +162,8 @@ void HttpTestServer::Serve(UINT_PTR socket) {
   }
   const std::lock_guard<std::mutex> lock(mutex_);
   open_.erase(std::find(open_.begin(), open_.end(), socket));
-  // What the client has sent and nobody has read must not turn the answer into a reset.
+  // Without this, bytes of the client that have not been read would reset the connection, and the
+  // client could lose the response.
   shutdown(socket, SD_SEND);
   closesocket(socket);
 }

@@ -1,4 +1,4 @@
-// An HTTP server in the test's own process that says, byte for byte, what a test tells it to.
+// An HTTP server inside the test program. It sends exactly the bytes that a test gives it.
 #pragma once
 
 #include <functional>
@@ -16,25 +16,25 @@ namespace wendra {
 struct HttpTestRequest {
   std::string verb;
   std::string path;
-  std::vector<std::pair<std::string, std::string>> headers;  // as they came, in order
+  std::vector<std::pair<std::string, std::string>> headers;  // in order of arrival
   std::string body;
 
-  // The value of the header of that name in any case; "" without one.
+  // The value of the first header with that name, in any letter case; "" if there is none.
   std::string Header(std::string_view name) const;
 };
 
-// One request on a connection of its own, which ends when the handler returns.
+// The connection of one request. It is closed when the handler returns.
 class HttpTestConnection {
  public:
   explicit HttpTestConnection(UINT_PTR socket) : socket_(socket) {}
 
-  // Sends all of it. False: the client has gone.
+  // Sends all bytes. False: the client has disconnected.
   bool Send(std::string_view bytes);
 
-  // The head and a body with its length.
+  // Sends a whole response: status line, `headers` (each with CR LF), Content-Length and `body`.
   bool Answer(std::string_view statusLine, std::string_view headers, std::string_view body);
 
-  // Until the client has gone, or the server is to end.
+  // Waits until the client disconnects or the server is destroyed.
   void WaitForClose();
 
  private:
@@ -43,18 +43,18 @@ class HttpTestConnection {
 
 class HttpTestServer {
  public:
-  // Called on a thread of the connection's own; several at once.
+  // Called once for each request, each time on a new thread; several may run at the same time.
   using Handler = std::function<void(const HttpTestRequest&, HttpTestConnection&)>;
 
   explicit HttpTestServer(Handler handler);
-  // Breaks what is still connected off and waits for the handlers.
+  // Ends all connections and waits for the handlers.
   ~HttpTestServer();
   HttpTestServer(const HttpTestServer&) = delete;
   HttpTestServer& operator=(const HttpTestServer&) = delete;
 
   std::string Url(std::string_view path = "/mcp", std::string_view host = "localhost") const;
 
-  // What has come so far, in the order of coming.
+  // All requests so far, in order of arrival.
   std::vector<HttpTestRequest> Requests() const;
 
  private:

@@ -1,11 +1,11 @@
-// What the server of mcp_child answers when it behaves.
+// The correct responses of the MCP server mcp_child, and its tools.
 //
-// Its tools give one text each:
-//   echo {text}   that text
-//   fill {bytes}  so many x
-//   env {name}    the environment variable; "" when it is not set
-//   args {}       the words of its command line, one a line
-//   cwd {}        its current folder
+// Each tool gives one text:
+//   echo {text}   the text of the argument
+//   fill {bytes}  a text of that many x
+//   env {name}    the value of that environment variable; "" if it is not set
+//   args {}       the words of the server's command line, one on each line
+//   cwd {}        the current folder of the server
 #pragma once
 
 #include <string>
@@ -17,7 +17,8 @@ namespace wendra {
 
 using Words = std::vector<std::string>;
 
-// The result for "initialize", "tools/list" or "tools/call". `words` are those of the command line.
+// The result for the request "tools/list" or "tools/call"; for every other, that of "initialize".
+// `words` are the words of the command line.
 Json UsualResult(const Json& request, const Words& words);
 
 }  // namespace wendra

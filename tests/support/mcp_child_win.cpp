@@ -1,43 +1,48 @@
-// An MCP server on standard input and output for tests of whoever talks to one. It behaves, unless
-// its command line says otherwise. These words say when:
+// An MCP server on standard input and output, for tests of MCP clients. It behaves correctly unless
+// its command line says otherwise. The command line consists of moments and of actions for them.
 //
-//   start        before it reads anything
-//   initialize   at each request of that name
-//   list         at tools/list
-//   call         at tools/call
+// The moments:
+//
+//   start        before the server reads anything; also for actions before the first moment
+//   initialize   at each request "initialize"
+//   list         at each request "tools/list"
+//   call         at each request "tools/call"
 //   end          at the end of its input
 //
-// A request that is not named is answered, the end not named is the end. A word given again is for
-// the second time, and so on; the last one stays. What follows it is done in its order, instead of
-// the answer ("call" with nothing behind it never answers):
+// The actions after a moment are done in their order, instead of the correct response. A moment
+// without actions gets no response: after "call", no call is answered. If a moment is given again,
+// its actions are for the second time, and so on; the last ones are for all later times. For
+// moments that are not given, the server sends the correct response, or ends at "end".
 //
-//   answer       answers the request at hand as it should be
-//   answer-of N  the same in a line of exactly N bytes
-//   answer-as ID the same to another id, written as JSON: "x", 7, $BARE
-//   result JSON  answers with this result, whatever it is
-//   nest N       answers with N arrays, one in the other
+// The actions:
+//
+//   answer       answers the current request correctly
+//   answer-of N  answers it in a line of exactly N bytes, line feed not counted
+//   answer-as ID answers it correctly, but with another id, written as JSON: "x", 7, $BARE
+//   result JSON  answers with this result, which is not checked
+//   nest N       answers with N arrays, each inside the one before
 //   error TEXT   answers with an error
-//   line TEXT    writes TEXT and a line feed; $ID in it is the id of the request at hand, as JSON,
-//                and $BARE the same without quotes
-//   text TEXT    the same without a line feed
+//   line TEXT    writes TEXT and a line feed; $ID stands for the id of the current request as JSON,
+//                $BARE for the same id without quotes
+//   text TEXT    like line, but without the line feed
 //   bytes HEX    writes these bytes
-//   fill N       writes N bytes, no line feed among them
+//   fill N       writes N bytes without a line feed
 //   brackets N   writes N opening brackets
-//   hold         keeps what is written from here on
-//   flush        writes what was kept, in one go
-//   bytewise     from here on each byte is written by itself
-//   close        closes its output
+//   hold         from now on, keeps its output instead of writing it
+//   flush        writes the output that it has kept, all at once, and ends hold
+//   bytewise     from now on, writes each byte separately
+//   close        closes its standard output
 //   err N        writes N bytes to standard error
-//   record FILE  from here on every line that it gets is added to FILE
-//   spawn        starts a copy that has its standard streams and stays, whatever happens to us
+//   record FILE  from now on, appends every line that it reads to FILE
+//   spawn        starts a copy of itself that inherits the standard streams and never ends
 //   await NAME   waits until the event NAME is set
-//   stay         waits for ever: nothing is read any more
-//   exit N       ends with this code
+//   stay         waits for ever and reads nothing more
+//   exit N       ends with this exit code
 //   crash        ends by an access violation
-//   times N      does what follows it N times
-//   rest         what is behind it means nothing
+//   times N      does the actions after it N times
+//   rest         the words after it are ignored
 //
-// Its tools are those of mcp_child_tools_win.h.
+// The tools are in mcp_child_tools_win.h.
 #include <algorithm>
 #include <cstdlib>
 #include <filesystem>
@@ -69,7 +74,7 @@ void WriteAll(DWORD stream, std::string_view bytes) {
     DWORD written = 0;
     if (!WriteFile(GetStdHandle(stream), bytes.data(), static_cast<DWORD>(bytes.size()), &written,
                    nullptr)) {
-      return;  // nobody reads any more; what we do next shows it
+      return;  // the client has closed the pipe: the next action has to deal with it
     }
     bytes.remove_prefix(written);
   }
@@ -129,10 +134,10 @@ class McpChild {
   void Nothing(const std::string&) {}
 
   Words words_;
-  std::map<std::string, std::vector<Steps>> steps_;  // by moment, then by how many times before
-  std::map<std::string, size_t> times_;
-  Json request_;    // at hand
-  std::string id_;  // its id, as JSON
+  std::map<std::string, std::vector<Steps>> steps_;  // by moment; one entry for each time
+  std::map<std::string, size_t> times_;              // how many times each moment has come
+  Json request_;                                     // the current request
+  std::string id_;                                   // its id, as JSON
   std::string held_;
   bool isHeld_ = false;
   bool isBytewise_ = false;
@@ -194,7 +199,7 @@ void McpChild::Do(const std::string& moment, const char* usually) {
 }
 
 void McpChild::DoSteps(const Steps& steps) {
-  auto first = steps.begin();  // of those that are repeated
+  auto first = steps.begin();  // the first step that "times" repeats
   unsigned long long repeats = 0;
   for (auto step = first; step != steps.end();) {
     if (step->word == "times") {

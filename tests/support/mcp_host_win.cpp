@@ -1,9 +1,9 @@
-// Starts one local MCP server the way the program does, and stays until it is killed: for a test of
-// what is left of the server then.
+// Starts one local MCP server with the code of the program, and runs until it is killed. A test
+// then checks that nothing of the server is left.
 //
 //   mcp_host PROGRAM [ARGUMENT...]
 //
-// Ends with code 1 when the server could not be started.
+// Exit code 1: the server could not be started.
 #include "base/log.h"
 #include "mcp/stdio/server_process_win.h"
 #include "win/wide.h"

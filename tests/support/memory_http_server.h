@@ -1,4 +1,5 @@
-// An HTTP server without a network: what a handler writes is what an exchange reads.
+// An HTTP server in memory, and the exchange that talks to it: the exchange reads what a handler of
+// the server has written.
 #pragma once
 
 #include <algorithm>
@@ -23,10 +24,10 @@
 
 namespace wendra {
 
-// The two ends of one connection. Any thread.
+// One connection between a handler and an exchange. Any thread.
 class MemoryConnection {
  public:
-  // The handler's end. False: the exchange has ended.
+  // For the handler. False: the exchange has been destroyed.
   bool Send(std::string_view bytes) {
     const std::lock_guard<Lock> lock(lock_);
     if (isClosedByClient_) return false;
@@ -49,8 +50,8 @@ class MemoryConnection {
 
   Lock lock_;
   Condition changed_;
-  std::string bytes_;              // sent by the handler, not yet read
-  bool isClosedByServer_ = false;  // nothing will be added to them
+  std::string bytes_;              // sent by the handler, not yet read by the exchange
+  bool isClosedByServer_ = false;  // the handler has returned: no more bytes will come
   bool isClosedByClient_ = false;
 };
 
@@ -59,7 +60,8 @@ class MemoryHttpServer {
   using Handler = std::function<void(const HttpRequest&, MemoryConnection&)>;
 
   explicit MemoryHttpServer(Handler handler) : handler_(std::move(handler)) {}
-  // Every exchange has to have ended, or to be aborted later by another thread.
+  // Waits for all handlers. An exchange that a handler waits for must have been destroyed, or
+  // another thread must destroy it.
   ~MemoryHttpServer() { JoinAll(); }
   MemoryHttpServer(const MemoryHttpServer&) = delete;
   MemoryHttpServer& operator=(const MemoryHttpServer&) = delete;
@@ -69,7 +71,7 @@ class MemoryHttpServer {
     return requests_;
   }
 
-  // Null once nobody serves any more.
+  // For exchanges: starts the handler on a new thread. Null after GoDown.
   std::shared_ptr<MemoryConnection> Connect(const HttpRequest& request) {
     const std::lock_guard<Lock> lock(lock_);
     if (isDown_) return nullptr;
@@ -84,7 +86,7 @@ class MemoryHttpServer {
     return connection;
   }
 
-  // From here on it cannot be reached.
+  // From now on, no exchange can connect. Waits for all handlers.
   void GoDown() {
     {
       const std::lock_guard<Lock> lock(lock_);
@@ -111,7 +113,7 @@ class MemoryHttpServer {
   bool isDown_ = false;
 };
 
-// An exchange with such a server. It reads the bytes in chunks of at most 8 KiB, as WinHTTP does.
+// An exchange with a MemoryHttpServer. It reads the body in chunks of at most 8 KiB, like WinHTTP.
 class MemoryExchange : public HttpExchange {
  public:
   explicit MemoryExchange(std::shared_ptr<MemoryHttpServer> server) : server_(std::move(server)) {}
@@ -189,7 +191,8 @@ class MemoryExchange : public HttpExchange {
     return status;
   }
 
-  // What there is, at most `bytes`; "" at the end, after Abort and when the time is over.
+  // Waits for bytes and returns at most `bytes` of them. "" at the end, after Abort, and when the
+  // limit of the request (or 120 seconds without one) is over.
   std::string Receive(size_t bytes) {
     MemoryConnection& connection = *connection_;
     const std::lock_guard<Lock> lock(connection.lock_);
@@ -219,7 +222,7 @@ class MemoryExchange : public HttpExchange {
   std::shared_ptr<MemoryConnection> connection_;
   std::atomic<bool> isAborted_ = false;
   std::atomic<bool> isOverdue_ = false;
-  std::uint64_t dueMs_ = 0;  // on the clock of ClockMs; 0: never
+  std::uint64_t dueMs_ = 0;  // when the limit is over, in time of ClockMs; 0: no limit
   std::string head_;
   std::vector<std::pair<std::string, std::string>> headers_;
   size_t bodyLeft_ = static_cast<size_t>(-1);

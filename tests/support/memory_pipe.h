@@ -1,4 +1,4 @@
-// A pipe without a process at its other end: the test feeds and looks.
+// A pipe in memory: the test plays the child process at its other end.
 #pragma once
 
 #include <algorithm>
@@ -14,7 +14,7 @@ namespace wendra {
 
 class MemoryPipe : public Pipe {
  public:
-  // The host's end.
+  // For the host.
   size_t Read(char* buffer, size_t bytes) override {
     const std::lock_guard<Lock> lock(lock_);
     changed_.Wait(lock_, [this] { return isCancelled_ || isEnded_ || !bytes_.empty(); });
@@ -37,20 +37,21 @@ class MemoryPipe : public Pipe {
     changed_.WakeAll();
   }
 
-  // The child's end.
+  // For the test, as the child.
   void Feed(std::string_view bytes) { Write(bytes); }
   void End() {
     const std::lock_guard<Lock> lock(lock_);
     isEnded_ = true;
     changed_.WakeAll();
   }
-  // Whether the child does not read, so that a write waits.
+  // While the pipe is full, because the child does not read, the host's writes wait.
   void SetFull(bool isFull) {
     const std::lock_guard<Lock> lock(lock_);
     isFull_ = isFull;
     changed_.WakeAll();
   }
-  // Everything that has been written; waits until that are so many bytes, at most 20 seconds.
+  // Waits until the pipe holds at least `bytes` bytes, at most 20 seconds. Returns all bytes in it,
+  // and leaves them there.
   std::string WaitForBytes(size_t bytes) {
     const std::lock_guard<Lock> lock(lock_);
     (void)changed_.WaitFor(lock_, 20'000, [&] { return bytes_.size() >= bytes; });

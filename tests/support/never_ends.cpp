@@ -1,4 +1,5 @@
-// A test program with a test that waits for what never comes, for the test of what then ends it.
+// A test program with a test that hangs. tests/tools/runner.test.mjs runs it, and checks that
+// test_limit.cpp names the test and ends the program.
 #include <condition_variable>
 #include <mutex>
 #include <thread>
@@ -8,7 +9,7 @@
 namespace wendra {
 namespace {
 
-TEST(NeverEnds, ButThisDoes) {}
+TEST(NeverEnds, HasOneTestThatEnds) {}
 
 TEST(NeverEnds, WaitsForAThreadThatWaits) {
   std::mutex mutex;

@@ -1,4 +1,4 @@
-// An inbox that keeps what it gets in a queue, for a test to take out on its own thread.
+// An inbox that keeps its messages in a queue. The test takes them out on its own thread.
 #pragma once
 
 #include <cstdint>
@@ -33,7 +33,7 @@ class QueueInbox : public Inbox {
   bool DeliverClosed(ServerId server) override { return Add({server, OutputClosed{}}); }
   bool DeliverStatus(ServerId server, PostStatus status) override { return Add({server, status}); }
 
-  // The oldest message; waits for one at most `maxMs` milliseconds.
+  // Takes out the oldest message. Waits for one at most `maxMs` milliseconds; then nothing.
   std::optional<InboxMessage> Take(std::uint32_t maxMs) {
     const std::lock_guard<Lock> lock(lock_);
     if (!changed_.WaitFor(lock_, maxMs, [this] { return !messages_.empty(); })) return {};
@@ -42,7 +42,7 @@ class QueueInbox : public Inbox {
     return message;
   }
 
-  // From here on it takes nothing any more, as a window that is gone.
+  // From now on the inbox accepts no messages, like a window that has been destroyed.
   void Close() {
     const std::lock_guard<Lock> lock(lock_);
     isClosed_ = true;

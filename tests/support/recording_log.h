@@ -1,4 +1,4 @@
-// A log that keeps its lines, for comparing them byte for byte.
+// A log that keeps its lines, so that a test can compare them byte for byte. One thread.
 #pragma once
 
 #include <string>

@@ -1,4 +1,5 @@
-// A page that keeps the scripts it is to run, and for whom, for comparing them byte for byte.
+// A page that keeps the scripts that it should run and their origins, so that a test can compare
+// them byte for byte.
 #pragma once
 
 #include <string>

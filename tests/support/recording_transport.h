@@ -1,4 +1,4 @@
-// A transport and timers that note in one list what a connection does with them.
+// A transport and timers that record each call of a connection in one list.
 #pragma once
 
 #include <cstdint>
@@ -35,7 +35,7 @@ class RecordingTransport : public Transport {
     return nullptr;
   }
 
-  bool keepsOrder = true;  // like a pipe; otherwise the test reports the status
+  bool keepsOrder = true;  // true: like a pipe; false: like HTTP, and the test reports the status
   std::string protocolVersion;
   std::vector<std::string> requestIds;
   std::vector<std::uint32_t> timeoutsMs;

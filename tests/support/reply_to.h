@@ -1,4 +1,4 @@
-// What an action that answers at once replies.
+// Runs an action that replies at once, and gives its reply.
 #pragma once
 
 #include <string>
@@ -10,8 +10,8 @@
 
 namespace wendra {
 
-// "ok, value" of the one script that `action`, which answers on `page`, has run there for these
-// arguments, given as JSON: for instance `1, "C:\\"`.
+// Runs `action` with `args`, a JSON text. The action replies on `page` with exactly one script.
+// Returns the "ok, value" part of that script, for example `1, "C:\\"`.
 inline std::string ReplyTo(const Action& action, const std::string& args, RecordingPage& page) {
   Json value;
   EXPECT_TRUE(Parse(args, value)) << args;

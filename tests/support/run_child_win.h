@@ -1,4 +1,4 @@
-// Runs a child of a test to its end.
+// Runs a child process to its end, for tests.
 #pragma once
 
 #include <filesystem>
@@ -14,7 +14,7 @@
 
 namespace wendra {
 
-// A program of the build; it lies one folder above the tests.
+// The path of a program of the build. It is in the parent folder of the test program's folder.
 inline std::wstring BuiltProgram(const wchar_t* name) {
   wchar_t self[MAX_PATH];
   GetModuleFileNameW(nullptr, self, MAX_PATH);
@@ -22,11 +22,12 @@ inline std::wstring BuiltProgram(const wchar_t* name) {
 }
 
 struct ChildRun {
-  std::string output;  // standard output, all of it
+  std::string output;  // all of the child's standard output
   DWORD exitCode = 0;
 };
 
-// `input` is written before anything is read: it must fit into a pipe (4 KiB), or be read at once.
+// Starts the child, gives it `input`, and waits for its end. All of `input` is written before any
+// output is read: the child must read it at once, or it must fit into the pipe (4 KiB).
 inline ChildRun RunToEnd(const ChildRequest& request, std::string_view input = {}) {
   ChildRun run;
   Child child = StartChild(request);

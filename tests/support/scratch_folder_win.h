@@ -1,4 +1,4 @@
-// A folder of one test's own, gone with its owner.
+// A temporary folder for one test. Its destructor deletes the folder.
 #pragma once
 
 #include <filesystem>
@@ -20,7 +20,7 @@ class ScratchFolder {
     std::filesystem::create_directories(path_);
   }
   ~ScratchFolder() {
-    std::error_code ignored;  // a test that failed may still hold a file open
+    std::error_code ignored;  // a failed test may still have a file open
     std::filesystem::remove_all(path_, ignored);
   }
   ScratchFolder(const ScratchFolder&) = delete;

@@ -1,5 +1,5 @@
-// MCP servers without processes and without a network: the real transports of the client over pipes
-// in memory and exchanges in memory.
+// MCP servers without processes and without a network: the client's real transports, over pipes and
+// HTTP exchanges in memory.
 #pragma once
 
 #include <cstdint>
@@ -18,14 +18,14 @@
 
 namespace wendra {
 
-// The streams of a child that the test plays.
+// The standard streams of a child process that the test plays.
 struct ScriptedChild {
   std::shared_ptr<MemoryPipe> input = std::make_shared<MemoryPipe>();
   std::shared_ptr<MemoryPipe> output = std::make_shared<MemoryPipe>();
   std::shared_ptr<MemoryPipe> error = std::make_shared<MemoryPipe>();
 };
 
-// A child ends when it is told to: its streams end.
+// The process of a ScriptedChild. Terminate ends its output streams.
 class ScriptedProcess : public ChildProcess {
  public:
   explicit ScriptedProcess(ScriptedChild child) : child_(std::move(child)) {}
@@ -61,10 +61,10 @@ class ScriptedStarter : public ServerStarter {
     return std::make_unique<StdioTransport>(id, settings.name, std::move(ends), flow, log_);
   }
 
-  std::map<std::string, ServerId> ids;            // of the latest server of that name
-  std::map<std::string, ScriptedChild> children;  // likewise
-  bool keepsChildren = true;
-  std::shared_ptr<MemoryHttpServer> http;  // of all remote servers
+  std::map<std::string, ServerId> ids;            // by name, of the latest server of that name
+  std::map<std::string, ScriptedChild> children;  // the same
+  bool keepsChildren = true;                      // whether `children` is filled
+  std::shared_ptr<MemoryHttpServer> http;         // all remote servers are this one
 
  private:
   Log& log_;

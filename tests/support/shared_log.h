@@ -1,4 +1,4 @@
-// A log whose lines come from several threads.
+// A log that takes lines from several threads.
 #pragma once
 
 #include <mutex>
@@ -17,14 +17,14 @@ class SharedLog : public Log {
   void Line(std::string_view line) override { Add(line); }
   void LineFromAnyThread(std::string_view line) override { Add(line); }
 
-  // The lines once there are so many; waits at most 20 seconds.
+  // Waits until there are `count` lines, at most 20 seconds. Returns all lines.
   std::vector<std::string> WaitForLines(size_t count) {
     const std::lock_guard<Lock> lock(lock_);
     (void)added_.WaitFor(lock_, 20'000, [&] { return lines_.size() >= count; });
     return lines_;
   }
 
-  // The lines since the last call.
+  // Takes out all lines.
   std::vector<std::string> Take() {
     const std::lock_guard<Lock> lock(lock_);
     return std::exchange(lines_, {});

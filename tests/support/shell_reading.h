@@ -1,5 +1,5 @@
-// How a command line is read by those who get it: cmd.exe, and the runtimes of programs. Written
-// from the rules that these follow, to undo what our quoting does without a Windows at hand.
+// Splits command lines like cmd.exe and like the runtimes of programs. Tests use it to undo the
+// program's quoting without Windows. It is written from the rules that cmd.exe and runtimes follow.
 #pragma once
 
 #include <algorithm>
@@ -10,12 +10,12 @@
 
 namespace wendra {
 
-// Runtimes disagree about "" inside quotes: to new ones it is a quote and quoting goes on, to old
-// ones and CommandLineToArgvW it is a quote and quoting ends.
+// Runtimes differ in how they read "" inside quotes. In all of them it stands for one quote. In new
+// runtimes the quoted part goes on; in old ones and in CommandLineToArgvW it ends.
 enum class Runtime { kOld, kNew };
 
-// All words of `line` by the rules for arguments. (The first word has rules of its own; a file name
-// holds no quote, and ends in no backslash, so they do not differ there.)
+// All words of `line`, by the rules for arguments. The first word has its own rules, but they give
+// the same result: a file name holds no quote and does not end in a backslash.
 inline std::vector<std::wstring> SplitLikeRuntime(std::wstring_view line, Runtime runtime) {
   std::vector<std::wstring> words;
   bool isInWord = false;
@@ -50,8 +50,8 @@ inline std::vector<std::wstring> SplitLikeRuntime(std::wstring_view line, Runtim
   return words;
 }
 
-// What cmd.exe makes of the percent signs on a command line, where every variable exists: nothing
-// when it would bring one in. The one expression that is allowed is empty by its nature.
+// Expands the percent signs of a command line like cmd.exe, as if every variable existed. Nothing
+// if a variable would be expanded. The expression %cd:~,% is allowed, because it is always empty.
 inline std::optional<std::wstring> ExpandLikeShell(std::wstring_view line) {
   std::wstring expanded;
   for (size_t i = 0; i < line.size();) {
@@ -66,12 +66,12 @@ inline std::optional<std::wstring> ExpandLikeShell(std::wstring_view line) {
     }
     const size_t end = line.find(L'%', i + 1);
     if (end != line.npos && end != i + 1) return std::nullopt;
-    expanded += line[i++];  // begins no name that ends, or a name of no length
+    expanded += line[i++];  // no second % follows, or it follows directly: no variable name
   }
   return expanded;
 }
 
-// Whether cmd.exe sees more in `text` than one command and its words.
+// Whether cmd.exe would find more in `text` than the words of one command.
 inline bool HoldsOperators(std::wstring_view text) {
   bool isQuoted = false;
   for (const wchar_t c : text) {

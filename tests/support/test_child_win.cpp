@@ -1,25 +1,27 @@
-// A child process that does what its arguments say, in their order, for tests of whoever starts it:
+// A child process for tests of code that starts children. It does what its arguments say, in their
+// order:
 //
-//   out N        writes N bytes ('x', a line end every 80) to standard output
-//   err N        the same to standard error
-//   both N       N bytes to each, in turns of 1,000
+//   out N        writes N bytes ('x', every 80th a line feed) to standard output
+//   err N        writes the same to standard error
+//   both N       writes N bytes to each of the two, 1,000 bytes in turn
 //   ansi         writes the Windows-1252 bytes E4 F6 FC to standard output
 //   bytes HEX    writes these bytes to standard output
-//   read         reads standard input to its end and says how many bytes there were
-//   echo         copies standard input to standard output, to its end
-//   env NAME     prints the environment variable, "-" when it is not set, and the current folder
-//   args         prints the remaining arguments, one a line, and stops reading them
-//   hold NAME    starts a copy of itself that keeps our standard streams open until the event NAME
-//                is set, and goes on
+//   read         reads standard input to its end and prints the number of bytes
+//   echo         copies standard input to standard output until the input ends
+//   env NAME     prints the environment variable, or "-" if it is not set, and the current folder
+//   args         prints the remaining arguments, one on each line, and does nothing else with them
+//   hold NAME    starts a copy of itself and goes on; the copy keeps the standard streams open
+//                until the event NAME is set
 //   await NAME   waits until the event NAME is set
-//   set NAME     sets it, once somebody waits for it
-//   handles      says how many handles it has inherited, and how many of these are its streams
+//   set NAME     sets the event NAME; first waits until another process has created it
+//   handles      prints how many handles it has inherited, and how many of them are its streams
 //   shut         closes its standard streams
-//   pause MS     does nothing for so long
-//   keep FILE SHARE NAME    opens the file for reading and writing until the event NAME is set;
-//                SHARE, none or read, is what others may do meanwhile
-//   occupy FILE SHARE NAME  opens it in that way and closes it, over and over until then
-//   exit N       ends with this code
+//   pause MS     waits for that many milliseconds
+//   keep FILE SHARE NAME    keeps the file open for reading and writing until the event NAME is
+//                set; SHARE is "none", or "read" if others may read the file meanwhile
+//   occupy FILE SHARE NAME  opens the file like keep and closes it, again and again until the event
+//                NAME is set
+//   exit N       ends with this exit code
 //   crash        ends by an access violation
 #include <algorithm>
 #include <cstdint>
@@ -99,7 +101,8 @@ KernelHandle OpenEventNamed(const std::string& name) {
   return KernelHandle(CreateEventW(nullptr, TRUE, FALSE, Widen(name).c_str()));
 }
 
-// Nobody may have made it yet: set by us alone it would be forgotten with our end.
+// Waits until another process has created the event. An event of this process alone would be lost
+// when this process ends.
 void SetEventOfAnother(const std::string& name) {
   KernelHandle event;
   while (!event) {
@@ -117,7 +120,7 @@ FileHandle OpenShared(const std::string& file, const std::string& share) {
 
 void KeepFile(const std::string& path, const std::string& share, const std::string& name) {
   FileHandle file;
-  while (!file) file = OpenShared(path, share);  // another may have it at first
+  while (!file) file = OpenShared(path, share);  // another process may have the file open at first
   WaitForSingleObject(OpenEventNamed(name).Get(), INFINITE);
 }
 
@@ -141,7 +144,7 @@ void HoldStreams(const std::string& name) {
   CloseHandle(process.hProcess);
 }
 
-// Inherited handles stay inheritable, and nothing that runs here has made any of its own.
+// Inherited handles stay inheritable, and this process has made no inheritable handles itself.
 void PrintHandles() {
   constexpr std::uintptr_t kMostHandles = 0x4000;
   int inherited = 0;

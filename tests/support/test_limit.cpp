@@ -1,5 +1,6 @@
-// Part of every GoogleTest program: ends it when one test takes too long, and says which. A thread
-// that waits for what never comes holds up nothing after it. Portable: runs under Wine as well.
+// Part of every GoogleTest program: if one test takes too long, it prints the name of that test and
+// ends the program. So a test that hangs cannot block the tests of other programs. Portable: it
+// also runs under Wine.
 #include <atomic>
 #include <chrono>
 #include <cstdio>
@@ -14,7 +15,7 @@ namespace {
 using Clock = std::chrono::steady_clock;
 using std::chrono::milliseconds;
 
-constexpr milliseconds kLimit{150'000};  // tests/run.mjs says how long, this is for runs by hand
+constexpr milliseconds kLimit{150'000};  // for runs by hand; tests/run.mjs sets its own limit
 constexpr milliseconds kStep{100};
 
 milliseconds Limit() {
@@ -22,8 +23,8 @@ milliseconds Limit() {
   return wanted ? milliseconds(std::atol(wanted)) : kLimit;
 }
 
-// Looks at the clock in steps: a wait with a time limit makes kernel handles as a Windows program,
-// which tests count.
+// A thread that looks at the clock every 100 ms. It does not wait with a time limit: in Windows
+// programs such a wait makes kernel handles, and tests count handles.
 class TestLimit : public testing::EmptyTestEventListener {
  private:
   void OnTestProgramStart(const testing::UnitTest&) override {
@@ -51,7 +52,7 @@ class TestLimit : public testing::EmptyTestEventListener {
     std::fprintf(stderr, "%s.%s has not ended after %d ms; the program ends without the rest\n",
                  test.test_suite_name(), test.name(), static_cast<int>(limit.count()));
     std::fflush(nullptr);
-    std::_Exit(EXIT_FAILURE);  // nothing is torn down under threads that go on
+    std::_Exit(EXIT_FAILURE);  // without destructors: other threads still run
   }
 
   std::atomic<const testing::TestInfo*> running_ = nullptr;
@@ -61,7 +62,7 @@ class TestLimit : public testing::EmptyTestEventListener {
 };
 
 [[maybe_unused]] const bool isListening = [] {
-  testing::UnitTest::GetInstance()->listeners().Append(new TestLimit);  // GoogleTest's from now on
+  testing::UnitTest::GetInstance()->listeners().Append(new TestLimit);  // GoogleTest owns it now
   return true;
 }();
 

@@ -1,5 +1,7 @@
-// A hidden top-level window of the test's own, and the pumping of its thread's messages.
+// A hidden top-level window for a test, and functions that handle the messages of its thread.
 #pragma once
+
+#include "tests/support/patience.h"
 
 #include <functional>
 
@@ -9,7 +11,7 @@ namespace wendra {
 
 class TestWindow {
  public:
-  // `onMessage` sees every message posted or sent to the window before its default handling.
+  // Gets every message that is posted or sent to the window, before the default handling.
   using OnMessage = std::function<void(UINT, WPARAM, LPARAM)>;
 
   explicit TestWindow(OnMessage onMessage = {}) : onMessage_(std::move(onMessage)) {
@@ -18,7 +20,7 @@ class TestWindow {
     windowClass.lpfnWndProc = &TestWindow::Procedure;
     windowClass.hInstance = GetModuleHandleW(nullptr);
     windowClass.lpszClassName = L"WendraTestWindow";
-    RegisterClassExW(&windowClass);  // fails for the second window: the class is there already
+    RegisterClassExW(&windowClass);  // fails for the second window: the class exists already
     handle_ = CreateWindowExW(0, L"WendraTestWindow", L"", WS_OVERLAPPEDWINDOW, 0, 0, 800, 600,
                               nullptr, nullptr, windowClass.hInstance, nullptr);
     SetWindowLongPtrW(handle_, GWLP_USERDATA, reinterpret_cast<LONG_PTR>(this));
@@ -32,15 +34,15 @@ class TestWindow {
 
   HWND Handle() const { return handle_; }
 
-  // Dispatches what is in the queue now.
+  // Handles all messages that are in the queue now.
   static void Pump() {
     MSG message;
     while (PeekMessageW(&message, nullptr, 0, 0, PM_REMOVE)) DispatchMessageW(&message);
   }
 
-  // Handles messages until `isDone`, asked after each. False when it does not come to that.
+  // Handles messages until `isDone()` is true; asks before each message. False: not within 20
+  // seconds.
   static bool PumpUntil(const std::function<bool()>& isDone) {
-    constexpr ULONGLONG kPatienceMs = 20'000;
     const ULONGLONG end = GetTickCount64() + kPatienceMs;
     for (ULONGLONG now = GetTickCount64(); !isDone(); now = GetTickCount64()) {
       if (now >= end) return false;

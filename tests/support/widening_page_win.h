@@ -1,4 +1,4 @@
-// A page that does what the control's side does with a script, short of the control.
+// A page that widens each script to UTF-16, as the program does before it calls the control.
 #pragma once
 
 #include <cstddef>

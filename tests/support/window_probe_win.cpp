@@ -1,30 +1,31 @@
-// Looks at another program's window from outside, for the end-to-end tests: reads one command per
-// line on standard input and answers each with one line of JSON on standard output.
+// Examines the window of the host from another process, for the end-to-end tests. Reads one command
+// per line from standard input, and answers each with one line of JSON on standard output.
 //
-//   window [CLASS]          the visible top-level window of that class (default: the host's)
-//   panel                   its log panel
-//   controls CLASS          the children of the visible top-level window of that class
-//   away                    takes the keyboard to a window of this program
-//   windows                 all visible top-level windows of the window's process
+//   window [CLASS]          describes the visible top-level window of that class; without CLASS,
+//                           the main window of the host ("the window" below)
+//   panel                   describes the log panel of the window
+//   controls CLASS          describes the children of the visible top-level window of that class
+//   away                    gives the keyboard focus to a window of this program
+//   windows                 describes all visible top-level windows of the host's process
 //   send WHO MSG W L        SendMessage with numbers only; WHO is window or panel
-//   post WHO MSG W L        PostMessage
-//   modal                   whether its thread is in a loop that moves or sizes a window
-//   move X Y WIDTH HEIGHT   SetWindowPos; answers the rectangle that came of it
-//   process                 facts of the window's process
+//   post WHO MSG W L        PostMessage with the same arguments
+//   modal                   whether the window's thread is in a loop that moves or sizes a window
+//   move X Y WIDTH HEIGHT   SetWindowPos for the window; answers its new rectangle
+//   process                 id, threads and handles of the host's process
 //   clipboard JSON          puts a text, written as a JSON string, into the clipboard
-//   trust HEX               makes a certificate, written as hexadecimal digits of its DER form, one
-//                           of the user's roots; Wine forgets it with its server
-//   close MS                WM_CLOSE, then waits for the end of the process for at most so long;
-//                           answers how long it went on, and its exit code
-//   kill MS                 the same, but ends it by force
-//   watch                   begins to ask the window all the time whether it answers
-//   watched                 ends that; answers the longest time without an answer, the number of
-//                           answers, and how long was watched
+//   trust HEX               adds a certificate to the user's root certificates; HEX is its DER form
+//                           in hexadecimal digits. Wine forgets it when its server ends
+//   close MS                posts WM_CLOSE, then waits at most MS for the end of the process;
+//                           answers how long that took, and the exit code
+//   kill MS                 like close, but with TerminateProcess
+//   watch                   begins to measure how fast the window answers messages
+//   watched                 ends the measurement; answers the longest time until an answer, the
+//                           number of answers, and the length of the measurement
 //
-// Times are in milliseconds, taken by this program alone.
+// Times are in milliseconds, measured in this program.
 //
-// Rectangles are [left, top, right, bottom] in screen pixels. An answer that has "error" has
-// nothing else. A font cannot be asked for: its handle means nothing in this process.
+// Rectangles are [left, top, right, bottom] in screen pixels. An answer with the member "error" has
+// no other member. No command describes fonts: a font handle is not valid in this process.
 #include <algorithm>
 #include <chrono>
 #include <functional>
@@ -90,7 +91,7 @@ std::string ClassName(HWND window) {
   return Narrow(std::wstring_view(name, static_cast<size_t>(units)));
 }
 
-// Exact, however long; also of a hidden control of another process.
+// The whole text of a window or a control, even a hidden control of another process.
 std::string WindowText(HWND window) {
   DWORD_PTR units = 0;
   SendMessageTimeoutW(window, WM_GETTEXTLENGTH, 0, 0, SMTO_NORMAL, kMessageTimeoutMs, &units);
@@ -157,7 +158,7 @@ Json VisibleWindowsOf(DWORD process) {
   return std::move(search.found);
 }
 
-// -1 when the process is not in the list any more.
+// -1 if the process is no longer in the system's list.
 long long CountThreads(DWORD process) {
   const FileHandle snapshot(CreateToolhelp32Snapshot(TH32CS_SNAPPROCESS, 0));
   PROCESSENTRY32W entry{};
@@ -221,7 +222,7 @@ Json DescribeControls(std::istream& arguments) {
   return Object({{"controls", std::move(controls)}});
 }
 
-// The window goes with this program.
+// The new window exists until this program ends.
 Json GoAway(std::istream&) {
   const HWND elsewhere = CreateWindowExW(0, L"STATIC", L"elsewhere", WS_POPUP | WS_VISIBLE, 0, 0,
                                          16, 16, nullptr, nullptr, nullptr, nullptr);
@@ -250,7 +251,7 @@ Json Send(std::istream& arguments) {
 
 Json Post(std::istream& arguments) {
   const Message message = ReadMessage(arguments);
-  if (!message.window) return Error("no window");  // null would reach a thread's own queue
+  if (!message.window) return Error("no window");  // for null, Windows posts to this very thread
   if (!PostMessageW(message.window, message.id, message.wparam, message.lparam))
     return Error("not posted");
   return Object({{"posted", true}});
@@ -289,7 +290,7 @@ bool PutIntoClipboard(const std::wstring& text) {
   const HGLOBAL memory = GlobalAlloc(GMEM_MOVEABLE, bytes);
   std::copy_n(text.c_str(), text.size() + 1, static_cast<wchar_t*>(GlobalLock(memory)));
   GlobalUnlock(memory);
-  const bool isThere = SetClipboardData(CF_UNICODETEXT, memory) != nullptr;  // now the system's
+  const bool isThere = SetClipboardData(CF_UNICODETEXT, memory) != nullptr;  // the system owns it
   CloseClipboard();
   return isThere;
 }
@@ -330,7 +331,7 @@ class Stopwatch {
   Clock::time_point started_ = Clock::now();
 };
 
-// Ends the host by `end` and waits.
+// Ends the host with `end`, waits, and answers how long that took.
 Json TimeTheEnd(std::istream& arguments, const std::function<BOOL(HWND, HANDLE)>& end) {
   DWORD limitMs = 0;
   arguments >> limitMs;
@@ -357,8 +358,8 @@ Json Kill(std::istream& arguments) {
   return TimeTheEnd(arguments, [](HWND, HANDLE process) { return TerminateProcess(process, 1); });
 }
 
-// Asks a window whether its thread takes messages, as the system does before it calls a program
-// "not responding".
+// Asks a window again and again whether its thread handles messages. The system asks in the same
+// way before it calls a program "not responding".
 class Watch {
  public:
   explicit Watch(HWND window)
@@ -385,7 +386,7 @@ class Watch {
   const Stopwatch stopwatch_;
   long long longestMs_ = 0;
   long long answers_ = 0;
-  std::jthread thread_;  // last: it uses the rest
+  std::jthread thread_;  // the last member, because it uses the others
 };
 
 std::optional<Watch>& TheWatch() {

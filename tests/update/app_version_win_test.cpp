@@ -27,8 +27,8 @@ void AppendText(Bytes& to, std::wstring_view text) {
 
 void Align(Bytes& to) { to.resize((to.size() + 3) / 4 * 4); }
 
-// One block of a version resource: length, length of the value, kind, key, value, children, each on
-// a boundary of four bytes.
+// One block of a version resource: length, length of the value, kind, key, value and children. The
+// value and each child begin at a multiple of four bytes.
 struct Block {
   std::wstring key;
   bool isText = true;
@@ -76,7 +76,7 @@ Bytes FixedFacts() {
 }
 
 struct Resource {
-  std::vector<std::pair<unsigned, unsigned>> translations;  // language, code page
+  std::vector<std::pair<unsigned, unsigned>> translations;  // language and code page
   std::vector<Block> tables;
   bool hasFixedFacts = true;
 
@@ -93,7 +93,7 @@ struct Resource {
   }
 };
 
-TEST(FileVersion, IsTheFirstTextThatALanguageHas) {
+TEST(FileVersion, IsTheTextOfTheFirstLanguageThatHasOne) {
   const auto version = [](const wchar_t* text) { return TextBlock(L"FileVersion", text); };
   const struct {
     const char* why;

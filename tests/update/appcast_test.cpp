@@ -7,7 +7,7 @@
 namespace wendra {
 namespace {
 
-TEST(ElementText, IsWhatStandsBetweenTheTagsWithoutBlanks) {
+TEST(ElementText, IsTheTextBetweenTheTagsWithoutSurroundingWhitespace) {
   const struct {
     const char* why;
     std::string_view feed;
@@ -51,7 +51,7 @@ TEST(ElementText, IsWhatStandsBetweenTheTagsWithoutBlanks) {
   for (const auto& c : cases) EXPECT_EQ(ElementText(c.feed, "v"), c.want) << c.why;
 }
 
-TEST(ElementText, KeepsZeroBytes) {
+TEST(ElementText, KeepsNulCharacters) {
   const std::string_view feed("\0<v>1\0002</v>", 11);
   EXPECT_EQ(ElementText(feed, "v"), std::string_view("1\0002", 3));
 }
@@ -63,7 +63,7 @@ TEST(ElementText, TakesTheWholePrefixedName) {
   EXPECT_EQ(ElementText(feed, "sparkle:version"), "1.2");
 }
 
-TEST(ElementText, TimeGrowsWithTheFeedOnly) {
+TEST(ElementText, TakesTimeLinearInTheFeed) {
   std::string feed;
   for (int i = 0; i < 200'000; ++i) feed += "<vx>";
   EXPECT_EQ(ElementText(feed, "v"), "");
@@ -101,8 +101,7 @@ TEST(DownloadAddress, IsTheUrlOfTheFirstEnclosure) {
   for (const auto& c : cases) EXPECT_EQ(DownloadAddress(c.feed), c.want) << c.why;
 }
 
-// A feed that is cut anywhere gives what a reader of that part would expect, or nothing.
-TEST(Appcast, EveryCutGivesTheSameOrNothing) {
+TEST(Appcast, GivesTheWholeTextOrNothingWhereverTheFeedIsCut) {
   const std::string_view feed =
       "<rss><channel><item><sparkle:version>1.2.3</sparkle:version>"
       "<enclosure url=\"https://x/y.exe\" length=\"1\"/></item></channel></rss>";

@@ -10,7 +10,7 @@
 namespace wendra {
 namespace {
 
-TEST(CheckForUpdates, StartsACheckAndAnswersAtOnceWhateverTheArguments) {
+TEST(CheckForUpdates, StartsACheckAndRepliesAtOnceForAnyArguments) {
   const Json arguments[] = {Json::Array(), Json::Object(), Json(), Json("x"), Json(5)};
   for (const Json& args : arguments) {
     RecordingPage page;

@@ -22,7 +22,7 @@ TEST(FeedReport, SaysWhyTheFeedCouldNotBeFetched) {
   }
 }
 
-TEST(FeedReport, SaysWhatTheFeedOffersAndWhatFollows) {
+TEST(FeedReport, SaysWhatTheFeedAdvertisesAndTheDecision) {
   const std::string kUpToDate = " -> up to date, no prompt";
   const struct {
     const char* why;

@@ -12,7 +12,7 @@
 namespace wendra {
 namespace {
 
-TEST(UpdateOutlet, LetsThroughUntilItIsShut) {
+TEST(UpdateOutlet, PassesCallsOnUntilItIsShut) {
   RecordingLog log;
   int closed = 0;
   UpdateOutlet outlet(log, [&] { ++closed; });
@@ -26,8 +26,9 @@ TEST(UpdateOutlet, LetsThroughUntilItIsShut) {
   EXPECT_EQ(closed, 1);
 }
 
-// Also for ThreadSanitizer: the log goes right after Shut, while threads still call.
-TEST(UpdateOutletThreads, NobodyTouchesTheLogOnceShutHasReturned) {
+// Also runs under ThreadSanitizer. After Shut the test destroys the log while a thread still calls
+// the outlet.
+TEST(UpdateOutletThreads, NoCallTouchesTheLogAfterShutHasReturned) {
   for (int round = 0; round < 200; ++round) {
     auto log = std::make_unique<RecordingLog>();
     UpdateOutlet outlet(*log, [] {});

@@ -34,7 +34,7 @@ TEST(ParseVersion, TakesTheLeadingDigitsOfEachPart) {
       {"1e3", {1}},
       {"2.b3", {2, 0}},
       {"2.3b", {2, 3}},
-      {"\xD9\xA3", {0}},  // a digit three, but not an ASCII one
+      {"\xD9\xA3", {0}},  // the Arabic digit three: only ASCII digits count
       {"2147483647", {2147483647u}},
       {"2147483648", {2147483648u}},
       {"4294967295", {4294967295u}},
@@ -53,7 +53,7 @@ TEST(ParseVersion, HasNoLimitOnTheNumberOfParts) {
   EXPECT_EQ(ParseVersion(dots).size(), 1'000'001u);
 }
 
-TEST(ParseVersion, KeepsZeroBytesOutOfNumbers) {
+TEST(ParseVersion, EndsANumberAtANulCharacter) {
   EXPECT_EQ(ParseVersion(std::string_view("1\0002.3", 5)), (VersionNumbers{1, 3}));
 }
 
@@ -63,7 +63,7 @@ std::strong_ordering Compare(std::string_view a, std::string_view b) {
 
 std::strong_ordering Reversed(std::strong_ordering order) { return 0 <=> order; }
 
-TEST(CompareVersions, GoesByTheFirstUnequalPosition) {
+TEST(CompareVersions, ComparesTheNumbersAtTheFirstUnequalPosition) {
   const auto kLess = std::strong_ordering::less;
   const auto kEqual = std::strong_ordering::equal;
   const struct {
@@ -96,11 +96,11 @@ TEST(CompareVersions, GoesByTheFirstUnequalPosition) {
       {"1.2.3", "1.2.4-alpha", kLess},
       {"-2", "1", kLess},
       {"2147483646", "2147483647", kLess},
-      {"2147483648", "0", kLess},           // counts as the smallest number
-      {"2147483648", "2147483647", kLess},  // likewise
-      {"1.2147483648", "1", kLess},         // less than the missing part, which is 0
-      {"4294967295", "0", kLess},           // -1
-      {"2147483648", "4294967295", kLess},  // the smallest and -1
+      {"2147483648", "0", kLess},           // 2147483648 counts as -2147483648
+      {"2147483648", "2147483647", kLess},  // the same
+      {"1.2147483648", "1", kLess},         // the missing part counts as 0
+      {"4294967295", "0", kLess},           // 4294967295 counts as -1
+      {"2147483648", "4294967295", kLess},  // -2147483648 and -1
       {"1.4294967295.5", "1.0.0", kLess},
       {"10.0.19041.1", "10.0.19045.0", kLess},
   };

@@ -11,7 +11,7 @@ namespace {
 using Handler = ICoreWebView2WebMessageReceivedEventHandler;
 using Impl = WendraComImpl<Handler>;
 
-// An exception that gets this far ends the program; the end-to-end tests see it happen.
+// An exception that reaches Invoke ends the program; an end-to-end test checks that.
 static_assert(noexcept(std::declval<Impl&>().Invoke(nullptr, nullptr)));
 
 TEST(WendraComImpl, AnswersItsOwnInterfaceAndIUnknown) {
@@ -24,7 +24,7 @@ TEST(WendraComImpl, AnswersItsOwnInterfaceAndIUnknown) {
   }
 }
 
-TEST(WendraComImpl, RefusesEverythingElse) {
+TEST(WendraComImpl, RefusesOtherInterfaces) {
   const auto handler = Impl::Make();
   int something = 0;
   void* object = &something;
@@ -48,7 +48,7 @@ TEST(WendraComImpl, DeletesItselfWithTheLastReference) {
   EXPECT_EQ(alive.use_count(), 1);
 }
 
-TEST(WendraComImpl, HandsTheArgumentsOnAndAlwaysSucceeds) {
+TEST(WendraComImpl, PassesTheArgumentsToTheCallableAndSucceeds) {
   auto* const sender = reinterpret_cast<ICoreWebView2*>(0x10);
   auto* const args = reinterpret_cast<ICoreWebView2WebMessageReceivedEventArgs*>(0x20);
   int calls = 0;
@@ -60,7 +60,7 @@ TEST(WendraComImpl, HandsTheArgumentsOnAndAlwaysSucceeds) {
       });
   EXPECT_EQ(handler->Invoke(sender, args), S_OK);
   EXPECT_EQ(calls, 1);
-  EXPECT_EQ(Impl::Make()->Invoke(sender, args), S_OK);  // nothing to call
+  EXPECT_EQ(Impl::Make()->Invoke(sender, args), S_OK);  // without a callable
 }
 
 }  // namespace

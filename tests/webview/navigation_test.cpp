@@ -5,7 +5,7 @@
 namespace wendra {
 namespace {
 
-TEST(HostOfAddress, StandsBetweenTheSeparatorAndTheNextDelimiter) {
+TEST(HostOfAddress, IsTheTextBetweenTheSchemeSeparatorAndTheNextDelimiter) {
   const struct {
     std::string_view address, host;
   } cases[] = {
@@ -28,7 +28,7 @@ TEST(HostOfAddress, StandsBetweenTheSeparatorAndTheNextDelimiter) {
   for (const auto& c : cases) EXPECT_EQ(HostOfAddress(c.address), c.host) << c.address;
 }
 
-TEST(StaysInside, ComparesHostsAndNothingElse) {
+TEST(StaysInside, ComparesOnlyTheHosts) {
   const struct {
     std::string_view target, server;
     bool staysInside;

@@ -9,16 +9,16 @@
 namespace wendra {
 namespace {
 
-// A window whose documents belong to a, b (both trusted) or x (not), first to a. It is told a story
-// of words:
+// A window that shows documents of the origins a, b (both trusted) or x (not trusted), first of a.
+// A story of words tells what happens:
 //
-//   a1    script 1, for a page of a; *1 for any trusted one; -1 for a page without an origin
-//   >7    navigation 7 starts      @7b   its document, of b, is there
-//   .7    navigation 7 is over     +500  milliseconds go by
-//   |     what is late is dropped
+//   a1    script 1, for a page of a; *1 for any trusted page; -1 for a page without an origin
+//   >7    navigation 7 starts      @7b   navigation 7 shows a document of b; @7- without an origin
+//   .7    navigation 7 is over     +500  500 milliseconds pass
+//   |     DropLate is called
 class Window {
  public:
-  // The scripts that have run, in order.
+  // The numbers of the scripts that have run, in order.
   std::string Run(std::string_view story) {
     std::istringstream words{std::string(story)};
     for (std::string word; words >> word;) Take(word[0], word.substr(1));
@@ -58,7 +58,7 @@ class Window {
   std::string ran_;
 };
 
-TEST(ReplyGate, RunsAScriptOnlyWhereItBelongs) {
+TEST(ReplyGate, RunsAScriptOnlyInTheOriginThatAsked) {
   const struct {
     const char* why;
     std::string_view story, ran;
@@ -83,7 +83,7 @@ TEST(ReplyGate, RunsAScriptOnlyWhereItBelongs) {
   for (const auto& c : cases) EXPECT_EQ(Window().Run(c.story), c.ran) << c.why;
 }
 
-TEST(ReplyGate, TellsNavigationsApart) {
+TEST(ReplyGate, WaitsUntilEveryNavigationHasItsOutcome) {
   const struct {
     const char* why;
     std::string_view story, ran;
@@ -104,7 +104,7 @@ TEST(ReplyGate, TellsNavigationsApart) {
   for (const auto& c : cases) EXPECT_EQ(Window().Run(c.story), c.ran) << c.why;
 }
 
-TEST(ReplyGate, KeepsNothingForLongerThanTenSeconds) {
+TEST(ReplyGate, DropsAScriptThatHasWaitedTenSeconds) {
   const struct {
     const char* why;
     std::string_view story, ran;
@@ -119,7 +119,7 @@ TEST(ReplyGate, KeepsNothingForLongerThanTenSeconds) {
   for (const auto& c : cases) EXPECT_EQ(Window().Run(c.story), c.ran) << c.why;
 }
 
-TEST(ReplyGate, SaysWhenItWantsToBeAsked) {
+TEST(ReplyGate, TellsWhenDropLateIsDue) {
   const struct {
     const char* why;
     std::string_view story;
@@ -140,7 +140,7 @@ TEST(ReplyGate, SaysWhenItWantsToBeAsked) {
   }
 }
 
-TEST(ReplyGate, DropsWhatGoesBeyondTheLimitAndKeepsTheRest) {
+TEST(ReplyGate, DropsAScriptBeyondTheLimitAndKeepsTheOthers) {
   constexpr std::size_t kReplyBytes = std::size_t{16} << 20;
   const ShownDocument shown{"a", true};
   ReplyGate gate;
@@ -160,8 +160,8 @@ TEST(ReplyGate, DropsWhatGoesBeyondTheLimitAndKeepsTheRest) {
   EXPECT_EQ(gate.HeldBytes(), 0u);
 }
 
-// Small ones cost more than their text: what keeps them counts too.
-TEST(ReplyGate, CountsWhatItKeepsBesideTheText) {
+// A small script costs more memory than its text.
+TEST(ReplyGate, CountsItsOwnMemoryForEachScript) {
   const ShownDocument shown{"a", true};
   ReplyGate gate;
   gate.NavigationStarted(1);
@@ -173,7 +173,7 @@ TEST(ReplyGate, CountsWhatItKeepsBesideTheText) {
   EXPECT_EQ(gate.NavigationEnded(1, shown, 0).size(), fitting);
 }
 
-TEST(ReplyGate, MakesRoomByDroppingWhatIsLate) {
+TEST(ReplyGate, MakesRoomByDroppingLateScripts) {
   const ShownDocument shown{"a", true};
   ReplyGate gate;
   gate.NavigationStarted(1);
@@ -184,7 +184,7 @@ TEST(ReplyGate, MakesRoomByDroppingWhatIsLate) {
   EXPECT_EQ(gate.DeadlineMs(), 20'000u);
 }
 
-TEST(ReplyGate, ForgetsEverything) {
+TEST(ReplyGate, ClearDropsAllScriptsAndNavigations) {
   Window window;
   window.Run(">1 a1 a2");
   ReplyGate gate = window.Gate();

@@ -2,7 +2,7 @@
 
 #include <gtest/gtest.h>
 
-// Before windows.h, which would bring the old sockets.
+// Before windows.h, which otherwise includes the old socket functions.
 #include <winsock2.h>
 
 #include "tests/support/run_child_win.h"
@@ -29,7 +29,7 @@ TEST(StartChild, PutsTheChildIntoItsJob) {
   EXPECT_TRUE(child.isInJob);
 }
 
-TEST(StartChild, DoesWithoutAJobThatIsRefused) {
+TEST(StartChild, StartsTheChildWithoutAJobThatTheSystemRefuses) {
   const KernelHandle job(CreateJobObjectW(nullptr, nullptr));
   KernelHandle forLooking;
   ASSERT_TRUE(DuplicateHandle(GetCurrentProcess(), job.Get(), GetCurrentProcess(),
@@ -44,8 +44,8 @@ TEST(StartChild, DoesWithoutAJobThatIsRefused) {
   }
 }
 
-// Whatever else is inheritable at that moment: a pipe, an event, a socket.
-TEST(StartChild, LetsTheChildInheritItsThreeStreamsAlone) {
+// The process has other inheritable handles at that moment: a pipe, an event and a socket.
+TEST(StartChild, LetsTheChildInheritOnlyItsThreeStreams) {
   SECURITY_ATTRIBUTES inheritable{sizeof(SECURITY_ATTRIBUTES), nullptr, TRUE};
   KernelHandle read;
   KernelHandle write;
@@ -55,10 +55,10 @@ TEST(StartChild, LetsTheChildInheritItsThreeStreamsAlone) {
   ASSERT_EQ(WSAStartup(MAKEWORD(2, 2), &data), 0);
   const SOCKET socket = ::socket(AF_INET, SOCK_STREAM, 0);
   ASSERT_NE(socket, INVALID_SOCKET);
-  const Child other = StartReader(nullptr);  // its ends are open here meanwhile
+  const Child other = StartReader(nullptr);  // our ends of its pipes are open meanwhile
 
   const KernelHandle job(CreateJobObjectW(nullptr, nullptr));
-  for (const HANDLE each : {HANDLE{}, job.Get(), event.Get()}) {  // the last is no job
+  for (const HANDLE each : {HANDLE{}, job.Get(), event.Get()}) {  // the system refuses the last one
     const ChildRun run = RunToEnd(
         {.commandLine = L"\"" + BuiltProgram(L"test_child.exe") + L"\" handles", .job = each});
     EXPECT_EQ(run.output, "3 inherited, 3 of them standard streams");
@@ -67,7 +67,7 @@ TEST(StartChild, LetsTheChildInheritItsThreeStreamsAlone) {
   WSACleanup();
 }
 
-TEST(StartChild, KeepsItsOwnEndsFromOtherChildren) {
+TEST(StartChild, GivesHandlesThatOtherChildrenDoNotInherit) {
   const Child child = StartReader(nullptr);
   for (const KernelHandle* end : {&child.input, &child.output, &child.error, &child.process}) {
     DWORD flags = 0;
@@ -76,7 +76,7 @@ TEST(StartChild, KeepsItsOwnEndsFromOtherChildren) {
   }
 }
 
-TEST(StartChild, SaysWhyTheSystemRefused) {
+TEST(StartChild, GivesTheErrorCodeOfTheSystem) {
   const KernelHandle job(CreateJobObjectW(nullptr, nullptr));
   for (const HANDLE each : {HANDLE{}, job.Get()}) {
     const Child child =

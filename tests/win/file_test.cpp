@@ -22,7 +22,7 @@ TEST(File, GivesBackWhatWasWritten) {
   EXPECT_EQ(ReadBytes(file, 6), content);
 }
 
-TEST(File, LeavesZerosWhereTheFileIsShorterThanAsked) {
+TEST(File, FillsTheResultWithNulWhenTheFileIsTooShort) {
   ScratchFolder folder;
   const std::wstring path = folder / L"short";
   EXPECT_TRUE(WriteBytes(CreateForWriting(path), "ab"));
@@ -30,7 +30,7 @@ TEST(File, LeavesZerosWhereTheFileIsShorterThanAsked) {
   EXPECT_EQ(ReadBytes(OpenForReading(path), 0), "");
 }
 
-TEST(File, TellsFailureWithTheSystemsNumber) {
+TEST(File, KeepsTheErrorCodeOfTheSystem) {
   ScratchFolder folder;
   EXPECT_FALSE(OpenForReading(folder / L"missing"));
   EXPECT_EQ(GetLastError(), static_cast<DWORD>(ERROR_FILE_NOT_FOUND));

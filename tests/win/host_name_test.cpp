@@ -5,7 +5,7 @@
 namespace wendra {
 namespace {
 
-TEST(AsciiHostName, ConvertsWhatHasAnAsciiForm) {
+TEST(AsciiHostName, ConvertsNamesThatHaveAnAsciiForm) {
   const struct {
     std::string host, want;
   } cases[] = {
@@ -16,7 +16,7 @@ TEST(AsciiHostName, ConvertsWhatHasAnAsciiForm) {
       {"127.0.0.1", "127.0.0.1"},
       {"[", "["},
       {"", ""},
-      {std::string(300, 'a'), std::string(300, 'a')},  // too long for a name
+      {std::string(300, 'a'), std::string(300, 'a')},  // too long for a host name
   };
   for (const auto& c : cases) EXPECT_EQ(AsciiHostName(c.host), c.want) << c.host;
 }

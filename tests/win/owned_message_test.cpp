@@ -37,7 +37,7 @@ TEST(PostOwned, HandsThePayloadToTheWindowProcedure) {
   EXPECT_EQ(alive, 0);
 }
 
-TEST(PostOwned, FreesThePayloadWhereNobodyTakesIt) {
+TEST(PostOwned, FreesThePayloadWhenThereIsNoWindow) {
   int alive = 0;
   EXPECT_FALSE(PostOwned(nullptr, kTestMessage, 0, std::make_unique<Payload>(alive)));
   EXPECT_EQ(alive, 0);

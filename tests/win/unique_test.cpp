@@ -27,13 +27,13 @@ TEST_F(UniqueTest, ClosesOnceAtItsEnd) {
   EXPECT_EQ(closed, std::vector{7});
 }
 
-TEST_F(UniqueTest, NeverClosesNone) {
+TEST_F(UniqueTest, ClosesNothingWhenItIsEmpty) {
   { const Counting owner; }
   { const Counting owner(-1); }
   EXPECT_TRUE(closed.empty());
 }
 
-TEST_F(UniqueTest, MovingOntoAFullOwnerClosesWhatItHeld) {
+TEST_F(UniqueTest, MovingOntoAnOwnerClosesItsOldObject) {
   Counting a(1);
   Counting b(2);
   a = std::move(b);
@@ -58,14 +58,14 @@ TEST_F(UniqueTest, ReleaseGivesUpWithoutClosing) {
   EXPECT_TRUE(closed.empty());
 }
 
-TEST_F(UniqueTest, ReceiveClosesWhatWasHeld) {
+TEST_F(UniqueTest, ReceiveClosesTheOldObject) {
   Counting a(1);
   *a.Receive() = 2;
   EXPECT_EQ(closed, std::vector{1});
   EXPECT_EQ(a.Get(), 2);
 }
 
-TEST_F(UniqueTest, ResetToANewOneClosesTheOld) {
+TEST_F(UniqueTest, ResetToANewObjectClosesTheOldOne) {
   Counting a(1);
   a.Reset(2);
   EXPECT_EQ(closed, std::vector{1});

@@ -9,7 +9,7 @@
 namespace wendra {
 namespace {
 
-TEST(Wide, GoesThereAndBack) {
+TEST(Wide, ConvertsInBothDirections) {
   const struct {
     std::string utf8;
     std::wstring utf16;
@@ -28,14 +28,14 @@ TEST(Wide, GoesThereAndBack) {
   }
 }
 
-TEST(Wide, ReplacesWhatIsNotWellFormed) {
+TEST(Wide, ReplacesPartsThatAreNotWellFormed) {
   EXPECT_EQ(Widen("a\xFFz"), L"a\xFFFDz");
   EXPECT_EQ(Widen("\xC3"), L"\xFFFD");
   EXPECT_EQ(Widen("\xC3z"), L"\xFFFDz");
   EXPECT_EQ(Narrow(L"a\xD83Dz"), "a\xEF\xBF\xBDz");
 }
 
-// Whatever stands before and behind, the system's own conversion is the measure.
+// With ASCII text of every length before the odd bytes, and more text after them.
 TEST(Wide, AgreesWithTheSystem) {
   for (const std::string odd : {"ü", "😀", "\xC3", "\xE2\x82", "\xF0\x9F\x98", "\x80\x80", "ü日"}) {
     for (size_t before = 0; before < 40; ++before) {

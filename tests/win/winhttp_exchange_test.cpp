@@ -9,12 +9,12 @@
 
 #include "tests/support/http_test_server_win.h"
 #include "win/unique.h"
+#include "tests/support/patience.h"
 
 namespace wendra {
 namespace {
 
 constexpr HttpTimeouts kTimeouts{8000, 8000, 30'000, 30'000};
-constexpr DWORD kPatienceMs = 20'000;
 using Headers = std::vector<std::pair<std::string, std::string>>;
 
 HttpRequest Request(std::string url, std::string method = "GET") {
@@ -32,7 +32,7 @@ std::string ReadBody(WinHttpExchange& exchange) {
   return body;
 }
 
-// The same, each piece asked for while the one before is looked at.
+// The same, but asks for each next chunk before it uses the last one.
 std::string ReadBodyAhead(WinHttpExchange& exchange) {
   std::string body;
   while (const size_t bytes = exchange.WaitForChunk()) {
@@ -43,7 +43,7 @@ std::string ReadBodyAhead(WinHttpExchange& exchange) {
   return body;
 }
 
-// What comes back, as one text: the status or why there is none, then the body.
+// The response as one text: the status, a space and the body; or the error.
 std::string Exchanged(HttpRequest request, std::string (*readBody)(WinHttpExchange&) = ReadBody) {
   WinHttpExchange exchange;
   const auto status = exchange.Send(std::move(request));
@@ -121,7 +121,7 @@ TEST(HttpRequest, ReadsABodyHoweverItIsFramed) {
   }
 }
 
-TEST(HttpRequest, LetsTheCallerStopInTheMiddleOfAPiece) {
+TEST(HttpRequest, LetsTheCallerStopInTheMiddleOfAChunk) {
   HttpTestServer server(Answering("200 OK", {}, "abcdef"));
   WinHttpExchange exchange;
   ASSERT_TRUE(static_cast<bool>(exchange.Send(Request(server.Url()))));
@@ -149,7 +149,7 @@ TEST(HttpRequest, ReadsAHeaderOfAtMost1023Characters) {
   }
 }
 
-TEST(HttpRequest, SaysWhyThereIsNoResponse) {
+TEST(HttpRequest, GivesAnErrorTextWhenThereIsNoResponse) {
   std::string closed;
   {
     HttpTestServer server(Answering("200 OK"));
@@ -173,19 +173,19 @@ TEST(HttpRequest, SaysWhyThereIsNoResponse) {
   for (const auto& c : cases) EXPECT_EQ(Exchanged(Request(c.url)), c.want) << c.why;
 }
 
-TEST(HttpRequest, TakesALongPathWithItsQuery) {
+TEST(HttpRequest, SendsALongPathWithItsQuery) {
   HttpTestServer server(Answering("200 OK"));
   const std::string path = "/" + std::string(4000, 'a') + "?" + std::string(92, 'b');
   EXPECT_EQ(Exchanged(Request(server.Url(path))), "200 ");
   EXPECT_EQ(server.Requests().front().path, path);
 }
 
-TEST(HttpRequest, RepeatsItselfWithinTheOrigin) {
+TEST(HttpRequest, IsSentAgainAfterARedirectWithinTheOrigin) {
   const struct {
     const char* method;
     const char* statusLine;
     const char* location;
-    const char* want;  // the path of the repeated request, or "" where the redirect is the response
+    const char* want;  // the path of the second request; "" if the redirect is the response
   } cases[] = {
       {"POST", "307 Temporary Redirect", "/new?a=b", "/new?a=b"},
       {"POST", "308 Permanent Redirect", "new", "/dir/new"},
@@ -227,7 +227,7 @@ TEST(HttpRequest, RepeatsItselfWithinTheOrigin) {
   }
 }
 
-TEST(HttpRequest, TellsNoOtherHostItsHeaders) {
+TEST(HttpRequest, SendsItsHeadersToNoOtherOrigin) {
   HttpTestServer other(Answering("200 OK"));
   for (const char* method : {"GET", "POST", "DELETE"}) {
     for (const char* statusLine : {"301 Moved Permanently", "302 Found", "303 See Other",
@@ -254,13 +254,13 @@ TEST(HttpRequest, TellsNoOtherHostItsHeaders) {
   EXPECT_TRUE(other.Requests().empty());
 }
 
-TEST(HttpRequest, EndsAfterTenRedirects) {
+TEST(HttpRequest, FollowsAtMostTenRedirects) {
   HttpTestServer server(Answering("307 Temporary Redirect", "Location: /mcp\r\n"));
   EXPECT_EQ(Exchanged(Request(server.Url())), "307 ");
   EXPECT_EQ(server.Requests().size(), 11u);
 }
 
-TEST(HttpRequest, FollowsAnywhereWhenItMay) {
+TEST(HttpRequest, FollowsARedirectToAnyHostIfAllowed) {
   HttpTestServer other(Answering("200 OK", {}, "there"));
   HttpTestServer server(Answering("302 Found", "Location: " + other.Url("/feed") + "\r\n"));
   HttpRequest request = Request(server.Url());
@@ -270,8 +270,8 @@ TEST(HttpRequest, FollowsAnywhereWhenItMay) {
   EXPECT_EQ(other.Requests().front().path, "/feed");
 }
 
-// Debian's Wine says after a failed read that 3 GB are there, and reading them ends the program.
-TEST(WinHttpExchange, AsksNothingMoreOfARequestThatHasFailed) {
+// After a failed read, Debian's Wine announces 3 GB of body, and reading them ends the program.
+TEST(WinHttpExchange, ReadsNoMoreOfARequestThatHasFailed) {
   HttpTestServer server([](const HttpTestRequest&, HttpTestConnection& connection) {
     connection.Send(
         "HTTP/1.1 200 OK\r\nContent-Type: text/event-stream\r\nTransfer-Encoding: chunked\r\n\r\n"
@@ -322,7 +322,7 @@ TEST(WinHttpExchange, IsNotOverdueWithinItsLimit) {
   EXPECT_FALSE(exchange.IsOverdue());
 }
 
-// What would end the header's line would be the next header, or the next request.
+// A line break in a header would begin the next header, or the next request.
 TEST(HttpRequest, SendsNoHeaderThatHoldsAControlCharacter) {
   HttpTestServer server(Answering("200 OK"));
   HttpRequest request = Request(server.Url(), "POST");
@@ -345,11 +345,11 @@ TEST(HttpRequest, SendsNoHeaderThatHoldsAControlCharacter) {
   EXPECT_EQ(requests[0].Header("Content-Length"), "4");
 }
 
-// Something that has happened or not; any thread tells, any thread waits.
+// An event that one thread reports and another thread waits for. Any thread.
 class Happening {
  public:
   void Tell() { SetEvent(event_.Get()); }
-  // Fails the test where it does not come to that, which can go on and end its threads.
+  // If the event does not come in time, the test fails, but goes on so that it can end its threads.
   void Await(const char* what) const {
     EXPECT_EQ(WaitForSingleObject(event_.Get(), kPatienceMs), WAIT_OBJECT_0) << "no " << what;
   }
@@ -358,7 +358,7 @@ class Happening {
   const KernelHandle event_{CreateEventW(nullptr, TRUE, FALSE, nullptr)};
 };
 
-// A server that has a request, perhaps the beginning of an answer to it, and then says no more.
+// A server that takes a request, sends `beginning`, and then sends nothing more.
 class SilentServer {
  public:
   explicit SilentServer(std::string beginning = {})
@@ -392,7 +392,7 @@ TEST(WinHttpExchange, StopsWaitingForHeadersAtOnce) {
 TEST(WinHttpExchange, StopsWaitingForTheBodyAtOnce) {
   SilentServer server(kOpenStream);
   WinHttpExchange exchange;
-  Happening isThrough;  // with what there is
+  Happening isThrough;  // the worker has read the bytes that the server has sent
   std::string body;
   std::thread worker([&] {
     EXPECT_TRUE(static_cast<bool>(exchange.Send(Request(server.Url()))));
@@ -408,7 +408,7 @@ TEST(WinHttpExchange, StopsWaitingForTheBodyAtOnce) {
   EXPECT_EQ(body, "abc");
 }
 
-TEST(WinHttpExchange, DoesNothingAfterAnAbort) {
+TEST(WinHttpExchange, FailsAndSendsNothingAfterAnAbort) {
   HttpTestServer server(Answering("200 OK", {}, "abc"));
   WinHttpExchange before;
   before.Abort();
@@ -422,10 +422,10 @@ TEST(WinHttpExchange, DoesNothingAfterAnAbort) {
   within.Abort();
   EXPECT_EQ(within.ReadChunk(3), "");
   EXPECT_EQ(within.WaitForChunk(), 0u);
-  EXPECT_EQ(server.Requests().size(), 1u);  // also nothing that the first one would have begun
+  EXPECT_EQ(server.Requests().size(), 1u);  // the exchange aborted before Send has sent nothing
 }
 
-// Whenever the abort comes, both threads end, and every other exchange gets its own answer.
+// At whatever moment the abort comes, the worker ends, and another exchange gets its own response.
 TEST(WinHttpExchange, MayBeAbortedAtAnyMoment) {
   HttpTestServer server([](const HttpTestRequest& request, HttpTestConnection& connection) {
     connection.Answer("200 OK", {}, request.path);

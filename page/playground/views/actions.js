@@ -4,7 +4,7 @@ import { Problem, duration, element, field, lineInput, onSubmit } from '../eleme
 export const title = 'Any action';
 export const summary = 'Any name with any arguments, as they are: call(name, args).';
 
-/** @type {Record<string, unknown[]>} what is offered as one types; any other may be sent as well */
+/** @type {Record<string, unknown[]>} the suggested actions; any other may be sent too */
 const kExamples = {
   pickDirectory: ['Choose a folder'],
   platform: [],

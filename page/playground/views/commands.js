@@ -1,5 +1,5 @@
-// A console: runs command lines in a folder and shows exit code and both streams. Several may run
-// at the same time, since the host puts no end to one.
+// A console: runs command lines in a folder and shows the exit code and both output streams.
+// Several may run at the same time, because the host never stops a command.
 import { button, duration, element, field, lineInput, onSubmit } from '../elements.js';
 
 export const title = 'Commands';
@@ -36,7 +36,7 @@ function showError({ entry, verdict }, error) {
   entry.append(element('p', { className: 'problem', textContent: error.message }));
 }
 
-// Up and Down go through what was sent, as in a shell.
+// Up and Down go through the sent commands, as in a shell.
 /** @param {HTMLInputElement} input @param {string[]} sent */
 function recallByArrows(input, sent) {
   let at = sent.length;

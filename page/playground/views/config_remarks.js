@@ -1,5 +1,5 @@
-// What a reader of config.json should know before it is saved: what the host would skip or ignore
-// without a word to the page.
+// Finds the parts of a config.json that the host would skip or ignore without telling the page, so
+// that the user sees them before saving.
 
 /** @param {unknown} value @returns {value is Record<string, unknown>} */
 const isObject = (value) => typeof value === 'object' && value !== null && !Array.isArray(value);
@@ -20,7 +20,7 @@ const holdsTextsOnly = (value) =>
 const isListOfTexts = (value) =>
   Array.isArray(value) && value.every((one) => typeof one === 'string');
 
-// Whether the host takes it: with "https://" put in front of what has no scheme.
+// Whether the host accepts the address. The host puts "https://" in front if there is no scheme.
 /** @param {string} url */
 function isUsable(url) {
   const trimmed = url.trim();
@@ -83,7 +83,7 @@ function parsed(text) {
 }
 
 /**
- * Sentences for the user; none for a text that says exactly what the host does.
+ * Sentences for the user; none if the host skips and ignores nothing of the text.
  * @param {string} text
  */
 export function remarksOn(text) {

@@ -1,4 +1,4 @@
-// Lists what the host tells the page unasked.
+// Lists the events that the host sends without a request.
 import { element } from '../elements.js';
 
 export const title = 'Events';

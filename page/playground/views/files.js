@@ -7,7 +7,7 @@ export const title = 'Files';
 export const summary =
   'Read a text, edit it and save it; look at a picture: readFile, readFileBase64, writeFile.';
 
-/** @type {Record<string, string>} a file name's end to the type of picture */
+/** @type {Record<string, string>} a file name's extension to the image type */
 const kPictures = {
   bmp: 'image/bmp',
   gif: 'image/gif',
@@ -42,7 +42,7 @@ class FileView {
     this.#text,
     element('div', { className: 'row' }, this.#save, this.#status),
   );
-  #hasCrLf = false; // of the file that was opened: the editor itself knows LF only
+  #hasCrLf = false; // of the opened file: the editor itself uses only LF
 
   /** @param {import('../recorded_host.js').Host} host */
   constructor(host) {
@@ -69,14 +69,14 @@ class FileView {
     });
   }
 
-  /** @param {string} [path] the field's when left out */
+  /** @param {string} [path] the path in the field by default */
   open(path = this.#path.value) {
     this.#path.value = path;
     const type = pictureType(path) ?? 'image/png';
     const isPicture =
       this.#kind.value === 'picture' || (this.#kind.value === 'by name' && pictureType(path));
     void this.#problem.during(this.#open, async () => {
-      this.#show(null); // what stays when it fails must not be saved under the new path
+      this.#show(null); // if opening fails, the old content must not be saved under the new path
       if (isPicture) return this.#showPicture(path, type);
       return this.#showText(path).catch((error) => this.#offerNew(error));
     });

@@ -1,7 +1,8 @@
-// Lists a folder by the shell's own "dir": the host has no action for it, and needs none.
+// Lists a folder with the shell's "dir", because the host has no action for it.
 import { Problem, button, element, field, lineInput, onSubmit } from '../elements.js';
 
-// Folders, a line that can be no name, files. UTF-8 first, for names beyond the OEM code page.
+// Prints the folders, a line that cannot be a name, the files. Switches to UTF-8 first, because
+// names may hold characters beyond the OEM code page.
 const kListCommand = 'chcp 65001 >nul & dir /b /ad /on & echo ? & dir /b /a-d /on';
 
 /** @param {string} output */
@@ -54,7 +55,7 @@ export class FolderList {
     place.append(form, this.#problem.place, this.#entries);
   }
 
-  // Begins in the user's own folder, the first time that the view is shown.
+  // Begins in the user's profile folder, when the view is first shown.
   async start() {
     if (this.#folder.value) return;
     const { home } = await this.#host.platform();

@@ -1,4 +1,4 @@
-// Opens the system's folder dialog and lists what it gave.
+// Opens the system's folder dialog and lists the results.
 import { Problem, element, field, lineInput, onSubmit } from '../elements.js';
 
 export const title = 'Folder picker';

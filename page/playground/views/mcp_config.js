@@ -1,4 +1,4 @@
-// An editor for config.json: what the host refuses is shown, and so is what it would ignore.
+// An editor for config.json that shows what the host refuses and what it would ignore.
 import { Problem, button, element } from '../elements.js';
 import { remarksOn } from './config_remarks.js';
 import { describe, forEditor, forFile, isFaithful } from './text_file.js';
@@ -16,7 +16,7 @@ class ConfigView {
   #read = button('Read again', () => this.read(), { id: 'config-read', className: 'quiet' });
   #status = element('span', { id: 'config-status', className: 'note', role: 'status' });
   #remarks = element('ul', { id: 'config-remarks', className: 'remarks' });
-  #saved = ''; // the file's content, as far as we know
+  #saved = ''; // the file's content when it was last read or saved
   #hasCrLf = false;
   #isRead = false;
 
@@ -60,8 +60,8 @@ class ConfigView {
     });
   }
 
-  // The host has started the servers anew, after a save from here or because the file has changed.
-  // What the user is writing is never replaced.
+  // The host has restarted the servers, after a save in this view or because the file has changed.
+  // Text that the user is editing is never replaced.
   async #onChanged() {
     if (!this.#isRead) return;
     try {

@@ -1,16 +1,15 @@
-// What is known of every MCP server: what config.json says of it beside what the host answered. The
-// host's answer alone lacks the servers that are switched off or could not be loaded, and its names
-// are reduced.
+// Combines, for every MCP server, its entry in config.json and the host's answer. The host's answer
+// alone lacks the servers that are disabled or could not be loaded, and its names are reduced.
 
 /** @typedef {import('../../wendra-host.js').McpServerEntry} McpServerEntry */
 /** @typedef {import('../../wendra-host.js').McpTool} McpTool */
 /** @typedef {'asked' | 'ready' | 'failed' | 'off' | 'missing'} State */
 /**
  * @typedef {object} Server
- * @property {string} name as config.json spells it
+ * @property {string} name as in config.json
  * @property {State} state
- * @property {string} where the program or the address
- * @property {string} why what there is to say of a server that is not ready
+ * @property {string} where the program, or the address
+ * @property {string} why for a server that is not ready, the reason
  * @property {McpTool[]} tools
  */
 
@@ -27,7 +26,7 @@ function configured(text) {
   }
 }
 
-// What the host's answer makes of a name.
+// A server's name as the host's answer shows it.
 /** @param {string} name */
 const reduced = (name) =>
   name
@@ -60,7 +59,7 @@ function unanswered(name, entry) {
 }
 
 /**
- * What can be shown before the host has answered.
+ * The servers that can be shown before the host has answered.
  * @param {string} configText @returns {Server[]}
  */
 export const expected = (configText) =>
@@ -70,8 +69,8 @@ export const expected = (configText) =>
   });
 
 /**
- * One server for each entry of config.json, in its order; after them those answers that belong to
- * none, as when the file has just been changed.
+ * One server for each entry of config.json, in its order; after them the answers that belong to no
+ * entry, for example because the file has just changed.
  * @param {string} configText @param {McpServerEntry[]} answers @returns {Server[]}
  */
 export function inventory(configText, answers) {

@@ -1,4 +1,4 @@
-// The user's MCP servers with their state, and every tool with a form to call it.
+// Shows the user's MCP servers with their state, and for every tool a form that calls it.
 import { Problem, button, counted, element } from '../elements.js';
 import { expected, inventory } from './mcp_inventory.js';
 import { ToolForm } from './tool_form.js';
@@ -30,7 +30,7 @@ const folded = (text, value) =>
     element('pre', { textContent: JSON.stringify(value, null, 2) }),
   );
 
-// Its content is made when it is opened first: there may be hundreds.
+// Makes its content when the user first opens it: there may be hundreds of tools.
 /** @param {Host} host @param {string} server @param {McpTool} tool */
 function toolOf(host, server, tool) {
   const about = (tool.description ?? '').trim();
@@ -66,10 +66,10 @@ class ServersView {
   #again = button('Ask again', () => this.ask(), { id: 'servers-ask', className: 'quiet' });
   #status = element('span', { id: 'servers-status', className: 'note', role: 'status' });
   #list = element('div', { id: 'servers', className: 'stack' });
-  #shown = ''; // the servers that are shown, as text
+  #shown = ''; // the servers that are shown, as JSON text
   #isAsked = false;
-  #isLate = false; // something has changed since the host was asked
-  /** @type {Map<string, HTMLElement>} forms and results outlive a new list with the same tools */
+  #isLate = false; // the servers have changed since the last request
+  /** @type {Map<string, HTMLElement>} forms and results stay when a new list has the same tools */
   #tools = new Map();
   /** @type {Set<string>} */
   #folded = new Set();
@@ -88,7 +88,7 @@ class ServersView {
     });
   }
 
-  // The first time that the view is shown.
+  // When the view is first shown.
   start() {
     if (!this.#isAsked) this.ask();
   }
@@ -109,7 +109,7 @@ class ServersView {
   async #ask() {
     this.#status.textContent = 'Asking…';
     const answers = this.#host.mcpServers();
-    answers.catch(() => {}); // reported below, even if reading the configuration fails first
+    answers.catch(() => {}); // handled below, even if reading the configuration fails first
     const { content } = await this.#host.mcpReadConfig();
     if (this.#shown === '') this.#show(expected(content));
     this.#show(inventory(content, await answers));
@@ -122,7 +122,7 @@ class ServersView {
     const count = `${ready} of ${counted(servers.length, 'server')} ready`;
     this.#status.textContent = isAsking ? 'Asking…' : count;
     const text = JSON.stringify(servers);
-    if (text === this.#shown) return; // whoever fills in a form is not disturbed
+    if (text === this.#shown) return; // keeps the forms that the user is filling in
     this.#shown = text;
     this.#list.replaceChildren(...servers.map((server) => this.#card(server)));
     if (servers.length > 0) return;

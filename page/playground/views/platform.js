@@ -1,4 +1,4 @@
-// Asks for the platform's facts as soon as the page is there.
+// Asks for the platform's facts as soon as the page has loaded.
 import { Problem, element } from '../elements.js';
 
 export const title = 'This machine';

@@ -1,4 +1,4 @@
-// The project folders that the host keeps for the user: list, set, clear.
+// Lists, sets and clears the project folders that the host stores for the user.
 import { Problem, button, element, field, lineInput, onSubmit } from '../elements.js';
 
 export const title = 'Project folders';

@@ -1,4 +1,4 @@
-// What stands between a file's text and an editor that knows LF only.
+// Converts between a file's text and the text in an editor that uses only LF.
 import { counted } from '../elements.js';
 
 /** @param {string} content */
@@ -7,13 +7,13 @@ export function forEditor(content) {
 }
 
 /**
- * The text to write: every line ends as the first one that was read did.
+ * The text to write: every line ends like the first line that was read.
  * @param {string} text @param {boolean} hasCrLf
  */
 export const forFile = (text, hasCrLf) => (hasCrLf ? text.replaceAll('\n', '\r\n') : text);
 
 /**
- * False when writing the text would not give the bytes that were read: they were no UTF-8, or the
+ * False if writing the text would not give the bytes that were read: they were not UTF-8, or the
  * editor cannot hold them.
  * @param {string} content
  */

@@ -1,4 +1,4 @@
-// A tool's inputSchema as the fields of a form, and what is filled in as the tool's arguments.
+// Makes the fields of a form from a tool's inputSchema, and the tool's arguments from the fields.
 
 /** @typedef {import('../../wendra-host.js').JsonValue} JsonValue */
 /** @typedef {'text' | 'number' | 'integer' | 'boolean' | 'choice' | 'json'} Kind */
@@ -9,7 +9,7 @@
  * @property {boolean} isRequired
  * @property {string} description
  * @property {JsonValue[]} choices
- * @property {string} start what stands in it at first
+ * @property {string} start the text that the field holds at first
  */
 
 /** @param {unknown} value @returns {value is Record<string, any>} */
@@ -21,7 +21,7 @@ function choicesOf(schema) {
   return 'const' in schema ? [schema.const] : [];
 }
 
-// Of several types, the one that is not null: leaving the field empty says nothing either.
+// Of several types, the one that is not null: an empty field takes the place of null.
 /** @param {Record<string, any>} schema @returns {Kind} */
 function kindOf(schema) {
   if (choicesOf(schema).length > 0) return 'choice';
@@ -31,12 +31,12 @@ function kindOf(schema) {
   return ['number', 'integer', 'boolean'].includes(types[0]) ? types[0] : 'json';
 }
 
-/** @param {Kind} kind @param {unknown} value how a field shows it */
+/** @param {Kind} kind @param {unknown} value as the field shows it */
 const shown = (kind, value) =>
   kind === 'text' && typeof value === 'string' ? value : JSON.stringify(value);
 
 /**
- * The fields of a schema of an object; null when a form cannot say what the tool takes.
+ * The fields of a schema of an object; null if a form cannot express the tool's arguments.
  * @param {unknown} schema @returns {Field[] | null}
  */
 export function fieldsOf(schema) {
@@ -83,7 +83,7 @@ function valueOf({ name, kind }, text) {
 
 /**
  * The arguments to send. An empty field is left out, unless it is a text that the tool requires.
- * Throws what is wrong with a field, for the user to read.
+ * Throws an error that tells the user what is wrong with a field.
  * @param {Field[]} fields @param {string[]} texts one for each field
  */
 export function argumentsOf(fields, texts) {
@@ -99,7 +99,7 @@ export function argumentsOf(fields, texts) {
 }
 
 /**
- * Arguments that were written as JSON.
+ * The arguments that the user has written as JSON.
  * @param {string} text @returns {Record<string, JsonValue>}
  */
 export function argumentsFromJson(text) {

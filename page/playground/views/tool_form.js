@@ -5,7 +5,7 @@ import { argumentsFromJson, argumentsOf, fieldsOf } from './tool_arguments.js';
 /** @typedef {import('../../wendra-host.js').McpTool} McpTool */
 /** @typedef {import('./tool_arguments.js').Field} Field */
 
-/** @type {Record<Field['kind'], string>} what may be filled in */
+/** @type {Record<Field['kind'], string>} a hint about the value of each kind of field */
 const kHints = {
   text: 'text',
   number: 'number',
@@ -67,7 +67,7 @@ export class ToolForm {
     this.#filled.append(...labels.map(({ label }) => label));
     const buttons = element('div', { className: 'row' }, this.#send, this.#switch);
     this.place.append(this.#filled, this.#written, this.#problem.place, buttons);
-    this.#switch.hidden = fields === null; // there are no fields to go back to
+    this.#switch.hidden = fields === null; // there are no fields to switch to
     this.#showJson(fields === null);
     this.#json.value = '{}';
     onSubmit(this.place, () => this.#problem.during(this.#send, () => this.#call(call)));
@@ -85,14 +85,14 @@ export class ToolForm {
     return argumentsOf(this.#fields, this.#controls.map(({ value }) => value));
   }
 
-  // What the fields say goes along. The way back begins with the fields as they were.
+  // From fields to JSON the values are copied. Back from JSON the fields are as they were before.
   #toggle() {
     this.#problem.clear();
     if (this.#written.hidden) {
       try {
         this.#json.value = JSON.stringify(this.#arguments(), null, 2);
       } catch {
-        // Not everything is filled in: what was written before stays.
+        // A field is missing or wrong: the JSON from before stays.
       }
     }
     this.#showJson(this.#written.hidden);

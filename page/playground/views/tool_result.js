@@ -1,4 +1,4 @@
-// What a tool has answered: text, pictures, structured content, or the failure.
+// Shows a tool's answer: text, images, structured content, or the failure.
 import { duration, element } from '../elements.js';
 
 /** @typedef {import('../../wendra-host.js').McpCallResult} McpCallResult */
@@ -42,7 +42,7 @@ const verdictOf = ({ error, ...rest }) =>
   error !== undefined ? 'no answer' : 'isError' in rest ? 'the tool failed' : 'ok';
 
 /**
- * Puts a call on top of the list; what it gives shows the answer.
+ * Puts a call on top of the list. Returns a function that shows the answer.
  * @param {HTMLElement} list @param {Record<string, unknown>} args
  */
 export function addCall(list, args) {

@@ -26,7 +26,7 @@ TEST(PromptLayout, HasItsFixedSizesAtEveryDpi) {
     const PromptLayout layout =
         LayOutPrompt(percent, {scaled(27), scaled(19), scaled(19), scaled(19), scaled(17)});
     EXPECT_EQ(layout.width, scaled(480));
-    EXPECT_EQ(layout.title.Width(), PromptTextWidth(percent));  // for which texts are measured
+    EXPECT_EQ(layout.title.Width(), PromptTextWidth(percent));  // texts are measured for this width
     for (const PromptBox& box :
          {layout.title, layout.introduction, layout.label, layout.frame, layout.error}) {
       EXPECT_EQ(box.left, scaled(24));
@@ -42,8 +42,8 @@ TEST(PromptLayout, HasItsFixedSizesAtEveryDpi) {
   }
 }
 
-// Whatever the fonts: rows follow one another, the field lies in its frame, the buttons in the
-// footer.
+// For fonts of any size, the rows do not overlap, the field is inside its frame and the buttons are
+// inside the footer.
 TEST(PromptLayout, KeepsItsRowsApart) {
   const PromptTextHeights fonts[] = {
       {0, 0, 0, 0, 0}, {27, 19, 19, 19, 17}, {54, 38, 76, 38, 34}, {200, 200, 200, 200, 200}};

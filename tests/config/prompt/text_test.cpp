@@ -5,7 +5,7 @@
 namespace wendra {
 namespace {
 
-TEST(PromptText, IsGermanWhereverGermanIsSpoken) {
+TEST(PromptText, IsGermanForGermanOfEveryRegion) {
   const struct {
     std::uint16_t uiLanguage;
     bool isGerman;
@@ -26,7 +26,7 @@ TEST(PromptText, IsGermanWhereverGermanIsSpoken) {
   }
 }
 
-TEST(PromptText, SaysWhatItPromises) {
+TEST(PromptText, HasItsFixedTexts) {
   const PromptText english = PromptTextFor(0x0409);
   EXPECT_EQ(english.title, "Connect to Wendra");
   EXPECT_EQ(english.introduction, "Enter the address of your Wendra instance.");
@@ -43,7 +43,7 @@ TEST(PromptText, SaysWhatItPromises) {
   EXPECT_EQ(german.error, "Die Adresse muss auf wendra.example enden oder localhost sein.");
 }
 
-TEST(PromptText, ShowsAnInstanceForAnExample) {
+TEST(PromptText, HasAnInstanceAsItsExampleAddress) {
   EXPECT_EQ(PromptExampleAddress(), "demo.on.wendra.example");
 }
 

@@ -16,7 +16,7 @@ bool IsAnswer(std::string_view text, size_t chunkBytes, const char* id) {
   return scanner.IsAnswer();
 }
 
-TEST(AnswerScanner, SameVerdictForEveryChunkSize) {
+TEST(AnswerScanner, GivesTheSameVerdictForEveryChunkSize) {
   const struct {
     const char* why;
     std::string_view text;
@@ -66,7 +66,7 @@ TEST(AnswerScanner, SameVerdictForEveryChunkSize) {
   }
 }
 
-TEST(AnswerScanner, IsOneAsSoonAsTheObjectHasEnded) {
+TEST(AnswerScanner, FindsTheAnswerAsSoonAsTheObjectHasEnded) {
   const std::string_view text = R"({"id":"12","result":{"a":[1,"}"]}})";
   AnswerScanner scanner("12");
   for (size_t at = 0; at < text.size(); ++at) {
@@ -76,7 +76,7 @@ TEST(AnswerScanner, IsOneAsSoonAsTheObjectHasEnded) {
   EXPECT_TRUE(scanner.IsAnswer());
 }
 
-TEST(AnswerScanner, NothingAnswersWhatIsNoRequest) {
+TEST(AnswerScanner, FindsNoAnswerWithoutARequestId) {
   for (const char* text : {R"({"id":"","result":1})", R"({"result":1})", R"({"id":"1"})"}) {
     EXPECT_FALSE(IsAnswer(text, 99, "")) << text;
   }

@@ -27,7 +27,7 @@ Fields Read(std::string_view text, size_t chunkBytes, size_t maxLineBytes = 100)
   return fields;
 }
 
-TEST(EventStream, SameFieldsForEveryChunkSize) {
+TEST(EventStream, GivesTheSameFieldsForEveryChunkSize) {
   const struct {
     const char* why;
     std::string_view text;
@@ -55,7 +55,7 @@ TEST(EventStream, SameFieldsForEveryChunkSize) {
   }
 }
 
-TEST(EventStream, LosesALineThatIsTooLong) {
+TEST(EventStream, DropsALineThatIsTooLong) {
   const std::string longest = "data:" + std::string(95, 'x');
   for (size_t chunkBytes = 1; chunkBytes <= longest.size(); ++chunkBytes) {
     EXPECT_EQ(Read(longest + "\n" + longest + "x\ndata: y\n", chunkBytes),

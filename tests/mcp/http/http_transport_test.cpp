@@ -19,6 +19,7 @@
 #include "mcp/http/response_body.h"
 #include "tests/support/gate.h"
 #include "tests/support/memory_http_server.h"
+#include "tests/support/patience.h"
 #include "tests/support/queue_inbox.h"
 
 namespace wendra {
@@ -35,15 +36,14 @@ std::string ErrorResponse(std::string_view text) {
   return R"({"jsonrpc":"2.0","id":"1","error":{"message":")" + std::string(text) + "\"}}";
 }
 
-// A response that ends with its connection, or stays open until that is closed.
+// The start of an event stream, which ends when the connection is closed.
 std::string Stream(std::string_view lines) {
   return "HTTP/1.1 200 OK\r\nConnection: close\r\nContent-Type: text/event-stream\r\n\r\n" +
          std::string(lines);
 }
 
-constexpr std::string_view kBegin = "begin ";  // and the session
+constexpr std::string_view kBegin = "begin ";  // before the session id that the server gives
 constexpr char kLook[] = "look";
-constexpr std::uint32_t kPatienceMs = 20'000;  // before a wait counts as failed
 
 std::string HeaderOf(const HttpRequest& request, std::string_view name) {
   for (const auto& [one, value] : request.headers) {
@@ -74,23 +74,23 @@ class HttpServer : public testing::Test {
             return (void)connection.Answer("202 Accepted", header, "");
           }
           if (request.body == kLook) return (void)connection.Answer("202 Accepted", "", "");
-          // It comes at the end of a test, when what the handler uses may be gone.
+          // The DELETE comes at the end of a test, when the handler's variables may be gone.
           const bool isForHandler = request.method != "DELETE" || handlesDelete_;
           if (!isForHandler) return (void)connection.Answer("200 OK", "", "");
           handler(request, connection);
         });
     Connect();
   }
-  // Lets the server give a session to the host.
+  // Makes the server give the host this session id.
   void Begin(const std::string& session) { (void)Notify(std::string(kBegin) + session); }
-  // The requests without those of Begin.
+  // All requests except those of Begin.
   std::vector<HttpRequest> Requests() {
     std::vector<HttpRequest> requests = server_->Requests();
     std::erase_if(requests,
                   [](const HttpRequest& request) { return request.body.starts_with(kBegin); });
     return requests;
   }
-  // The header of the next request: of its session, or its protocol version.
+  // Sends a notification and returns the value of this header in it.
   std::string NextHeader(std::string_view name) {
     (void)Notify(kLook);
     return HeaderOf(Requests().back(), name);
@@ -108,8 +108,8 @@ class HttpServer : public testing::Test {
     flow_->Close(id_);
     return transport_->Stop();
   }
-  // Stops the server and waits for its last thread. Messages of it that are still to come are
-  // dropped. A test calls it whose handler uses its variables to the end.
+  // Stops the server, waits for its last thread and drops its last messages. A test calls this at
+  // its end if its handler may still use the test's variables.
   void Drop() {
     if (!transport_) return;
     (void)Stop();
@@ -124,11 +124,12 @@ class HttpServer : public testing::Test {
     (void)transport_->Send(
         {.text = std::move(text), .requestId = std::move(requestId), .timeoutMs = timeoutMs_});
   }
-  // What comes back for one request, up to its answer.
+  // Sends a request and returns the first `count` messages that come back.
   Messages Exchange(size_t count = 1) {
     received_.clear();
     Send();
     WaitUntil([=, this] { return received_.size() >= count; });
+    if (received_.size() < count) received_.resize(count);  // the test has failed, and goes on
     return received_;
   }
   // Sends a notification and waits for its status.
@@ -145,7 +146,7 @@ class HttpServer : public testing::Test {
       TakeOne(10);
     }
   }
-  // Those of Begin do not count.
+  // Requests of Begin do not count.
   void WaitForRequests(size_t count) {
     WaitUntil([=, this] { return Requests().size() >= count; });
   }
@@ -177,7 +178,7 @@ class HttpServer : public testing::Test {
   ServerId id_{0};
   std::uint32_t timeoutMs_ = 120'000;
   bool isHandling_ = true;
-  bool refuses_ = false;  // each message
+  bool refuses_ = false;  // every message gets a refusal
   bool handlesDelete_ = false;
   std::shared_ptr<MemoryHttpServer> server_;
   std::unique_ptr<Transport> transport_;
@@ -209,7 +210,7 @@ TEST_F(HttpServer, SendsItsHeadersInOrder) {
                                           {"X-Own", "a"}}));
 }
 
-TEST_F(HttpServer, AnswersForAServerThatDoesNot) {
+TEST_F(HttpServer, MakesAnErrorResponseWhenTheServerGivesNoAnswer) {
   const struct {
     const char* statusLine;
     const char* body;
@@ -241,7 +242,7 @@ TEST_F(HttpServer, AnswersForAServerThatDoesNot) {
   }
 }
 
-TEST_F(HttpServer, AnswersForAServerThatCannotBeReached) {
+TEST_F(HttpServer, MakesAnErrorResponseWhenTheServerCannotBeReached) {
   Serve([](const HttpRequest&, MemoryConnection&) {});
   EXPECT_EQ(Exchange(), Messages{ErrorResponse("request failed (offline?)")});
   server_->GoDown();
@@ -251,7 +252,7 @@ TEST_F(HttpServer, AnswersForAServerThatCannotBeReached) {
   EXPECT_EQ(Exchange(), Messages{ErrorResponse("invalid URL")});
 }
 
-TEST_F(HttpServer, SaysSomethingWhenItDoesNotKnowWhy) {
+TEST_F(HttpServer, HasAnErrorTextWhenTheReasonIsUnknown) {
   EXPECT_EQ(HttpErrorResponse("1", ""), ErrorResponse("MCP request failed"));
 }
 
@@ -297,7 +298,7 @@ TEST_F(HttpServer, DeliversEveryMessageOfABody) {
   }
 }
 
-TEST_F(HttpServer, DoesNotWaitOutAStreamThatStaysOpen) {
+TEST_F(HttpServer, DoesNotWaitForTheEndOfAStreamThatStaysOpen) {
   const std::string large = R"({"id":"1","result":")" + std::string(24'000, 'x') + "\"}";
   Serve([&](const HttpRequest&, MemoryConnection& connection) {
     connection.Send(Stream("data: " + large.substr(0, 9'000)));
@@ -307,7 +308,7 @@ TEST_F(HttpServer, DoesNotWaitOutAStreamThatStaysOpen) {
   EXPECT_EQ(Exchange(), Messages{large});
 }
 
-TEST_F(HttpServer, HandsOverAQuestionInTheMiddleOfACall) {
+TEST_F(HttpServer, DeliversARequestOfTheServerDuringACall) {
   Gate answered;
   Serve([&](const HttpRequest& request, MemoryConnection& connection) {
     if (request.body == "reply") {
@@ -325,9 +326,10 @@ TEST_F(HttpServer, HandsOverAQuestionInTheMiddleOfACall) {
   EXPECT_EQ(received_[1], kAnswer);
 }
 
-constexpr size_t kHeldUpAt = 64;  // short messages: 256 KiB, each with 4 KiB for itself
+// The reader waits after so many short messages: 256 KiB, and each message counts 4 KiB.
+constexpr size_t kHeldUpAt = 64;
 
-TEST_F(HttpServer, HoldsUpAServerThatSpeaksFasterThanItIsHeard) {
+TEST_F(HttpServer, StopsReadingFromAServerThatIsTooFast) {
   constexpr size_t kSpoken = 3 * kHeldUpAt;
   Serve([](const HttpRequest& request, MemoryConnection& connection) {
     if (request.method != "GET") return (void)connection.Answer("202 Accepted", "", "");
@@ -340,21 +342,21 @@ TEST_F(HttpServer, HoldsUpAServerThatSpeaksFasterThanItIsHeard) {
   transport_->OnInitialized();
   const auto waitForMessages = [this](size_t count) {
     WaitUntil([=, this] { return received_.size() >= count; });
-    (void)Notify();  // whatever might come too would be here by now
+    (void)Notify();  // during this exchange, messages beyond `count` would arrive
     EXPECT_EQ(received_.size(), count);
   };
   waitForMessages(kHeldUpAt);
   size_t handled = 0;
   const auto handle = [&] { flow_->OnHandled(id_, received_[handled++].size()); };
   while (handled < kHeldUpAt - 1) handle();
-  waitForMessages(kHeldUpAt);  // not before the window is through with all of them
+  waitForMessages(kHeldUpAt);  // the reader still waits, since one message is not handled
   isHandling_ = true;
   handle();
   WaitUntil([this] { return received_.size() == kSpoken; });
   for (size_t i = 0; i < kSpoken; ++i) EXPECT_EQ(received_[i], std::to_string(i));
 }
 
-TEST_F(HttpServer, StopsWhileAServerIsHeldUp) {
+TEST_F(HttpServer, StopsWhileAReaderWaitsForRoom) {
   std::string spoken;
   for (size_t i = 0; i < 2 * kHeldUpAt; ++i) spoken += "data: {}\n\n";
   Serve([&](const HttpRequest&, MemoryConnection& connection) {
@@ -479,7 +481,7 @@ TEST_F(HttpServer, ForgetsNoSessionThatHasBeenReplaced) {
   EXPECT_EQ(NextHeader("MCP-Protocol-Version"), "2025-11-25");
 }
 
-TEST_F(HttpServer, KeepsItsSessionWithEveryOtherFailure) {
+TEST_F(HttpServer, KeepsItsSessionAfterEveryOtherFailure) {
   for (const char* line : {"400 Bad Request", "401 Unauthorized", "500 Internal Server Error"}) {
     Serve(
         [=](const HttpRequest&, MemoryConnection& connection) { connection.Answer(line, "", ""); });
@@ -513,8 +515,8 @@ TEST_F(HttpServer, ReportsTheStatusOfAMessage) {
   EXPECT_EQ(received_, Messages());
 }
 
-// Comments keep a stream alive, so no other time-out ends it.
-TEST_F(HttpServer, GivesARequestUpWhoseStreamGoesOn) {
+// Comments keep the stream alive, so only the time-out of the request ends it.
+TEST_F(HttpServer, GivesUpARequestWhoseStreamGoesOn) {
   std::atomic<bool> hasGone = false;
   Serve([&](const HttpRequest&, MemoryConnection& connection) {
     connection.Send(Stream(": comment\n\n"));
@@ -527,7 +529,7 @@ TEST_F(HttpServer, GivesARequestUpWhoseStreamGoesOn) {
   EXPECT_EQ(received_, Messages());
 }
 
-TEST_F(HttpServer, SaysThatANotificationIsThroughAfterItsTime) {
+TEST_F(HttpServer, ReportsStatusZeroForANotificationAfterItsTimeOut) {
   Serve([](const HttpRequest&, MemoryConnection& connection) { connection.WaitForClose(); });
   timeoutMs_ = 300;
   EXPECT_EQ(Notify(), 0u);
@@ -541,7 +543,7 @@ TEST_F(HttpServer, SendsOneRefusalAtATime) {
   });
   for (int i = 0; i < 20; ++i) transport_->Refuse(std::to_string(i));
   WaitForRequests(1);
-  (void)Notify();  // overtakes them all
+  (void)Notify();  // overtakes the refusals that wait
   EXPECT_EQ(Requests().size(), 2u);
   go.Open();
   WaitForRequests(21);
@@ -551,8 +553,8 @@ TEST_F(HttpServer, SendsOneRefusalAtATime) {
   Drop();
 }
 
-// Reading pauses, and goes on when the refusals are through.
-TEST_F(HttpServer, ReadsNoFurtherWhileItsRefusalsAreNotTaken) {
+// Reading goes on when the server has taken the refusals.
+TEST_F(HttpServer, StopsReadingWhileTheServerTakesNoRefusals) {
   constexpr size_t kPings = 200;
   Gate go;
   Serve([&](const HttpRequest& request, MemoryConnection& connection) {
@@ -569,7 +571,7 @@ TEST_F(HttpServer, ReadsNoFurtherWhileItsRefusalsAreNotTaken) {
   refuses_ = true;
   Send();
   WaitUntil([&] { return received_.size() >= 64; });
-  (void)Notify();  // a whole exchange later there is still no more
+  (void)Notify();  // during this exchange, further messages would arrive
   EXPECT_EQ(received_.size(), 64u);
   refuses_ = false;
   go.Open();
@@ -578,8 +580,9 @@ TEST_F(HttpServer, ReadsNoFurtherWhileItsRefusalsAreNotTaken) {
   Drop();
 }
 
-// A server that answers refusals with questions must not make the one thread wait for itself.
-TEST_F(HttpServer, DropsWhatComesWithARefusalWhenThereIsNoRoom) {
+// A server that answers refusals with requests must not make the thread of the refusals wait for
+// itself.
+TEST_F(HttpServer, DropsMessagesThatComeWithARefusalWhenThereIsNoRoom) {
   Serve([](const HttpRequest&, MemoryConnection& connection) {
     std::string pings;
     for (int i = 0; i < 100; ++i) pings += "data: {}\n";
@@ -599,7 +602,7 @@ TEST_F(HttpServer, SendsNoRefusalAfterAStop) {
   (void)Stop();
   transport_->Refuse("no");
   transport_.reset();
-  // The last thread to let go of it is that of the refusals.
+  // The thread of the refusals releases it last.
   const std::uint64_t endMs = ClockMs() + kPatienceMs;
   while (flow_.use_count() > 1 && ClockMs() < endMs) std::this_thread::yield();
   EXPECT_EQ(flow_.use_count(), 1);
@@ -626,7 +629,7 @@ TEST_F(HttpServer, ListensOnlyAfterTheHandshake) {
                                             {"X-Own", "a"}}));
 }
 
-TEST_F(HttpServer, ListensAgainWhereItStopped) {
+TEST_F(HttpServer, ListensAgainAfterTheLastEventOfTheSession) {
   Serve([](const HttpRequest&, MemoryConnection& connection) {
     connection.Send(Stream("id: 7\ndata: {}\n\n"));
   });

@@ -32,7 +32,7 @@ Extracted Extract(std::string_view type, std::string_view text, size_t chunkByte
   return {messages, body.IsAnswered()};
 }
 
-TEST(ResponseBody, SameMessagesForEveryChunkSize) {
+TEST(ResponseBody, GivesTheSameMessagesForEveryChunkSize) {
   const struct {
     const char* why;
     const char* type;
@@ -82,7 +82,7 @@ TEST(ResponseBody, SameMessagesForEveryChunkSize) {
   }
 }
 
-// The bytes after which the answer is there, and not one earlier.
+// IsAnswered is true after the last byte of the answer and not one byte earlier.
 TEST(ResponseBody, IsAnsweredOnceTheAnswerIsWhole) {
   const std::string large = R"({"id":"1","result":")" + std::string(24'000, 'x') + "\"}";
   const struct {

@@ -7,14 +7,14 @@ namespace {
 
 using List = std::vector<std::wstring>;
 
-// Entries of a block, each with its zero.
+// Entries of a block, each followed by a NUL.
 std::wstring Block(const List& entries) {
   std::wstring block;
   for (const auto& entry : entries) block += entry + L'\0';
   return block;
 }
 
-TEST(BuildChildEnvironment, MergesWhatTheHostHasAndWhatTheServerGets) {
+TEST(BuildChildEnvironment, MergesTheVariablesOfTheHostAndOfTheServer) {
   const struct {
     const char* why;
     List host, directories;
@@ -78,14 +78,15 @@ TEST(BuildChildEnvironment, MergesWhatTheHostHasAndWhatTheServerGets) {
   }
 }
 
-TEST(BuildChildEnvironment, TakesABlockWithAndWithoutItsLastZero) {
+TEST(BuildChildEnvironment, TakesABlockWithAndWithoutItsLastNul) {
   const std::wstring want = Block({L"PATH=p", L"X=1"}) + L'\0';
   EXPECT_EQ(BuildChildEnvironment(L"PATH=p", {}, {{L"X", L"1"}}), want);
   EXPECT_EQ(BuildChildEnvironment(Block({L"PATH=p"}) + L'\0', {}, {{L"X", L"1"}}), want);
 }
 
-// Says something where wchar_t is a UTF-16 unit: there U+1F600 is D83D DE00, before U+FF21.
-TEST(BuildChildEnvironment, OrdersNamesByTheirUnits) {
+// The order differs where wchar_t is a UTF-16 unit: there U+1F600 is D83D DE00, which comes before
+// U+FF21.
+TEST(BuildChildEnvironment, SortsNamesByTheirUnits) {
   const std::wstring block =
       BuildChildEnvironment(Block({L"\uFF21=1", L"\U0001F600=2", L"PATH=p", L"ü=3"}), {}, {});
   const bool isUtf16 = sizeof(wchar_t) == 2;

@@ -14,7 +14,7 @@ using Words = std::vector<std::wstring>;
 
 constexpr std::wstring_view kShell = L"cmd.exe /d /s /c \"";
 
-TEST(QuoteArgument, QuotesWhatWouldNotArriveOtherwise) {
+TEST(QuoteArgument, QuotesOnlyArgumentsThatNeedQuotes) {
   const struct {
     std::wstring argument, want;
   } cases[] = {
@@ -87,12 +87,12 @@ TEST(ChildCommandLine, StartsABatchFileThroughTheShell) {
       {{L"%PATH%"}, L" \"%%cd:~,%PATH%%cd:~,%\""},
       {{L"my dir\\"}, L" \"my dir\\\\\""},
       {{L"ü"}, L" \"ü\""},
-      // After a quote of its own, cmd.exe is outside quotes where the program is inside.
+      // After a quote in a word, cmd.exe is outside quotes while the program is inside.
       {{L"{\"a\":1}"}, L" \"{\\\"a\\\":1}\""},
       {{L"{\"a&b\":\"c d\"}"}, L" \"{\\\"a\"&b\\\":\\\"c\" d\\\"}\""},
       {{L"\"&calc"}, L" \"\\\"\"&calc"},
       {{L"\"\\&\\"}, L" \"\\\"\\\\\"&\\"},
-      // One that stays alone leaves cmd.exe inside quotes.
+      // A single quote character in a word leaves cmd.exe inside quotes.
       {{L"a\"", L"b c", L"d&e", L""}, L" \"a\\\"\" b\" c\" d&e \"\""},
   };
   for (const auto& c : cases) {
@@ -103,13 +103,13 @@ TEST(ChildCommandLine, StartsABatchFileThroughTheShell) {
             std::wstring(kShell) + L"\"C:/50%%cd:~,% & more\\x.BAT\"\"");
 }
 
-TEST(ChildCommandLine, TurnsTheShellBackThatTheRegistryHasSwitched) {
+TEST(ChildCommandLine, SwitchesTheSettingsOfTheRegistryBack) {
   EXPECT_EQ(ChildCommandLine(L"C:\\x.cmd", {L"!a!"}, ShellSettings::kSwitched),
             L"cmd.exe /d /e:on /v:off /s /c \"\"C:\\x.cmd\" \"!a!\"\"");
   EXPECT_EQ(ChildCommandLine(L"C:\\x.exe", {L"!a!"}, ShellSettings::kSwitched), L"C:\\x.exe !a!");
 }
 
-TEST(ChildCommandLine, RefusesWhatNoLineCanCarry) {
+TEST(ChildCommandLine, RefusesCharactersThatNoLineCanCarry) {
   const std::wstring zero(L"a\0b", 3);
   EXPECT_EQ(ChildCommandLine(L"C:\\a.exe", {L"-y", zero}), std::nullopt);
   EXPECT_EQ(ChildCommandLine(zero, {}), std::nullopt);

@@ -81,7 +81,7 @@ TEST(ChildCommandLine, BringsArgumentsToAProgram) {
   EXPECT_EQ(FilesIn(folder / L"."), std::vector<std::string>());
 }
 
-// A batch file beside a child that prints what it gets.
+// Writes a batch file beside a child that prints its arguments.
 std::wstring BatchFile(const ScratchFolder& folder, const std::wstring& name, const char* text) {
   const std::filesystem::path tools = folder / L"my tools & more";
   std::filesystem::create_directories(tools);
@@ -94,8 +94,8 @@ std::wstring BatchFile(const ScratchFolder& folder, const std::wstring& name, co
 Words ForBatchFiles(Words arguments) {
   for (auto& argument : arguments) {
     argument = WithoutLineBreaks(argument);
-    // Wine's cmd.exe expands variables once more where %* stands; Windows' does not. What the
-    // command line itself does with them is the matter of the next test.
+    // Wine's cmd.exe expands variables once more where %* stands; the cmd.exe of Windows does not.
+    // LetsTheShellExpandNothing tests percent signs on the command line itself.
     std::erase(argument, L'%');
   }
   return arguments;
@@ -123,8 +123,8 @@ TEST(ChildCommandLine, BringsArgumentsThroughABatchFile) {
   EXPECT_EQ(FilesIn(folder / L"work"), std::vector<std::string>());
 }
 
-// The shims of older package managers stand in a block; people redirect and chain.
-TEST(ChildCommandLine, LeavesAloneWhatStandsBehindTheArguments) {
+// In the shims of older package managers %* stands in a block; other files redirect and chain.
+TEST(ChildCommandLine, LeavesTheCommandsBehindTheArgumentsAlone) {
   const ScratchFolder folder;
   std::filesystem::create_directories(folder / L"work");
   const struct {
@@ -162,7 +162,8 @@ TEST(ChildCommandLine, LetsTheShellExpandNothing) {
     for (auto& argument : arguments) argument = WithoutLineBreaks(argument);
     auto line = ChildCommandLine(script, arguments);
     ASSERT_TRUE(line);
-    // The same line with a program in the script's place: it prints what cmd.exe made of the words.
+    // The same line with a program in place of the script. The program prints the words as cmd.exe
+    // passes them on.
     line->replace(line->find(script), script.size() + 1,
                   BuiltProgram(L"test_child.exe") + L"\" args");
     ASSERT_EQ(OutputOf(*line, folder / L"."), OneALine(arguments)) << Printable(*line);

@@ -19,7 +19,7 @@ Lines SplitInChunks(std::string_view text, size_t chunkBytes, size_t maxPendingB
   return lines;
 }
 
-TEST(LineSplitter, SameLinesForEveryChunkSize) {
+TEST(LineSplitter, GivesTheSameLinesForEveryChunkSize) {
   const struct {
     const char* why;
     std::string_view in;
@@ -57,7 +57,7 @@ TEST(LineSplitter, GivesEachLineAsSoonAsItIsWhole) {
   EXPECT_EQ(splitter.Finish(), "");
 }
 
-TEST(LineSplitter, StartsAfreshAfterTheEnd) {
+TEST(LineSplitter, StartsAgainAfterTheEnd) {
   LineSplitter splitter(3);
   EXPECT_EQ(splitter.Feed("ab"), Lines());
   EXPECT_EQ(splitter.Finish(), "ab");
@@ -66,7 +66,7 @@ TEST(LineSplitter, StartsAfreshAfterTheEnd) {
   EXPECT_EQ(splitter.Feed("abc\n"), Lines({"abc"}));
 }
 
-// What a child's reader does with its pipe: at most 4,096 bytes at a time, lines of at most 1 MiB.
+// Like the reader of a child's output: reads of 4,096 bytes, lines of at most 1 MiB.
 TEST(LineSplitter, TakesLinesOfOneMebibyteAndNoMore) {
   constexpr size_t kLimitBytes = 1 << 20;
   const struct {

@@ -20,7 +20,7 @@ namespace {
 
 using Lines = std::vector<std::string>;
 
-// What happens to the child and its streams, in order.
+// Records what happens to the child and its input, in order.
 class RecordingChild : public ChildProcess {
  public:
   RecordingChild(std::shared_ptr<MemoryPipe> input, Lines& record)
@@ -52,13 +52,13 @@ class StdioTransportTest : public testing::Test {
   ~StdioTransportTest() override {
     flow_->Close(kServer);
     transport_.reset();
-    // Threads hold what they use.
+    // The threads hold the pipes until they end.
     while (output_.use_count() + error_.use_count() + input_.use_count() > 3) {
       std::this_thread::yield();
     }
   }
 
-  // What comes up to and with the end of the output.
+  // Takes deliveries until the end of the output and returns the lines.
   Lines TakeToTheEnd() {
     Lines lines;
     while (const auto message = inbox_->Take(20'000)) {
@@ -88,7 +88,7 @@ TEST_F(StdioTransportTest, DeliversLinesAndThenTheEnd) {
   EXPECT_EQ(TakeToTheEnd(), (Lines{"a", "b", "c\r", "last"}));
 }
 
-TEST_F(StdioTransportTest, WritesALineAMessageInOrder) {
+TEST_F(StdioTransportTest, WritesOneLinePerMessageInOrder) {
   EXPECT_TRUE(transport_->Send({.text = "{1}", .requestId = "1", .timeoutMs = 120'000}));
   EXPECT_TRUE(transport_->Send({.text = "{2}", .timeoutMs = 1, .reportsStatus = true}));
   transport_->Refuse("{3}");
@@ -107,7 +107,7 @@ TEST_F(StdioTransportTest, DropsRequestsThatAreOverdueWhenTheChildReads) {
   EXPECT_EQ(input_->WaitForBytes(27), "first\nnotification\nin time\n");
 }
 
-// A refusal that the child does not read counts, until it has been written.
+// A refusal counts until it has been written.
 TEST_F(StdioTransportTest, CountsItsRefusals) {
   input_->SetFull(true);
   for (int i = 0; i < 64; ++i) transport_->Refuse(std::string());

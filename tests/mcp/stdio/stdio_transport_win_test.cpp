@@ -11,6 +11,7 @@
 #include <gtest/gtest.h>
 
 #include "mcp/stdio/server_process_win.h"
+#include "tests/support/patience.h"
 #include "tests/support/queue_inbox.h"
 #include "tests/support/run_child_win.h"
 #include "tests/support/scratch_folder_win.h"
@@ -21,9 +22,7 @@
 namespace wendra {
 namespace {
 
-constexpr DWORD kPatienceMs = 20'000;  // before a wait counts as failed
-
-// The programs that tests start lie one folder above the tests.
+// The programs that tests start are one folder above the tests.
 std::string ProgramOfTests(const wchar_t* name) {
   wchar_t self[MAX_PATH];
   GetModuleFileNameW(nullptr, self, MAX_PATH);
@@ -33,7 +32,8 @@ std::string ProgramOfTests(const wchar_t* name) {
 
 std::string TestChild() { return ProgramOfTests(L"test_child.exe"); }
 
-constexpr size_t kHeldUpAt = 63;  // lines of 79 bytes: 256 KiB, each with 4 KiB for itself
+// The reader waits after so many lines of 79 bytes: 256 KiB, and each line counts 4 KiB more.
+constexpr size_t kHeldUpAt = 63;
 
 // One server and the inbox that its messages go to.
 class StdioServer : public testing::Test {
@@ -58,7 +58,7 @@ class StdioServer : public testing::Test {
   }
   void Handle(size_t bytes) { flow_->OnHandled(id_, bytes); }
 
-  // Takes what comes until `isDone`.
+  // Takes deliveries until `isDone()`.
   void WaitUntil(const std::function<bool()>& isDone) {
     const ULONGLONG end = GetTickCount64() + kPatienceMs;
     while (!isDone()) {
@@ -70,8 +70,9 @@ class StdioServer : public testing::Test {
     while (TakeOne(0)) continue;
   }
 
-  // Until a process holds the event of that name, or none does any more. Nothing tells that an
-  // event has gone: look again and again. False when it does not come to that.
+  // Waits until a process holds the event of that name (`isHeld`), or until no process does.
+  // Windows does not signal that an event is gone, so this looks again and again. False: it did not
+  // happen in time.
   static bool WaitForEvent(const std::string& name, bool isHeld) {
     const std::wstring wideName = Widen(name);
     const ULONGLONG end = GetTickCount64() + kPatienceMs;
@@ -95,8 +96,8 @@ class StdioServer : public testing::Test {
   const ServerId id_{1};
   std::unique_ptr<Transport> transport_;
   std::vector<std::string> received_;
-  bool handlesAtOnce_ = true;  // as the program does when it has nothing else to do
-  bool refuses_ = false;       // each line
+  bool handlesAtOnce_ = true;  // as the program does when it is not busy
+  bool refuses_ = false;       // every line gets a refusal
   int closed_ = 0;
 
  private:
@@ -140,14 +141,14 @@ TEST_F(StdioServer, SendsEachLineAndThenTheEnd) {
   }
 }
 
-TEST_F(StdioServer, SaysThatItHasStarted) {
+TEST_F(StdioServer, LogsThatItHasStarted) {
   Start({"exit", "0"});
   EXPECT_TRUE(transport_);
   EXPECT_EQ(log_.WaitForLines(1), Lines{"[MCP test] started " + TestChild()});
   WaitForEnd();
 }
 
-TEST_F(StdioServer, WritesOneLineAMessageInOrder) {
+TEST_F(StdioServer, WritesOneLinePerMessageInOrder) {
   Start({"echo"});
   (void)transport_->Send({.text = "{\"a\":1}", .requestId = "1", .timeoutMs = 0});
   EXPECT_TRUE(transport_->Send({.text = std::string(900'000, 'x'), .reportsStatus = true}));
@@ -156,11 +157,11 @@ TEST_F(StdioServer, WritesOneLineAMessageInOrder) {
   EXPECT_EQ(received_, (Lines{"{\"a\":1}", std::string(900'000, 'x'), "last"}));
 }
 
-// What nobody waits for any more when the child reads at last is not sent; notifications are.
-TEST_F(StdioServer, GivesUpRequestsThatAreOverdue) {
+// The child reads late: an overdue request is not sent, an overdue notification is.
+TEST_F(StdioServer, DropsRequestsThatAreOverdue) {
   constexpr DWORD kShortMs = 50;
   Start({"await", "wendra-stdio-reads", "echo"});
-  const std::string large(900'000, 'x');  // more than a pipe holds: what follows it waits
+  const std::string large(900'000, 'x');  // more than the pipe holds: later messages wait
   (void)transport_->Send({.text = large, .requestId = "1", .timeoutMs = 120'000});
   (void)transport_->Send({.text = "overdue", .requestId = "2", .timeoutMs = kShortMs});
   (void)transport_->Send({.text = "notification", .requestId = "", .timeoutMs = kShortMs});
@@ -173,17 +174,17 @@ TEST_F(StdioServer, GivesUpRequestsThatAreOverdue) {
   EXPECT_EQ(received_, (Lines{large, "notification", "in time"}));
 }
 
-TEST_F(StdioServer, ReadsNoFurtherWhileItsRefusalsAreNotTaken) {
+TEST_F(StdioServer, StopsReadingWhileTheServerTakesNoRefusals) {
   constexpr size_t kLines = 500;
   refuses_ = true;
   Start({"out", std::to_string(80 * kLines), "await", "wendra-stdio-refusals", "read"});
   WaitUntil([this] { return received_.size() >= kHeldUpAt; });
-  // A child of its own that is read to its end meanwhile: nothing has come from the first one.
+  // Reads another child to its end, which gives the first child time to send more.
   const ChildRun other = RunToEnd({.commandLine = L"\"" + Widen(TestChild()) + L"\" out 100000"});
   EXPECT_EQ(other.output.size(), 100'000u);
   TakeAll();
   const size_t before = received_.size();
-  EXPECT_LE(before, kHeldUpAt + 4'096 / 80);  // what fits into the pipe of its input is taken
+  EXPECT_LE(before, kHeldUpAt + 4'096 / 80);  // the pipe takes 4,096 bytes of refusals
   const KernelHandle reads(CreateEventW(nullptr, TRUE, FALSE, L"wendra-stdio-refusals"));
   SetEvent(reads.Get());
   WaitUntil([this] { return received_.size() >= kLines; });
@@ -201,7 +202,7 @@ TEST_F(StdioServer, DropsALineOfMoreThanAMebibyte) {
   EXPECT_TRUE(received_[0] == std::string(kMebibyte, 'a'));
 }
 
-TEST_F(StdioServer, HoldsUpAChildThatIsFasterThanTheProgram) {
+TEST_F(StdioServer, StopsReadingFromAChildThatIsTooFast) {
   constexpr size_t kLines = 10'000;
   handlesAtOnce_ = false;
   Start({"out", std::to_string(80 * kLines)});
@@ -216,7 +217,7 @@ TEST_F(StdioServer, HoldsUpAChildThatIsFasterThanTheProgram) {
   EXPECT_EQ(received_, Lines(kLines, std::string(79, 'x')));
 }
 
-TEST_F(StdioServer, StopsAChildThatIsHeldUp) {
+TEST_F(StdioServer, StopsWhileTheReaderWaitsForRoom) {
   handlesAtOnce_ = false;
   Start({"out", "1000000", "await", "wendra-stdio-never"});
   WaitUntil([this] { return received_.size() >= kHeldUpAt; });
@@ -233,8 +234,8 @@ TEST_F(StdioServer, DoesNotWaitForAChildThatDoesNotRead) {
   EXPECT_EQ(received_, Lines());
 }
 
-TEST_F(StdioServer, EndsTheChildAndWhatItHasStarted) {
-  // The grandchild keeps the streams and its event until it is ended.
+TEST_F(StdioServer, EndsTheChildAndTheProcessesThatItHasStarted) {
+  // The grandchild holds the streams and its event until it ends.
   Start({"hold", "wendra-stdio-grandchild", "out", "1", "await", "wendra-stdio-never"});
   ASSERT_TRUE(WaitForEvent("wendra-stdio-grandchild", true));
   Stop();
@@ -242,8 +243,8 @@ TEST_F(StdioServer, EndsTheChildAndWhatItHasStarted) {
   EXPECT_TRUE(WaitForEvent("wendra-stdio-grandchild", false));
 }
 
-TEST_F(StdioServer, KillingTheHostEndsEverything) {
-  // The server waits for what never comes, and so does what it has started.
+TEST_F(StdioServer, EndsAllProcessesWhenTheHostIsKilled) {
+  // The server waits for an event that never comes, and so does its child.
   const std::wstring server = L"\"" + Widen(TestChild()) + L"\" hold wendra-stdio-killed ";
   Child host = StartChild({.commandLine = L"\"" + Widen(ProgramOfTests(L"mcp_host.exe")) + L"\" " +
                                           server + L"await wendra-stdio-never"});
@@ -284,8 +285,8 @@ TEST_F(StdioServer, RunsABatchFile) {
   EXPECT_EQ(received_, (Lines{"two words", "a&b"}));
 }
 
-// The system looks for a cmd.exe without a folder in the current one before its own.
-TEST_F(StdioServer, RunsABatchFileInTheShellOfTheSystemAlone) {
+// Windows looks for a program without a folder in the current folder before the system folder.
+TEST_F(StdioServer, RunsABatchFileOnlyInTheShellOfTheSystem) {
   ScratchFolder folder;
   std::filesystem::copy_file(Widen(TestChild()), folder / L"cmd.exe");
   const auto before = std::filesystem::current_path();
@@ -298,7 +299,7 @@ TEST_F(StdioServer, RunsABatchFileInTheShellOfTheSystemAlone) {
   EXPECT_EQ(received_, Lines{"from the batch file\r"});
 }
 
-TEST_F(StdioServer, SaysWhatCouldNotBeStarted) {
+TEST_F(StdioServer, LogsTheCommandThatCouldNotBeStarted) {
   ScratchFolder folder;
   settings_.command = Narrow(folder / L"none.exe");
   Start({"a b"});

@@ -16,7 +16,7 @@
 namespace wendra {
 namespace {
 
-// Sets a variable of this process, or takes it away, until the end of the scope.
+// Sets a variable of this process, or removes it (null), until the end of the scope.
 class ScopedVariable {
  public:
   ScopedVariable(const wchar_t* name, const wchar_t* value)
@@ -72,7 +72,7 @@ TEST(SystemFiles, MakesPathsAbsoluteUpTo259Characters) {
   EXPECT_EQ(files.FullPath(longest + L"x"), L"");
 }
 
-TEST(ResolveCommandOnSystem, FindsWhatThePathHas) {
+TEST(ResolveCommandOnSystem, FindsFilesOnTheSearchPath) {
   const ScratchFolder folder;
   MakeFile(folder / L"2\\npx.cmd");
   MakeFile(folder / L"3\\npx.exe");
@@ -98,7 +98,7 @@ TEST(ResolveCommandOnSystem, FindsWhatThePathHas) {
       {"%USERPROFILE%", L""},
       {"none", L""},
       {"", L""},
-      {std::string("npx.exe\0x", 9), folder / L"3\\npx.exe"},  // a name ends at its zero
+      {std::string("npx.exe\0x", 9), folder / L"3\\npx.exe"},  // a name ends at its first NUL
   };
   for (const auto& c : cases) {
     EXPECT_EQ(ResolveCommandOnSystem(c.command), Narrow(c.want)) << c.command;
@@ -115,13 +115,13 @@ std::vector<std::wstring> Entries(std::wstring_view block) {
   return entries;
 }
 
-TEST(SystemShell, LiesInTheFolderOfTheSystem) {
+TEST(SystemShell, IsInTheFolderOfTheSystem) {
   const std::wstring shell = SystemShell();
   EXPECT_TRUE(SystemFiles().IsFile(shell)) << Narrow(shell);
   EXPECT_TRUE(shell.ends_with(L"\\system32\\cmd.exe")) << Narrow(shell);
 }
 
-// A value of cmd.exe's settings in the registry of the test's own user, until the end of the scope.
+// Sets a value of cmd.exe's settings in the user's part of the registry until the end of the scope.
 class ScopedShellValue {
  public:
   ScopedShellValue(const wchar_t* name, DWORD type, const void* data, DWORD bytes) : name_(name) {

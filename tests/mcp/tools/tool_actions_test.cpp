@@ -18,7 +18,7 @@ Json Parsed(const std::string& text) {
   return value;
 }
 
-// A page that calls the two actions, and servers that a test answers for.
+// A page that calls the two actions, and servers that the test plays.
 class ToolActions : public testing::Test {
  protected:
   using Server = std::shared_ptr<Connection>;
@@ -31,7 +31,7 @@ class ToolActions : public testing::Test {
                                      std::move(transport), numbers_, timers, log));
   }
 
-  // A server after its handshake, which has used no numbers.
+  // A server whose handshake has completed. The handshake uses up no request ids and no timers.
   Server Add(ServerSettings settings) {
     const Server server = AddNew(std::move(settings));
     const RequestNumbers before = std::exchange(numbers_, {});
@@ -57,7 +57,7 @@ class ToolActions : public testing::Test {
 
   void Call(const std::string& args) { call.run("r", Parsed(args)); }
 
-  // The value of the only reply there is.
+  // Takes the only reply and returns its value.
   std::string OnlyReply() {
     EXPECT_EQ(page.scripts.size(), 1u);
     if (page.scripts.empty()) return {};
@@ -88,7 +88,7 @@ TEST_F(ToolActions, ListsNothingWithoutServers) {
   EXPECT_EQ(OnlyReply(), "[]");
 }
 
-TEST_F(ToolActions, ListsServersInTheOrderOfTheirAnswers) {
+TEST_F(ToolActions, ListsServersInTheOrderOfTheirResponses) {
   ServerSettings local = Named("My Server");
   local.command = "C:\\a.exe";
   ServerSettings remote = Named("remote", TransportKind::kHttp);
@@ -124,7 +124,7 @@ TEST_F(ToolActions, CallsATool) {
   EXPECT_EQ(OnlyReply(), R"({"text":"ü"})");
 }
 
-TEST_F(ToolActions, SendsAnEmptyObjectForArgumentsThatAreNone) {
+TEST_F(ToolActions, SendsAnEmptyObjectForMissingArguments) {
   Add("s");
   for (const char* args :
        {R"(["s","t"])", R"(["s","t",null])", R"(["s","t","x"])", R"(["s","t",[1]])"}) {
@@ -151,7 +151,7 @@ TEST_F(ToolActions, SaysWhyACallFailed) {
   EXPECT_EQ(OnlyReply(), R"({"error":"MCP server 's' is not running"})");
 }
 
-TEST_F(ToolActions, PassesOnWhyTheHandshakeFailed) {
+TEST_F(ToolActions, SaysWhyTheHandshakeFailed) {
   const Server server = AddNew(Named("s"));
   Call(R"(["s","x"])");
   server->HandleMcpText(R"({"id":"1","error":{"message":"too old"}})");
@@ -230,7 +230,7 @@ TEST_F(ToolActions, FinishesAListOfServersThatWereReplaced) {
   EXPECT_EQ(OnlyReply(), R"([{"name":"s","command":"","error":"MCP server 's' was stopped"}])");
 }
 
-TEST_F(ToolActions, AnswersTheRequestThatAsked) {
+TEST_F(ToolActions, RepliesToTheRequestThatAsked) {
   const Server server = Add("s");
   call.run("first", Parsed(R"(["s","t"])"));
   call.run("second", Parsed(R"(["s","t"])"));

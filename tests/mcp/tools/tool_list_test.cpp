@@ -15,7 +15,7 @@ std::string Listed(const std::string& reply) {
   return text;
 }
 
-TEST(ToolList, TakesOfEachToolWhatThePageMaySee) {
+TEST(ToolList, KeepsTheMembersThatThePageMaySee) {
   const struct {
     const char* tools;
     const char* want;
@@ -37,13 +37,13 @@ TEST(ToolList, TakesOfEachToolWhatThePageMaySee) {
   }
 }
 
-TEST(ToolList, IsEmptyWhereTheResponseListsNone) {
+TEST(ToolList, IsEmptyWhenTheResponseListsNoTools) {
   for (const char* reply : {"{}", R"({"result":{}})", R"({"result":[]})", R"({"tools":[{}]})"}) {
     EXPECT_EQ(Listed(reply), "[]") << reply;
   }
 }
 
-TEST(SafeServerName, KeepsWhatFitsIntoTheNameOfATool) {
+TEST(SafeServerName, KeepsTheCharactersThatFitIntoTheNameOfATool) {
   const struct {
     const char* name;
     const char* want;

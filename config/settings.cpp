@@ -1,7 +1,6 @@
-#include "mcp/server_settings.h"
+#include "config/settings.h"
 
-#include <utility>
-
+#include "base/product.h"
 #include "base/utf8.h"
 #include "config/server_address.h"
 #include "json/objects.h"
@@ -15,7 +14,7 @@ bool IsDisabled(const Json& entry) {
          (enabled.kind == kJsonNumber && enabled.number == 0);
 }
 
-// The string members of an object member.
+// The string members of the object in the member `key`; empty if there is no such object.
 NamedValues NamedTexts(const Json& entry, std::string_view key) {
   NamedValues values;
   for (const auto& [name, value] : MemberOf(entry, key).members) {
@@ -24,7 +23,7 @@ NamedValues NamedTexts(const Json& entry, std::string_view key) {
   return values;
 }
 
-// The string elements of an array member.
+// The string elements of the array in the member `key`; empty if there is no such array.
 std::vector<std::string> Texts(const Json& entry, std::string_view key) {
   std::vector<std::string> texts;
   for (const Json& item : MemberOf(entry, key).items) {
@@ -37,7 +36,7 @@ ServerEntry Skipped(const std::string& name, const std::string& reason) {
   return {{"[MCP] server '" + name + "'" + reason}, std::nullopt};
 }
 
-// A header name for the log, which is to stay one line.
+// A header name for the log: '?' replaces control characters, so that the log line stays one line.
 std::string Printable(std::string name) {
   for (char& c : name) {
     if (HoldsControlCharacter({&c, 1})) c = '?';
@@ -66,39 +65,58 @@ ServerEntry RemoteEntry(const std::string& name, const Json& entry) {
   return {std::move(logLines), std::move(server)};
 }
 
-ServerEntry LocalEntry(const std::string& name, const Json& entry, const CommandResolver& resolve) {
-  const std::string& command = TextOf(entry, "command");
+// Without log lines: these come later, when the command is searched and started.
+ServerEntry LocalEntry(const std::string& name, const Json& entry) {
   ServerSettings server;
   server.name = name;
-  server.command = resolve(command);
-  if (server.command.empty()) return Skipped(name, ": command not found: " + command);
+  server.command = TextOf(entry, "command");
   server.args = Texts(entry, "args");
   server.env = NamedTexts(entry, "env");
   std::erase_if(server.env, [](const auto& variable) { return variable.first.empty(); });
-  return {{}, std::move(server)};  // its start is logged by whoever starts it
+  return {{}, std::move(server)};
 }
 
-ServerEntry ReadEntry(const std::string& name, const Json& entry, const CommandResolver& resolve) {
+ServerEntry ReadEntry(const std::string& name, const Json& entry) {
   if (entry.kind != kJsonObject) return {};
   if (IsDisabled(entry)) return Skipped(name, " is disabled — skipped");
   if (!TextOf(entry, "url").empty()) return RemoteEntry(name, entry);
-  if (!TextOf(entry, "command").empty()) return LocalEntry(name, entry, resolve);
+  if (!TextOf(entry, "command").empty()) return LocalEntry(name, entry);
   return Skipped(name, " has no command or url — skipped");
+}
+
+void ReadUpdateFeed(const std::string& feed, Settings& settings) {
+  if (feed.starts_with("http://") || feed.starts_with("https://")) {
+    settings.updateFeed = feed;
+  } else if (!feed.empty()) {
+    settings.updateFeedComplaint = "[Update] ignoring \"updateFeed\" — expected an http/https URL";
+  }
 }
 
 }  // namespace
 
-const Json* FindConfiguredServers(const Json& config) {
-  const Json* servers = config.Find("mcpServers");
-  return servers && !servers->members.empty() ? servers : nullptr;
+Settings DefaultSettings() {
+  Settings settings;
+  settings.updateFeed = "https://" + std::string(kReleaseHost) + "/releases/win/appcast.xml";
+  return settings;
 }
 
-std::vector<ServerEntry> ReadServerEntries(const Json& mcpServers, const CommandResolver& resolve) {
-  std::vector<ServerEntry> entries;
-  for (const auto& [name, entry] : mcpServers.members) {
-    entries.push_back(ReadEntry(name, entry, resolve));
+std::optional<Settings> ReadSettings(std::string_view configText) {
+  const auto config = ParseJsonObject(configText);
+  if (!config) return std::nullopt;
+  Settings settings = DefaultSettings();
+  if (config->Find("server")) settings.server = TextOf(*config, "server");
+  ReadUpdateFeed(TextOf(*config, "updateFeed"), settings);
+  for (const auto& [name, entry] : MemberOf(*config, "mcpServers").members) {
+    settings.mcpServers.push_back(ReadEntry(name, entry));
   }
-  return entries;
+  return settings;
+}
+
+std::string WithSavedServer(std::string_view configText, std::string_view url) {
+  Json config = ParseJsonObject(configText).value_or(Json::Object());
+  std::erase_if(config.members, [](const auto& member) { return member.first == "server"; });
+  config.members.emplace_back("server", url);
+  return ToText(config) + "\r\n";
 }
 
 }  // namespace wendra
