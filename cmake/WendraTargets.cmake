@@ -33,7 +33,7 @@ if(WIN32)
   if(MINGW)
     # The platform's binary interface: COM classes have virtual methods and no virtual destructor.
     target_compile_options(wendra_options INTERFACE -Wno-non-virtual-dtor)
-    # One section for each function and table: the linker leaves out those that nobody uses.
+    # One section for each function and table, so that the linker leaves out unused ones.
     target_compile_options(wendra_options INTERFACE -ffunction-sections -fdata-sections)
     target_link_options(wendra_options INTERFACE
       -static -Wl,--gc-sections -Wl,--dynamicbase -Wl,--high-entropy-va -Wl,--nxcompat
