@@ -14,7 +14,7 @@ std::vector<std::weak_ptr<ControlRecord>>* records = nullptr;
 
 }  // namespace
 
-ControlRecord::ControlRecord(const Settings& settings)
+ControlRecord::ControlRecord(const ControlSettings& settings)
     : events_(std::make_shared<EventFile>(settings.eventsFile)),
       timings_(std::make_shared<HandlerTimings>(settings.timingsFile)) {}
 
@@ -24,7 +24,7 @@ void ControlRecord::ReportClosed(bool hasParent) {
   events_->Write(MakeObject({{"event", "closed"}, {"hasParent", hasParent}}));
 }
 
-std::shared_ptr<ControlRecord> MakeControlRecord(const Settings& settings) {
+std::shared_ptr<ControlRecord> MakeControlRecord(const ControlSettings& settings) {
   auto record = std::make_shared<ControlRecord>(settings);
   if (!records) records = new std::vector<std::weak_ptr<ControlRecord>>;
   records->push_back(record);

@@ -12,7 +12,7 @@ namespace wendra {
 
 class ControlRecord {
  public:
-  explicit ControlRecord(const Settings& settings);
+  explicit ControlRecord(const ControlSettings& settings);
 
   const std::shared_ptr<const EventFile>& Events() const { return events_; }
   const std::shared_ptr<HandlerTimings>& Timings() const { return timings_; }
@@ -28,7 +28,7 @@ class ControlRecord {
 };
 
 // A record that also reports when the process ends before the control has closed. UI thread.
-std::shared_ptr<ControlRecord> MakeControlRecord(const Settings& settings);
+std::shared_ptr<ControlRecord> MakeControlRecord(const ControlSettings& settings);
 
 // Reports what has not been reported. Call it while the process ends, when no other thread runs any
 // more.

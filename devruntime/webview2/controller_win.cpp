@@ -34,8 +34,9 @@ class Controller::Creation {
 };
 
 void Controller::Create(ComRef<IUnknown> environment, const std::shared_ptr<UiQueue>& queue,
-                        std::shared_ptr<DevToolsConnection> connection, const Settings& settings,
-                        HWND parent, ComRef<CreatedHandler> handler) {
+                        std::shared_ptr<DevToolsConnection> connection,
+                        const ControlSettings& settings, HWND parent,
+                        ComRef<CreatedHandler> handler) {
   if (settings.creation == CreationMode::kControllerFail) {
     queue->Post([queue, handler] { handler->Invoke(E_FAIL, nullptr); });
     return;
@@ -47,7 +48,7 @@ void Controller::Create(ComRef<IUnknown> environment, const std::shared_ptr<UiQu
 }
 
 Controller::Controller(ComRef<IUnknown> environment, std::shared_ptr<UiQueue> queue,
-                       const Settings& settings, HWND parent)
+                       const ControlSettings& settings, HWND parent)
     : environment_(std::move(environment)),
       gate_(std::make_shared<Gate>(std::move(queue))),
       record_(MakeControlRecord(settings)),
@@ -57,8 +58,8 @@ Controller::Controller(ComRef<IUnknown> environment, std::shared_ptr<UiQueue> qu
 Controller::~Controller() { ShutDown(); }
 
 void Controller::Open(const std::shared_ptr<UiQueue>& queue,
-                      std::shared_ptr<DevToolsConnection> connection, const Settings& settings,
-                      const std::shared_ptr<Creation>& creation) {
+                      std::shared_ptr<DevToolsConnection> connection,
+                      const ControlSettings& settings, const std::shared_ptr<Creation>& creation) {
   webView_ = ComRef<WebView>(new WebView(
       gate_, record_, settings, [creation](bool isUsable) { creation->OnPageOpened(isUsable); }));
   window_ = PageWindow::Open(parent_, record_->Events(), [queue, creation](bool isOpen) {

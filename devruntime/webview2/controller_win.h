@@ -19,8 +19,8 @@ class Controller final : public UnofferedController {
   // Invokes `handler` once, later, from `queue`. The controller holds `environment` as long as it
   // lives.
   static void Create(ComRef<IUnknown> environment, const std::shared_ptr<UiQueue>& queue,
-                     std::shared_ptr<DevToolsConnection> connection, const Settings& settings,
-                     HWND parent, ComRef<CreatedHandler> handler);
+                     std::shared_ptr<DevToolsConnection> connection,
+                     const ControlSettings& settings, HWND parent, ComRef<CreatedHandler> handler);
 
   HRESULT STDMETHODCALLTYPE get_IsVisible(BOOL* isVisible) override;
   HRESULT STDMETHODCALLTYPE put_IsVisible(BOOL isVisible) override;
@@ -37,12 +37,12 @@ class Controller final : public UnofferedController {
  private:
   class Creation;
 
-  Controller(ComRef<IUnknown> environment, std::shared_ptr<UiQueue> queue, const Settings& settings,
-             HWND parent);
+  Controller(ComRef<IUnknown> environment, std::shared_ptr<UiQueue> queue,
+             const ControlSettings& settings, HWND parent);
   ~Controller() override;
 
   void Open(const std::shared_ptr<UiQueue>& queue, std::shared_ptr<DevToolsConnection> connection,
-            const Settings& settings, const std::shared_ptr<Creation>& creation);
+            const ControlSettings& settings, const std::shared_ptr<Creation>& creation);
   bool HasParent() const;
   void ShutDown();
 

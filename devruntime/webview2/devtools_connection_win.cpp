@@ -25,7 +25,7 @@ bool IsOfInterest(std::string_view message) {
 }  // namespace
 
 std::shared_ptr<DevToolsConnection> DevToolsConnection::Start(
-    const Settings& settings, std::function<void(bool)> onConnected) {
+    const ControlSettings& settings, std::function<void(bool)> onConnected) {
   auto connection = std::make_shared<DevToolsConnection>();
   // The thread owns a share, so the connection lives at least as long as its socket is open.
   (void)StartDetachedThread([connection, settings, onConnected = std::move(onConnected)]() mutable {
@@ -34,7 +34,8 @@ std::shared_ptr<DevToolsConnection> DevToolsConnection::Start(
   return connection;
 }
 
-void DevToolsConnection::Run(const Settings& settings, std::function<void(bool)> onConnected) {
+void DevToolsConnection::Run(const ControlSettings& settings,
+                             std::function<void(bool)> onConnected) {
   const bool connected = Connect(settings);
   onConnected(connected);
   onConnected = nullptr;  // the objects that it holds may hold this connection
@@ -44,7 +45,7 @@ void DevToolsConnection::Run(const Settings& settings, std::function<void(bool)>
   FailEverything();
 }
 
-bool DevToolsConnection::Connect(const Settings& settings) {
+bool DevToolsConnection::Connect(const ControlSettings& settings) {
   if (!settings.traceFile.empty()) trace_ = std::make_unique<EventFile>(settings.traceFile);
   const auto where = WaitForBrowserPort(settings.browserPortFile, settings.browserWaitMs);
   if (!where || !socket_.Connect(where->port, where->path)) {

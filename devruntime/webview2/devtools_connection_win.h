@@ -30,7 +30,7 @@ class DevToolsConnection : public std::enable_shared_from_this<DevToolsConnectio
 
   // Waits for the browser and connects, on the connection's own thread. That thread calls
   // `onConnected` once; false when the browser has not appeared within the time in `settings`.
-  static std::shared_ptr<DevToolsConnection> Start(const Settings& settings,
+  static std::shared_ptr<DevToolsConnection> Start(const ControlSettings& settings,
                                                    std::function<void(bool)> onConnected);
 
   // Any thread. Calls of one thread reach the browser in their order. Without a connection `reply`
@@ -63,8 +63,8 @@ class DevToolsConnection : public std::enable_shared_from_this<DevToolsConnectio
     Reply reply;
   };
 
-  void Run(const Settings& settings, std::function<void(bool)> onConnected);
-  bool Connect(const Settings& settings);
+  void Run(const ControlSettings& settings, std::function<void(bool)> onConnected);
+  bool Connect(const ControlSettings& settings);
   void SetState(State state);
   std::int64_t Register(std::string_view sessionId, Reply& reply);
   void Trace(const char* direction, std::string_view message);

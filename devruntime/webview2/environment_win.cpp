@@ -7,7 +7,8 @@
 
 namespace wendra {
 
-HRESULT Environment::Create(const Settings& settings, const ComRef<CreatedHandler>& handler) {
+HRESULT Environment::Create(const ControlSettings& settings,
+                            const ComRef<CreatedHandler>& handler) {
   auto queue = UiQueue::Create();
   if (!queue) return E_FAIL;
   if (settings.creation == CreationMode::kNever) return S_OK;
@@ -19,7 +20,7 @@ HRESULT Environment::Create(const Settings& settings, const ComRef<CreatedHandle
   return environment->Connect(handler);
 }
 
-Environment::Environment(const Settings& settings, std::shared_ptr<UiQueue> queue)
+Environment::Environment(const ControlSettings& settings, std::shared_ptr<UiQueue> queue)
     : settings_(settings), queue_(std::move(queue)) {}
 
 Environment::~Environment() {

@@ -16,7 +16,7 @@ class Environment final : public ComObject<ICoreWebView2Environment> {
 
   // Invokes `handler` once, later, from the message loop of this thread. The settings may ask for
   // another course, see CreationMode.
-  static HRESULT Create(const Settings& settings, const ComRef<CreatedHandler>& handler);
+  static HRESULT Create(const ControlSettings& settings, const ComRef<CreatedHandler>& handler);
 
   HRESULT STDMETHODCALLTYPE CreateCoreWebView2Controller(
       HWND parentWindow,
@@ -32,12 +32,12 @@ class Environment final : public ComObject<ICoreWebView2Environment> {
   remove_NewBrowserVersionAvailable(EventRegistrationToken token) override;
 
  private:
-  Environment(const Settings& settings, std::shared_ptr<UiQueue> queue);
+  Environment(const ControlSettings& settings, std::shared_ptr<UiQueue> queue);
   ~Environment() override;
 
   HRESULT Connect(const ComRef<CreatedHandler>& handler);
 
-  const Settings settings_;
+  const ControlSettings settings_;
   const std::shared_ptr<UiQueue> queue_;
   std::shared_ptr<DevToolsConnection> connection_;
 };

@@ -24,12 +24,12 @@ HRESULT CheckApartment() {
 }
 
 // Waits for the browser; "" when it does not appear.
-std::string AvailableVersion(const Settings& settings) {
+std::string AvailableVersion(const ControlSettings& settings) {
   const auto browser = WaitForBrowserPort(settings.browserPortFile, settings.browserWaitMs);
   return browser ? ReadBrowserVersion(browser->port) : std::string();
 }
 
-void ReportEnvironment(const Settings& settings, PCWSTR userDataFolder) {
+void ReportEnvironment(const ControlSettings& settings, PCWSTR userDataFolder) {
   const std::string folder = userDataFolder ? Narrow(userDataFolder) : std::string();
   EventFile(settings.eventsFile)
       .Write(MakeObject({{"event", "environment"}, {"userDataFolder", folder}}));
@@ -37,7 +37,7 @@ void ReportEnvironment(const Settings& settings, PCWSTR userDataFolder) {
 
 // Before the program runs, so that even its first calls can fail.
 void TakeFailures() {
-  const std::wstring file = ReadSettings().failuresFile;
+  const std::wstring file = ReadControlSettings().failuresFile;
   if (!file.empty()) TakeFailuresFrom(file);
 }
 
@@ -51,7 +51,7 @@ extern "C" HRESULT STDMETHODCALLTYPE CreateCoreWebView2EnvironmentWithOptions(
     ICoreWebView2CreateCoreWebView2EnvironmentCompletedHandler* handler) {
   using namespace wendra;
   if (!handler) return E_POINTER;
-  const Settings settings = ReadSettings();
+  const ControlSettings settings = ReadControlSettings();
   ReportEnvironment(settings, userDataFolder);
   if (settings.creation == CreationMode::kMissing) return kNoRuntime;
   if (const HRESULT apartment = CheckApartment(); FAILED(apartment)) return apartment;
@@ -64,7 +64,7 @@ GetAvailableCoreWebView2BrowserVersionString(PCWSTR, LPWSTR* versionInfo) {
   using namespace wendra;
   if (!versionInfo) return E_POINTER;
   *versionInfo = nullptr;
-  const Settings settings = ReadSettings();
+  const ControlSettings settings = ReadControlSettings();
   if (settings.creation == CreationMode::kMissing) return kNoRuntime;
   const std::string version = AvailableVersion(settings);
   return version.empty() ? E_FAIL : CopyTextTo(version, versionInfo);

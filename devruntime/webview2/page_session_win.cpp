@@ -18,12 +18,13 @@ std::string ScriptResult(const Json& evaluated) {
 
 }  // namespace
 
-PageSession::PageSession(std::shared_ptr<DevToolsConnection> connection, const Settings& settings,
-                         Receivers receivers)
+PageSession::PageSession(std::shared_ptr<DevToolsConnection> connection,
+                         const ControlSettings& settings, Receivers receivers)
     : connection_(std::move(connection)), settings_(settings), receivers_(std::move(receivers)) {}
 
 std::shared_ptr<PageSession> PageSession::Open(std::shared_ptr<DevToolsConnection> connection,
-                                               const Settings& settings, Receivers receivers) {
+                                               const ControlSettings& settings,
+                                               Receivers receivers) {
   std::shared_ptr<PageSession> page(
       new PageSession(std::move(connection), settings, std::move(receivers)));
   if (settings.usesOwnContext) {

@@ -40,7 +40,7 @@ class PageSession : public std::enable_shared_from_this<PageSession> {
 
   // Finds or makes the page. PageReady or PageGone follows.
   static std::shared_ptr<PageSession> Open(std::shared_ptr<DevToolsConnection> connection,
-                                           const Settings& settings, Receivers receivers);
+                                           const ControlSettings& settings, Receivers receivers);
 
   void Navigate(const std::string& uri);
   void Reload();
@@ -75,7 +75,7 @@ class PageSession : public std::enable_shared_from_this<PageSession> {
  private:
   using Step = void (PageSession::*)(const Json& result);
 
-  PageSession(std::shared_ptr<DevToolsConnection> connection, const Settings& settings,
+  PageSession(std::shared_ptr<DevToolsConnection> connection, const ControlSettings& settings,
               Receivers receivers);
 
   void CallBrowser(std::string_view method, const Json& params, Step next);
@@ -106,7 +106,7 @@ class PageSession : public std::enable_shared_from_this<PageSession> {
   void Report(PageFrame frame);
 
   const std::shared_ptr<DevToolsConnection> connection_;
-  const Settings settings_;
+  const ControlSettings settings_;
   // Written before PageReady is reported.
   std::string targetId_;
   std::string contextId_;  // of our own browser context; "" in the default context

@@ -39,7 +39,8 @@ void WINAPI TappedOutput(LPCWSTR text) {
 }
 
 void __cdecl TappedExit(int code) {
-  EventFile(ReadSettings().eventsFile).Write(MakeObject({{"event", "ended"}, {"code", code}}));
+  EventFile(ReadControlSettings().eventsFile)
+      .Write(MakeObject({{"event", "ended"}, {"code", code}}));
   realExit(code);
 }
 
@@ -51,7 +52,7 @@ void TapDebuggerOutput() {
 }
 
 void TapExit() {
-  if (realExit || ReadSettings().eventsFile.empty()) return;
+  if (realExit || ReadControlSettings().eventsFile.empty()) return;
   (void)RedirectImport("exit", &TappedExit, realExit);
 }
 

@@ -40,8 +40,8 @@ DialogAnswer Dialogs() {
 
 }  // namespace
 
-Settings ReadSettings() {
-  Settings settings;
+ControlSettings ReadControlSettings() {
+  ControlSettings settings;
   settings.browserPortFile = DevFile(L"WENDRA_DEV_BROWSER");
   settings.browserWaitMs = Milliseconds(L"WENDRA_DEV_BROWSER_WAIT_MS", settings.browserWaitMs);
   settings.creation = Creation();

@@ -22,7 +22,7 @@ enum class CreationMode {
 // How alert, confirm, prompt and beforeunload are answered; kAsk shows a message box.
 enum class DialogAnswer { kAsk, kAccept, kDismiss };
 
-struct Settings {
+struct ControlSettings {
   std::wstring browserPortFile;  // Chromium's DevToolsActivePort; may not exist yet
   DWORD browserWaitMs = 30'000;  // for that file to appear
   CreationMode creation = CreationMode::kNormal;
@@ -35,7 +35,7 @@ struct Settings {
   // The plan of the calls that fail; "" for none.
   std::wstring failuresFile;
 
-  // Settings for behaviour that was not compared with the real control.
+  // For behaviour that was not compared with the real control.
   bool apiIsUserInitiated = true;       // IsUserInitiated of Navigate and Reload
   bool redirectKeepsGesture = false;    // IsUserInitiated of a redirect of a clicked link
   bool fragmentRaisesStarting = false;  // NavigationStarting for a change of the fragment
@@ -45,6 +45,6 @@ struct Settings {
 };
 
 // Reads the environment at each call. Any thread.
-Settings ReadSettings();
+ControlSettings ReadControlSettings();
 
 }  // namespace wendra

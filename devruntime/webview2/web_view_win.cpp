@@ -28,7 +28,7 @@ bool HasScheme(std::string_view uri) {
 }  // namespace
 
 WebView::WebView(std::shared_ptr<Gate> gate, std::shared_ptr<ControlRecord> record,
-                 const Settings& settings, std::function<void(bool)> onReady)
+                 const ControlSettings& settings, std::function<void(bool)> onReady)
     : gate_(std::move(gate)),
       record_(std::move(record)),
       scriptsWaitForDocument_(settings.scriptsWaitForDocument),

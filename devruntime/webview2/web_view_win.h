@@ -23,7 +23,7 @@ class WebView final : public UnofferedWebView {
  public:
   // Calls `onReady` once: true when the page is usable, false when it never will be.
   WebView(std::shared_ptr<Gate> gate, std::shared_ptr<ControlRecord> record,
-          const Settings& settings, std::function<void(bool)> onReady);
+          const ControlSettings& settings, std::function<void(bool)> onReady);
 
   // Call it before the first event.
   void Connect(std::shared_ptr<PageSession> page) { page_ = std::move(page); }

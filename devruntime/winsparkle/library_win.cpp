@@ -19,7 +19,7 @@ constexpr int kDefaultIntervalSeconds = 86'400;
 constexpr int kShortestIntervalSeconds = 3'600;
 constexpr long long kNeverChecked = -1;
 
-SparkleSettings ReadSettings() {
+SparkleSettings ReadSparkleSettings() {
   SparkleSettings settings;
   settings.callsFile = DevFile(L"WENDRA_DEV_WINSPARKLE_CALLS");
   settings.controlPort =
@@ -38,7 +38,7 @@ void RunJob(std::unique_ptr<Job> job) { (*job)(); }
 }  // namespace
 
 SparkleLibrary::SparkleLibrary()
-    : settings_(ReadSettings()),
+    : settings_(ReadSparkleSettings()),
       record_(settings_.callsFile),
       intervalSeconds_(kDefaultIntervalSeconds) {}
 
