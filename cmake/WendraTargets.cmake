@@ -1,4 +1,4 @@
-# What all targets of the project have in common, and the functions that make them.
+# Settings of all targets of the project, and the functions that make targets.
 
 set(WENDRA_SANITIZERS "" CACHE STRING "Value for -fsanitize=, empty for none (native builds only)")
 option(WENDRA_FUZZERS "Build the fuzzers (clang only)" OFF)
@@ -55,9 +55,9 @@ function(wendra_library name)
   target_link_libraries(${name} PUBLIC wendra_options ${ARG_LIBS})
 endfunction()
 
-# wendra_import_library(name DLL DEF): what a target links that calls functions of DLL.dll. The DLL
-# comes from its vendor and lies beside the program. Linking needs only the names of the functions
-# that are called; the file DEF lists them.
+# wendra_import_library(name DLL DEF): a target that links `name` can call functions of DLL.dll. The
+# DLL comes from its vendor and lies beside the program. To link, only the names of the functions are
+# needed; the file DEF lists them.
 function(wendra_import_library name dll def)
   set(def "${CMAKE_CURRENT_SOURCE_DIR}/${def}")
   if(MSVC)

@@ -5,8 +5,8 @@
 
 namespace wendra {
 
-// A class with the arrow as mouse pointer and neither style nor background. The caller adds what is
-// special to it and registers it. `name` is borrowed.
+// A class with the arrow as mouse pointer and neither style nor background. The caller sets
+// the other members and registers the class. `name` is borrowed.
 WNDCLASSEXW MakeWindowClass(HINSTANCE instance, const wchar_t* name, WNDPROC procedure);
 
 // The icon of the program's resources; null without one. The system owns it.

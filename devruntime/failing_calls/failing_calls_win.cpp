@@ -56,7 +56,7 @@ class Failures {
   }
 
  private:
-  // A plan that has not changed goes on counting. A missing file is an empty plan.
+  // Keeps the counts of a plan that has not changed. A missing file is an empty plan.
   void ReadPlan() {
     std::string text(kMaxPlanBytes, '\0');
     const FileHandle file = OpenForReading(file_);

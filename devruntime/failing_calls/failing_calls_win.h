@@ -10,7 +10,7 @@
 namespace wendra {
 
 // From here on the plan in `file` decides which calls fail. Each call reads the file, so the plan
-// may change at any time; a changed plan starts to count anew. Each call that was made to fail is
+// may change at any time; a changed plan counts from the next call on. Each call that fails is
 // appended to `file` + ".made" as the line "NAME" or "NAME/DETAIL". Call it once, before the
 // program has other threads.
 void TakeFailuresFrom(const std::wstring& file);

@@ -5,8 +5,8 @@
 
 namespace wendra {
 
-// The slot of the program's import table that holds the address of the function `name`, whatever
-// library it comes from. Null when the program does not import that name.
+// The slot of the program's import table that holds the address of the function `name`, from any
+// library. Null when the program does not import that name.
 ULONGLONG* FindImport(const char* name);
 
 // Writes the address of another function into the slot. False: Windows does not allow it.

@@ -51,8 +51,8 @@ class ComObject : public Interface {
   LONG references_ = 1;
 };
 
-// A ComOwner that can be copied, as std::function requires of what a callable holds. Each copy has
-// a reference of its own. May be empty.
+// A ComOwner that can be copied, because std::function copies the callables that hold it. Each copy
+// has a reference of its own. May be empty.
 template <typename Interface>
 class ComRef : public ComOwner<Interface> {
  public:

@@ -8,8 +8,8 @@
 
 namespace wendra {
 
-// Gets the answer, and the text of a prompt. Called once: before AnswerDialog returns when the
-// settings give the answer, otherwise later, on a thread of its own.
+// Gets the answer, and the text of a prompt. Called once. When the settings give the answer, it is
+// called before AnswerDialog returns; otherwise later, on a thread of its own.
 using DialogDone = std::function<void(bool isAccepted, const std::string& text)>;
 
 // Does not block. `type` is the protocol's word. A message box has no edit field, so an accepted

@@ -1,8 +1,8 @@
 // Measures how long the host's WebMessageReceived handlers take, without the time that they spend
 // in this DLL and in OutputDebugStringW: the host's own share of a request.
 //
-// The debugger output is reported beside it: Wine decides what that costs, and this DLL's tap of it
-// is included.
+// The debugger output is reported separately: its time depends on Wine, and includes the tap of
+// this DLL.
 #pragma once
 
 #include <cstdint>

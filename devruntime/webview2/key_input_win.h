@@ -13,8 +13,8 @@ namespace wendra {
 // The modifier keys that are down, as bits of the Input domain (see mouse_input_win.h).
 int KeyModifiers();
 
-// The parameters of Input.dispatchKeyEvent for a WM_KEYDOWN or WM_SYSKEYDOWN. `text` is what
-// TranslateMessage has made of the key; it may be "".
+// The parameters of Input.dispatchKeyEvent for a WM_KEYDOWN or WM_SYSKEYDOWN. `text` is the
+// result of TranslateMessage; it may be "".
 Json KeyDown(WPARAM virtualKey, LPARAM lparam, std::wstring text);
 
 // The same for WM_KEYUP and WM_SYSKEYUP.

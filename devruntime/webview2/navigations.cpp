@@ -15,7 +15,7 @@ bool HasScheme(std::string_view uri, std::string_view scheme) {
 // Only these requests pause before they leave the browser.
 bool IsPausable(std::string_view uri) { return HasScheme(uri, "http") || HasScheme(uri, "https"); }
 
-// These have no network event, so only the page's reason tells whether there was a gesture.
+// These have no network event, so only the page's reason shows whether there was a gesture.
 bool IsWithoutRequest(std::string_view uri) {
   return HasScheme(uri, "about") || HasScheme(uri, "blob") || HasScheme(uri, "data");
 }

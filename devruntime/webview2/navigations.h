@@ -7,7 +7,7 @@
 // |--------------------------|-------------------------------------------------------------------|
 // | frameRequestedNavigation | only if the page asked for it (link, form, script)                |
 // | frameStartedNavigating   | always, except for changes within the document made by the page   |
-// | requestWillBeSent        | for network addresses and foreign schemes; tells of a gesture     |
+// | requestWillBeSent        | for network addresses and foreign schemes; has the gesture flag   |
 // | requestPaused            | http and https only: the request waits; again after each redirect |
 // | loadingFailed            | if the request has failed; an error page may follow               |
 // | frameNavigated           | the new document is in place                                      |

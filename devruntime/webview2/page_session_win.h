@@ -122,8 +122,8 @@ class PageSession : public std::enable_shared_from_this<PageSession> {
   std::optional<Navigations> navigations_;
   std::string documentContext_;  // where scripts run: the top-level document's own; "" without one
 
-  // A script goes to the page's process and a navigation to the browser's. So a navigation waits
-  // for the replies to all scripts before it, or it could overtake them.
+  // A script goes to the page's process, a navigation to the browser's process. So a navigation
+  // waits for the replies to all scripts before it, or it could overtake them.
   Lock scriptsLock_;
   int pendingScripts_ = 0;
   std::vector<std::pair<std::string, Json>> callsAfterScripts_;

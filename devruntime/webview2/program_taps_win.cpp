@@ -17,8 +17,7 @@
 namespace wendra {
 namespace {
 
-// The slots of the import table hold an address and no data. So the replacements find what they
-// need here.
+// A slot of the import table holds only an address, so the replacements find their data here.
 decltype(&OutputDebugStringW) realOutput = nullptr;
 void(__cdecl* realExit)(int) = nullptr;
 Lock outputLock;  // has no destructor: texts come until the process ends

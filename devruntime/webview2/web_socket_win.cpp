@@ -10,7 +10,7 @@ constexpr wchar_t kHost[] = L"127.0.0.1";
 constexpr size_t kReceiveBytes = size_t{1024} * 1024;
 constexpr size_t kMaxTextBytes = size_t{64} * 1024;
 
-// Without a proxy, whatever the environment says: the browser is on this machine.
+// Never with a proxy: the browser is on this machine.
 HttpHandle OpenSession() {
   return HttpHandle(WinHttpOpen(L"wendra-dev-runtime", WINHTTP_ACCESS_TYPE_NO_PROXY,
                                 WINHTTP_NO_PROXY_NAME, WINHTTP_NO_PROXY_BYPASS, 0));

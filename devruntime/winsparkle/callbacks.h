@@ -13,7 +13,7 @@ namespace wendra {
 
 class Callbacks {
  public:
-  using Run = std::function<Json()>;  // gives what the callback returns, null for void
+  using Run = std::function<Json()>;  // gives the callback's result, null for void
 
   // "can_shutdown", "shutdown_request" and so on: win_sparkle_set_NAME_callback.
   static const std::array<std::string_view, 9>& Names();

@@ -19,7 +19,7 @@ namespace wendra {
 struct SparkleSettings {
   std::wstring callsFile;         // "" for none
   std::uint16_t controlPort = 0;  // on 127.0.0.1; 0 for none
-  // What the getters answer, whatever was set.
+  // The results of the getters, instead of the stored settings.
   std::optional<long long> automatic;
   std::optional<long long> intervalSeconds;
   std::optional<long long> lastCheckSeconds;  // since 1970 UTC
