@@ -6,6 +6,7 @@
 #include <utility>
 
 #include "app/layout.h"
+#include "win/window_class.h"
 
 namespace wendra {
 namespace {
@@ -13,27 +14,17 @@ namespace {
 constexpr wchar_t kWindowClass[] = L"WendraHostWnd";
 constexpr int kWidthPx = 1260;
 constexpr int kHeightPx = 900;
-constexpr int kIconId = 1;
 
 constexpr WORD kToggleLogPanelCommand = 100;
 constexpr WORD kReloadCommand = 101;
 constexpr WORD kCheckForUpdatesCommand = 102;
 
-HICON LoadProgramIcon(HINSTANCE instance) {
-  return static_cast<HICON>(LoadImageW(instance, MAKEINTRESOURCEW(kIconId), IMAGE_ICON, 0, 0,
-                                       LR_DEFAULTSIZE | LR_SHARED));
-}
-
 void RegisterWindowClass(HINSTANCE instance, WNDPROC procedure) {
-  WNDCLASSEXW windowClass{};
-  windowClass.cbSize = sizeof(windowClass);
-  windowClass.lpfnWndProc = procedure;
-  windowClass.hInstance = instance;
+  // No background: page and panel cover the window.
+  WNDCLASSEXW windowClass = MakeWindowClass(instance, kWindowClass, procedure);
   windowClass.hIcon = LoadProgramIcon(instance);
   windowClass.hIconSm = windowClass.hIcon;
-  windowClass.hCursor = LoadCursorW(nullptr, IDC_ARROW);
-  windowClass.lpszClassName = kWindowClass;  // no background: page and panel cover the window
-  (void)RegisterClassExW(&windowClass);      // on failure CreateWindowExW fails too
+  (void)RegisterClassExW(&windowClass);  // on failure CreateWindowExW fails too
 }
 
 RECT ToRect(const Box& box) { return {box.left, box.top, box.right, box.bottom}; }

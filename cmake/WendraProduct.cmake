@@ -1,5 +1,5 @@
-# Names that a vendor's build changes without touching code: -DWENDRA_SERVICE_DOMAIN=... and so on.
-# What is left empty follows from the others.
+# Names that a vendor sets for its build without changing code: -DWENDRA_SERVICE_DOMAIN=... and so
+# on. An empty name gets a default that is made of the others.
 set(WENDRA_SERVICE_DOMAIN "wendra.example" CACHE STRING
   "Registered domain of the service, lower case; its hosts may be loaded")
 set(WENDRA_INSTANCE_SUFFIX "" CACHE STRING
@@ -17,15 +17,15 @@ if(NOT WENDRA_SERVICE_DOMAIN MATCHES "^[a-z0-9-]+(\\.[a-z0-9-]+)+$")
 endif()
 macro(wendra_default name value)
   if("${${name}}" STREQUAL "")
-    set(${name} "${value}")  # hides the empty cache entry from here on
+    set(${name} "${value}")  # from here on it hides the empty cache entry
   endif()
 endmacro()
 wendra_default(WENDRA_INSTANCE_SUFFIX ".on.${WENDRA_SERVICE_DOMAIN}")
 wendra_default(WENDRA_RELEASE_HOST "releases.${WENDRA_SERVICE_DOMAIN}")
 wendra_default(WENDRA_VERSION "${PROJECT_VERSION}.0")
 
-# The development key pair was made for this purpose and its private half thrown away: nothing
-# signed with it can exist. A release is refused without a key of its own.
+# The public key of a key pair for development. Its private key was deleted, so no update can be
+# signed with it. A release needs a key of its own.
 set(WENDRA_DEVELOPMENT_PUBLIC_KEY "hkV2NDNseC0m3GZKIVorQX9keGxS1YMN4sp5x++xwg8=")
 set(WENDRA_EDDSA_PUBLIC_KEY "" CACHE STRING "EdDSA public key of the updates, 44 base64 characters")
 option(WENDRA_RELEASE "Build for users: needs WENDRA_EDDSA_PUBLIC_KEY" OFF)

@@ -1,4 +1,4 @@
-# What every target of the project has in common, and the four kinds of target there are.
+# Settings of all targets of the project, and the functions that make targets.
 
 set(WENDRA_SANITIZERS "" CACHE STRING "Value for -fsanitize=, empty for none (native builds only)")
 option(WENDRA_FUZZERS "Build the fuzzers (clang only)" OFF)
@@ -31,13 +31,13 @@ if(WIN32)
     UNICODE _UNICODE NOMINMAX WIN32_LEAN_AND_MEAN
     WINVER=0x0A00 _WIN32_WINNT=0x0A00 NTDDI_VERSION=0x0A000007)  # Windows 10, version 1903
   if(MINGW)
-    # COM methods are virtual without a virtual destructor: that is the platform's binary interface.
+    # The platform's binary interface: COM classes have virtual methods and no virtual destructor.
     target_compile_options(wendra_options INTERFACE -Wno-non-virtual-dtor)
-    # One section for each function and table: the linker leaves out those that nobody uses.
+    # One section for each function and table, so that the linker leaves out unused ones.
     target_compile_options(wendra_options INTERFACE -ffunction-sections -fdata-sections)
     target_link_options(wendra_options INTERFACE
       -static -Wl,--gc-sections -Wl,--dynamicbase -Wl,--high-entropy-va -Wl,--nxcompat
-      # 6.0 is what Windows wants to see to treat the windows as those of a present-day program.
+      # Below subsystem version 6.0 Windows treats the windows as those of an old program.
       -Wl,--major-subsystem-version,6 -Wl,--minor-subsystem-version,0)
   endif()
 endif()
@@ -55,39 +55,63 @@ function(wendra_library name)
   target_link_libraries(${name} PUBLIC wendra_options ${ARG_LIBS})
 endfunction()
 
-# Tests take longer to build than to run: without optimization they build in a third of the time.
+# wendra_import_library(name DLL DEF): a target that links `name` can call functions of DLL.dll. The
+# DLL comes from its vendor and lies beside the program. To link, only the names of the functions are
+# needed; the file DEF lists them.
+function(wendra_import_library name dll def)
+  set(def "${CMAKE_CURRENT_SOURCE_DIR}/${def}")
+  if(MSVC)
+    set(file "${CMAKE_CURRENT_BINARY_DIR}/${dll}.lib")
+    set(command "${CMAKE_AR}" /nologo "/def:${def}" "/out:${file}" /machine:x64)
+  else()
+    set(file "${CMAKE_CURRENT_BINARY_DIR}/lib${dll}.a")
+    set(command "${CMAKE_DLLTOOL}" -d "${def}" -l "${file}")
+  endif()
+  add_custom_command(OUTPUT "${file}" COMMAND ${command} DEPENDS "${def}" VERBATIM)
+  add_custom_target(${name}_file DEPENDS "${file}")
+  add_library(${name} INTERFACE)
+  target_link_libraries(${name} INTERFACE "${file}")
+  add_dependencies(${name} ${name}_file)
+endfunction()
+
+# The tests are built without optimization: that takes a third of the time, and they take longer to
+# build than to run.
 add_library(wendra_quick_build INTERFACE)
 target_compile_options(wendra_quick_build INTERFACE $<$<NOT:$<CXX_COMPILER_ID:MSVC>>:-O0>)
+
+# wendra_program(name FOLDER SOURCES ... [LIBS ...]): a program in bin/FOLDER.
+function(wendra_program name folder)
+  cmake_parse_arguments(PARSE_ARGV 2 ARG "" "" "SOURCES;LIBS")
+  add_executable(${name} ${ARG_SOURCES})
+  target_link_libraries(${name} PRIVATE ${ARG_LIBS})
+  set_target_properties(${name} PROPERTIES
+    RUNTIME_OUTPUT_DIRECTORY "${CMAKE_BINARY_DIR}/bin/${folder}")
+endfunction()
 
 # wendra_test(name [OPTIMIZED] SOURCES ... [LIBS ...]): a GoogleTest program in bin/tests. OPTIMIZED
 # is for a program that does much work itself.
 function(wendra_test name)
   cmake_parse_arguments(PARSE_ARGV 1 ARG "OPTIMIZED" "" "SOURCES;LIBS")
-  add_executable(${name} ${ARG_SOURCES})
-  target_link_libraries(${name} PRIVATE wendra_test_limit wendra_options ${ARG_LIBS})
+  wendra_program(${name} tests
+    SOURCES ${ARG_SOURCES}
+    LIBS wendra_test_limit wendra_options ${ARG_LIBS})
   if(NOT ARG_OPTIMIZED)
     target_link_libraries(${name} PRIVATE wendra_quick_build)
     target_precompile_headers(${name} REUSE_FROM wendra_test_limit)
   endif()
-  set_target_properties(${name} PROPERTIES
-    RUNTIME_OUTPUT_DIRECTORY "${CMAKE_BINARY_DIR}/bin/tests")
 endfunction()
 
 # wendra_bench(name SOURCES ... [LIBS ...]): a Google Benchmark program in bin/bench.
 function(wendra_bench name)
   cmake_parse_arguments(PARSE_ARGV 1 ARG "" "" "SOURCES;LIBS")
-  add_executable(${name} ${ARG_SOURCES})
-  target_link_libraries(${name} PRIVATE wendra_options ${ARG_LIBS} benchmark::benchmark)
-  set_target_properties(${name} PROPERTIES
-    RUNTIME_OUTPUT_DIRECTORY "${CMAKE_BINARY_DIR}/bin/bench")
+  wendra_program(${name} bench
+    SOURCES ${ARG_SOURCES}
+    LIBS wendra_options ${ARG_LIBS} benchmark::benchmark)
 endfunction()
 
 # wendra_fuzzer(name SOURCES ... [LIBS ...]): a libFuzzer program in bin/fuzz.
 function(wendra_fuzzer name)
   cmake_parse_arguments(PARSE_ARGV 1 ARG "" "" "SOURCES;LIBS")
-  add_executable(${name} ${ARG_SOURCES})
-  target_link_libraries(${name} PRIVATE wendra_options ${ARG_LIBS})
+  wendra_program(${name} fuzz SOURCES ${ARG_SOURCES} LIBS wendra_options ${ARG_LIBS})
   target_link_options(${name} PRIVATE -fsanitize=fuzzer)
-  set_target_properties(${name} PROPERTIES
-    RUNTIME_OUTPUT_DIRECTORY "${CMAKE_BINARY_DIR}/bin/fuzz")
 endfunction()

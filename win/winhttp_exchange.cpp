@@ -5,8 +5,8 @@
 #include <utility>
 
 #include "base/utf8.h"
-#include "win/unique.h"
 #include "win/wide.h"
+#include "win/winhttp_handle.h"
 
 // After the project's headers, which include windows.h: winhttp.h and shlwapi.h need it first.
 #include <shlwapi.h>
@@ -20,13 +20,6 @@ constexpr DWORD kPathUnits = 4095;
 constexpr DWORD kHeaderUnits = 1024;
 constexpr DWORD kLocationUnits = 4096;
 constexpr int kMostRedirects = 10;  // WinHTTP's own limit
-
-struct HttpTraits {
-  using Raw = HINTERNET;
-  static Raw Empty() { return nullptr; }
-  static void Close(Raw handle) { WinHttpCloseHandle(handle); }
-};
-using HttpHandle = Unique<HttpTraits>;
 
 struct Target {
   INTERNET_SCHEME scheme = 0;

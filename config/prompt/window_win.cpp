@@ -6,6 +6,7 @@
 #include "config/server_address.h"
 #include "win/registry_key.h"
 #include "win/wide.h"
+#include "win/window_class.h"
 
 #include <commctrl.h>
 #include <dwmapi.h>
@@ -15,7 +16,6 @@ namespace wendra {
 namespace {
 
 constexpr wchar_t kWindowClass[] = L"WendraServerPrompt";
-constexpr int kIconId = 1;
 
 constexpr int kFieldId = 200;
 constexpr int kAcceptId = 201;
@@ -32,15 +32,9 @@ Font MakeFont(int percent, int height, int weight) {
 }
 
 void RegisterWindowClass(HINSTANCE instance, WNDPROC procedure) {
-  WNDCLASSEXW windowClass{};
-  windowClass.cbSize = sizeof(windowClass);
+  WNDCLASSEXW windowClass = MakeWindowClass(instance, kWindowClass, procedure);
   windowClass.style = CS_DROPSHADOW;
-  windowClass.lpfnWndProc = procedure;
-  windowClass.hInstance = instance;
-  windowClass.hIcon = static_cast<HICON>(LoadImageW(instance, MAKEINTRESOURCEW(kIconId), IMAGE_ICON,
-                                                    0, 0, LR_DEFAULTSIZE | LR_SHARED));
-  windowClass.hCursor = LoadCursorW(nullptr, IDC_ARROW);
-  windowClass.lpszClassName = kWindowClass;
+  windowClass.hIcon = LoadProgramIcon(instance);
   (void)RegisterClassExW(&windowClass);  // fails the second time: the class exists already
 }
 

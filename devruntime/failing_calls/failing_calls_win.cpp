@@ -4,13 +4,14 @@
 #include <tuple>
 #include <type_traits>
 
+#include "base/lock.h"
+#include "devruntime/base/event_file_win.h"
 #include "devruntime/failing_calls/failure_plan.h"
 #include "devruntime/failing_calls/import_table_win.h"
 #include "webview/webview2_win.h"
-#include "win/unique.h"
+#include "win/file.h"
 #include "win/wide.h"
 
-// Windows' own order: winhttp.h and winver.h need windows.h before them.
 #include <dwmapi.h>
 #include <objbase.h>
 #include <shellapi.h>
@@ -21,68 +22,63 @@
 namespace wendra {
 namespace {
 
-// What is to fail now, and what has. Never freed: calls come to the very end of the process.
+constexpr size_t kMaxPlanBytes = 4096;
+
+// The plan, and the calls that it has made to fail. Any thread.
 class Failures {
  public:
+  // Never destroyed: the program makes calls until the process ends.
   static Failures& Instance() {
     static auto* const failures = new Failures;
     return *failures;
   }
 
-  void Take(std::string_view plan) {
-    const std::lock_guard lock(mutex_);
+  void SetPlan(std::string_view plan) {
+    const std::lock_guard<Lock> lock(lock_);
     plan_ = FailurePlan(plan);
     made_.clear();
   }
-  void TakeFrom(const std::wstring& file) {
-    const std::lock_guard lock(mutex_);
+  void SetFile(const std::wstring& file) {
+    const std::lock_guard<Lock> lock(lock_);
     file_ = file;
   }
   std::vector<std::string> Made() {
-    const std::lock_guard lock(mutex_);
+    const std::lock_guard<Lock> lock(lock_);
     return made_;
   }
 
   FailurePlan::Verdict Judge(const char* name, const std::string& detail) {
-    const std::lock_guard lock(mutex_);
-    if (!file_.empty()) ReadFileAnew();
+    const std::lock_guard<Lock> lock(lock_);
+    if (!file_.empty()) ReadPlan();
     const FailurePlan::Verdict verdict = plan_.Judge(name, detail);
-    if (verdict.fails) Note(detail.empty() ? name : std::string(name) + "/" + detail);
+    if (verdict.fails) Record(detail.empty() ? name : std::string(name) + "/" + detail);
     return verdict;
   }
 
  private:
-  void ReadFileAnew() {
-    const FileHandle file(CreateFileW(file_.c_str(), GENERIC_READ,
-                                      FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE,
-                                      nullptr, OPEN_EXISTING, 0, nullptr));
-    char text[4096];
-    DWORD bytes = 0;
-    if (file) (void)ReadFile(file.Get(), text, sizeof(text), &bytes, nullptr);
-    if (text_ == std::string_view(text, bytes)) return;
-    text_.assign(text, bytes);
+  // Keeps the counts of a plan that has not changed. A missing file is an empty plan.
+  void ReadPlan() {
+    std::string text(kMaxPlanBytes, '\0');
+    const FileHandle file = OpenForReading(file_);
+    text.resize(file ? ReadInto(file, text) : 0);
+    if (text == text_) return;
+    text_ = text;
     plan_ = FailurePlan(text_);
   }
 
-  void Note(const std::string& call) {
+  void Record(const std::string& call) {
     made_.push_back(call);
-    if (file_.empty()) return;
-    const FileHandle file(CreateFileW((file_ + L".made").c_str(), FILE_APPEND_DATA,
-                                      FILE_SHARE_READ | FILE_SHARE_WRITE, nullptr, OPEN_ALWAYS, 0,
-                                      nullptr));
-    const std::string line = call + "\n";
-    DWORD written = 0;
-    (void)WriteFile(file.Get(), line.data(), static_cast<DWORD>(line.size()), &written, nullptr);
+    if (!file_.empty()) EventFile(file_ + L".made").WriteLine(call);
   }
 
-  std::mutex mutex_;
-  std::wstring file_;  // "" for a test program
-  std::string text_;   // of the file, as the plan was made from it
+  Lock lock_;
+  std::wstring file_;  // "" in a test program
+  std::string text_;   // the content of the file that `plan_` was made from
   FailurePlan plan_;
   std::vector<std::string> made_;
 };
 
-// How a function says that it has failed.
+// How a function reports a failure.
 enum class Result {
   kZero,      // 0, FALSE or null, and the last error
   kMinusOne,  // -1, and the last error
@@ -91,14 +87,14 @@ enum class Result {
 
 template <size_t kCharacters>
 struct Name {
-  // Not explicit: a template argument is to be written as a text.
+  // Not explicit, so that a template argument can be a string literal.
   constexpr Name(const char (&name)[kCharacters]) {
     for (size_t i = 0; i < kCharacters; ++i) text[i] = name[i];
   }
   char text[kCharacters] = {};
 };
 
-constexpr size_t kNoDetail = 99;  // instead of an argument's place
+constexpr size_t kNoDetail = 99;  // no argument is the detail; otherwise its index, from 0
 
 template <typename Value>
 std::string TextOf(Value value) {
@@ -121,16 +117,11 @@ struct Call<kName, Returned WINAPI(Arguments...), kResult, kError, kDetail> {
   static inline Returned(WINAPI* real)(Arguments...) = nullptr;
 
   static void Install() {
-    if (real) return;
-    ULONGLONG* const slot = FindImportOfProgram(kName.text);
-    if (!slot) return;
-    // Known before it can be called: a thread may be in the middle of a call.
-    real = reinterpret_cast<decltype(real)>(*slot);
-    (void)RedirectImport(slot, reinterpret_cast<void*>(&Replacement));
+    if (!real) (void)RedirectImport(kName.text, &Replacement, real);
   }
 
   static Returned WINAPI Replacement(Arguments... arguments) {
-    const DWORD errorBefore = GetLastError();  // a real function would find it too
+    const DWORD errorBefore = GetLastError();  // Judge may change it
     std::string detail;
     if constexpr (kDetail != kNoDetail) {
       detail = TextOf(std::get<kDetail>(std::tuple(arguments...)));
@@ -146,16 +137,13 @@ struct Call<kName, Returned WINAPI(Arguments...), kResult, kError, kDetail> {
   }
 };
 
-// Writes half of what it is given and calls that success.
+// Writes half of the bytes and reports success. Installed after the call above: each of the two
+// passes its calls on to the function that it found.
 struct ShortWrite {
-  static inline decltype(&WriteFile) next = nullptr;
+  static inline decltype(&WriteFile) real = nullptr;
 
   static void Install() {
-    if (next) return;
-    ULONGLONG* const slot = FindImportOfProgram("WriteFile");
-    if (!slot) return;
-    next = reinterpret_cast<decltype(next)>(*slot);
-    (void)RedirectImport(slot, reinterpret_cast<void*>(&Replacement));
+    if (!real) (void)RedirectImport("WriteFile", &Replacement, real);
   }
 
   static BOOL WINAPI Replacement(HANDLE file, LPCVOID bytes, DWORD count, DWORD* written,
@@ -163,15 +151,15 @@ struct ShortWrite {
     const DWORD errorBefore = GetLastError();
     const bool isShort = Failures::Instance().Judge("WriteFile.short", {}).fails;
     SetLastError(errorBefore);
-    return next(file, bytes, isShort ? count / 2 : count, written, overlapped);
+    return real(file, bytes, isShort ? count / 2 : count, written, overlapped);
   }
 };
 
-void InstallAll() {
-// The name as a text and the type of the function with one word.
+// A macro, because the name is needed as a string and as the function's type.
 #define WENDRA_CALL(name, result, error, detail) \
   Call<#name, decltype(name), Result::result, static_cast<DWORD>(error), detail>::Install()
 
+void InstallProcessCalls() {
   WENDRA_CALL(CreateThread, kZero, ERROR_NOT_ENOUGH_MEMORY, kNoDetail);
   WENDRA_CALL(CreatePipe, kZero, ERROR_NO_SYSTEM_RESOURCES, kNoDetail);
   WENDRA_CALL(SetHandleInformation, kZero, ERROR_INVALID_HANDLE, kNoDetail);
@@ -183,7 +171,9 @@ void InstallAll() {
   WENDRA_CALL(InitializeProcThreadAttributeList, kZero, ERROR_NOT_ENOUGH_MEMORY, kNoDetail);
   WENDRA_CALL(UpdateProcThreadAttribute, kZero, ERROR_NOT_SUPPORTED, 2);
   WENDRA_CALL(AssignProcessToJobObject, kZero, ERROR_ACCESS_DENIED, kNoDetail);
+}
 
+void InstallFileCalls() {
   WENDRA_CALL(CreateFileW, kMinusOne, ERROR_ACCESS_DENIED, 0);
   WENDRA_CALL(GetFileSizeEx, kZero, ERROR_INVALID_FUNCTION, kNoDetail);
   WENDRA_CALL(ReadFile, kZero, ERROR_READ_FAULT, kNoDetail);
@@ -195,7 +185,9 @@ void InstallAll() {
   WENDRA_CALL(GetFileAttributesExW, kZero, ERROR_SHARING_VIOLATION, 0);
   WENDRA_CALL(GetFullPathNameW, kZero, ERROR_INVALID_NAME, 0);
   WENDRA_CALL(CancelIoEx, kZero, ERROR_NOT_FOUND, kNoDetail);
+}
 
+void InstallSystemCalls() {
   WENDRA_CALL(GetModuleFileNameW, kZero, ERROR_INVALID_HANDLE, kNoDetail);
   WENDRA_CALL(GetEnvironmentVariableW, kZero, ERROR_ENVVAR_NOT_FOUND, 0);
   WENDRA_CALL(ExpandEnvironmentStringsW, kZero, ERROR_NOT_ENOUGH_MEMORY, 0);
@@ -217,6 +209,12 @@ void InstallAll() {
   WENDRA_CALL(CoInitializeEx, kError, E_OUTOFMEMORY, kNoDetail);
   WENDRA_CALL(CoCreateInstance, kError, REGDB_E_CLASSNOTREG, kNoDetail);
 
+  WENDRA_CALL(GetFileVersionInfoSizeW, kZero, ERROR_RESOURCE_DATA_NOT_FOUND, kNoDetail);
+  WENDRA_CALL(GetFileVersionInfoW, kZero, ERROR_RESOURCE_DATA_NOT_FOUND, kNoDetail);
+  WENDRA_CALL(VerQueryValueW, kZero, ERROR_RESOURCE_TYPE_NOT_FOUND, 1);
+}
+
+void InstallWindowCalls() {
   WENDRA_CALL(PostMessageW, kZero, ERROR_NOT_ENOUGH_QUOTA, 1);
   WENDRA_CALL(GetMessageW, kMinusOne, ERROR_INVALID_WINDOW_HANDLE, kNoDetail);
   WENDRA_CALL(SetTimer, kZero, ERROR_NO_SYSTEM_RESOURCES, 1);
@@ -228,11 +226,10 @@ void InstallAll() {
   WENDRA_CALL(GetDpiForWindow, kZero, ERROR_INVALID_WINDOW_HANDLE, kNoDetail);
   WENDRA_CALL(CreateFontW, kZero, ERROR_NOT_ENOUGH_MEMORY, kNoDetail);
   WENDRA_CALL(DwmSetWindowAttribute, kError, E_INVALIDARG, kNoDetail);
+  WENDRA_CALL(CreateCoreWebView2EnvironmentWithOptions, kError, E_FAIL, kNoDetail);
+}
 
-  WENDRA_CALL(GetFileVersionInfoSizeW, kZero, ERROR_RESOURCE_DATA_NOT_FOUND, kNoDetail);
-  WENDRA_CALL(GetFileVersionInfoW, kZero, ERROR_RESOURCE_DATA_NOT_FOUND, kNoDetail);
-  WENDRA_CALL(VerQueryValueW, kZero, ERROR_RESOURCE_TYPE_NOT_FOUND, 1);
-
+void InstallHttpCalls() {
   constexpr DWORD kHttpError = ERROR_WINHTTP_INTERNAL_ERROR;
   WENDRA_CALL(WinHttpCrackUrl, kZero, ERROR_WINHTTP_INVALID_URL, kNoDetail);
   WENDRA_CALL(WinHttpOpen, kZero, kHttpError, kNoDetail);
@@ -247,24 +244,31 @@ void InstallAll() {
   WENDRA_CALL(WinHttpQueryHeaders, kZero, kHttpError, 1);
   WENDRA_CALL(WinHttpQueryDataAvailable, kZero, kHttpError, kNoDetail);
   WENDRA_CALL(WinHttpReadData, kZero, kHttpError, kNoDetail);
+}
 
-  WENDRA_CALL(CreateCoreWebView2EnvironmentWithOptions, kError, E_FAIL, kNoDetail);
 #undef WENDRA_CALL
+
+void InstallAll() {
+  InstallProcessCalls();
+  InstallFileCalls();
+  InstallSystemCalls();
+  InstallWindowCalls();
+  InstallHttpCalls();
 }
 
 }  // namespace
 
 void TakeFailuresFrom(const std::wstring& file) {
-  Failures::Instance().TakeFrom(file);
+  Failures::Instance().SetFile(file);
   InstallAll();
 }
 
 FailingCalls::FailingCalls(std::string_view plan) {
-  Failures::Instance().Take(plan);
+  Failures::Instance().SetPlan(plan);
   InstallAll();
 }
 
-FailingCalls::~FailingCalls() { Failures::Instance().Take({}); }
+FailingCalls::~FailingCalls() { Failures::Instance().SetPlan({}); }
 
 std::vector<std::string> FailingCalls::Made() const { return Failures::Instance().Made(); }
 

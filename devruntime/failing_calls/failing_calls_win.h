@@ -1,5 +1,6 @@
-// Makes calls of the system fail that the program makes: those of the exe itself, not those of any
-// library. What fails where is in failing_calls_win.cpp; docs/runtime-webview2.md lists the names.
+// Makes system calls of the program fail: those that the exe makes itself. Calls of its libraries
+// are left alone. docs/runtime-webview2.md says how a plan is written; failing_calls_win.cpp lists
+// the functions.
 #pragma once
 
 #include <string>
@@ -8,13 +9,14 @@
 
 namespace wendra {
 
-// A running program takes its plan from `file`, anew at every call, so that it may be changed at
-// any time; a plan counts from the first call after its change. Each call that was made to fail is
-// written to `file` + ".made", one line "NAME" or "NAME/DETAIL". Once, before other threads run.
+// From here on the plan in `file` decides which calls fail. Each call reads the file, so the plan
+// may change at any time; a changed plan counts from the next call on. Each call that fails is
+// appended to `file` + ".made" as the line "NAME" or "NAME/DETAIL". Call it once, before the
+// program has other threads.
 void TakeFailuresFrom(const std::wstring& file);
 
-// A plan for a test program, for as long as the object lives. One at a time. Made and ended while
-// no other thread makes calls that the plan names.
+// A plan for a test program, for as long as the object lives. One object at a time. While it is
+// made and while it is destroyed, no other thread may make a call that the plan names.
 class FailingCalls {
  public:
   explicit FailingCalls(std::string_view plan);

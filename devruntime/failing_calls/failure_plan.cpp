@@ -10,7 +10,7 @@ namespace {
 constexpr std::string_view kSeparators = " ,\t\r\n";
 constexpr unsigned long kNoEnd = std::numeric_limits<unsigned long>::max();
 
-std::optional<unsigned long> Number(std::string_view text) {
+std::optional<unsigned long> ParseNumber(std::string_view text) {
   unsigned long number = 0;
   const char* const end = text.data() + text.size();
   const auto [stop, error] = std::from_chars(text.data(), end, number);
@@ -18,7 +18,7 @@ std::optional<unsigned long> Number(std::string_view text) {
   return number;
 }
 
-// Cuts off what follows the mark; nothing where it is not there.
+// Removes the first `mark` and the text after it, and gives that text; nothing without a mark.
 std::optional<std::string_view> CutOff(std::string_view& text, char mark) {
   const size_t at = text.find(mark);
   if (at == std::string_view::npos) return std::nullopt;
@@ -35,20 +35,20 @@ FailurePlan::FailurePlan(std::string_view text) {
     if (start == std::string_view::npos) return;
     text.remove_prefix(start);
     const std::string_view word = text.substr(0, text.find_first_of(kSeparators));
-    words_.push_back(Read(word));
+    words_.push_back(ParseWord(word));
     text.remove_prefix(word.size());
   }
 }
 
-// A word without a last call stands for what cannot be read.
-FailurePlan::Word FailurePlan::Read(std::string_view text) {
+// Where parsing fails, `last` stays 0, and the word matches no call.
+FailurePlan::Word FailurePlan::ParseWord(std::string_view text) {
   Word word;
   const auto error = CutOff(text, '=');
   auto range = CutOff(text, ':');
   word.detail = CutOff(text, '/').value_or("");
   word.name = text;
   if (error) {
-    const auto code = Number(*error);
+    const auto code = ParseNumber(*error);
     if (!code) return word;
     word.error = *code;
   }
@@ -57,7 +57,7 @@ FailurePlan::Word FailurePlan::Read(std::string_view text) {
     return word;
   }
   const auto last = CutOff(*range, '-');
-  const auto first = Number(*range);
+  const auto first = ParseNumber(*range);
   if (!first) return word;
   word.first = *first;
   if (!last) {
@@ -65,12 +65,12 @@ FailurePlan::Word FailurePlan::Read(std::string_view text) {
   } else if (last->empty()) {
     word.last = kNoEnd;
   } else {
-    word.last = Number(*last).value_or(0);
+    word.last = ParseNumber(*last).value_or(0);
   }
   return word;
 }
 
-bool FailurePlan::Fits(const Word& word, std::string_view name, std::string_view detail) {
+bool FailurePlan::Matches(const Word& word, std::string_view name, std::string_view detail) {
   if (word.name != name) return false;
   return word.detail.empty() || detail == word.detail || detail.ends_with("\\" + word.detail);
 }
@@ -78,9 +78,9 @@ bool FailurePlan::Fits(const Word& word, std::string_view name, std::string_view
 FailurePlan::Verdict FailurePlan::Judge(std::string_view name, std::string_view detail) {
   Verdict verdict;
   for (Word& word : words_) {
-    if (!Fits(word, name, detail)) continue;
-    ++word.seen;
-    if (word.seen >= word.first && word.seen <= word.last) verdict = {true, word.error};
+    if (!Matches(word, name, detail)) continue;
+    const unsigned long call = ++word.matchingCalls;
+    if (call >= word.first && call <= word.last) verdict = {true, word.error};
   }
   return verdict;
 }

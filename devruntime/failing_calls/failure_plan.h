@@ -1,4 +1,4 @@
-// Which calls are to fail, as a text says it.
+// The plan that says which calls fail.
 #pragma once
 
 #include <string>
@@ -7,38 +7,38 @@
 
 namespace wendra {
 
-// The text has words, with blanks, commas or line ends between them:
+// The text of a plan is words, separated by spaces, commas, tabs or line ends:
 //
 //   NAME[/DETAIL][:FIRST[-[LAST]]][=ERROR]
 //
-// NAME is a function, DETAIL one of its arguments (a path may be given by its last part). FIRST and
-// LAST count the calls that fit from 1 on: ":3" is the third only, ":3-" the third and all later
-// ones, nothing is all. ERROR is the error code, decimal; without it the function has its own.
-// A word that cannot be read fits no call.
+// NAME is a function. DETAIL is one of its arguments; the last part of a path is enough. FIRST and
+// LAST count the calls that match, from 1: ":3" is the third call, ":3-" the third and all later
+// ones; without them all calls fail. ERROR is the error code in decimal; without it the function
+// has a code of its own. A word that cannot be parsed matches no call.
 class FailurePlan {
  public:
   struct Verdict {
     bool fails = false;
-    unsigned long error = 0;  // 0: the function's own
+    unsigned long error = 0;  // 0: the function's own code
   };
 
   FailurePlan() = default;
   explicit FailurePlan(std::string_view text);
 
-  // To be asked once for each call, since it counts them.
+  // Counts the calls: ask once for each.
   Verdict Judge(std::string_view name, std::string_view detail);
 
  private:
   struct Word {
     std::string name;
-    std::string detail;  // "" fits every call
+    std::string detail;  // "" matches every call
     unsigned long first = 1;
-    unsigned long last = 0;
+    unsigned long last = 0;  // smaller than `first`: the word matches no call
     unsigned long error = 0;
-    unsigned long seen = 0;
+    unsigned long matchingCalls = 0;  // so far
   };
-  static Word Read(std::string_view text);
-  static bool Fits(const Word& word, std::string_view name, std::string_view detail);
+  static Word ParseWord(std::string_view text);
+  static bool Matches(const Word& word, std::string_view name, std::string_view detail);
 
   std::vector<Word> words_;
 };

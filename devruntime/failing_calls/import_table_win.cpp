@@ -16,15 +16,15 @@ const IMAGE_IMPORT_DESCRIPTOR* Imports(const std::uint8_t* base) {
 }
 
 ULONGLONG* FindSlot(std::uint8_t* base, const IMAGE_IMPORT_DESCRIPTOR& library,
-                    const char* wanted) {
-  if (library.OriginalFirstThunk == 0) return nullptr;  // no names left to search
+                    const char* wantedName) {
+  if (library.OriginalFirstThunk == 0) return nullptr;  // the table has no names
   const auto* name = reinterpret_cast<const IMAGE_THUNK_DATA64*>(base + library.OriginalFirstThunk);
   auto* slot = reinterpret_cast<IMAGE_THUNK_DATA64*>(base + library.FirstThunk);
   for (; name->u1.AddressOfData != 0; ++name, ++slot) {
     if (IMAGE_SNAP_BY_ORDINAL64(name->u1.Ordinal)) continue;
     const auto* byName =
         reinterpret_cast<const IMAGE_IMPORT_BY_NAME*>(base + name->u1.AddressOfData);
-    if (std::strcmp(reinterpret_cast<const char*>(byName->Name), wanted) == 0) {
+    if (std::strcmp(reinterpret_cast<const char*>(byName->Name), wantedName) == 0) {
       return &slot->u1.Function;
     }
   }
@@ -33,7 +33,7 @@ ULONGLONG* FindSlot(std::uint8_t* base, const IMAGE_IMPORT_DESCRIPTOR& library,
 
 }  // namespace
 
-ULONGLONG* FindImportOfProgram(const char* name) {
+ULONGLONG* FindImport(const char* name) {
   auto* base = reinterpret_cast<std::uint8_t*>(GetModuleHandleW(nullptr));
   const IMAGE_IMPORT_DESCRIPTOR* library = Imports(base);
   for (; library && library->Name != 0; ++library) {
@@ -42,13 +42,12 @@ ULONGLONG* FindImportOfProgram(const char* name) {
   return nullptr;
 }
 
-void* RedirectImport(ULONGLONG* slot, void* replacement) {
+bool WriteImport(ULONGLONG* slot, ULONGLONG address) {
   DWORD protection = 0;
-  if (!VirtualProtect(slot, sizeof(*slot), PAGE_READWRITE, &protection)) return nullptr;
-  void* const before = reinterpret_cast<void*>(*slot);
-  *slot = reinterpret_cast<ULONGLONG>(replacement);
-  VirtualProtect(slot, sizeof(*slot), protection, &protection);
-  return before;
+  if (!VirtualProtect(slot, sizeof(*slot), PAGE_READWRITE, &protection)) return false;
+  *slot = address;
+  (void)VirtualProtect(slot, sizeof(*slot), protection, &protection);
+  return true;
 }
 
 }  // namespace wendra

@@ -2,24 +2,22 @@
 
 #include <charconv>
 
-#include "win/unique.h"
+#include "devruntime/webview2/web_socket_win.h"
+#include "json/objects.h"
+#include "win/file.h"
 #include "win/wide.h"
 
 namespace wendra {
 namespace {
 
-constexpr DWORD kPollMs = 20;  // the file appears once, within some 100 ms of the browser's start
-constexpr DWORD kMaxFileBytes = 1024;
+constexpr DWORD kPollMs = 20;  // the file appears about 100 ms after the browser's start
+constexpr size_t kMaxFileBytes = 1024;
 
-std::string ReadSmallFile(const std::wstring& file) {
-  const FileHandle handle(CreateFileW(file.c_str(), GENERIC_READ,
-                                      FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE,
-                                      nullptr, OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr));
-  if (!handle) return {};
+std::string ReadSmallFile(const std::wstring& path) {
+  const FileHandle file = OpenForReading(path);
+  if (!file) return {};
   std::string text(kMaxFileBytes, '\0');
-  DWORD got = 0;
-  if (!ReadFile(handle.Get(), text.data(), kMaxFileBytes, &got, nullptr)) return {};
-  text.resize(got);
+  text.resize(ReadInto(file, text));
   return text;
 }
 
@@ -40,12 +38,21 @@ std::optional<BrowserPort> ReadBrowserPort(const std::wstring& file) {
 }
 
 std::optional<BrowserPort> WaitForBrowserPort(const std::wstring& file, DWORD waitMs) {
-  const ULONGLONG deadline = GetTickCount64() + waitMs;
+  const ULONGLONG deadlineMs = GetTickCount64() + waitMs;
   for (;;) {
     if (auto found = ReadBrowserPort(file)) return found;
-    if (GetTickCount64() >= deadline) return std::nullopt;
+    if (GetTickCount64() >= deadlineMs) return std::nullopt;
     Sleep(kPollMs);
   }
+}
+
+// The browser gives its product, "Name/1.2.3.4".
+std::string ReadBrowserVersion(INTERNET_PORT port) {
+  const auto facts = ParseJsonObject(GetLocalText(port, L"/json/version"));
+  if (!facts) return {};
+  const std::string& product = TextOf(*facts, "Browser");
+  const size_t slash = product.find('/');
+  return slash == std::string::npos ? std::string() : product.substr(slash + 1);
 }
 
 }  // namespace wendra

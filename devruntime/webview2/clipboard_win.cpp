@@ -5,18 +5,20 @@
 namespace wendra {
 namespace {
 
+// Opens the clipboard for one scope; false when another program has it open.
 class OpenedClipboard {
  public:
-  explicit OpenedClipboard(HWND owner) : open_(OpenClipboard(owner)) {}
+  explicit OpenedClipboard(HWND owner) : isOpen_(OpenClipboard(owner) != FALSE) {}
   ~OpenedClipboard() {
-    if (open_) CloseClipboard();
+    if (isOpen_) CloseClipboard();
   }
   OpenedClipboard(const OpenedClipboard&) = delete;
   OpenedClipboard& operator=(const OpenedClipboard&) = delete;
-  explicit operator bool() const { return open_ != FALSE; }
+
+  explicit operator bool() const { return isOpen_; }
 
  private:
-  BOOL open_;
+  const bool isOpen_;
 };
 
 }  // namespace
@@ -39,7 +41,8 @@ void WriteClipboardText(HWND owner, const std::wstring& text) {
   if (!memory) return;
   std::memcpy(GlobalLock(memory), text.c_str(), bytes);
   GlobalUnlock(memory);
-  if (!SetClipboardData(CF_UNICODETEXT, memory)) GlobalFree(memory);  // else the system's now
+  // On success the system owns the memory.
+  if (!SetClipboardData(CF_UNICODETEXT, memory)) GlobalFree(memory);
 }
 
 }  // namespace wendra

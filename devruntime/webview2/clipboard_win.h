@@ -7,7 +7,7 @@
 
 namespace wendra {
 
-// "" if there is none. `owner` belongs to the calling thread.
+// `owner` is a window of the calling thread. Without text the result is "".
 std::wstring ReadClipboardText(HWND owner);
 void WriteClipboardText(HWND owner, const std::wstring& text);
 

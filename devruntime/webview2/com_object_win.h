@@ -1,36 +1,40 @@
-// Reference counting for objects that implement one COM interface, and a pointer that shares them.
+// COM objects of the stand-in: reference counting, shared references, and out-parameters.
 #pragma once
 
 #include <cwchar>
+#include <string>
 #include <string_view>
-#include <utility>
-
-#include <windows.h>
-#include <objbase.h>
 
 #include "webview/webview2_win.h"
+#include "win/unique.h"
 #include "win/wide.h"
+
+#include <windows.h>
+
+#include <objbase.h>
 
 namespace wendra {
 
-// Base of an object that implements `Interface` and nothing else. It starts with one reference,
-// which belongs to whoever made it, and deletes itself at the last Release, on that thread.
+// Base of an object that implements `Interface` and nothing else. A new object has one reference,
+// which belongs to its maker. The last Release deletes the object, on the calling thread.
 template <typename Interface>
 class ComObject : public Interface {
  public:
-  HRESULT STDMETHODCALLTYPE QueryInterface(REFIID riid, void** object) override {
+  HRESULT STDMETHODCALLTYPE QueryInterface(REFIID iid, void** object) override {
     if (!object) return E_POINTER;
-    if (riid == kIidOf<IUnknown> || riid == kIidOf<Interface>) {
-      *object = static_cast<Interface*>(this);
-      AddRef();
-      return S_OK;
+    if (iid != kIidOf<Interface> && iid != kIidOf<IUnknown>) {
+      *object = nullptr;
+      return E_NOINTERFACE;
     }
-    *object = nullptr;
-    return E_NOINTERFACE;
+    AddRef();
+    *object = static_cast<Interface*>(this);
+    return S_OK;
   }
+
   ULONG STDMETHODCALLTYPE AddRef() override {
     return static_cast<ULONG>(InterlockedIncrement(&references_));
   }
+
   ULONG STDMETHODCALLTYPE Release() override {
     const LONG left = InterlockedDecrement(&references_);
     if (left == 0) delete this;
@@ -47,46 +51,30 @@ class ComObject : public Interface {
   LONG references_ = 1;
 };
 
-// One shared reference; copies share. May be null.
-template <typename T>
-class ComRef {
+// A ComOwner that can be copied, because std::function copies the callables that hold it. Each copy
+// has a reference of its own. May be empty.
+template <typename Interface>
+class ComRef : public ComOwner<Interface> {
  public:
+  using ComOwner<Interface>::ComOwner;  // takes over a reference
+
   ComRef() = default;
-  explicit ComRef(T* object) : object_(object) {  // takes a further reference
-    if (object_) object_->AddRef();
-  }
-  static ComRef Adopt(T* object) {  // takes over the maker's reference
-    ComRef ref;
-    ref.object_ = object;
-    return ref;
-  }
-  ComRef(const ComRef& other) : ComRef(other.object_) {}
-  ComRef(ComRef&& other) noexcept : object_(std::exchange(other.object_, nullptr)) {}
+  ComRef(const ComRef& other) : ComRef(Share(other.Get())) {}
+  ComRef(ComRef&& other) noexcept = default;
   ComRef& operator=(ComRef other) noexcept {
-    std::swap(object_, other.object_);
+    this->Reset(other.Release());
     return *this;
   }
-  ~ComRef() {
-    if (object_) object_->Release();
+  ~ComRef() = default;
+
+  // Takes a further reference to `object`, which may be null.
+  static ComRef Share(Interface* object) {
+    if (object) object->AddRef();
+    return ComRef(object);
   }
-
-  explicit operator bool() const { return object_ != nullptr; }
-  T* Get() const { return object_; }
-  T* operator->() const { return object_; }
-
-  // For an [out] parameter: null or a further reference.
-  HRESULT CopyTo(T** out) const {
-    if (!out) return E_POINTER;
-    if (object_) object_->AddRef();
-    *out = object_;
-    return S_OK;
-  }
-
- private:
-  T* object_ = nullptr;
 };
 
-// Text for an [out] parameter, which the caller frees.
+// Copies a text into an out-parameter; the caller frees it with CoTaskMemFree.
 inline HRESULT CopyTextTo(std::string_view utf8, LPWSTR* out) {
   if (!out) return E_POINTER;
   *out = nullptr;
@@ -104,6 +92,14 @@ HRESULT CopyValueTo(const T& value, T* out) {
   if (!out) return E_POINTER;
   *out = value;
   return S_OK;
+}
+
+// The result of a method that the stand-in does not offer. `out` becomes null, so that a caller
+// that ignores the result does not use an undefined pointer.
+template <typename T>
+HRESULT NotOffered(T** out) {
+  if (out) *out = nullptr;
+  return E_NOTIMPL;
 }
 
 }  // namespace wendra

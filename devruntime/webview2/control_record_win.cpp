@@ -8,33 +8,34 @@
 namespace wendra {
 namespace {
 
-// The end of the process is told to the DLL without any object; never freed, since that end comes
-// after all destructors.
+// DllMain gets no data of ours, so it finds the records here. Never freed: it runs after all
+// destructors.
 std::vector<std::weak_ptr<ControlRecord>>* records = nullptr;
 
 }  // namespace
 
-ControlRecord::ControlRecord(const Settings& settings)
+ControlRecord::ControlRecord(const ControlSettings& settings)
     : events_(std::make_shared<EventFile>(settings.eventsFile)),
       timings_(std::make_shared<HandlerTimings>(settings.timingsFile)) {}
 
-void ControlRecord::TellClosed(bool hasParent) {
-  if (std::exchange(told_, true)) return;
+void ControlRecord::ReportClosed(bool hasParent) {
+  if (std::exchange(isReported_, true)) return;
   timings_->Write();
   events_->Write(MakeObject({{"event", "closed"}, {"hasParent", hasParent}}));
 }
 
-std::shared_ptr<ControlRecord> MakeControlRecord(const Settings& settings) {
+std::shared_ptr<ControlRecord> MakeControlRecord(const ControlSettings& settings) {
   auto record = std::make_shared<ControlRecord>(settings);
   if (!records) records = new std::vector<std::weak_ptr<ControlRecord>>;
   records->push_back(record);
   return record;
 }
 
-void TellClosedAtProcessEnd() {
+void ReportClosedAtProcessEnd() {
   if (!records) return;
-  for (const auto& weak : *records)
-    if (const auto record = weak.lock()) record->TellClosed(false);
+  for (const auto& weak : *records) {
+    if (const auto record = weak.lock()) record->ReportClosed(false);
+  }
 }
 
 }  // namespace wendra

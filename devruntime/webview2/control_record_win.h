@@ -1,10 +1,10 @@
-// What is reported about a control when it ends: that it has, and how its handlers did. Also when
-// the host just exits.
+// What tools learn about a control when it ends: that it has closed, and how long the host's
+// handlers took.
 #pragma once
 
 #include <memory>
 
-#include "devruntime/webview2/event_file_win.h"
+#include "devruntime/base/event_file_win.h"
 #include "devruntime/webview2/handler_timings_win.h"
 #include "devruntime/webview2/settings_win.h"
 
@@ -12,25 +12,26 @@ namespace wendra {
 
 class ControlRecord {
  public:
-  explicit ControlRecord(const Settings& settings);
+  explicit ControlRecord(const ControlSettings& settings);
 
   const std::shared_ptr<const EventFile>& Events() const { return events_; }
   const std::shared_ptr<HandlerTimings>& Timings() const { return timings_; }
 
-  // Writes the report; from the second time on it does nothing. `hasParent`: whether the window
-  // that the control was in is still there.
-  void TellClosed(bool hasParent);
+  // Writes both reports; the second call does nothing. `hasParent`: whether the control's parent
+  // window still exists.
+  void ReportClosed(bool hasParent);
 
  private:
-  std::shared_ptr<const EventFile> events_;
-  std::shared_ptr<HandlerTimings> timings_;
-  bool told_ = false;
+  const std::shared_ptr<const EventFile> events_;
+  const std::shared_ptr<HandlerTimings> timings_;
+  bool isReported_ = false;
 };
 
-// UI thread. The record is told to report when the process ends, if it still lives then.
-std::shared_ptr<ControlRecord> MakeControlRecord(const Settings& settings);
+// A record that also reports when the process ends before the control has closed. UI thread.
+std::shared_ptr<ControlRecord> MakeControlRecord(const ControlSettings& settings);
 
-// While the process ends and no other thread runs any more.
-void TellClosedAtProcessEnd();
+// Reports what has not been reported. Call it while the process ends, when no other thread runs any
+// more.
+void ReportClosedAtProcessEnd();
 
 }  // namespace wendra

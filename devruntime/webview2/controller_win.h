@@ -1,4 +1,4 @@
-// The control in the host's window: its place, its visibility, its end.
+// The control in the host's window: its bounds, its visibility, its end.
 #pragma once
 
 #include <memory>
@@ -7,7 +7,7 @@
 #include "devruntime/webview2/devtools_connection_win.h"
 #include "devruntime/webview2/gate_win.h"
 #include "devruntime/webview2/page_window_win.h"
-#include "devruntime/webview2/unoffered_controller_win.h"
+#include "devruntime/webview2/unoffered_win.h"
 #include "devruntime/webview2/web_view_win.h"
 
 namespace wendra {
@@ -16,10 +16,11 @@ class Controller final : public UnofferedController {
  public:
   using CreatedHandler = ICoreWebView2CreateCoreWebView2ControllerCompletedHandler;
 
-  // Invokes `handler` once, later, from the queue. `environment` is held as long as the controller.
+  // Invokes `handler` once, later, from `queue`. The controller holds `environment` as long as it
+  // lives.
   static void Create(ComRef<IUnknown> environment, const std::shared_ptr<UiQueue>& queue,
-                     std::shared_ptr<DevToolsConnection> connection, const Settings& settings,
-                     HWND parent, ComRef<CreatedHandler> handler);
+                     std::shared_ptr<DevToolsConnection> connection,
+                     const ControlSettings& settings, HWND parent, ComRef<CreatedHandler> handler);
 
   HRESULT STDMETHODCALLTYPE get_IsVisible(BOOL* isVisible) override;
   HRESULT STDMETHODCALLTYPE put_IsVisible(BOOL isVisible) override;
@@ -36,19 +37,19 @@ class Controller final : public UnofferedController {
  private:
   class Creation;
 
-  Controller(ComRef<IUnknown> environment, std::shared_ptr<UiQueue> queue, const Settings& settings,
-             HWND parent);
+  Controller(ComRef<IUnknown> environment, std::shared_ptr<UiQueue> queue,
+             const ControlSettings& settings, HWND parent);
   ~Controller() override;
 
   void Open(const std::shared_ptr<UiQueue>& queue, std::shared_ptr<DevToolsConnection> connection,
-            const Settings& settings, const std::shared_ptr<Creation>& creation);
+            const ControlSettings& settings, const std::shared_ptr<Creation>& creation);
   bool HasParent() const;
-  void Shut();
+  void ShutDown();
 
   const ComRef<IUnknown> environment_;
   const std::shared_ptr<Gate> gate_;
   const std::shared_ptr<ControlRecord> record_;
-  const bool hasView_;  // get_CoreWebView2 gives it
+  const bool hasView_;  // false: get_CoreWebView2 fails
   HWND parent_;
   RECT bounds_{};
   BOOL isVisible_ = TRUE;

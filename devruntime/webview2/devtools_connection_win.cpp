@@ -1,18 +1,19 @@
 #include "devruntime/webview2/devtools_connection_win.h"
 
-#include <stdexcept>
-#include <thread>
+#include <mutex>
 #include <utility>
 #include <vector>
 
+#include "base/thread.h"
 #include "devruntime/webview2/browser_port_win.h"
+#include "json/objects.h"
 
 namespace wendra {
 namespace {
 
 constexpr size_t kMaxTraceBytes = 500;
 
-// The network events are many and only two of them matter: the others are not even parsed.
+// There are many network events, and only two of them are used. The others are not even parsed.
 // Chromium writes the method first.
 bool IsOfInterest(std::string_view message) {
   constexpr std::string_view kNetwork = "{\"method\":\"Network.";
@@ -21,82 +22,70 @@ bool IsOfInterest(std::string_view message) {
   return message.starts_with("requestWillBeSent\"") || message.starts_with("loadingFailed\"");
 }
 
-bool ParseMessage(std::string_view text, Json& message) {
-  try {
-    return Parse(text, message);
-  } catch (const std::out_of_range&) {
-    return false;  // no message of the protocol that we read holds such a number
-  }
-}
-
 }  // namespace
 
-std::string VersionOfProduct(std::string_view product) {
-  const size_t slash = product.find('/');
-  return slash == std::string_view::npos ? std::string() : std::string(product.substr(slash + 1));
-}
-
 std::shared_ptr<DevToolsConnection> DevToolsConnection::Start(
-    const Settings& settings, std::function<void(bool)> onConnected) {
+    const ControlSettings& settings, std::function<void(bool)> onConnected) {
   auto connection = std::make_shared<DevToolsConnection>();
-  // The thread owns a share: a connection that nobody wants any more ends when its socket does.
-  std::thread([connection, settings, onConnected = std::move(onConnected)]() mutable {
+  // The thread owns a share, so the connection lives at least as long as its socket is open.
+  (void)StartDetachedThread([connection, settings, onConnected = std::move(onConnected)]() mutable {
     connection->Run(settings, std::move(onConnected));
-  }).detach();
+  });
   return connection;
 }
 
-void DevToolsConnection::Run(const Settings& settings, std::function<void(bool)> onConnected) {
+void DevToolsConnection::Run(const ControlSettings& settings,
+                             std::function<void(bool)> onConnected) {
   const bool connected = Connect(settings);
   onConnected(connected);
-  onConnected = nullptr;  // it holds those who wait, and they may hold this connection
+  onConnected = nullptr;  // the objects that it holds may hold this connection
   if (!connected) return;
   std::string message;
   while (socket_.Receive(message)) Dispatch(message);
   FailEverything();
 }
 
-bool DevToolsConnection::Connect(const Settings& settings) {
+bool DevToolsConnection::Connect(const ControlSettings& settings) {
   if (!settings.traceFile.empty()) trace_ = std::make_unique<EventFile>(settings.traceFile);
   const auto where = WaitForBrowserPort(settings.browserPortFile, settings.browserWaitMs);
   if (!where || !socket_.Connect(where->port, where->path)) {
     SetState(State::kGone);
     return false;
   }
-  Json version;
-  if (ParseMessage(GetLocalText(where->port, L"/json/version"), version)) {
-    const std::lock_guard lock(mutex_);
-    browserVersion_ = VersionOfProduct(TextOf(version, "Browser"));
+  std::string version = ReadBrowserVersion(where->port);
+  {
+    const std::lock_guard<Lock> lock(lock_);
+    browserVersion_ = std::move(version);
   }
   SetState(State::kOpen);
   return true;
 }
 
 void DevToolsConnection::SetState(State state) {
-  const std::lock_guard lock(mutex_);
+  const std::lock_guard<Lock> lock(lock_);
   state_ = state;
-  stateChanged_.notify_all();
+  stateChanged_.WakeAll();
 }
 
 bool DevToolsConnection::WaitUntilConnected() {
-  std::unique_lock lock(mutex_);
-  stateChanged_.wait(lock, [this] { return state_ != State::kConnecting; });
+  const std::lock_guard<Lock> lock(lock_);
+  stateChanged_.Wait(lock_, [this] { return state_ != State::kConnecting; });
   return state_ == State::kOpen;
 }
 
 bool DevToolsConnection::IsOpen() {
-  const std::lock_guard lock(mutex_);
+  const std::lock_guard<Lock> lock(lock_);
   return state_ == State::kOpen;
 }
 
 std::string DevToolsConnection::BrowserVersion() {
-  const std::lock_guard lock(mutex_);
+  const std::lock_guard<Lock> lock(lock_);
   return browserVersion_;
 }
 
-// The number of a new call, and its reply is taken; 0 if the connection is gone.
+// The id of a new call, whose reply is moved into the table; 0 without a connection.
 std::int64_t DevToolsConnection::Register(std::string_view sessionId, Reply& reply) {
-  const std::lock_guard lock(mutex_);
+  const std::lock_guard<Lock> lock(lock_);
   if (state_ != State::kOpen) return 0;
   const std::int64_t id = ++lastId_;
   if (reply) pending_.emplace(id, Pending{std::string(sessionId), std::move(reply)});
@@ -115,28 +104,28 @@ void DevToolsConnection::Call(std::string_view sessionId, std::string_view metho
   message.append(",\"method\":\"").append(method).append("\",\"params\":");
   Serialize(params, message);
   message += '}';
-  // A send that fails needs no answer here: the receiving thread finds the socket dead as well and
-  // fails whatever is pending.
   Trace(" -> ", message);
-  socket_.Send(message);
+  // When sending fails, the receiving thread fails too and completes all pending calls.
+  (void)socket_.Send(message);
 }
 
 void DevToolsConnection::Listen(const std::string& sessionId, Listener listener) {
-  const std::lock_guard lock(mutex_);
+  const std::lock_guard<Lock> lock(lock_);
   listeners_[sessionId] = std::make_shared<const Listener>(std::move(listener));
 }
 
 void DevToolsConnection::StopListening(const std::string& sessionId) {
-  const std::lock_guard lock(mutex_);
+  const std::lock_guard<Lock> lock(lock_);
   listeners_.erase(sessionId);
 }
 
 void DevToolsConnection::Abandon(const std::string& sessionId) {
   std::vector<Reply> replies;
   {
-    const std::lock_guard lock(mutex_);
-    for (auto& [id, call] : pending_)
+    const std::lock_guard<Lock> lock(lock_);
+    for (auto& [id, call] : pending_) {
       if (call.sessionId == sessionId) replies.push_back(std::move(call.reply));
+    }
     std::erase_if(pending_, [&](const auto& entry) { return entry.second.sessionId == sessionId; });
   }
   for (const Reply& reply : replies) reply(nullptr);
@@ -152,19 +141,20 @@ void DevToolsConnection::Trace(const char* direction, std::string_view message) 
 
 void DevToolsConnection::Dispatch(std::string_view message) {
   Trace(" <- ", message);
-  Json parsed;
-  if (!IsOfInterest(message) || !ParseMessage(message, parsed)) return;
-  if (const Json* id = parsed.Find("id")) {
-    DispatchReply(static_cast<std::int64_t>(id->number), parsed);
+  if (!IsOfInterest(message)) return;
+  auto parsed = ParseJsonObject(message);
+  if (!parsed) return;
+  if (const Json* id = parsed->Find("id")) {
+    DispatchReply(static_cast<std::int64_t>(id->number), *parsed);
   } else {
-    DispatchEvent(parsed);
+    DispatchEvent(*parsed);
   }
 }
 
 void DevToolsConnection::DispatchReply(std::int64_t id, const Json& message) {
   Reply reply;
   {
-    const std::lock_guard lock(mutex_);
+    const std::lock_guard<Lock> lock(lock_);
     const auto found = pending_.find(id);
     if (found == pending_.end()) return;
     reply = std::move(found->second.reply);
@@ -176,7 +166,7 @@ void DevToolsConnection::DispatchReply(std::int64_t id, const Json& message) {
 void DevToolsConnection::DispatchEvent(Json& message) {
   std::shared_ptr<const Listener> listener;
   {
-    const std::lock_guard lock(mutex_);
+    const std::lock_guard<Lock> lock(lock_);
     const auto found = listeners_.find(TextOf(message, "sessionId"));
     if (found == listeners_.end()) return;
     listener = found->second;
@@ -192,14 +182,15 @@ void DevToolsConnection::FailEverything() {
   std::unordered_map<std::int64_t, Pending> pending;
   std::unordered_map<std::string, std::shared_ptr<const Listener>> listeners;
   {
-    const std::lock_guard lock(mutex_);
+    const std::lock_guard<Lock> lock(lock_);
     state_ = State::kGone;
     pending.swap(pending_);
     listeners.swap(listeners_);
   }
   for (const auto& [id, call] : pending) call.reply(nullptr);
-  for (const auto& [id, listener] : listeners)
+  for (const auto& [id, listener] : listeners) {
     if (listener->onClosed) listener->onClosed();
+  }
 }
 
 }  // namespace wendra

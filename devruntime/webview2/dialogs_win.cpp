@@ -1,9 +1,11 @@
 #include "devruntime/webview2/dialogs_win.h"
 
-#include <thread>
 #include <utility>
 
+#include "base/thread.h"
 #include "win/wide.h"
+
+#include <windows.h>
 
 namespace wendra {
 namespace {
@@ -21,13 +23,13 @@ void AnswerDialog(DialogAnswer answer, const std::string& type, const std::strin
     done(answer == DialogAnswer::kAccept, defaultText);
     return;
   }
-  // Without an owner window: an owner on another thread would make the two wait for each other.
-  std::thread([text = BoxText(type, message), alert = type == "alert", defaultText,
-               done = std::move(done)] {
-    const UINT buttons = alert ? MB_OK : MB_OKCANCEL;
+  // No owner window: it belongs to another thread, and the two threads would wait for each other.
+  (void)StartDetachedThread([text = BoxText(type, message), isAlert = type == "alert", defaultText,
+                             done = std::move(done)] {
+    const UINT buttons = isAlert ? MB_OK : MB_OKCANCEL;
     const int pressed = MessageBoxW(nullptr, text.c_str(), L"Page", buttons | MB_TOPMOST);
     done(pressed == IDOK, defaultText);
-  }).detach();
+  });
 }
 
 }  // namespace wendra

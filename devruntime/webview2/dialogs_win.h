@@ -1,5 +1,4 @@
-// The page's own dialogs: alert, confirm, prompt, beforeunload. The page stands still until each is
-// answered.
+// Dialogs of a page: alert, confirm, prompt, beforeunload. The page stops until each is answered.
 #pragma once
 
 #include <functional>
@@ -9,12 +8,12 @@
 
 namespace wendra {
 
-// Gets the answer, and the text of a prompt. Called once: before AnswerDialog returns when the
-// answer is settled, otherwise later on a thread of the dialog's own.
-using DialogDone = std::function<void(bool accept, const std::string& text)>;
+// Gets the answer, and the text of a prompt. Called once. When the settings give the answer, it is
+// called before AnswerDialog returns; otherwise later, on a thread of its own.
+using DialogDone = std::function<void(bool isAccepted, const std::string& text)>;
 
-// Any thread; does not block. `type` is the protocol's word. A prompt that is accepted answers with
-// its default text: a message box has no field to type into.
+// Does not block. `type` is the protocol's word. A message box has no edit field, so an accepted
+// prompt answers with its default text. Any thread.
 void AnswerDialog(DialogAnswer answer, const std::string& type, const std::string& message,
                   const std::string& defaultText, DialogDone done);
 

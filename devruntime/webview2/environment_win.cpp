@@ -7,7 +7,8 @@
 
 namespace wendra {
 
-HRESULT Environment::Create(const Settings& settings, const ComRef<CreatedHandler>& handler) {
+HRESULT Environment::Create(const ControlSettings& settings,
+                            const ComRef<CreatedHandler>& handler) {
   auto queue = UiQueue::Create();
   if (!queue) return E_FAIL;
   if (settings.creation == CreationMode::kNever) return S_OK;
@@ -15,11 +16,11 @@ HRESULT Environment::Create(const Settings& settings, const ComRef<CreatedHandle
     queue->Post([queue, handler] { handler->Invoke(E_FAIL, nullptr); });
     return S_OK;
   }
-  const auto environment = ComRef<Environment>::Adopt(new Environment(settings, std::move(queue)));
+  const ComOwner<Environment> environment(new Environment(settings, std::move(queue)));
   return environment->Connect(handler);
 }
 
-Environment::Environment(const Settings& settings, std::shared_ptr<UiQueue> queue)
+Environment::Environment(const ControlSettings& settings, std::shared_ptr<UiQueue> queue)
     : settings_(settings), queue_(std::move(queue)) {}
 
 Environment::~Environment() {
@@ -27,14 +28,15 @@ Environment::~Environment() {
 }
 
 HRESULT Environment::Connect(const ComRef<CreatedHandler>& handler) {
-  const bool now = settings_.creation == CreationMode::kSync;
-  const auto tell = [self = ComRef<Environment>(this), handler](bool connected) {
-    handler->Invoke(connected ? S_OK : E_FAIL, connected ? self.Get() : nullptr);
+  const bool isSync = settings_.creation == CreationMode::kSync;
+  const auto report = [self = ComRef<Environment>::Share(this), handler](bool isConnected) {
+    handler->Invoke(isConnected ? S_OK : E_FAIL, isConnected ? self.Get() : nullptr);
   };
-  connection_ = DevToolsConnection::Start(settings_, [queue = queue_, tell, now](bool connected) {
-    if (!now) queue->Post([tell, connected] { tell(connected); });
-  });
-  if (now) tell(connection_->WaitUntilConnected());
+  connection_ =
+      DevToolsConnection::Start(settings_, [queue = queue_, report, isSync](bool isConnected) {
+        if (!isSync) queue->Post([report, isConnected] { report(isConnected); });
+      });
+  if (isSync) report(connection_->WaitUntilConnected());
   return S_OK;
 }
 
@@ -43,22 +45,21 @@ HRESULT Environment::CreateCoreWebView2Controller(
   if (!queue_->IsThisThread()) return kWrongThread;
   if (!handler) return E_POINTER;
   if (parentWindow != HWND_MESSAGE && !IsWindow(parentWindow)) return E_INVALIDARG;
-  Controller::Create(ComRef<IUnknown>(this), queue_, connection_, settings_, parentWindow,
-                     ComRef<Controller::CreatedHandler>(handler));
+  Controller::Create(ComRef<IUnknown>::Share(this), queue_, connection_, settings_, parentWindow,
+                     ComRef<Controller::CreatedHandler>::Share(handler));
   return S_OK;
 }
 
 HRESULT Environment::CreateWebResourceResponse(IStream*, int, LPCWSTR, LPCWSTR,
                                                ICoreWebView2WebResourceResponse** response) {
-  if (response) *response = nullptr;
-  return E_NOTIMPL;
+  return NotOffered(response);
 }
 
 HRESULT Environment::get_BrowserVersionString(LPWSTR* versionInfo) {
   return CopyTextTo(connection_->BrowserVersion(), versionInfo);
 }
 
-// The browser is never replaced while it runs, so the event would never come.
+// Nothing replaces the browser while it runs, so the event would never be raised.
 HRESULT Environment::add_NewBrowserVersionAvailable(
     ICoreWebView2NewBrowserVersionAvailableEventHandler*, EventRegistrationToken*) {
   return E_NOTIMPL;

@@ -1,4 +1,4 @@
-// The environment: one connection to the browser, and the controllers that share it.
+// The environment: it owns the connection to the browser, and makes controllers that share it.
 #pragma once
 
 #include <memory>
@@ -14,9 +14,9 @@ class Environment final : public ComObject<ICoreWebView2Environment> {
  public:
   using CreatedHandler = ICoreWebView2CreateCoreWebView2EnvironmentCompletedHandler;
 
-  // Invokes `handler` once, later, from the message loop of this thread; as the settings say, it
-  // may also be before this returns, with a failure, or never.
-  static HRESULT Create(const Settings& settings, const ComRef<CreatedHandler>& handler);
+  // Invokes `handler` once, later, from the message loop of this thread. The settings may ask for
+  // another course, see CreationMode.
+  static HRESULT Create(const ControlSettings& settings, const ComRef<CreatedHandler>& handler);
 
   HRESULT STDMETHODCALLTYPE CreateCoreWebView2Controller(
       HWND parentWindow,
@@ -32,12 +32,12 @@ class Environment final : public ComObject<ICoreWebView2Environment> {
   remove_NewBrowserVersionAvailable(EventRegistrationToken token) override;
 
  private:
-  Environment(const Settings& settings, std::shared_ptr<UiQueue> queue);
+  Environment(const ControlSettings& settings, std::shared_ptr<UiQueue> queue);
   ~Environment() override;
 
   HRESULT Connect(const ComRef<CreatedHandler>& handler);
 
-  const Settings settings_;
+  const ControlSettings settings_;
   const std::shared_ptr<UiQueue> queue_;
   std::shared_ptr<DevToolsConnection> connection_;
 };

@@ -5,27 +5,20 @@
 namespace wendra {
 namespace {
 
-HRESULT CopyTruthTo(bool value, BOOL* out) { return CopyValueTo(value ? TRUE : FALSE, out); }
-
-// For what is not offered: a caller that looks at the pointer first must not find rubbish.
-template <typename T>
-HRESULT Nothing(T** out) {
-  if (!out) return E_POINTER;
-  *out = nullptr;
-  return E_NOTIMPL;
-}
+HRESULT CopyBoolTo(bool value, BOOL* out) { return CopyValueTo(value ? TRUE : FALSE, out); }
 
 }  // namespace
 
 HRESULT NavigationStartingArgs::get_Uri(LPWSTR* uri) { return CopyTextTo(navigation_.uri, uri); }
 HRESULT NavigationStartingArgs::get_IsUserInitiated(BOOL* isUserInitiated) {
-  return CopyTruthTo(navigation_.userInitiated, isUserInitiated);
+  return CopyBoolTo(navigation_.isUserInitiated, isUserInitiated);
 }
 HRESULT NavigationStartingArgs::get_IsRedirected(BOOL* isRedirected) {
-  return CopyTruthTo(navigation_.redirected, isRedirected);
+  return CopyBoolTo(navigation_.isRedirected, isRedirected);
 }
 HRESULT NavigationStartingArgs::get_RequestHeaders(ICoreWebView2HttpRequestHeaders** headers) {
-  return Nothing(headers);
+  if (!headers) return E_POINTER;
+  return NotOffered(headers);
 }
 HRESULT NavigationStartingArgs::get_Cancel(BOOL* cancel) { return CopyValueTo(cancel_, cancel); }
 HRESULT NavigationStartingArgs::put_Cancel(BOOL cancel) {
@@ -40,7 +33,7 @@ HRESULT NewWindowArgs::get_Uri(LPWSTR* uri) { return CopyTextTo(window_.uri, uri
 HRESULT NewWindowArgs::put_NewWindow(ICoreWebView2*) { return E_NOTIMPL; }
 HRESULT NewWindowArgs::get_NewWindow(ICoreWebView2** newWindow) {
   if (!newWindow) return E_POINTER;
-  *newWindow = nullptr;  // none was put
+  *newWindow = nullptr;  // put_NewWindow takes none
   return S_OK;
 }
 HRESULT NewWindowArgs::put_Handled(BOOL handled) {
@@ -49,11 +42,15 @@ HRESULT NewWindowArgs::put_Handled(BOOL handled) {
 }
 HRESULT NewWindowArgs::get_Handled(BOOL* handled) { return CopyValueTo(handled_, handled); }
 HRESULT NewWindowArgs::get_IsUserInitiated(BOOL* isUserInitiated) {
-  return CopyTruthTo(window_.userInitiated, isUserInitiated);
+  return CopyBoolTo(window_.isUserInitiated, isUserInitiated);
 }
-HRESULT NewWindowArgs::GetDeferral(ICoreWebView2Deferral** deferral) { return Nothing(deferral); }
+HRESULT NewWindowArgs::GetDeferral(ICoreWebView2Deferral** deferral) {
+  if (!deferral) return E_POINTER;
+  return NotOffered(deferral);
+}
 HRESULT NewWindowArgs::get_WindowFeatures(ICoreWebView2WindowFeatures** value) {
-  return Nothing(value);
+  if (!value) return E_POINTER;
+  return NotOffered(value);
 }
 
 HRESULT WebMessageArgs::get_Source(LPWSTR* value) {
@@ -68,14 +65,14 @@ HRESULT WebMessageArgs::TryGetWebMessageAsString(LPWSTR* value) {
   const HandlerTimings::Call call(*timings_);
   if (!value) return E_POINTER;
   *value = nullptr;
-  if (!message_.json.starts_with('"')) return E_INVALIDARG;  // what was posted was no string
+  if (!message_.json.starts_with('"')) return E_INVALIDARG;  // the page posted no string
   Json text;
   if (!Parse(message_.json, text)) return E_INVALIDARG;
   return CopyTextTo(text.text, value);
 }
 
 HRESULT NavigationCompletedArgs::get_IsSuccess(BOOL* isSuccess) {
-  return CopyTruthTo(done_.success, isSuccess);
+  return CopyBoolTo(done_.isSuccess, isSuccess);
 }
 HRESULT NavigationCompletedArgs::get_WebErrorStatus(COREWEBVIEW2_WEB_ERROR_STATUS* status) {
   return CopyValueTo(static_cast<COREWEBVIEW2_WEB_ERROR_STATUS>(done_.error), status);
@@ -85,11 +82,11 @@ HRESULT NavigationCompletedArgs::get_NavigationId(UINT64* navigationId) {
 }
 
 HRESULT SourceChangedArgs::get_IsNewDocument(BOOL* value) {
-  return CopyTruthTo(isNewDocument_, value);
+  return CopyBoolTo(isNewDocument_, value);
 }
 
 HRESULT ContentLoadingArgs::get_IsErrorPage(BOOL* value) {
-  return CopyTruthTo(document_.isErrorPage, value);
+  return CopyBoolTo(document_.isErrorPage, value);
 }
 HRESULT ContentLoadingArgs::get_NavigationId(UINT64* value) {
   return CopyValueTo<UINT64>(document_.id, value);

@@ -1,8 +1,8 @@
-// The objects that event handlers are given. UI thread; each lives as long as somebody holds it.
+// The arguments of events, as event handlers get them. UI thread.
 #pragma once
 
 #include <memory>
-#include <string>
+#include <utility>
 
 #include "devruntime/webview2/com_object_win.h"
 #include "devruntime/webview2/handler_timings_win.h"
@@ -30,7 +30,7 @@ class NavigationStartingArgs final : public ComObject<ICoreWebView2NavigationSta
   BOOL cancel_ = FALSE;
 };
 
-// No window ever opens, handled or not: see docs/runtime-webview2.md.
+// No window opens, whether the event was handled or not; see docs/runtime-webview2.md.
 class NewWindowArgs final : public ComObject<ICoreWebView2NewWindowRequestedEventArgs> {
  public:
   explicit NewWindowArgs(const WindowWanted& window) : window_(window) {}

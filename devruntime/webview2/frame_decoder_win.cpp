@@ -1,14 +1,14 @@
 #include "devruntime/webview2/frame_decoder_win.h"
 
-#include <thread>
+#include <mutex>
+#include <string>
 #include <utility>
 
-#include <windows.h>
-#include <objbase.h>
+#include "base/thread.h"
+#include "win/unique.h"
+
 #include <wincodec.h>
 #include <wincrypt.h>
-
-#include "win/unique.h"
 
 namespace wendra {
 namespace {
@@ -24,7 +24,8 @@ std::vector<BYTE> DecodeBase64(const std::string& text) {
   return data;
 }
 
-// The first picture of a file in memory, as 32-bit pixels.
+// The first picture of the file in memory, which must outlive the result, as 32-bit pixels. Null
+// when the file cannot be decoded.
 ComOwner<IWICFormatConverter> OpenPicture(IWICImagingFactory& factory, std::vector<BYTE>& file) {
   ComOwner<IWICStream> stream;
   ComOwner<IWICBitmapDecoder> decoder;
@@ -47,16 +48,16 @@ ComOwner<IWICFormatConverter> OpenPicture(IWICImagingFactory& factory, std::vect
 std::shared_ptr<const Bitmap> Decode(IWICImagingFactory& factory, const PageFrame& frame) {
   std::vector<BYTE> file = DecodeBase64(frame.png);
   const ComOwner<IWICFormatConverter> picture = OpenPicture(factory, file);
-  UINT width = 0;
-  UINT height = 0;
-  if (!picture || FAILED(picture->GetSize(&width, &height))) return nullptr;
+  UINT widthPx = 0;
+  UINT heightPx = 0;
+  if (!picture || FAILED(picture->GetSize(&widthPx, &heightPx))) return nullptr;
   auto bitmap = std::make_shared<Bitmap>();
-  bitmap->width = static_cast<int>(width);
-  bitmap->height = static_cast<int>(height);
-  bitmap->afterLoad = frame.afterLoad;
-  bitmap->pixels.resize(size_t{width} * height);
-  const UINT stride = width * 4;
-  if (FAILED(picture->CopyPixels(nullptr, stride, stride * height,
+  bitmap->widthPx = static_cast<int>(widthPx);
+  bitmap->heightPx = static_cast<int>(heightPx);
+  bitmap->isAfterLoad = frame.isAfterLoad;
+  bitmap->pixels.resize(size_t{widthPx} * heightPx);
+  const UINT rowBytes = widthPx * 4;
+  if (FAILED(picture->CopyPixels(nullptr, rowBytes, rowBytes * heightPx,
                                  reinterpret_cast<BYTE*>(bitmap->pixels.data())))) {
     return nullptr;
   }
@@ -65,42 +66,42 @@ std::shared_ptr<const Bitmap> Decode(IWICImagingFactory& factory, const PageFram
 
 }  // namespace
 
-std::shared_ptr<FrameDecoder> FrameDecoder::Start(
-    std::function<void(std::shared_ptr<const Bitmap>)> onBitmap) {
+std::shared_ptr<FrameDecoder> FrameDecoder::Start(OnBitmap onBitmap) {
   auto decoder = std::make_shared<FrameDecoder>();
-  std::thread([decoder, onBitmap = std::move(onBitmap)] { decoder->Run(onBitmap); }).detach();
+  (void)StartDetachedThread([decoder, onBitmap = std::move(onBitmap)] { decoder->Run(onBitmap); });
   return decoder;
 }
 
 void FrameDecoder::Push(PageFrame frame) {
-  const std::lock_guard lock(mutex_);
-  if (pending_) frame.afterLoad |= pending_->afterLoad;
+  const std::lock_guard<Lock> lock(lock_);
+  if (pending_ && pending_->isAfterLoad) frame.isAfterLoad = true;
   pending_ = std::move(frame);
-  changed_.notify_one();
+  changed_.WakeOne();
 }
 
 void FrameDecoder::Stop() {
-  const std::lock_guard lock(mutex_);
-  stopped_ = true;
-  changed_.notify_one();
+  const std::lock_guard<Lock> lock(lock_);
+  isStopped_ = true;
+  changed_.WakeOne();
 }
 
 std::optional<PageFrame> FrameDecoder::Next() {
-  std::unique_lock lock(mutex_);
-  changed_.wait(lock, [this] { return stopped_ || pending_; });
-  if (stopped_) return std::nullopt;
+  const std::lock_guard<Lock> lock(lock_);
+  changed_.Wait(lock_, [this] { return isStopped_ || pending_; });
+  if (isStopped_) return std::nullopt;
   return std::exchange(pending_, std::nullopt);
 }
 
-void FrameDecoder::Run(const std::function<void(std::shared_ptr<const Bitmap>)>& onBitmap) {
+void FrameDecoder::Run(const OnBitmap& onBitmap) {
   if (FAILED(CoInitializeEx(nullptr, COINIT_MULTITHREADED))) return;
   {
     ComOwner<IWICImagingFactory> factory;
     if (SUCCEEDED(CoCreateInstance(CLSID_WICImagingFactory, nullptr, CLSCTX_INPROC_SERVER,
                                    IID_IWICImagingFactory,
                                    reinterpret_cast<void**>(factory.Receive())))) {
-      while (const auto frame = Next())
+      while (const auto frame = Next()) {
         if (auto bitmap = Decode(*factory.Get(), *frame)) onBitmap(std::move(bitmap));
+      }
     }
   }
   CoUninitialize();

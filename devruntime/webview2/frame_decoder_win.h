@@ -1,44 +1,45 @@
-// Turns the browser's pictures of the page into pixels, on a thread of its own.
+// Decodes the browser's pictures of the page into pixels, on a thread of its own.
 #pragma once
 
-#include <condition_variable>
 #include <cstdint>
 #include <functional>
 #include <memory>
-#include <mutex>
 #include <optional>
 #include <vector>
 
+#include "base/lock.h"
 #include "devruntime/webview2/page_session_win.h"
 
 namespace wendra {
 
 struct Bitmap {
-  int width = 0;
-  int height = 0;
-  std::vector<std::uint32_t> pixels;  // blue, green, red, unused; top row first
-  bool afterLoad = false;             // see PageFrame
+  int widthPx = 0;
+  int heightPx = 0;
+  std::vector<std::uint32_t> pixels;  // blue, green, red, unused; the top row first
+  bool isAfterLoad = false;           // see PageFrame
 };
 
 class FrameDecoder {
  public:
-  // `onBitmap` runs on the decoder's thread, which lives until the decoder is gone.
-  static std::shared_ptr<FrameDecoder> Start(
-      std::function<void(std::shared_ptr<const Bitmap>)> onBitmap);
+  using OnBitmap = std::function<void(std::shared_ptr<const Bitmap>)>;
 
-  // Any thread; never blocks. A frame that is not yet begun gives way to a newer one.
+  // `onBitmap` runs on the decoder's thread, which ends after Stop.
+  static std::shared_ptr<FrameDecoder> Start(OnBitmap onBitmap);
+
+  // Replaces a frame whose decoding has not begun yet. Any thread; never blocks.
   void Push(PageFrame frame);
 
+  // Any thread; does not wait for the decoder's thread.
   void Stop();
 
  private:
-  std::optional<PageFrame> Next();  // blocks; nothing means the end
-  void Run(const std::function<void(std::shared_ptr<const Bitmap>)>& onBitmap);
+  std::optional<PageFrame> Next();  // blocks; nothing: stopped
+  void Run(const OnBitmap& onBitmap);
 
-  std::mutex mutex_;
-  std::condition_variable changed_;
+  Lock lock_;
+  Condition changed_;
   std::optional<PageFrame> pending_;
-  bool stopped_ = false;
+  bool isStopped_ = false;
 };
 
 }  // namespace wendra

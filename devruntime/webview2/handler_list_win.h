@@ -1,4 +1,4 @@
-// The handlers of one event, in order of their registration.
+// The handlers of one event, in the order of their registration.
 #pragma once
 
 #include <algorithm>
@@ -8,7 +8,7 @@
 
 namespace wendra {
 
-// Tokens of one web view: never zero, never used twice.
+// The tokens of one web view: never 0, and never the same twice.
 class TokenSource {
  public:
   EventRegistrationToken Next() {
@@ -28,40 +28,37 @@ class HandlerList {
   HRESULT Add(TokenSource& tokens, Handler* handler, EventRegistrationToken* token) {
     if (!handler || !token) return E_POINTER;
     *token = tokens.Next();
-    entries_.push_back({*token, ComRef<Handler>(handler)});
+    entries_.push_back({*token, ComRef<Handler>::Share(handler)});
     return S_OK;
   }
 
   HRESULT Remove(EventRegistrationToken token) {
-    const auto found = std::find_if(entries_.begin(), entries_.end(), [&](const Entry& entry) {
-      return entry.token.value == token.value;
-    });
+    const auto found = std::ranges::find_if(entries_, HasToken{token});
     if (found == entries_.end()) return E_INVALIDARG;
     entries_.erase(found);
     return S_OK;
   }
 
-  // Each handler that is registered now, unless an earlier one of them has removed it.
+  // Invokes each handler that is registered now, unless an earlier handler has removed it.
   template <typename Sender, typename Args>
   void Invoke(Sender* sender, Args* args) {
-    const std::vector<Entry> now = entries_;  // handlers may add and remove
-    for (const Entry& entry : now)
-      if (Has(entry.token)) entry.handler->Invoke(sender, args);
+    const std::vector<Entry> entries = entries_;  // handlers may add and remove
+    for (const Entry& entry : entries) {
+      if (std::ranges::any_of(entries_, HasToken{entry.token})) entry.handler->Invoke(sender, args);
+    }
   }
 
   void Clear() { entries_.clear(); }
-  bool IsEmpty() const { return entries_.empty(); }
 
  private:
   struct Entry {
     EventRegistrationToken token;
     ComRef<Handler> handler;
   };
-
-  bool Has(EventRegistrationToken token) const {
-    return std::any_of(entries_.begin(), entries_.end(),
-                       [&](const Entry& entry) { return entry.token.value == token.value; });
-  }
+  struct HasToken {
+    EventRegistrationToken token;
+    bool operator()(const Entry& entry) const { return entry.token.value == token.value; }
+  };
 
   std::vector<Entry> entries_;
 };

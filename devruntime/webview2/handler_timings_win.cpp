@@ -2,7 +2,7 @@
 
 #include <algorithm>
 
-#include "win/unique.h"
+#include "win/file.h"
 
 namespace wendra {
 namespace {
@@ -21,7 +21,7 @@ std::int64_t Microseconds(std::int64_t ticks) {
   return ticks * kMicrosecondsPerSecond / perSecond.QuadPart;
 }
 
-// Whose handler this thread runs.
+// The object that measures the handler which this thread runs now; null outside a handler.
 thread_local HandlerTimings* current = nullptr;
 
 std::string Percentiles(std::vector<std::int64_t>& times) {
@@ -37,35 +37,35 @@ std::string Percentiles(std::vector<std::int64_t>& times) {
 
 }  // namespace
 
-HandlerTimings::DebuggerOutput::DebuggerOutput() : timings_(current), start_(Ticks()) {}
+HandlerTimings::DebuggerOutput::DebuggerOutput() : timings_(current), startTicks_(Ticks()) {}
 
 HandlerTimings::DebuggerOutput::~DebuggerOutput() {
-  if (timings_) timings_->inDebugger_ += Ticks() - start_;
+  if (timings_) timings_->debuggerTicks_ += Ticks() - startTicks_;
 }
 
 void HandlerTimings::BeginHandler() {
   if (!IsOn()) return;
   current = this;
-  inHandler_ = true;
-  inCalls_ = 0;
-  inDebugger_ = 0;
-  handlerStart_ = Ticks();
+  isInHandler_ = true;
+  callTicks_ = 0;
+  debuggerTicks_ = 0;
+  handlerStartTicks_ = Ticks();
 }
 
 void HandlerTimings::EndHandler() {
-  if (!inHandler_) return;
-  shares_.push_back(Ticks() - handlerStart_ - inCalls_ - inDebugger_);
-  debugger_.push_back(inDebugger_);
-  inHandler_ = false;
+  if (!isInHandler_) return;
+  shares_.push_back(Ticks() - handlerStartTicks_ - callTicks_ - debuggerTicks_);
+  debugger_.push_back(debuggerTicks_);
+  isInHandler_ = false;
   current = nullptr;
 }
 
 void HandlerTimings::BeginCall() {
-  if (inHandler_) callStart_ = Ticks();
+  if (isInHandler_) callStartTicks_ = Ticks();
 }
 
 void HandlerTimings::EndCall() {
-  if (inHandler_) inCalls_ += Ticks() - callStart_;
+  if (isInHandler_) callTicks_ += Ticks() - callStartTicks_;
 }
 
 std::string HandlerTimings::Report() {
@@ -78,9 +78,7 @@ void HandlerTimings::Write() {
   const FileHandle file(CreateFileW(file_.c_str(), GENERIC_WRITE, FILE_SHARE_READ, nullptr,
                                     CREATE_ALWAYS, FILE_ATTRIBUTE_NORMAL, nullptr));
   if (!file) return;
-  const std::string report = Report();
-  DWORD written = 0;
-  WriteFile(file.Get(), report.data(), static_cast<DWORD>(report.size()), &written, nullptr);
+  (void)WriteBytes(file, Report());
 }
 
 }  // namespace wendra

@@ -1,20 +1,21 @@
-// How long the host's WebMessageReceived handlers take, without what they spend in calls back into
-// this DLL and in the system's debugger output: the host's own share of a request. The debugger
-// output is told apart since its cost is Wine's, and this DLL's tap of it is in it.
+// Measures how long the host's WebMessageReceived handlers take, without the time that they spend
+// in this DLL and in OutputDebugStringW: the host's own share of a request.
+//
+// The debugger output is reported separately: its time depends on Wine, and includes the tap of
+// this DLL.
 #pragma once
 
 #include <cstdint>
 #include <string>
+#include <utility>
 #include <vector>
-
-#include <windows.h>
 
 namespace wendra {
 
 // UI thread.
 class HandlerTimings {
  public:
-  // With an empty `file` nothing is measured.
+  // Nothing is measured when `file` is "".
   explicit HandlerTimings(std::wstring file) : file_(std::move(file)) {}
   HandlerTimings(const HandlerTimings&) = delete;
   HandlerTimings& operator=(const HandlerTimings&) = delete;
@@ -22,7 +23,7 @@ class HandlerTimings {
   void BeginHandler();
   void EndHandler();
 
-  // Around every call that a handler makes into this DLL. Not nested.
+  // Lives during a call that a handler makes into this DLL. Not nested.
   class Call {
    public:
     explicit Call(HandlerTimings& timings) : timings_(timings) { timings_.BeginCall(); }
@@ -34,8 +35,8 @@ class HandlerTimings {
     HandlerTimings& timings_;
   };
 
-  // Around a write to the debugger, on any thread: counts in the handler of the calling thread, if
-  // it runs one.
+  // Lives during a call of OutputDebugStringW, on any thread. The time counts for the handler that
+  // the calling thread runs, if any.
   class DebuggerOutput {
    public:
     DebuggerOutput();
@@ -44,12 +45,12 @@ class HandlerTimings {
     DebuggerOutput& operator=(const DebuggerOutput&) = delete;
 
    private:
-    HandlerTimings* const timings_;  // null outside a handler that is measured
-    const std::int64_t start_;
+    HandlerTimings* const timings_;  // borrowed; null outside a measured handler
+    const std::int64_t startTicks_;
   };
 
-  // {"count":…,"p50":…,"p99":…,"max":…,"debugger":{"p50":…,"p99":…,"max":…}} in microseconds, over
-  // whatever the file held.
+  // Replaces the content of the file by
+  // {"count":…,"p50":…,"p99":…,"max":…,"debugger":{"p50":…,"p99":…,"max":…}}, in microseconds.
   void Write();
 
  private:
@@ -58,14 +59,15 @@ class HandlerTimings {
   bool IsOn() const { return !file_.empty(); }
   std::string Report();
 
-  std::wstring file_;
-  bool inHandler_ = false;
-  std::int64_t handlerStart_ = 0;  // ticks of the performance counter, all three
-  std::int64_t callStart_ = 0;
-  std::int64_t inCalls_ = 0;
-  std::int64_t inDebugger_ = 0;
-  std::vector<std::int64_t> shares_;
-  std::vector<std::int64_t> debugger_;
+  const std::wstring file_;
+  bool isInHandler_ = false;
+  // In ticks of the performance counter.
+  std::int64_t handlerStartTicks_ = 0;
+  std::int64_t callStartTicks_ = 0;
+  std::int64_t callTicks_ = 0;          // of the handler that runs
+  std::int64_t debuggerTicks_ = 0;      // likewise
+  std::vector<std::int64_t> shares_;    // one for each handler call
+  std::vector<std::int64_t> debugger_;  // likewise
 };
 
 }  // namespace wendra

@@ -2,8 +2,8 @@
 
 #include <string_view>
 
-#include "json/objects.h"
 #include "devruntime/webview2/mouse_input_win.h"
+#include "json/objects.h"
 #include "win/wide.h"
 
 namespace wendra {
@@ -23,11 +23,11 @@ const struct {
     {VK_APPS, "ContextMenu"}, {VK_NUMLOCK, "NumLock"},  {VK_SCROLL, "ScrollLock"},
 };
 
-// Names of the places on the keyboard, by scan code: they do not depend on the layout.
+// Names of the keys by their position on the keyboard, which does not depend on the layout.
 const struct {
   int scanCode;
   const char* code;
-} kPlaces[] = {
+} kPositions[] = {
     {0x01, "Escape"},      {0x0c, "Minus"},       {0x0d, "Equal"},        {0x0e, "Backspace"},
     {0x0f, "Tab"},         {0x1a, "BracketLeft"}, {0x1b, "BracketRight"}, {0x1c, "Enter"},
     {0x1d, "ControlLeft"}, {0x27, "Semicolon"},   {0x28, "Quote"},        {0x29, "Backquote"},
@@ -40,7 +40,7 @@ const struct {
 
 int ScanCode(LPARAM lparam) { return static_cast<int>((lparam >> 16) & 0xff); }
 
-std::string Place(LPARAM lparam) {
+std::string PositionName(LPARAM lparam) {
   const int scanCode = ScanCode(lparam);
   const struct {
     int first;
@@ -58,12 +58,13 @@ std::string Place(LPARAM lparam) {
       return row.prefix + std::string(1, row.keys[static_cast<size_t>(index)]);
     }
   }
-  for (const auto& place : kPlaces)
-    if (place.scanCode == scanCode) return place.code;
+  for (const auto& each : kPositions) {
+    if (each.scanCode == scanCode) return each.code;
+  }
   return {};
 }
 
-// What the key would type without Ctrl, in lower case unless Shift is down.
+// The character that the key types without Ctrl, in lower case unless Shift is down.
 std::string PlainCharacter(WPARAM virtualKey) {
   auto character =
       static_cast<wchar_t>(MapVirtualKeyW(static_cast<UINT>(virtualKey), MAPVK_VK_TO_CHAR));
@@ -72,20 +73,21 @@ std::string PlainCharacter(WPARAM virtualKey) {
 }
 
 std::string KeyName(WPARAM virtualKey, const std::wstring& text) {
-  for (const auto& each : kNamedKeys)
+  for (const auto& each : kNamedKeys) {
     if (each.virtualKey == virtualKey) return each.key;
+  }
   if (virtualKey >= VK_F1 && virtualKey <= VK_F24) {
     return "F" + std::to_string(virtualKey - VK_F1 + 1);
   }
   return text.empty() ? PlainCharacter(virtualKey) : Narrow(text);
 }
 
-Json Event(const char* type, WPARAM virtualKey, LPARAM lparam, int modifiers,
-           const std::string& key) {
+Json KeyEvent(const char* type, WPARAM virtualKey, LPARAM lparam, int modifiers,
+              const std::string& key) {
   return MakeObject({{"type", type},
                      {"modifiers", modifiers},
                      {"key", key},
-                     {"code", Place(lparam)},
+                     {"code", PositionName(lparam)},
                      {"windowsVirtualKeyCode", static_cast<int>(virtualKey)},
                      {"nativeVirtualKeyCode", static_cast<int>(virtualKey)}});
 }
@@ -102,13 +104,13 @@ int KeyModifiers() {
 
 Json KeyDown(WPARAM virtualKey, LPARAM lparam, std::wstring text) {
   int modifiers = KeyModifiers();
-  const bool printable = !text.empty() && text[0] >= L' ' && text[0] != 0x7f;
-  // AltGr is Ctrl and Alt together, but what it types is plain text.
-  if (printable) modifiers &= ~(kControlModifier | kAltModifier);
-  if (!printable && virtualKey != VK_RETURN) text.clear();  // control characters type nothing
+  const bool isPrintable = !text.empty() && text[0] >= L' ' && text[0] != 0x7f;
+  // AltGr counts as Ctrl and Alt together, but it types plain text.
+  if (isPrintable) modifiers &= ~(kControlModifier | kAltModifier);
+  if (!isPrintable && virtualKey != VK_RETURN) text.clear();  // control characters type nothing
   if (virtualKey == VK_RETURN) text = L"\r";
-  Json event = Event(text.empty() ? "rawKeyDown" : "keyDown", virtualKey, lparam, modifiers,
-                     KeyName(virtualKey, text));
+  Json event = KeyEvent(text.empty() ? "rawKeyDown" : "keyDown", virtualKey, lparam, modifiers,
+                        KeyName(virtualKey, text));
   if (!text.empty()) {
     event.members.emplace_back("text", Narrow(text));
     event.members.emplace_back("unmodifiedText", Narrow(text));
@@ -119,7 +121,7 @@ Json KeyDown(WPARAM virtualKey, LPARAM lparam, std::wstring text) {
 }
 
 Json KeyUp(WPARAM virtualKey, LPARAM lparam) {
-  return Event("keyUp", virtualKey, lparam, KeyModifiers(), KeyName(virtualKey, {}));
+  return KeyEvent("keyUp", virtualKey, lparam, KeyModifiers(), KeyName(virtualKey, {}));
 }
 
 Json Character(std::wstring text) {

@@ -1,25 +1,26 @@
-// Key messages of the page's window as calls of the protocol's Input domain.
+// Translates key messages of the page's window into parameters of the protocol's Input domain. The
+// window's thread.
 #pragma once
 
 #include <string>
 
-#include <windows.h>
-
 #include "json/json.h"
+
+#include <windows.h>
 
 namespace wendra {
 
-// Modifier keys that are down, as the Input domain's bits.
+// The modifier keys that are down, as bits of the Input domain (see mouse_input_win.h).
 int KeyModifiers();
 
-// Parameters of Input.dispatchKeyEvent for a WM_(SYS)KEYDOWN that has been translated to `text`,
-// which may be empty. Thread of the window.
+// The parameters of Input.dispatchKeyEvent for a WM_KEYDOWN or WM_SYSKEYDOWN. `text` is the
+// result of TranslateMessage; it may be "".
 Json KeyDown(WPARAM virtualKey, LPARAM lparam, std::wstring text);
 
-// The same for WM_(SYS)KEYUP.
+// The same for WM_KEYUP and WM_SYSKEYUP.
 Json KeyUp(WPARAM virtualKey, LPARAM lparam);
 
-// For a character that came without a key of its own (an input method, another program).
+// The same for a character that came without a key, from an input method or another program.
 Json Character(std::wstring text);
 
 }  // namespace wendra

@@ -1,12 +1,14 @@
 // The functions that the DLL exports, and its start and end.
+#include <string>
+
+#include "devruntime/base/event_file_win.h"
 #include "devruntime/failing_calls/failing_calls_win.h"
 #include "devruntime/webview2/browser_port_win.h"
 #include "devruntime/webview2/control_record_win.h"
-#include "devruntime/webview2/debug_tap_win.h"
 #include "devruntime/webview2/environment_win.h"
-#include "devruntime/webview2/event_file_win.h"
-#include "devruntime/webview2/exit_tap_win.h"
 #include "devruntime/webview2/module_win.h"
+#include "devruntime/webview2/program_taps_win.h"
+#include "json/objects.h"
 #include "win/wide.h"
 
 namespace wendra {
@@ -21,14 +23,13 @@ HRESULT CheckApartment() {
   return type == APTTYPE_MTA ? RPC_E_CHANGED_MODE : S_OK;
 }
 
-std::string AvailableVersion(const Settings& settings) {
-  const auto where = WaitForBrowserPort(settings.browserPortFile, settings.browserWaitMs);
-  Json version;
-  if (!where || !Parse(GetLocalText(where->port, L"/json/version"), version)) return {};
-  return VersionOfProduct(TextOf(version, "Browser"));
+// Waits for the browser; "" when it does not appear.
+std::string AvailableVersion(const ControlSettings& settings) {
+  const auto browser = WaitForBrowserPort(settings.browserPortFile, settings.browserWaitMs);
+  return browser ? ReadBrowserVersion(browser->port) : std::string();
 }
 
-void TellEnvironmentWanted(const Settings& settings, PCWSTR userDataFolder) {
+void ReportEnvironment(const ControlSettings& settings, PCWSTR userDataFolder) {
   const std::string folder = userDataFolder ? Narrow(userDataFolder) : std::string();
   EventFile(settings.eventsFile)
       .Write(MakeObject({{"event", "environment"}, {"userDataFolder", folder}}));
@@ -36,25 +37,26 @@ void TellEnvironmentWanted(const Settings& settings, PCWSTR userDataFolder) {
 
 // Before the program runs, so that even its first calls can fail.
 void TakeFailures() {
-  const std::wstring file = ReadSettings().failuresFile;
+  const std::wstring file = ReadControlSettings().failuresFile;
   if (!file.empty()) TakeFailuresFrom(file);
 }
 
 }  // namespace
 }  // namespace wendra
 
-// The folders and options concern an installed browser; this one is already running.
+// The folder of the browser and the options concern an installed browser. Here the browser already
+// runs.
 extern "C" HRESULT STDMETHODCALLTYPE CreateCoreWebView2EnvironmentWithOptions(
     PCWSTR, PCWSTR userDataFolder, ICoreWebView2EnvironmentOptions*,
     ICoreWebView2CreateCoreWebView2EnvironmentCompletedHandler* handler) {
   using namespace wendra;
   if (!handler) return E_POINTER;
-  const Settings settings = ReadSettings();
-  TellEnvironmentWanted(settings, userDataFolder);
+  const ControlSettings settings = ReadControlSettings();
+  ReportEnvironment(settings, userDataFolder);
   if (settings.creation == CreationMode::kMissing) return kNoRuntime;
   if (const HRESULT apartment = CheckApartment(); FAILED(apartment)) return apartment;
   PinThisModule();
-  return Environment::Create(settings, ComRef<Environment::CreatedHandler>(handler));
+  return Environment::Create(settings, ComRef<Environment::CreatedHandler>::Share(handler));
 }
 
 extern "C" HRESULT STDMETHODCALLTYPE
@@ -62,7 +64,7 @@ GetAvailableCoreWebView2BrowserVersionString(PCWSTR, LPWSTR* versionInfo) {
   using namespace wendra;
   if (!versionInfo) return E_POINTER;
   *versionInfo = nullptr;
-  const Settings settings = ReadSettings();
+  const ControlSettings settings = ReadControlSettings();
   if (settings.creation == CreationMode::kMissing) return kNoRuntime;
   const std::string version = AvailableVersion(settings);
   return version.empty() ? E_FAIL : CopyTextTo(version, versionInfo);
@@ -70,10 +72,10 @@ GetAvailableCoreWebView2BrowserVersionString(PCWSTR, LPWSTR* versionInfo) {
 
 extern "C" BOOL WINAPI DllMain(HINSTANCE, DWORD reason, LPVOID processEnds) {
   if (reason == DLL_PROCESS_ATTACH) {
-    wendra::InstallDebugTap();
-    wendra::InstallExitTap();
+    wendra::TapDebuggerOutput();
+    wendra::TapExit();
     wendra::TakeFailures();
   }
-  if (reason == DLL_PROCESS_DETACH && processEnds) wendra::TellClosedAtProcessEnd();
+  if (reason == DLL_PROCESS_DETACH && processEnds) wendra::ReportClosedAtProcessEnd();
   return TRUE;
 }

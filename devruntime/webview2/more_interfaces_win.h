@@ -1,5 +1,5 @@
-// Interfaces of the platform that the runtime offers beyond those that the program uses.
-// The rules of webview/webview2_win.h hold here too.
+// Interfaces of the platform that the stand-in offers and the program does not use. The rules in
+// webview/webview2_win.h apply here too.
 #pragma once
 
 #include "webview/webview2_win.h"

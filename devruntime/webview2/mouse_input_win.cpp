@@ -3,19 +3,19 @@
 #include <cstdlib>
 #include <string_view>
 
-#include <windowsx.h>
-
 #include "json/objects.h"
+
+#include <windowsx.h>
 
 namespace wendra {
 namespace {
 
-constexpr int kPixelsPerNotch = 100;  // what Chromium scrolls for one notch of a wheel
+constexpr int kPixelsPerNotch = 100;  // Chromium scrolls so far for one notch of a wheel
 
 const struct {
   UINT message;
   const char* button;
-  bool press;
+  bool isPress;
 } kButtons[] = {
     {WM_LBUTTONDOWN, "left", true},    {WM_LBUTTONDBLCLK, "left", true},
     {WM_LBUTTONUP, "left", false},     {WM_RBUTTONDOWN, "right", true},
@@ -32,7 +32,7 @@ int Modifiers(WPARAM keys) {
   return modifiers;
 }
 
-// The protocol's bits for the buttons that are down: left 1, right 2, middle 4.
+// The buttons that are down, as bits of the protocol: left 1, right 2, middle 4.
 int ButtonsDown(WPARAM keys) {
   return ((keys & MK_LBUTTON) ? 1 : 0) | ((keys & MK_RBUTTON) ? 2 : 0) |
          ((keys & MK_MBUTTON) ? 4 : 0);
@@ -44,7 +44,7 @@ const char* HeldButton(WPARAM keys) {
   return (keys & MK_MBUTTON) ? "middle" : "none";
 }
 
-Json Event(const char* type, POINT at, WPARAM keys) {
+Json MouseEvent(const char* type, POINT at, WPARAM keys) {
   return MakeObject({{"type", type},
                      {"x", static_cast<int>(at.x)},
                      {"y", static_cast<int>(at.y)},
@@ -56,10 +56,10 @@ Json Wheel(HWND window, UINT message, WPARAM wparam, LPARAM lparam) {
   POINT at{GET_X_LPARAM(lparam), GET_Y_LPARAM(lparam)};
   ScreenToClient(window, &at);
   const int pixels = GET_WHEEL_DELTA_WPARAM(wparam) * kPixelsPerNotch / WHEEL_DELTA;
-  Json event = Event("mouseWheel", at, GET_KEYSTATE_WPARAM(wparam));
-  const bool sideways = message == WM_MOUSEHWHEEL;
-  event.members.emplace_back("deltaX", sideways ? pixels : 0);
-  event.members.emplace_back("deltaY", sideways ? 0 : -pixels);
+  Json event = MouseEvent("mouseWheel", at, GET_KEYSTATE_WPARAM(wparam));
+  const bool isSideways = message == WM_MOUSEHWHEEL;
+  event.members.emplace_back("deltaX", isSideways ? pixels : 0);
+  event.members.emplace_back("deltaY", isSideways ? 0 : -pixels);
   return event;
 }
 
@@ -71,14 +71,14 @@ std::optional<Json> MouseInput::Translate(HWND window, UINT message, WPARAM wpar
   }
   const POINT at{GET_X_LPARAM(lparam), GET_Y_LPARAM(lparam)};
   if (message == WM_MOUSEMOVE) {
-    Json event = Event("mouseMoved", at, wparam);
+    Json event = MouseEvent("mouseMoved", at, wparam);
     event.members.emplace_back("button", HeldButton(wparam));
     return event;
   }
   for (const auto& each : kButtons) {
     if (message != each.message) continue;
-    if (each.press) return Press(each.button, at, wparam);
-    Json event = Event("mouseReleased", at, wparam);
+    if (each.isPress) return Press(each.button, at, wparam);
+    Json event = MouseEvent("mouseReleased", at, wparam);
     event.members.emplace_back("button", each.button);
     event.members.emplace_back("clickCount", clicks_);
     return event;
@@ -87,22 +87,22 @@ std::optional<Json> MouseInput::Translate(HWND window, UINT message, WPARAM wpar
 }
 
 Json MouseInput::Press(const char* button, POINT at, WPARAM keys) {
-  Json event = Event("mousePressed", at, keys);
+  Json event = MouseEvent("mousePressed", at, keys);
   event.members.emplace_back("button", button);
   event.members.emplace_back("clickCount", CountClick(button, at));
   return event;
 }
 
 int MouseInput::CountClick(const char* button, POINT at) {
-  const LONG now = GetMessageTime();
-  const bool again = std::string_view(button) == lastButton_ &&
-                     now - lastMs_ <= static_cast<LONG>(GetDoubleClickTime()) &&
-                     std::abs(at.x - lastAt_.x) <= GetSystemMetrics(SM_CXDOUBLECLK) &&
-                     std::abs(at.y - lastAt_.y) <= GetSystemMetrics(SM_CYDOUBLECLK);
-  clicks_ = again ? clicks_ + 1 : 1;
+  const LONG nowMs = GetMessageTime();
+  const bool isRepeated = std::string_view(button) == lastButton_ &&
+                          nowMs - lastMs_ <= static_cast<LONG>(GetDoubleClickTime()) &&
+                          std::abs(at.x - lastAt_.x) <= GetSystemMetrics(SM_CXDOUBLECLK) &&
+                          std::abs(at.y - lastAt_.y) <= GetSystemMetrics(SM_CYDOUBLECLK);
+  clicks_ = isRepeated ? clicks_ + 1 : 1;
   lastButton_ = button;
   lastAt_ = at;
-  lastMs_ = now;
+  lastMs_ = nowMs;
   return clicks_;
 }
 

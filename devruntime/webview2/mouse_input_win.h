@@ -1,11 +1,11 @@
-// Mouse messages of the page's window as calls of the protocol's Input domain.
+// Translates mouse messages of the page's window into parameters of the protocol's Input domain.
 #pragma once
 
 #include <optional>
 
-#include <windows.h>
-
 #include "json/json.h"
+
+#include <windows.h>
 
 namespace wendra {
 
@@ -14,16 +14,17 @@ inline constexpr int kAltModifier = 1;
 inline constexpr int kControlModifier = 2;
 inline constexpr int kShiftModifier = 8;
 
-// One per window, on the window's thread. Keeps the count of clicks.
+// One for each window; the window's thread. Counts the clicks of a double click.
 class MouseInput {
  public:
-  // Parameters of Input.dispatchMouseEvent, or nothing for a message that is none of the mouse's.
+  // The parameters of Input.dispatchMouseEvent; nothing for a message that is not of the mouse.
   std::optional<Json> Translate(HWND window, UINT message, WPARAM wparam, LPARAM lparam);
 
  private:
   Json Press(const char* button, POINT at, WPARAM keys);
   int CountClick(const char* button, POINT at);
 
+  // Of the last press of a button.
   const char* lastButton_ = "";
   POINT lastAt_{};
   LONG lastMs_ = 0;

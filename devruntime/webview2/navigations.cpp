@@ -12,10 +12,10 @@ bool HasScheme(std::string_view uri, std::string_view scheme) {
   return uri.starts_with(scheme) && uri.substr(scheme.size()).starts_with(":");
 }
 
-// Only these pause before they leave.
+// Only these requests pause before they leave the browser.
 bool IsPausable(std::string_view uri) { return HasScheme(uri, "http") || HasScheme(uri, "https"); }
 
-// These have no network event at all: what the page said why is all there is.
+// These have no network event, so only the page's reason shows whether there was a gesture.
 bool IsWithoutRequest(std::string_view uri) {
   return HasScheme(uri, "about") || HasScheme(uri, "blob") || HasScheme(uri, "data");
 }
@@ -41,8 +41,9 @@ WebError ErrorOf(std::string_view text) {
       {"net::ERR_EMPTY_RESPONSE", WebError::kInvalidResponse},
       {"net::ERR_INVALID_HTTP_RESPONSE", WebError::kInvalidResponse},
   };
-  for (const auto& each : known)
+  for (const auto& each : known) {
     if (text == each.text) return each.error;
+  }
   return WebError::kUnknown;
 }
 
@@ -66,8 +67,9 @@ std::vector<PageEvent> Navigations::Take(std::string_view method, const Json& pa
       {"Page.navigatedWithinDocument", &Navigations::MovedWithin},
   };
   Events events;
-  for (const auto& each : handlers)
+  for (const auto& each : handlers) {
     if (method == each.method) (this->*each.handler)(params, events);
+  }
   if (method == "Page.loadEventFired") Loaded(events);
   if (method == "Page.windowOpen") {
     events.push_back(WindowWanted{TextOf(params, "url"), TruthOf(params, "userGesture")});
@@ -80,11 +82,12 @@ bool Navigations::IsMainFrameRequest(const Json& params) const {
 }
 
 void Navigations::Cancel(std::uint64_t id) {
-  for (Navigation& navigation : open_)
-    if (navigation.id == id) navigation.cancelled = true;
+  for (Navigation& navigation : open_) {
+    if (navigation.id == id) navigation.isCancelled = true;
+  }
 }
 
-// A click with Ctrl, Shift or the middle button asks for a window, in whatever frame.
+// A click with Ctrl, Shift or the middle button asks for a new window, in any frame.
 void Navigations::Requested(const Json& params, Events& events) {
   if (IsNewWindow(TextOf(params, "disposition"))) {
     events.push_back(WindowWanted{TextOf(params, "url"), true});
@@ -97,14 +100,14 @@ void Navigations::Requested(const Json& params, Events& events) {
 void Navigations::Started(const Json& params, Events& events) {
   if (TextOf(params, "frameId") != mainFrameId_) return;
   const std::string& type = TextOf(params, "navigationType");
-  // Compared by address: what the page asked for may never have started.
-  const Request asked = std::exchange(requested_, {});
-  const bool byPage = asked.uri == TextOf(params, "url") && !asked.reason.empty();
+  // The page's last request may never have started, so the addresses are compared.
+  const Request request = std::exchange(requested_, {});
+  const bool isByPage = request.uri == TextOf(params, "url") && !request.reason.empty();
   if (type == "sameDocument" || type == "historySameDocument") return;
   Navigation& navigation = Begin(TextOf(params, "loaderId"), TextOf(params, "url"));
-  navigation.byApi = !byPage && type != "historyDifferentDocument";
+  navigation.isByApi = !isByPage && type != "historyDifferentDocument";
   if (!IsWithoutRequest(navigation.uri)) return;
-  navigation.gesture = byPage && asked.reason == "anchorClick";
+  navigation.hasGesture = isByPage && request.reason == "anchorClick";
   Announce(navigation, {}, events);
 }
 
@@ -113,8 +116,8 @@ void Navigations::RequestSent(const Json& params, Events& events) {
   Navigation* navigation = Find(TextOf(params, "requestId"));
   if (!navigation) return;
   if (const Json* request = params.Find("request")) navigation->uri = TextOf(*request, "url");
-  navigation->gesture = TruthOf(params, "hasUserGesture");
-  if (!IsPausable(navigation->uri) && !navigation->announced) Announce(*navigation, {}, events);
+  navigation->hasGesture = TruthOf(params, "hasUserGesture");
+  if (!IsPausable(navigation->uri) && !navigation->isAnnounced) Announce(*navigation, {}, events);
 }
 
 void Navigations::Paused(const Json& params, Events& events) {
@@ -130,14 +133,13 @@ void Navigations::Paused(const Json& params, Events& events) {
 
 void Navigations::Failed(const Json& params, Events& events) {
   Navigation* navigation = Find(TextOf(params, "requestId"));
-  if (!navigation || navigation->committed) return;
+  if (!navigation || navigation->isCommitted) return;
   navigation->failure =
-      navigation->cancelled ? WebError::kOperationCanceled : ErrorOf(TextOf(params, "errorText"));
-  // Every failure but an abort is followed by a document that tells of it.
+      navigation->isCancelled ? WebError::kOperationCanceled : ErrorOf(TextOf(params, "errorText"));
+  // After any other failure an error page follows, and the navigation ends with that.
   if (TextOf(params, "errorText") != "net::ERR_ABORTED") return;
-  // The page has asked for another navigation, and this is what becomes of the present one.
-  const bool isReplaced = !requested_.uri.empty();
-  Finish(*navigation, rules_.replacedEndsLate && isReplaced ? ends_ : events);
+  const bool isReplaced = !requested_.uri.empty();  // by a newer request of the page
+  Finish(*navigation, rules_.replacedEndsLate && isReplaced ? delayedEnds_ : events);
 }
 
 void Navigations::Committed(const Json& params, Events& events) {
@@ -149,8 +151,8 @@ void Navigations::Committed(const Json& params, Events& events) {
   AbandonCommitted(events);
   Navigation* navigation = Find(TextOf(*frame, "loaderId"));
   if (!navigation) navigation = &Begin(TextOf(*frame, "loaderId"), source_);
-  if (!navigation->announced) Announce(*navigation, {}, events);
-  navigation->committed = true;
+  if (!navigation->isAnnounced) Announce(*navigation, {}, events);
+  navigation->isCommitted = true;
   events.push_back(DocumentCommitted{navigation->id, source_, !errorAddress.empty()});
 }
 
@@ -168,7 +170,7 @@ void Navigations::Loaded(Events& events) {
   if (const Navigation* navigation = FindCommitted()) Finish(*navigation, events);
 }
 
-// A document that is replaced before it has loaded will never say that it has.
+// No load event comes for a document that is replaced before it has loaded.
 void Navigations::AbandonCommitted(Events& events) {
   Navigation* navigation = FindCommitted();
   if (!navigation) return;
@@ -178,7 +180,7 @@ void Navigations::AbandonCommitted(Events& events) {
 
 Navigations::Navigation* Navigations::FindCommitted() {
   const auto found = std::find_if(open_.begin(), open_.end(),
-                                  [](const Navigation& each) { return each.committed; });
+                                  [](const Navigation& each) { return each.isCommitted; });
   return found == open_.end() ? nullptr : &*found;
 }
 
@@ -198,22 +200,22 @@ Navigations::Navigation* Navigations::Find(std::string_view loaderId) {
 }
 
 void Navigations::Announce(Navigation& navigation, std::string fetchId, Events& events) {
-  const bool redirected = std::exchange(navigation.announced, true);
+  const bool isRedirected = std::exchange(navigation.isAnnounced, true);
   events.push_back(NavigationWanted{navigation.id, navigation.uri,
-                                    UserInitiated(navigation, redirected), redirected,
+                                    IsUserInitiated(navigation, isRedirected), isRedirected,
                                     std::move(fetchId)});
-  for (PageEvent& end : std::exchange(ends_, {})) events.push_back(std::move(end));
+  for (PageEvent& end : std::exchange(delayedEnds_, {})) events.push_back(std::move(end));
 }
 
-bool Navigations::UserInitiated(const Navigation& navigation, bool redirected) const {
-  if (redirected && !rules_.redirectKeepsGesture) return false;
-  return navigation.gesture || (navigation.byApi && rules_.apiIsUserInitiated);
+bool Navigations::IsUserInitiated(const Navigation& navigation, bool isRedirected) const {
+  if (isRedirected && !rules_.redirectKeepsGesture) return false;
+  return navigation.hasGesture || (navigation.isByApi && rules_.apiIsUserInitiated);
 }
 
 void Navigations::Finish(const Navigation& navigation, Events& events) {
   const std::uint64_t id = navigation.id;
-  const bool success = !navigation.failure;
-  events.push_back(NavigationDone{id, success, navigation.failure.value_or(WebError::kUnknown)});
+  const bool isSuccess = !navigation.failure;
+  events.push_back(NavigationDone{id, isSuccess, navigation.failure.value_or(WebError::kUnknown)});
   std::erase_if(open_, [id](const Navigation& each) { return each.id == id; });
 }
 

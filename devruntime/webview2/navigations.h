@@ -1,13 +1,17 @@
-// Turns the protocol's events about navigations into what a host is told: which navigation begins,
-// who began it, where it ended.
+// Translates the protocol's events about navigations into the events that a host gets: which
+// navigation begins, who asked for it, and how it ends.
 //
-// What the browser reports for one navigation of the top-level document, in this order:
-//   frameRequestedNavigation  only if the page itself asked (link, form, script)
-//   frameStartedNavigating    always; not for changes within the document made by the page
-//   requestWillBeSent         for what goes to the network, and for foreign schemes; has the
-//   gesture requestPaused             http and https only; the request waits. Again for every
-//   redirect loadingFailed             if nothing came; an error page may follow frameNavigated the
-//   new document is in place loadEventFired            it has finished loading
+// The browser reports one navigation of the top-level document in this order:
+//
+// | event                    | when                                                              |
+// |--------------------------|-------------------------------------------------------------------|
+// | frameRequestedNavigation | only if the page asked for it (link, form, script)                |
+// | frameStartedNavigating   | always, except for changes within the document made by the page   |
+// | requestWillBeSent        | for network addresses and foreign schemes; has the gesture flag   |
+// | requestPaused            | http and https only: the request waits; again after each redirect |
+// | loadingFailed            | if the request has failed; an error page may follow               |
+// | frameNavigated           | the new document is in place                                      |
+// | loadEventFired           | the new document has loaded                                       |
 #pragma once
 
 #include <cstdint>
@@ -16,8 +20,8 @@
 #include <string_view>
 #include <vector>
 
-#include "json/json.h"
 #include "devruntime/webview2/page_event.h"
+#include "json/json.h"
 
 namespace wendra {
 
@@ -25,22 +29,24 @@ struct NavigationRules {
   bool apiIsUserInitiated = true;
   bool redirectKeepsGesture = false;
   bool fragmentRaisesStarting = false;
-  bool replacedEndsLate = false;  // a navigation that a newer one replaces ends once that has begun
+  // A navigation that a newer one replaces is completed after the newer one has started.
+  bool replacedEndsLate = false;
 };
 
-// Pure: values in, values out. One per page; one thread.
+// Pure. One for each page; one thread at a time.
 class Navigations {
  public:
   Navigations(std::string mainFrameId, NavigationRules rules);
 
-  // The events that follow from one event of the protocol, mostly none. An event about another
-  // frame than the top-level one has no result, but for the wish for a new window.
+  // The events that follow from one event of the protocol; mostly none. Events of frames inside the
+  // page have no result, except a request for a new window.
   std::vector<PageEvent> Take(std::string_view method, const Json& params);
 
-  // True if this paused request belongs to the top-level document. All others just go on.
+  // Whether this paused request belongs to the top-level document.
   bool IsMainFrameRequest(const Json& params) const;
 
-  // The host has cancelled the navigation: how it ends is then known before the browser says so.
+  // The host has cancelled the navigation. The failure that the browser then reports counts as
+  // WebError::kOperationCanceled.
   void Cancel(std::uint64_t id);
 
   // Address of the top-level document.
@@ -51,12 +57,17 @@ class Navigations {
     std::uint64_t id = 0;
     std::string loaderId;
     std::string uri;
-    bool byApi = false;      // Navigate or Reload, not the page
-    bool gesture = false;    // the page acted on a click or a key
-    bool announced = false;  // the host has been told that it begins
-    bool cancelled = false;
-    bool committed = false;
+    bool isByApi = false;      // of Navigate or Reload, not of the page
+    bool hasGesture = false;   // the page acted on a click or a key
+    bool isAnnounced = false;  // NavigationWanted has been reported
+    bool isCancelled = false;
+    bool isCommitted = false;
     std::optional<WebError> failure;
+  };
+  // What the page asked for.
+  struct Request {
+    std::string uri;
+    std::string reason;
   };
   using Events = std::vector<PageEvent>;
 
@@ -75,19 +86,15 @@ class Navigations {
   Navigation* FindCommitted();
   void Announce(Navigation& navigation, std::string fetchId, Events& events);
   void Finish(const Navigation& navigation, Events& events);
-  bool UserInitiated(const Navigation& navigation, bool redirected) const;
+  bool IsUserInitiated(const Navigation& navigation, bool isRedirected) const;
 
-  std::string mainFrameId_;
-  NavigationRules rules_;
+  const std::string mainFrameId_;
+  const NavigationRules rules_;
   std::string source_ = "about:blank";
   std::uint64_t lastId_ = 0;
-  struct Request {
-    std::string uri;
-    std::string reason;
-  };
-  Request requested_;             // what the page asked for last; emptied when it starts
-  std::vector<Navigation> open_;  // begun and not finished
-  Events ends_;                   // of replaced navigations, to be told after the next beginning
+  Request requested_;             // the page's last request; emptied when a navigation starts
+  std::vector<Navigation> open_;  // have begun and not ended
+  Events delayedEnds_;            // reported once the next navigation has started
 };
 
 }  // namespace wendra

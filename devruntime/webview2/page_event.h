@@ -1,4 +1,5 @@
-// What the browser's side of a page tells the host's side, in the order in which it happened.
+// Events of a page, as the browser's side of the page reports them to the host's side, in the order
+// in which they happened.
 #pragma once
 
 #include <cstdint>
@@ -7,7 +8,7 @@
 
 namespace wendra {
 
-// The value that a host sees of a failed navigation.
+// The platform's numbers for why a navigation failed (COREWEBVIEW2_WEB_ERROR_STATUS).
 enum class WebError : int {
   kUnknown = 0,
   kServerUnreachable = 6,
@@ -21,27 +22,27 @@ enum class WebError : int {
   kOperationCanceled = 14,
 };
 
-struct PageReady {};  // every call works from now on
-struct PageGone {};   // the page has crashed or the browser is gone; calls fail quietly
+struct PageReady {};  // from here on every call works
+struct PageGone {};   // the page has crashed or the browser is gone; calls do nothing
 
 struct MessagePosted {
   std::string json;
   std::string source;  // address of the document that posted it
 };
 
-// A navigation of the top-level document wants to begin; unless `fetchId` is empty it waits for
+// A navigation of the top-level document is about to begin. Unless `fetchId` is "", it waits for
 // PageSession::Decide.
 struct NavigationWanted {
   std::uint64_t id = 0;
   std::string uri;
-  bool userInitiated = false;
-  bool redirected = false;
+  bool isUserInitiated = false;
+  bool isRedirected = false;
   std::string fetchId;
 };
 
 struct WindowWanted {
   std::string uri;
-  bool userInitiated = false;
+  bool isUserInitiated = false;
 };
 
 // A new top-level document is in place.
@@ -58,7 +59,7 @@ struct SourceMoved {
 
 struct NavigationDone {
   std::uint64_t id = 0;
-  bool success = false;
+  bool isSuccess = false;
   WebError error = WebError::kUnknown;
 };
 

@@ -1,33 +1,33 @@
 #include "devruntime/webview2/page_session_win.h"
 
+#include <mutex>
 #include <utility>
 
 #include "devruntime/webview2/page_shim.h"
+#include "json/objects.h"
 
 namespace wendra {
 namespace {
 
-// The result of Runtime.evaluate as the text that a host sees: exceptions, undefined and what has
-// no JSON form are all `null`.
+// The result of Runtime.evaluate as the host gets it. An exception, undefined, and a value that has
+// no JSON form all give "null".
 std::string ScriptResult(const Json& evaluated) {
-  std::string text;
-  if (!evaluated.Find("exceptionDetails")) {
-    Serialize(MemberOf(MemberOf(evaluated, "result"), "value"), text);
-  }
-  return text.empty() ? "null" : text;
+  if (evaluated.Find("exceptionDetails")) return "null";
+  return ToText(MemberOf(MemberOf(evaluated, "result"), "value"));
 }
 
 }  // namespace
 
-PageSession::PageSession(std::shared_ptr<DevToolsConnection> connection, const Settings& settings,
-                         Receivers receivers)
+PageSession::PageSession(std::shared_ptr<DevToolsConnection> connection,
+                         const ControlSettings& settings, Receivers receivers)
     : connection_(std::move(connection)), settings_(settings), receivers_(std::move(receivers)) {}
 
 std::shared_ptr<PageSession> PageSession::Open(std::shared_ptr<DevToolsConnection> connection,
-                                               const Settings& settings, Receivers receivers) {
+                                               const ControlSettings& settings,
+                                               Receivers receivers) {
   std::shared_ptr<PageSession> page(
       new PageSession(std::move(connection), settings, std::move(receivers)));
-  if (settings.sharedBrowser) {
+  if (settings.usesOwnContext) {
     page->CallBrowser("Target.createBrowserContext", MakeObject({{"disposeOnDetach", true}}),
                       &PageSession::CreateTarget);
   } else {
@@ -36,34 +36,34 @@ std::shared_ptr<PageSession> PageSession::Open(std::shared_ptr<DevToolsConnectio
   return page;
 }
 
-// One step of the way to a ready page; a refusal ends the way.
+// One step towards a ready page. When the browser refuses it, the page is gone.
 void PageSession::CallBrowser(std::string_view method, const Json& params, Step next) {
   connection_->Call({}, method, params, [self = shared_from_this(), next](const Json* result) {
     if (result) {
       ((*self).*next)(*result);
     } else {
-      self->Tell(PageGone{});
+      self->Report(PageGone{});
     }
   });
 }
 
-// The browser starts with an empty page, which becomes ours; a page that nobody is attached to has
-// outlived a host that died, and goes.
+// The browser starts with an empty page, which becomes ours. Any other page that has no host
+// attached belonged to a host that has died; it is closed.
 void PageSession::TakeTarget(const Json& targets) {
-  std::string blank;
+  std::string emptyTargetId;
   for (const Json& target : MemberOf(targets, "targetInfos").items) {
     if (TextOf(target, "type") != "page" || MemberOf(target, "attached").boolean) continue;
-    if (blank.empty() && TextOf(target, "url") == "about:blank") {
-      blank = TextOf(target, "targetId");
+    if (emptyTargetId.empty() && TextOf(target, "url") == "about:blank") {
+      emptyTargetId = TextOf(target, "targetId");
     } else {
       connection_->Call({}, "Target.closeTarget",
                         MakeObject({{"targetId", TextOf(target, "targetId")}}));
     }
   }
-  if (blank.empty()) {
+  if (emptyTargetId.empty()) {
     CreateTarget(Json::Object());
   } else {
-    AttachTo(blank);
+    AttachTo(emptyTargetId);
   }
 }
 
@@ -83,12 +83,12 @@ void PageSession::AttachTo(const std::string& targetId) {
 }
 
 void PageSession::SetUp(const Json& attached) {
-  if (closed_) return EndTarget();
+  if (isClosed_) return EndTarget();
   sessionId_ = TextOf(attached, "sessionId");
   {
-    const std::lock_guard lock(navigationsMutex_);
+    const std::lock_guard<Lock> lock(navigationsLock_);
     navigations_.emplace(
-        targetId_,  // a page's top-level frame has the target's identifier
+        targetId_,  // a page's top-level frame has the id of the target
         NavigationRules{settings_.apiIsUserInitiated, settings_.redirectKeepsGesture,
                         settings_.fragmentRaisesStarting, settings_.replacedEndsLate});
   }
@@ -99,15 +99,15 @@ void PageSession::SetUp(const Json& attached) {
                                      }
                                    },
                                    [weak] {
-                                     if (const auto self = weak.lock()) self->Tell(PageGone{});
+                                     if (const auto self = weak.lock()) self->Report(PageGone{});
                                    }});
   EnableDomains();
 }
 
-// All at once. Some are answered by the browser and some by the page's process, in no common order:
-// the page is ready when every one has its answer.
+// All calls at once. The browser replies to some and the page's process to others, in no common
+// order, so the page is ready when all replies have come.
 void PageSession::EnableDomains() {
-  ready_ = true;
+  isReady_ = true;
   SetUpCall("Page.enable", Json::Object());
   SetUpCall("Runtime.enable", Json::Object());
   SetUpCall("Network.enable",
@@ -117,38 +117,38 @@ void PageSession::EnableDomains() {
   SetUpCall("Fetch.enable", MakeObject({{"patterns", patterns}}));
   SetUpCall("Runtime.addBinding", MakeObject({{"name", kBindingName}}));
   SetUpCall("Page.addScriptToEvaluateOnNewDocument", MakeObject({{"source", kPageShim}}));
-  SetUpCall("Runtime.evaluate", MakeObject({{"expression", kPageShim}}));  // the document now there
-  // Without it the page believes itself in the background: no caret, no autofocus.
+  SetUpCall("Runtime.evaluate", MakeObject({{"expression", kPageShim}}));  // the present document
+  // Without this the page counts as a background page: no caret, no autofocus.
   SetUpCall("Emulation.setFocusEmulationEnabled", MakeObject({{"enabled", true}}));
   SetUpCall("Page.startScreencast", MakeObject({{"format", "png"}}));
 }
 
 void PageSession::SetUpCall(std::string_view method, const Json& params) {
-  ++unansweredSetUp_;
+  ++pendingSetUpCalls_;
   Call(method, params, [self = shared_from_this()](const Json* result) {
-    if (!result) self->Tell(PageGone{});
-    self->SetUpAnswered();
+    if (!result) self->Report(PageGone{});
+    self->OnSetUpReply();
   });
 }
 
-void PageSession::SetUpAnswered() {
-  if (--unansweredSetUp_ == 0) Tell(PageReady{});
+void PageSession::OnSetUpReply() {
+  if (--pendingSetUpCalls_ == 0) Report(PageReady{});
 }
 
 void PageSession::Call(std::string_view method, const Json& params,
                        DevToolsConnection::Reply reply) {
-  if (ready_) {
+  if (isReady_) {
     connection_->Call(sessionId_, method, params, std::move(reply));
   } else if (reply) {
     reply(nullptr);
   }
 }
 
-// At once, unless scripts are still on their way.
+// Calls at once, unless scripts are still being added.
 void PageSession::CallAfterScripts(std::string_view method, Json params) {
   {
-    const std::lock_guard lock(scriptsMutex_);
-    if (unansweredScripts_ > 0) {
+    const std::lock_guard<Lock> lock(scriptsLock_);
+    if (pendingScripts_ > 0) {
       callsAfterScripts_.emplace_back(method, std::move(params));
       return;
     }
@@ -156,11 +156,11 @@ void PageSession::CallAfterScripts(std::string_view method, Json params) {
   Call(method, params);
 }
 
-void PageSession::ScriptAnswered() {
+void PageSession::OnScriptAdded() {
   std::vector<std::pair<std::string, Json>> calls;
   {
-    const std::lock_guard lock(scriptsMutex_);
-    if (--unansweredScripts_ == 0) calls.swap(callsAfterScripts_);
+    const std::lock_guard<Lock> lock(scriptsLock_);
+    if (--pendingScripts_ == 0) calls.swap(callsAfterScripts_);
   }
   for (const auto& [method, params] : calls) Call(method, params);
 }
@@ -173,18 +173,18 @@ void PageSession::Reload() { CallAfterScripts("Page.reload", Json::Object()); }
 
 void PageSession::Stop() { Call("Page.stopLoading", Json::Object()); }
 
-void PageSession::Decide(const NavigationWanted& navigation, bool allow) {
-  if (!allow) {
-    const std::lock_guard lock(navigationsMutex_);
+void PageSession::Decide(const NavigationWanted& navigation, bool isAllowed) {
+  if (!isAllowed) {
+    const std::lock_guard<Lock> lock(navigationsLock_);
     if (navigations_) navigations_->Cancel(navigation.id);
   }
   if (navigation.fetchId.empty()) {
-    if (!allow) Stop();  // nothing waits for us: the best that can be done
+    if (!isAllowed) Stop();  // the navigation does not wait for us
     return;
   }
   Json params = MakeObject({{"requestId", navigation.fetchId}});
-  if (!allow) params.members.emplace_back("errorReason", "Aborted");
-  Call(allow ? "Fetch.continueRequest" : "Fetch.failRequest", params);
+  if (!isAllowed) params.members.emplace_back("errorReason", "Aborted");
+  Call(isAllowed ? "Fetch.continueRequest" : "Fetch.failRequest", params);
 }
 
 void PageSession::Execute(std::string script, ScriptDone done) {
@@ -195,13 +195,13 @@ void PageSession::Execute(std::string script, ScriptDone done) {
   params.members.emplace_back("silent", true);
   params.members.emplace_back("userGesture", settings_.scriptGivesActivation);
   {
-    // Chromium would hand a script that the page's process has not taken yet to the next document.
-    const std::lock_guard lock(navigationsMutex_);
+    // Without a context Chromium may run the script in the next document.
+    const std::lock_guard<Lock> lock(navigationsLock_);
     if (!documentContext_.empty()) {
       params.members.emplace_back("uniqueContextId", documentContext_);
     }
   }
-  if (crashed_) {  // nobody would answer
+  if (hasCrashed_) {  // no reply would come
     if (done) done(std::nullopt);
     return;
   }
@@ -210,22 +210,22 @@ void PageSession::Execute(std::string script, ScriptDone done) {
          if (!done) return;
          if (result) {
            done(ScriptResult(*result));
-         } else if (self->crashed_ || !self->connection_->IsOpen()) {
+         } else if (self->hasCrashed_ || !self->connection_->IsOpen()) {
            done(std::nullopt);
          } else {
-           done("null");  // refused: the value has no JSON form
+           done("null");  // the browser has refused a value that has no JSON form
          }
        });
 }
 
 void PageSession::AddScript(std::string script, ScriptAdded done) {
   {
-    const std::lock_guard lock(scriptsMutex_);
-    ++unansweredScripts_;
+    const std::lock_guard<Lock> lock(scriptsLock_);
+    ++pendingScripts_;
   }
   Call("Page.addScriptToEvaluateOnNewDocument", MakeObject({{"source", std::move(script)}}),
        [self = shared_from_this(), done = std::move(done)](const Json* result) {
-         self->ScriptAnswered();
+         self->OnScriptAdded();
          if (!done) return;
          if (result) {
            done(TextOf(*result, "identifier"));
@@ -239,12 +239,12 @@ void PageSession::RemoveScript(const std::string& id) {
   Call("Page.removeScriptToEvaluateOnNewDocument", MakeObject({{"identifier", id}}));
 }
 
-void PageSession::Resize(int width, int height) {
-  if (width <= 0 || height <= 0) return;
+void PageSession::Resize(int widthPx, int heightPx) {
+  if (widthPx <= 0 || heightPx <= 0) return;
   Json size = MakeObject(
-      {{"width", width}, {"height", height}, {"deviceScaleFactor", 1}, {"mobile", false}});
+      {{"width", widthPx}, {"height", heightPx}, {"deviceScaleFactor", 1}, {"mobile", false}});
   {
-    const std::lock_guard lock(sizeMutex_);
+    const std::lock_guard<Lock> lock(sizeLock_);
     size_ = size;
     ++resizes_;
   }
@@ -254,7 +254,7 @@ void PageSession::Resize(int width, int height) {
 void PageSession::ResizeAgain(int resizesBefore) {
   Json size;
   {
-    const std::lock_guard lock(sizeMutex_);
+    const std::lock_guard<Lock> lock(sizeLock_);
     if (resizes_ == resizesBefore) return;
     size = size_;
   }
@@ -276,13 +276,13 @@ void PageSession::ReadSelection(std::function<void(const std::string&)> done) {
 }
 
 void PageSession::Close() {
-  closed_ = true;
-  Receivers dropped;  // outlive the lock: they may hold the last share of whoever listens
+  isClosed_ = true;
+  Receivers dropped;  // destroyed without the lock: they may hold the last share of an object
   {
-    const std::lock_guard lock(receiversMutex_);
+    const std::lock_guard<Lock> lock(receiversLock_);
     std::swap(dropped, receivers_);
   }
-  if (!ready_.exchange(false)) return;  // still on its way: SetUp will find it closed
+  if (!isReady_.exchange(false)) return;  // SetUp will find the page closed
   connection_->StopListening(sessionId_);
   EndTarget();
 }

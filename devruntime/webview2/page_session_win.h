@@ -1,31 +1,34 @@
-// The browser's side of one page: its target, its calls, and its events.
+// The browser's side of one page: its target in the browser, its calls, and its events.
 //
-// Everything may be called from any thread once PageReady has been told; before it, and after the
-// page or the browser is gone, calls fail quietly. Events and frames are told on the connection's
-// thread, so their receivers hand them on.
+// Any thread may call, once PageReady has been reported. Before that, and after the page or the
+// browser has gone, calls do nothing. The connection's thread reports events and frames, so the
+// receivers must not block.
 #pragma once
 
 #include <atomic>
+#include <cstdint>
 #include <functional>
 #include <memory>
-#include <mutex>
 #include <optional>
 #include <string>
+#include <string_view>
 #include <unordered_map>
 #include <utility>
 #include <vector>
 
+#include "base/lock.h"
 #include "devruntime/webview2/devtools_connection_win.h"
 #include "devruntime/webview2/navigations.h"
 #include "devruntime/webview2/page_event.h"
 #include "devruntime/webview2/settings_win.h"
+#include "json/json.h"
 
 namespace wendra {
 
 // A picture of the page, a PNG in base64.
 struct PageFrame {
   std::string png;
-  bool afterLoad = false;  // certainly shows the document that has just finished loading
+  bool isAfterLoad = false;  // certainly shows the document that has just finished loading
 };
 
 class PageSession : public std::enable_shared_from_this<PageSession> {
@@ -35,43 +38,44 @@ class PageSession : public std::enable_shared_from_this<PageSession> {
     std::function<void(PageFrame)> onFrame;
   };
 
-  // Finds or makes the page; PageReady or PageGone follows.
+  // Finds or makes the page. PageReady or PageGone follows.
   static std::shared_ptr<PageSession> Open(std::shared_ptr<DevToolsConnection> connection,
-                                           const Settings& settings, Receivers receivers);
+                                           const ControlSettings& settings, Receivers receivers);
 
   void Navigate(const std::string& uri);
   void Reload();
   void Stop();
 
-  // Lets a waiting navigation go on, or ends it before anything has left.
-  void Decide(const NavigationWanted& navigation, bool allow);
+  // Lets a waiting navigation continue, or ends it before its request leaves the browser.
+  void Decide(const NavigationWanted& navigation, bool isAllowed);
 
-  // `done` gets the result as JSON text, or nothing if there is no page to run it. Connection's
-  // thread, or this one when the connection is gone.
+  // `done` gets the result as JSON text, or nothing when there is no page to run the script. It
+  // runs on the connection's thread; on the calling thread when the connection is gone.
   using ScriptDone = std::function<void(std::optional<std::string> json)>;
   void Execute(std::string script, ScriptDone done);
 
-  // For documents that are created from now on. `done` gets the identifier, or nothing.
+  // Adds a script that runs in each document created from here on. `done` gets its identifier, or
+  // nothing.
   using ScriptAdded = std::function<void(std::optional<std::string> id)>;
   void AddScript(std::string script, ScriptAdded done);
   void RemoveScript(const std::string& id);
 
-  // In pixels; sizes of zero are ignored.
-  void Resize(int width, int height);
+  // Does nothing unless both are positive.
+  void Resize(int widthPx, int heightPx);
 
-  // One call of the protocol's Input domain, without waiting for it.
+  // Makes one call of the protocol's Input domain and does not wait for its reply.
   void SendInput(std::string_view method, const Json& params);
 
-  // The text that is selected in the page; nothing if there is no page.
+  // `done` gets the text that is selected in the page; it is not called when there is no page.
   void ReadSelection(std::function<void(const std::string&)> done);
 
-  // Ends the page. Nothing is told from now on, except what is already on its way.
+  // Ends the page. After that, only a report that is already being made reaches a receiver.
   void Close();
 
  private:
   using Step = void (PageSession::*)(const Json& result);
 
-  PageSession(std::shared_ptr<DevToolsConnection> connection, const Settings& settings,
+  PageSession(std::shared_ptr<DevToolsConnection> connection, const ControlSettings& settings,
               Receivers receivers);
 
   void CallBrowser(std::string_view method, const Json& params, Step next);
@@ -82,11 +86,11 @@ class PageSession : public std::enable_shared_from_this<PageSession> {
   void SetUp(const Json& attached);
   void EnableDomains();
   void SetUpCall(std::string_view method, const Json& params);
-  void SetUpAnswered();
+  void OnSetUpReply();
   void EndTarget();
   void Call(std::string_view method, const Json& params, DevToolsConnection::Reply reply = {});
   void CallAfterScripts(std::string_view method, Json params);
-  void ScriptAnswered();
+  void OnScriptAdded();
 
   void OnEvent(std::string_view method, Json& params);
   void OnCrash();
@@ -98,44 +102,41 @@ class PageSession : public std::enable_shared_from_this<PageSession> {
   void TakePictureAfterLoad();
   void ResizeAgain(int resizesBefore);
   void ContinueSubframe(const Json& params);
-  void Tell(PageEvent event);
-  void Show(PageFrame frame);
+  void Report(PageEvent event);
+  void Report(PageFrame frame);
 
   const std::shared_ptr<DevToolsConnection> connection_;
-  const Settings settings_;
-  std::string targetId_;   // written before PageReady
-  std::string contextId_;  // likewise; empty in the default context
-  std::string sessionId_;  // likewise
-  std::atomic<bool> ready_ = false;
-  std::atomic<bool> closed_ = false;
-  std::atomic<bool> crashed_ = false;  // the page, until it is loaded anew
+  const ControlSettings settings_;
+  // Written before PageReady is reported.
+  std::string targetId_;
+  std::string contextId_;  // of our own browser context; "" in the default context
+  std::string sessionId_;
+  std::atomic<bool> isReady_ = false;
+  std::atomic<bool> isClosed_ = false;
+  std::atomic<bool> hasCrashed_ = false;  // false again once the page is reloaded
 
-  std::mutex receiversMutex_;
+  Lock receiversLock_;
   Receivers receivers_;
 
-  std::mutex navigationsMutex_;
+  Lock navigationsLock_;  // guards both
   std::optional<Navigations> navigations_;
+  std::string documentContext_;  // where scripts run: the top-level document's own; "" without one
 
-  // A script reaches the page's process and a navigation the browser's: without care the second
-  // could overtake the first.
-  std::mutex scriptsMutex_;
-  int unansweredScripts_ = 0;
+  // A script goes to the page's process, a navigation to the browser's process. So a navigation
+  // waits for the replies to all scripts before it, or it could overtake them.
+  Lock scriptsLock_;
+  int pendingScripts_ = 0;
   std::vector<std::pair<std::string, Json>> callsAfterScripts_;
 
-  // Taking a picture, the browser changes the page's size for a moment and then restores the one
-  // that it found: a new size given meanwhile would get lost.
-  std::mutex sizeMutex_;
-  Json size_;        // the last one given, as the browser takes it
-  int resizes_ = 0;  // how many have been given
+  // While the browser takes a picture, it changes the page's size, and then restores the size that
+  // it found. A size that is given in between would get lost.
+  Lock sizeLock_;
+  Json size_;        // the size given last, as parameters of the protocol
+  int resizes_ = 0;  // number of sizes given
 
-  int unansweredSetUp_ = 0;  // connection's thread only
-
-  // Where scripts run: the top-level document's own context, "" while there is none.
-  // Under navigationsMutex_.
-  std::string documentContext_;
-
-  // Connection's thread only: which contexts belong to the top-level document.
-  std::unordered_map<std::int64_t, bool> contextIsMain_;
+  // The connection's thread only.
+  int pendingSetUpCalls_ = 0;
+  std::unordered_map<std::int64_t, bool> isMainContext_;  // by context: of the top-level document?
 };
 
 }  // namespace wendra

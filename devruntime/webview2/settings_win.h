@@ -1,5 +1,5 @@
-// What the development runtime is told by environment variables, all with the prefix WENDRA_DEV_.
-// docs/runtime-webview2.md lists them for users; the names are written once, in settings_win.cpp.
+// The settings of the stand-in for WebView2. docs/runtime-webview2.md lists the environment
+// variables that hold them.
 #pragma once
 
 #include <string>
@@ -8,44 +8,43 @@
 
 namespace wendra {
 
-// How the creation of the environment and the controller is to go.
+// What happens when the program creates the environment and the controller.
 enum class CreationMode {
   kNormal,
-  kMissing,         // no runtime installed: the call fails and the handler is never invoked
-  kFail,            // the handler is invoked with a failure and null
-  kSync,            // the handler is invoked before the call returns
-  kNever,           // the call succeeds and the handler is never invoked
-  kControllerFail,  // the environment comes, the controller fails
-  kNoView,          // the controller comes and has no view to give
+  kMissing,         // as without an installed runtime: the call fails, no handler is invoked
+  kFail,            // the environment handler gets a failure and null
+  kSync,            // the environment handler is invoked before the call returns
+  kNever,           // the call succeeds, and the environment handler is never invoked
+  kControllerFail,  // the controller handler gets a failure and null
+  kNoView,          // the controller has no view: get_CoreWebView2 fails
 };
 
-// What becomes of alert, confirm, prompt and beforeunload.
+// How alert, confirm, prompt and beforeunload are answered; kAsk shows a message box.
 enum class DialogAnswer { kAsk, kAccept, kDismiss };
 
-struct Settings {
+struct ControlSettings {
   std::wstring browserPortFile;  // Chromium's DevToolsActivePort; may not exist yet
-  DWORD browserWaitMs = 30'000;  // how long it may take to appear
+  DWORD browserWaitMs = 30'000;  // for that file to appear
   CreationMode creation = CreationMode::kNormal;
-  bool sharedBrowser = false;  // a browser context of our own instead of the default one
+  bool usesOwnContext = false;  // a browser context of our own; false: the default context
   DialogAnswer dialogs = DialogAnswer::kAsk;
-  std::wstring eventsFile;    // empty: none
-  std::wstring timingsFile;   // empty: none
-  std::wstring traceFile;     // empty: none
-  std::wstring failuresFile;  // which calls of the program are to fail; empty: none
+  // Files to write; "" for none.
+  std::wstring eventsFile;
+  std::wstring timingsFile;
+  std::wstring traceFile;
+  // The plan of the calls that fail; "" for none.
+  std::wstring failuresFile;
 
-  // Not checked against the real control, therefore switchable.
+  // For behaviour that was not compared with the real control.
   bool apiIsUserInitiated = true;       // IsUserInitiated of Navigate and Reload
   bool redirectKeepsGesture = false;    // IsUserInitiated of a redirect of a clicked link
   bool fragmentRaisesStarting = false;  // NavigationStarting for a change of the fragment
   bool replacedEndsLate = false;        // see NavigationRules
   bool scriptGivesActivation = false;   // ExecuteScript counts as a user gesture
-  bool scriptsWaitForDocument = true;   // ExecuteScript waits for the document that is on its way
+  bool scriptsWaitForDocument = true;   // ExecuteScript waits for the document that is loading
 };
 
-// Reads the environment anew. Any thread.
-Settings ReadSettings();
-
-// The variable's value, of any length; missing gives "".
-std::wstring DevVariable(const wchar_t* name);
+// Reads the environment at each call. Any thread.
+ControlSettings ReadControlSettings();
 
 }  // namespace wendra

@@ -1,6 +1,7 @@
 #include "devruntime/webview2/web_socket_win.h"
 
-#include <vector>
+#include <mutex>
+#include <utility>
 
 namespace wendra {
 namespace {
@@ -9,15 +10,15 @@ constexpr wchar_t kHost[] = L"127.0.0.1";
 constexpr size_t kReceiveBytes = size_t{1024} * 1024;
 constexpr size_t kMaxTextBytes = size_t{64} * 1024;
 
-// No proxy, whatever the environment says: the browser is always on this machine.
-InternetHandle OpenSession() {
-  return InternetHandle(WinHttpOpen(L"wendra-dev-runtime", WINHTTP_ACCESS_TYPE_NO_PROXY,
-                                    WINHTTP_NO_PROXY_NAME, WINHTTP_NO_PROXY_BYPASS, 0));
+// Never with a proxy: the browser is on this machine.
+HttpHandle OpenSession() {
+  return HttpHandle(WinHttpOpen(L"wendra-dev-runtime", WINHTTP_ACCESS_TYPE_NO_PROXY,
+                                WINHTTP_NO_PROXY_NAME, WINHTTP_NO_PROXY_BYPASS, 0));
 }
 
-InternetHandle OpenGet(HINTERNET connection, const wchar_t* path) {
-  return InternetHandle(WinHttpOpenRequest(connection, L"GET", path, nullptr, WINHTTP_NO_REFERER,
-                                           WINHTTP_DEFAULT_ACCEPT_TYPES, 0));
+HttpHandle OpenGet(HINTERNET connection, const wchar_t* path) {
+  return HttpHandle(WinHttpOpenRequest(connection, L"GET", path, nullptr, WINHTTP_NO_REFERER,
+                                       WINHTTP_DEFAULT_ACCEPT_TYPES, 0));
 }
 
 bool Exchange(HINTERNET request) {
@@ -33,22 +34,22 @@ bool WebSocket::Connect(INTERNET_PORT port, const std::wstring& path) {
   if (!session_) return false;
   connection_.Reset(WinHttpConnect(session_.Get(), kHost, port, 0));
   if (!connection_) return false;
-  InternetHandle request = OpenGet(connection_.Get(), path.c_str());
+  HttpHandle request = OpenGet(connection_.Get(), path.c_str());
   if (!request) return false;
   if (!WinHttpSetOption(request.Get(), WINHTTP_OPTION_UPGRADE_TO_WEB_SOCKET, nullptr, 0)) {
     return false;
   }
   if (!Exchange(request.Get())) return false;
-  InternetHandle socket(WinHttpWebSocketCompleteUpgrade(request.Get(), 0));
-  const std::lock_guard lock(sendMutex_);
+  HttpHandle socket(WinHttpWebSocketCompleteUpgrade(request.Get(), 0));
+  const std::lock_guard<Lock> lock(sendLock_);
   socket_ = std::move(socket);
   return static_cast<bool>(socket_);
 }
 
 bool WebSocket::Send(std::string_view text) {
-  const std::lock_guard lock(sendMutex_);
+  const std::lock_guard<Lock> lock(sendLock_);
   if (!socket_) return false;
-  // The platform's parameter is not const, but the buffer is only read.
+  // The parameter is not const, but WinHTTP only reads the buffer.
   return WinHttpWebSocketSend(socket_.Get(), WINHTTP_WEB_SOCKET_UTF8_MESSAGE_BUFFER_TYPE,
                               const_cast<char*>(text.data()),
                               static_cast<DWORD>(text.size())) == NO_ERROR;
@@ -70,17 +71,18 @@ bool WebSocket::Receive(std::string& text) {
 }
 
 void WebSocket::Shutdown() {
-  const std::lock_guard lock(sendMutex_);
+  const std::lock_guard<Lock> lock(sendLock_);
   if (!socket_) return;
-  WinHttpWebSocketShutdown(socket_.Get(), WINHTTP_WEB_SOCKET_SUCCESS_CLOSE_STATUS, nullptr, 0);
+  (void)WinHttpWebSocketShutdown(socket_.Get(), WINHTTP_WEB_SOCKET_SUCCESS_CLOSE_STATUS, nullptr,
+                                 0);
 }
 
 std::string GetLocalText(INTERNET_PORT port, const wchar_t* path) {
-  const InternetHandle session = OpenSession();
+  const HttpHandle session = OpenSession();
   if (!session) return {};
-  const InternetHandle connection(WinHttpConnect(session.Get(), kHost, port, 0));
+  const HttpHandle connection(WinHttpConnect(session.Get(), kHost, port, 0));
   if (!connection) return {};
-  const InternetHandle request = OpenGet(connection.Get(), path);
+  const HttpHandle request = OpenGet(connection.Get(), path);
   if (!request || !Exchange(request.Get())) return {};
   std::string text(kMaxTextBytes, '\0');
   size_t used = 0;

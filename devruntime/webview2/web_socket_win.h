@@ -1,49 +1,39 @@
-// One client WebSocket over WinHTTP, text frames only.
-//
-// One thread receives; any thread sends. Every message is one frame on the way out and is joined
-// from as many as it takes on the way in; sizes of 60 MiB have been seen to pass.
+// One client WebSocket over WinHTTP, text frames only, and a plain GET.
 #pragma once
 
-#include <mutex>
 #include <string>
 #include <string_view>
 
-#include <windows.h>
-#include <winhttp.h>
-
-#include "win/unique.h"
+#include "base/lock.h"
+#include "win/winhttp_handle.h"
 
 namespace wendra {
 
-struct InternetTraits {
-  using Raw = HINTERNET;
-  static Raw Empty() { return nullptr; }
-  static void Close(Raw handle) { WinHttpCloseHandle(handle); }
-};
-using InternetHandle = Unique<InternetTraits>;
-
+// One thread receives; any thread sends. A message that is sent is one frame. A message that comes
+// may be several frames, which are joined. Messages of 60 MiB have been seen to pass.
 class WebSocket {
  public:
-  // Connects to ws://127.0.0.1:port/path. Blocks. Once, before anything else.
+  // Connects to ws://127.0.0.1:port/path. Blocks. Once, before any other call.
   bool Connect(INTERNET_PORT port, const std::wstring& path);
 
-  // False when the connection is gone. Blocks while the peer does not read.
+  // False: the connection is gone. Blocks while the peer does not read.
   bool Send(std::string_view text);
 
-  // The next whole message into `text`. False when the connection is gone.
+  // Puts the next whole message into `text`. False: the connection is gone.
   bool Receive(std::string& text);
 
-  // Asks the peer to close, which ends Receive. Any thread; does nothing when not connected.
+  // Closes our side; the peer then closes its own, and Receive gives false. Does nothing without a
+  // connection. Any thread.
   void Shutdown();
 
  private:
-  InternetHandle session_;
-  InternetHandle connection_;
-  std::mutex sendMutex_;
-  InternetHandle socket_;
+  HttpHandle session_;
+  HttpHandle connection_;
+  Lock sendLock_;
+  HttpHandle socket_;
 };
 
-// The body of GET http://127.0.0.1:port/path, at most 64 KiB; "" on any failure. Blocks.
+// The body of GET http://127.0.0.1:port/path, at most 64 KiB; "" after any failure. Blocks.
 std::string GetLocalText(INTERNET_PORT port, const wchar_t* path);
 
 }  // namespace wendra

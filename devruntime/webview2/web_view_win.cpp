@@ -5,12 +5,14 @@
 #include <utility>
 #include <variant>
 
+#include "json/objects.h"
 #include "win/wide.h"
 
 namespace wendra {
 namespace {
 
-// "https:", "about:" and so on: a letter, then letters, digits, plus, minus, dots, then a colon.
+// Whether `uri` begins as "https:" or "about:" do: a letter, then letters, digits, plus, minus and
+// dots, then a colon.
 bool HasScheme(std::string_view uri) {
   const size_t colon = uri.find(':');
   if (colon == std::string_view::npos || colon == 0) return false;
@@ -26,13 +28,13 @@ bool HasScheme(std::string_view uri) {
 }  // namespace
 
 WebView::WebView(std::shared_ptr<Gate> gate, std::shared_ptr<ControlRecord> record,
-                 const Settings& settings, std::function<void(bool)> onReady)
+                 const ControlSettings& settings, std::function<void(bool)> onReady)
     : gate_(std::move(gate)),
       record_(std::move(record)),
       scriptsWaitForDocument_(settings.scriptsWaitForDocument),
       onReady_(std::move(onReady)) {}
 
-// A handler may drop the last reference to anything; the caller holds one to this.
+// A handler may release the last reference to anything. The caller holds one to this object.
 void WebView::Handle(PageEvent event) {
   if (gate_->IsClosed()) return;
   std::visit([this](auto& which) { On(which); }, event);
@@ -50,70 +52,69 @@ void WebView::Close() {
   if (page_) page_->Close();
 }
 
-void WebView::On(const PageReady&) { TellReady(true); }
+void WebView::On(const PageReady&) { ReportReady(true); }
 
 void WebView::On(const PageGone&) {
-  TellReady(false);
+  ReportReady(false);
   undecided_.clear();
-  RunWaitingScripts();  // they fail, and whoever waits for them hears of it
+  RunWaitingScripts();  // they fail, and their handlers get the failure
 }
 
-void WebView::TellReady(bool usable) {
-  if (const auto onReady = std::exchange(onReady_, nullptr)) onReady(usable);
+void WebView::ReportReady(bool isUsable) {
+  if (const auto onReady = std::exchange(onReady_, nullptr)) onReady(isUsable);
 }
 
 void WebView::On(MessagePosted& message) {
-  const auto args =
-      ComRef<WebMessageArgs>::Adopt(new WebMessageArgs(std::move(message), record_->Timings()));
   const auto timings = record_->Timings();
+  const ComOwner<WebMessageArgs> args(new WebMessageArgs(std::move(message), timings));
   timings->BeginHandler();
   webMessageReceived_.Invoke(this, args.Get());
   timings->EndHandler();
 }
 
 void WebView::On(NavigationWanted& navigation) {
-  const auto args = ComRef<NavigationStartingArgs>::Adopt(new NavigationStartingArgs(navigation));
+  const ComOwner<NavigationStartingArgs> args(new NavigationStartingArgs(navigation));
   navigationStarting_.Invoke(this, args.Get());
   if (gate_->IsClosed()) return;
-  const bool allow = !args->IsCancelled();
-  if (allow) undecided_.insert(navigation.id);
-  page_->Decide(navigation, allow);
+  const bool isAllowed = !args->IsCancelled();
+  if (isAllowed) undecided_.insert(navigation.id);
+  page_->Decide(navigation, isAllowed);
 }
 
-// Whether it was handled makes no difference here: no window opens in any case.
+// No window opens, whether a handler has handled the event or not.
 void WebView::On(WindowWanted& window) {
-  const auto args = ComRef<NewWindowArgs>::Adopt(new NewWindowArgs(window));
+  const ComOwner<NewWindowArgs> args(new NewWindowArgs(window));
   newWindowRequested_.Invoke(this, args.Get());
 }
 
 void WebView::On(DocumentCommitted& document) {
   source_ = document.uri;
-  TellSourceChanged(true);
-  const auto args = ComRef<ContentLoadingArgs>::Adopt(new ContentLoadingArgs(document));
+  RaiseSourceChanged(true);
+  const ComOwner<ContentLoadingArgs> args(new ContentLoadingArgs(document));
   contentLoading_.Invoke(this, args.Get());
-  DocumentIsDecided(document.id);
+  EndUndecided(document.id);
 }
 
 void WebView::On(SourceMoved& moved) {
   source_ = moved.uri;
-  TellSourceChanged(false);
+  RaiseSourceChanged(false);
 }
 
-void WebView::TellSourceChanged(bool isNewDocument) {
-  const auto args = ComRef<SourceChangedArgs>::Adopt(new SourceChangedArgs(isNewDocument));
+void WebView::RaiseSourceChanged(bool isNewDocument) {
+  const ComOwner<SourceChangedArgs> args(new SourceChangedArgs(isNewDocument));
   sourceChanged_.Invoke(this, args.Get());
 }
 
 void WebView::On(NavigationDone& done) {
-  DocumentIsDecided(done.id);
+  EndUndecided(done.id);
   record_->Events()->Write(
-      MakeObject({{"event", done.success ? "loaded" : "failed"}, {"uri", source_}}));
-  const auto args = ComRef<NavigationCompletedArgs>::Adopt(new NavigationCompletedArgs(done));
+      MakeObject({{"event", done.isSuccess ? "loaded" : "failed"}, {"uri", source_}}));
+  const ComOwner<NavigationCompletedArgs> args(new NavigationCompletedArgs(done));
   navigationCompleted_.Invoke(this, args.Get());
 }
 
-// Earlier navigations than the one that got its document will never get theirs.
-void WebView::DocumentIsDecided(std::uint64_t navigationId) {
+// Navigations that began before this one will never get a document.
+void WebView::EndUndecided(std::uint64_t navigationId) {
   undecided_.erase(undecided_.begin(), undecided_.upper_bound(navigationId));
   if (undecided_.empty()) RunWaitingScripts();
 }
@@ -137,12 +138,12 @@ void WebView::Run(Script script) {
 }
 
 HRESULT WebView::get_Source(LPWSTR* uri) {
-  const HRESULT open = gate_->Check();
-  return FAILED(open) ? open : CopyTextTo(source_, uri);
+  const HRESULT check = gate_->Check();
+  return FAILED(check) ? check : CopyTextTo(source_, uri);
 }
 
 HRESULT WebView::Navigate(LPCWSTR uri) {
-  if (const HRESULT open = gate_->Check(); FAILED(open)) return open;
+  if (const HRESULT check = gate_->Check(); FAILED(check)) return check;
   const HandlerTimings::Call call(*record_->Timings());
   if (!uri) return E_POINTER;
   const std::string address = Narrow(uri);
@@ -152,24 +153,25 @@ HRESULT WebView::Navigate(LPCWSTR uri) {
 }
 
 HRESULT WebView::Reload() {
-  if (const HRESULT open = gate_->Check(); FAILED(open)) return open;
+  if (const HRESULT check = gate_->Check(); FAILED(check)) return check;
   const HandlerTimings::Call call(*record_->Timings());
   page_->Reload();
   return S_OK;
 }
 
 HRESULT WebView::Stop() {
-  if (const HRESULT open = gate_->Check(); FAILED(open)) return open;
+  if (const HRESULT check = gate_->Check(); FAILED(check)) return check;
   page_->Stop();
   return S_OK;
 }
 
 HRESULT WebView::ExecuteScript(LPCWSTR javaScript,
                                ICoreWebView2ExecuteScriptCompletedHandler* handler) {
-  if (const HRESULT open = gate_->Check(); FAILED(open)) return open;
+  if (const HRESULT check = gate_->Check(); FAILED(check)) return check;
   const HandlerTimings::Call call(*record_->Timings());
   if (!javaScript) return E_POINTER;
-  Script script{Narrow(javaScript), ComRef<ICoreWebView2ExecuteScriptCompletedHandler>(handler)};
+  Script script{Narrow(javaScript),
+                ComRef<ICoreWebView2ExecuteScriptCompletedHandler>::Share(handler)};
   if (scriptsWaitForDocument_ && !undecided_.empty()) {
     waitingScripts_.push_back(std::move(script));
   } else {
@@ -180,10 +182,10 @@ HRESULT WebView::ExecuteScript(LPCWSTR javaScript,
 
 HRESULT WebView::AddScriptToExecuteOnDocumentCreated(
     LPCWSTR javaScript, ICoreWebView2AddScriptToExecuteOnDocumentCreatedCompletedHandler* handler) {
-  if (const HRESULT open = gate_->Check(); FAILED(open)) return open;
+  if (const HRESULT check = gate_->Check(); FAILED(check)) return check;
   if (!javaScript) return E_POINTER;
   using Handler = ICoreWebView2AddScriptToExecuteOnDocumentCreatedCompletedHandler;
-  page_->AddScript(Narrow(javaScript), [gate = gate_, handler = ComRef<Handler>(handler)](
+  page_->AddScript(Narrow(javaScript), [gate = gate_, handler = ComRef<Handler>::Share(handler)](
                                            std::optional<std::string> id) {
     if (!handler) return;
     gate->Queue().Post([gate, handler, id = std::move(id)] {
@@ -196,7 +198,7 @@ HRESULT WebView::AddScriptToExecuteOnDocumentCreated(
 }
 
 HRESULT WebView::RemoveScriptToExecuteOnDocumentCreated(LPCWSTR id) {
-  if (const HRESULT open = gate_->Check(); FAILED(open)) return open;
+  if (const HRESULT check = gate_->Check(); FAILED(check)) return check;
   if (!id) return E_POINTER;
   page_->RemoveScript(Narrow(id));
   return S_OK;

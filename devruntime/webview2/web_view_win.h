@@ -1,10 +1,13 @@
-// The page as the host sees it: calls go out, events come in, all on the UI thread.
+// The web view: passes the host's calls on to the page, and the page's events on to the host's
+// handlers. UI thread.
 #pragma once
 
+#include <cstdint>
 #include <functional>
 #include <memory>
 #include <set>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "devruntime/webview2/control_record_win.h"
@@ -12,17 +15,17 @@
 #include "devruntime/webview2/gate_win.h"
 #include "devruntime/webview2/handler_list_win.h"
 #include "devruntime/webview2/page_session_win.h"
-#include "devruntime/webview2/unoffered_web_view_win.h"
+#include "devruntime/webview2/unoffered_win.h"
 
 namespace wendra {
 
 class WebView final : public UnofferedWebView {
  public:
-  // `onReady` is called once, when the page is usable (true) or never will be (false).
+  // Calls `onReady` once: true when the page is usable, false when it never will be.
   WebView(std::shared_ptr<Gate> gate, std::shared_ptr<ControlRecord> record,
-          const Settings& settings, std::function<void(bool)> onReady);
+          const ControlSettings& settings, std::function<void(bool)> onReady);
 
-  // Before the first event.
+  // Call it before the first event.
   void Connect(std::shared_ptr<PageSession> page) { page_ = std::move(page); }
   void Handle(PageEvent event);
   void Close();
@@ -78,21 +81,21 @@ class WebView final : public UnofferedWebView {
   void On(SourceMoved& moved);
   void On(NavigationDone& done);
 
-  void TellReady(bool usable);
-  void TellSourceChanged(bool isNewDocument);
-  void DocumentIsDecided(std::uint64_t navigationId);
+  void ReportReady(bool isUsable);
+  void RaiseSourceChanged(bool isNewDocument);
+  void EndUndecided(std::uint64_t navigationId);
   void RunWaitingScripts();
   void Run(Script script);
 
   template <typename Handler>
   HRESULT Add(HandlerList<Handler>& list, Handler* handler, EventRegistrationToken* token) {
-    const HRESULT open = gate_->Check();
-    return FAILED(open) ? open : list.Add(tokens_, handler, token);
+    const HRESULT check = gate_->Check();
+    return FAILED(check) ? check : list.Add(tokens_, handler, token);
   }
   template <typename Handler>
   HRESULT Remove(HandlerList<Handler>& list, EventRegistrationToken token) {
-    const HRESULT open = gate_->Check();
-    return FAILED(open) ? open : list.Remove(token);
+    const HRESULT check = gate_->Check();
+    return FAILED(check) ? check : list.Remove(token);
   }
 
   const std::shared_ptr<Gate> gate_;
@@ -102,8 +105,8 @@ class WebView final : public UnofferedWebView {
   std::shared_ptr<PageSession> page_;
   std::string source_ = "about:blank";
 
-  std::set<std::uint64_t> undecided_;   // navigations that began and have no document yet
-  std::vector<Script> waitingScripts_;  // they want the document that is on its way
+  std::set<std::uint64_t> undecided_;   // navigations that have begun and have no document yet
+  std::vector<Script> waitingScripts_;  // for the document of such a navigation
 
   TokenSource tokens_;
   HandlerList<ICoreWebView2NavigationStartingEventHandler> navigationStarting_;

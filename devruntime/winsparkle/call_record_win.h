@@ -1,30 +1,28 @@
-// Every call across the library's border, as JSON lines in a file.
+// The record of the calls between the program and the library, as JSON lines in a file.
 #pragma once
 
+#include <string>
 #include <string_view>
 
+#include "devruntime/base/event_file_win.h"
 #include "json/json.h"
-#include "win/unique.h"
 
 namespace wendra {
 
+// Any thread. The line is in the file before the call returns.
 class CallRecord {
  public:
-  // Appends to the file; with "" nothing is written.
-  explicit CallRecord(const std::wstring& path);
+  // Appends to `file`; "" records nothing.
+  explicit CallRecord(const std::wstring& file) : file_(file) {}
 
-  // The program has called `function`: {"call":…,"args":[…],"thread":…}. A callback is the argument
-  // true, or null for none. Any thread; the line is there before this returns.
+  // The program calls `function`: {"call":…,"args":[…],"thread":…}.
   void Called(std::string_view function, Json arguments) const;
 
-  // A callback has been called and has returned: {"fired":…,"returned":…,"thread":…}. Any thread.
-  void Fired(std::string_view callback, const Json& returned) const;
+  // A callback has been called and has returned: {"fired":…,"returned":…,"thread":…}.
+  void Fired(std::string_view callback, Json returned) const;
 
  private:
-  void Write(std::string_view kind, std::string_view name, std::string_view detail,
-             Json value) const;
-
-  FileHandle file_;
+  const EventFile file_;
 };
 
 }  // namespace wendra

@@ -12,20 +12,22 @@ const std::array<std::string_view, 9>& Callbacks::Names() {
   return kNames;
 }
 
+Callbacks::Run* Callbacks::Find(std::string_view name) {
+  const auto found = std::ranges::find(Names(), name);
+  if (found == Names().end()) return nullptr;
+  return &runs_[static_cast<size_t>(found - Names().begin())];
+}
+
 void Callbacks::Set(std::string_view name, Run run) {
-  const auto found = std::find(Names().begin(), Names().end(), name);
-  if (found == Names().end()) return;
-  const std::lock_guard lock(mutex_);
-  runs_[static_cast<size_t>(found - Names().begin())] = std::move(run);
+  const std::lock_guard<std::recursive_mutex> lock(mutex_);
+  if (Run* known = Find(name)) *known = std::move(run);
 }
 
 std::optional<Json> Callbacks::Fire(std::string_view name) {
-  const auto found = std::find(Names().begin(), Names().end(), name);
-  if (found == Names().end()) return std::nullopt;
-  const std::lock_guard lock(mutex_);
-  const Run& run = runs_[static_cast<size_t>(found - Names().begin())];
-  if (!run) return std::nullopt;
-  return run();
+  const std::lock_guard<std::recursive_mutex> lock(mutex_);
+  const Run* run = Find(name);
+  if (!run || !*run) return std::nullopt;
+  return (*run)();
 }
 
 }  // namespace wendra

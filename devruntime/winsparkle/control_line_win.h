@@ -1,29 +1,28 @@
-// A line to a test: it says which callback to call, and hears what came of it.
+// The connection to a test, which says which callbacks to call and gets the results.
 #pragma once
-
-#include <winsock2.h>
 
 #include <cstdint>
 #include <functional>
 #include <string>
-#include <string_view>
+
+#include <winsock2.h>
 
 namespace wendra {
 
-// A connection to 127.0.0.1, for as long as the process lives.
+// A connection to 127.0.0.1. Never destroyed: its thread runs until the process ends.
 class ControlLine {
  public:
-  // Connects, and on a thread of its own hands each line that comes to `onLine`. With no listener
-  // on `port` nothing happens. Meant to be never destroyed: the thread ends with the process.
+  // Connects. A thread of its own passes each line that comes to `onLine`. Nothing happens when no
+  // test listens on `port`.
   ControlLine(std::uint16_t port, std::function<void(std::string)> onLine);
 
-  // One line, the line end is added. Any thread.
+  // Sends one line; the line end is added. Any thread.
   void Send(std::string line) const;
 
  private:
   void Receive() const;
 
-  SOCKET socket_ = INVALID_SOCKET;
+  const SOCKET socket_;
   const std::function<void(std::string)> onLine_;
 };
 

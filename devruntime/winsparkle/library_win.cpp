@@ -1,17 +1,39 @@
 #include "devruntime/winsparkle/library_win.h"
 
 #include <algorithm>
-#include <optional>
-#include <thread>
+#include <functional>
 #include <utility>
+
+#include "base/thread.h"
+#include "devruntime/base/variables_win.h"
+#include "json/objects.h"
+#include "win/thread.h"
+
+#include <windows.h>
 
 namespace wendra {
 namespace {
 
-// As documented for the real library.
+// The documented values of the real library.
 constexpr int kDefaultIntervalSeconds = 86'400;
 constexpr int kShortestIntervalSeconds = 3'600;
 constexpr long long kNeverChecked = -1;
+
+SparkleSettings ReadSparkleSettings() {
+  SparkleSettings settings;
+  settings.callsFile = DevFile(L"WENDRA_DEV_WINSPARKLE_CALLS");
+  settings.controlPort =
+      static_cast<std::uint16_t>(DevNumber(L"WENDRA_DEV_WINSPARKLE_CONTROL").value_or(0));
+  settings.automatic = DevNumber(L"WENDRA_DEV_WINSPARKLE_AUTOMATIC");
+  settings.intervalSeconds = DevNumber(L"WENDRA_DEV_WINSPARKLE_INTERVAL");
+  settings.lastCheckSeconds = DevNumber(L"WENDRA_DEV_WINSPARKLE_LAST_CHECK");
+  settings.callsBackLate = DevNumber(L"WENDRA_DEV_WINSPARKLE_LATE").value_or(0) != 0;
+  return settings;
+}
+
+using Job = std::function<void()>;
+
+void RunJob(std::unique_ptr<Job> job) { (*job)(); }
 
 }  // namespace
 
@@ -44,27 +66,19 @@ std::time_t SparkleLibrary::LastCheck() const {
 void SparkleLibrary::Init() {
   if (settings_.controlPort == 0 || control_) return;
   control_ = std::make_unique<ControlLine>(settings_.controlPort, [this](std::string callback) {
-    // A thread of its own each time: none of them is the program's, or the one of a call before.
-    std::thread([this, callback = std::move(callback)] {
-      std::string line;
-      Serialize(Fire(callback), line);
-      control_->Send(std::move(line));
-    }).detach();
+    // A new thread each time, so that no callback comes on the program's thread or on the thread of
+    // another callback.
+    (void)StartDetachedThread(
+        [this, callback = std::move(callback)] { control_->Send(ToText(Fire(callback))); });
   });
 }
 
-// What became of it: {"fired":…,"returned":…}, or {"error":…}.
+// The reply to the test: {"fired":…,"returned":…}, or {"error":…}.
 Json SparkleLibrary::Fire(const std::string& callback) {
-  Json answer = Json::Object();
   const std::optional<Json> returned = callbacks_.Fire(callback);
-  if (!returned) {
-    answer.members.emplace_back("error", "no callback " + callback);
-    return answer;
-  }
+  if (!returned) return MakeObject({{"error", "no callback " + callback}});
   record_.Fired(callback, *returned);
-  answer.members.emplace_back("fired", callback);
-  answer.members.emplace_back("returned", *returned);
-  return answer;
+  return MakeObject({{"fired", callback}, {"returned", *returned}});
 }
 
 void SparkleLibrary::FireAll() {
@@ -72,10 +86,13 @@ void SparkleLibrary::FireAll() {
 }
 
 void SparkleLibrary::CleanUp() {
-  if (settings_.callsBackLate) std::thread([this] { FireAll(); }).join();
+  if (!settings_.callsBackLate) return;
+  auto job = std::make_unique<Job>([this] { FireAll(); });
+  const KernelHandle thread = StartThread<RunJob>(job);
+  (void)WaitForSingleObject(thread.Get(), INFINITE);
 }
 
-void SparkleLibrary::AtProcessEnd() {
+void SparkleLibrary::OnProcessEnd() {
   if (settings_.callsBackLate) FireAll();
 }
 

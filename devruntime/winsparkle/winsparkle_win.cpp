@@ -6,12 +6,14 @@
 #include <utility>
 
 #include "devruntime/winsparkle/library_win.h"
+#include "update/winsparkle_win.h"
 
 #include <windows.h>
 
 namespace wendra {
 namespace {
 
+// A list of one argument.
 Json Arguments(Json argument) {
   Json arguments = Json::Array();
   arguments.items.push_back(std::move(argument));
@@ -24,7 +26,7 @@ SparkleLibrary& Called(const char* function, Json arguments = Json::Array()) {
   return library;
 }
 
-// `function` is "win_sparkle_set_" + the callback's name + "_callback".
+// The program sets or removes the callback `name`. The record shows it as true or null.
 template <typename Callback>
 void CalledWithCallback(std::string_view name, Callback callback) {
   const std::string function = "win_sparkle_set_" + std::string(name) + "_callback";
@@ -44,9 +46,6 @@ void CalledWithCallback(std::string_view name, Callback callback) {
   library.CallbackTable().Set(name, std::move(run));
 }
 
-using VoidCallback = void(__cdecl*)();
-using IntCallback = int(__cdecl*)();
-
 }  // namespace
 }  // namespace wendra
 
@@ -55,31 +54,31 @@ using namespace wendra;
 extern "C" void __cdecl win_sparkle_set_appcast_url(const char* url) {
   Called("win_sparkle_set_appcast_url", Arguments(url));
 }
-extern "C" void __cdecl win_sparkle_set_can_shutdown_callback(IntCallback callback) {
+extern "C" void __cdecl win_sparkle_set_can_shutdown_callback(WinSparkleQuestion callback) {
   CalledWithCallback("can_shutdown", callback);
 }
-extern "C" void __cdecl win_sparkle_set_shutdown_request_callback(VoidCallback callback) {
+extern "C" void __cdecl win_sparkle_set_shutdown_request_callback(WinSparkleCallback callback) {
   CalledWithCallback("shutdown_request", callback);
 }
-extern "C" void __cdecl win_sparkle_set_did_find_update_callback(VoidCallback callback) {
+extern "C" void __cdecl win_sparkle_set_did_find_update_callback(WinSparkleCallback callback) {
   CalledWithCallback("did_find_update", callback);
 }
-extern "C" void __cdecl win_sparkle_set_did_not_find_update_callback(VoidCallback callback) {
+extern "C" void __cdecl win_sparkle_set_did_not_find_update_callback(WinSparkleCallback callback) {
   CalledWithCallback("did_not_find_update", callback);
 }
-extern "C" void __cdecl win_sparkle_set_error_callback(VoidCallback callback) {
+extern "C" void __cdecl win_sparkle_set_error_callback(WinSparkleCallback callback) {
   CalledWithCallback("error", callback);
 }
-extern "C" void __cdecl win_sparkle_set_update_postponed_callback(VoidCallback callback) {
+extern "C" void __cdecl win_sparkle_set_update_postponed_callback(WinSparkleCallback callback) {
   CalledWithCallback("update_postponed", callback);
 }
-extern "C" void __cdecl win_sparkle_set_update_skipped_callback(VoidCallback callback) {
+extern "C" void __cdecl win_sparkle_set_update_skipped_callback(WinSparkleCallback callback) {
   CalledWithCallback("update_skipped", callback);
 }
-extern "C" void __cdecl win_sparkle_set_update_cancelled_callback(VoidCallback callback) {
+extern "C" void __cdecl win_sparkle_set_update_cancelled_callback(WinSparkleCallback callback) {
   CalledWithCallback("update_cancelled", callback);
 }
-extern "C" void __cdecl win_sparkle_set_update_dismissed_callback(VoidCallback callback) {
+extern "C" void __cdecl win_sparkle_set_update_dismissed_callback(WinSparkleCallback callback) {
   CalledWithCallback("update_dismissed", callback);
 }
 
@@ -106,6 +105,6 @@ extern "C" void __cdecl win_sparkle_check_update_with_ui() {
 extern "C" void __cdecl win_sparkle_cleanup() { Called("win_sparkle_cleanup").CleanUp(); }
 
 extern "C" BOOL WINAPI DllMain(HINSTANCE, DWORD reason, LPVOID processEnds) {
-  if (reason == DLL_PROCESS_DETACH && processEnds) SparkleLibrary::Instance().AtProcessEnd();
+  if (reason == DLL_PROCESS_DETACH && processEnds) SparkleLibrary::Instance().OnProcessEnd();
   return TRUE;
 }

@@ -7,9 +7,9 @@
 #include <cstdio>
 #include <functional>
 
+#include "devruntime/failing_calls/import_table_win.h"
 #include "mcp/tools/tool_actions.h"
 #include "tests/bench/mcp_window_win.h"
-#include "tests/support/import_hook_win.h"
 #include "tests/support/recording_page.h"
 
 namespace wendra {
@@ -77,8 +77,7 @@ class Lister {
 }  // namespace
 
 int Main(const wchar_t* configPath) {
-  realCreateProcess = HookImport("CreateProcessW", &TimedCreateProcess);
-  if (!realCreateProcess) return 1;
+  if (!RedirectImport("CreateProcessW", &TimedCreateProcess, realCreateProcess)) return 1;
   McpWindow window(configPath);
   McpClient& client = window.Client();
   const double startMs = MsOf([&] { window.Start(); });

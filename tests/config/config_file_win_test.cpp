@@ -10,7 +10,7 @@
 
 #include <gtest/gtest.h>
 
-#include "tests/support/import_hook_win.h"
+#include "devruntime/failing_calls/import_table_win.h"
 #include "tests/support/recording_log.h"
 #include "tests/support/scratch_folder_win.h"
 #include "win/file.h"
@@ -90,10 +90,9 @@ class ConfigFileTest : public testing::Test {
   static bool Exists(const std::wstring& path) { return std::filesystem::exists(path); }
 
   static void SetUpTestSuite() {
-    realWriteFile = HookImport("WriteFile", &FaultyWriteFile);
-    realReadFile = HookImport("ReadFile", &FaultyReadFile);
-    realCreateFile = HookImport("CreateFileW", &WatchedCreateFile);
-    ASSERT_TRUE(realWriteFile && realReadFile && realCreateFile);
+    ASSERT_TRUE(RedirectImport("WriteFile", &FaultyWriteFile, realWriteFile));
+    ASSERT_TRUE(RedirectImport("ReadFile", &FaultyReadFile, realReadFile));
+    ASSERT_TRUE(RedirectImport("CreateFileW", &WatchedCreateFile, realCreateFile));
   }
   void TearDown() override {
     fault = Fault::kNone;

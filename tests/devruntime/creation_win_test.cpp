@@ -4,7 +4,6 @@
 
 #include <gtest/gtest.h>
 
-#include "devruntime/webview2/event_file_win.h"
 #include "tests/devruntime/test_control_win.h"
 #include "win/wide.h"
 

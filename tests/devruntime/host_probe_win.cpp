@@ -13,6 +13,7 @@
 #include "webview/webview2_win.h"
 #include "win/unique.h"
 #include "win/wide.h"
+#include "win/window_class.h"
 
 namespace wendra {
 namespace {
@@ -32,11 +33,8 @@ class Host {
       : address_(std::move(address)), onMessage_(onMessage) {}
 
   void Run() {
-    WNDCLASSEXW windowClass{};
-    windowClass.cbSize = sizeof windowClass;
-    windowClass.lpfnWndProc = &Host::WindowProc;
-    windowClass.hInstance = GetModuleHandleW(nullptr);
-    windowClass.lpszClassName = L"RuntimeHostProbe";
+    const WNDCLASSEXW windowClass =
+        MakeWindowClass(GetModuleHandleW(nullptr), L"RuntimeHostProbe", &Host::WindowProc);
     RegisterClassExW(&windowClass);
     window_ = CreateWindowExW(0, windowClass.lpszClassName, L"Host probe",
                               WS_OVERLAPPEDWINDOW | WS_VISIBLE, 20, 20, 1000, 700, nullptr, nullptr,

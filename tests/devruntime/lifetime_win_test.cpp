@@ -3,6 +3,7 @@
 
 #include <gtest/gtest.h>
 
+#include "devruntime/base/variables_win.h"
 #include "devruntime/webview2/browser_port_win.h"
 #include "devruntime/webview2/settings_win.h"
 #include "devruntime/webview2/web_socket_win.h"
@@ -147,7 +148,7 @@ TEST(Failures, EndOfTheBrowserLeavesTheHostAlive) {
   TestControl control;
   ASSERT_TRUE(control.LoadBody("hello"));
   ASSERT_EQ(control.Evaluate("1"), "1");
-  const auto where = WaitForBrowserPort(ReadSettings().browserPortFile, kTestTimeoutMs);
+  const auto where = WaitForBrowserPort(ReadControlSettings().browserPortFile, kTestTimeoutMs);
   ASSERT_TRUE(where);
   WebSocket socket;
   ASSERT_TRUE(socket.Connect(where->port, where->path));
@@ -171,7 +172,7 @@ TEST(Failures, EndOfTheBrowserLeavesTheHostAlive) {
 
 TEST(Reports, EventsAreWrittenAsTheyHappen) {
   const ScopedVariable file(L"WENDRA_DEV_EVENTS", ScratchFile(L"events"));
-  const std::wstring path = ReadSettings().eventsFile;
+  const std::wstring path = ReadControlSettings().eventsFile;
   DeleteFileW(path.c_str());
   std::string url;
   {
@@ -196,7 +197,7 @@ TEST(Reports, EventsAreWrittenAsTheyHappen) {
 
 TEST(Reports, TimingsLeaveOutTheCallsIntoTheRuntime) {
   const ScopedVariable file(L"WENDRA_DEV_TIMINGS", ScratchFile(L"timings"));
-  const std::wstring path = ReadSettings().timingsFile;
+  const std::wstring path = ReadControlSettings().timingsFile;
   std::int64_t inHandler = 0;
   std::int64_t inCall = 0;
   {

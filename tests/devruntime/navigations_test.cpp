@@ -20,7 +20,7 @@ std::string Describe(const PageEvent& event) {
   const auto flag = [](bool value, const char* name) { return value ? std::string(name) : ""; };
   if (const auto* wanted = std::get_if<NavigationWanted>(&event)) {
     return "wanted " + std::to_string(wanted->id) + " " + wanted->uri +
-           flag(wanted->userInitiated, " user") + flag(wanted->redirected, " redirected") +
+           flag(wanted->isUserInitiated, " user") + flag(wanted->isRedirected, " redirected") +
            (wanted->fetchId.empty() ? "" : " waits:" + wanted->fetchId);
   }
   if (const auto* committed = std::get_if<DocumentCommitted>(&event)) {
@@ -29,11 +29,11 @@ std::string Describe(const PageEvent& event) {
   }
   if (const auto* done = std::get_if<NavigationDone>(&event)) {
     return "done " + std::to_string(done->id) +
-           (done->success ? " well" : " failed:" + std::to_string(static_cast<int>(done->error)));
+           (done->isSuccess ? " well" : " failed:" + std::to_string(static_cast<int>(done->error)));
   }
   if (const auto* moved = std::get_if<SourceMoved>(&event)) return "moved " + moved->uri;
   if (const auto* window = std::get_if<WindowWanted>(&event)) {
-    return "window " + window->uri + flag(window->userInitiated, " user");
+    return "window " + window->uri + flag(window->isUserInitiated, " user");
   }
   return "something else";
 }

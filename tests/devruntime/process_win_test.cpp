@@ -3,6 +3,7 @@
 
 #include <gtest/gtest.h>
 
+#include "devruntime/base/variables_win.h"
 #include "devruntime/webview2/settings_win.h"
 #include "tests/devruntime/test_control_win.h"
 #include "win/unique.h"
@@ -79,7 +80,7 @@ std::string PostingPage() { return PageUrl("<script>chrome.webview.postMessage(1
 TEST(ProcessEnd, WithoutClosingIsQuickAndStillReported) {
   const ScopedVariable file(L"WENDRA_DEV_EVENTS",
                             DevVariable(L"RUNTIME_TEST_SCRATCH") + L"/exit-events");
-  const std::wstring path = ReadSettings().eventsFile;
+  const std::wstring path = ReadControlSettings().eventsFile;
   DeleteFileW(path.c_str());
   const Ended ended = RunProbe("leave " + PostingPage());
   EXPECT_TRUE(ended.inTime);

@@ -7,10 +7,11 @@
 
 #include <gtest/gtest.h>
 
-#include "devruntime/webview2/settings_win.h"
+#include "devruntime/base/variables_win.h"
 #include "devruntime/webview2/web_socket_win.h"
 #include "win/file.h"
 #include "win/wide.h"
+#include "win/window_class.h"
 
 namespace wendra {
 namespace {
@@ -138,11 +139,8 @@ int RequestsFor(const std::string& path) {
 }
 
 HWND MakeTestWindow() {
-  WNDCLASSEXW windowClass{};
-  windowClass.cbSize = sizeof windowClass;
-  windowClass.lpfnWndProc = &DefWindowProcW;
-  windowClass.hInstance = GetModuleHandleW(nullptr);
-  windowClass.lpszClassName = kClassName;
+  const WNDCLASSEXW windowClass =
+      MakeWindowClass(GetModuleHandleW(nullptr), kClassName, &DefWindowProcW);
   RegisterClassExW(&windowClass);
   return CreateWindowExW(0, kClassName, L"runtime test", WS_OVERLAPPEDWINDOW | WS_VISIBLE, 0, 0,
                          640, 480, nullptr, nullptr, windowClass.hInstance, nullptr);

@@ -121,16 +121,16 @@ HRESULT WINAPI MakeDialog(REFCLSID, IUnknown*, DWORD, REFIID, void** object) {
 // Replaces the system's dialog by the one of this file until the end of the scope.
 class OwnDialogs {
  public:
-  OwnDialogs() : slot_(FindImportOfProgram("CoCreateInstance")) {
-    real_ = RedirectImport(slot_, reinterpret_cast<void*>(&MakeDialog));
+  OwnDialogs() { (void)RedirectImport("CoCreateInstance", &MakeDialog, real_); }
+  ~OwnDialogs() {
+    decltype(real_) own = nullptr;
+    (void)RedirectImport("CoCreateInstance", real_, own);
   }
-  ~OwnDialogs() { (void)RedirectImport(slot_, real_); }
   OwnDialogs(const OwnDialogs&) = delete;
   OwnDialogs& operator=(const OwnDialogs&) = delete;
 
  private:
-  ULONGLONG* const slot_;
-  void* real_;
+  decltype(&CoCreateInstance) real_ = nullptr;
 };
 
 TEST(ChooseFolder, GivesNothingWhereAStepFailsThatThePathNeeds) {

@@ -1,9 +1,10 @@
 // A hidden top-level window for a test, and functions that handle the messages of its thread.
 #pragma once
 
-#include "tests/support/patience.h"
-
 #include <functional>
+
+#include "tests/support/patience.h"
+#include "win/window_class.h"
 
 #include <windows.h>
 
@@ -15,14 +16,11 @@ class TestWindow {
   using OnMessage = std::function<void(UINT, WPARAM, LPARAM)>;
 
   explicit TestWindow(OnMessage onMessage = {}) : onMessage_(std::move(onMessage)) {
-    WNDCLASSEXW windowClass{};
-    windowClass.cbSize = sizeof(windowClass);
-    windowClass.lpfnWndProc = &TestWindow::Procedure;
-    windowClass.hInstance = GetModuleHandleW(nullptr);
-    windowClass.lpszClassName = L"WendraTestWindow";
+    const WNDCLASSEXW windowClass =
+        MakeWindowClass(GetModuleHandleW(nullptr), L"WendraTestWindow", &TestWindow::Procedure);
     RegisterClassExW(&windowClass);  // fails for the second window: the class exists already
-    handle_ = CreateWindowExW(0, L"WendraTestWindow", L"", WS_OVERLAPPEDWINDOW, 0, 0, 800, 600,
-                              nullptr, nullptr, windowClass.hInstance, nullptr);
+    handle_ = CreateWindowExW(0, windowClass.lpszClassName, L"", WS_OVERLAPPEDWINDOW, 0, 0, 800,
+                              600, nullptr, nullptr, windowClass.hInstance, nullptr);
     SetWindowLongPtrW(handle_, GWLP_USERDATA, reinterpret_cast<LONG_PTR>(this));
   }
   ~TestWindow() {

@@ -1,6 +1,7 @@
-#include "devruntime/webview2/event_file_win.h"
+#include "devruntime/base/event_file_win.h"
 
-#include <utility>
+#include "json/objects.h"
+#include "win/file.h"
 
 namespace wendra {
 
@@ -11,18 +12,15 @@ EventFile::EventFile(const std::wstring& path) {
                           OPEN_ALWAYS, FILE_ATTRIBUTE_NORMAL, nullptr));
 }
 
-void EventFile::Write(const Json& event) const {
-  if (!IsOn()) return;
-  std::string line;
-  Serialize(event, line);
-  WriteLine(std::move(line));
+void EventFile::WriteLine(std::string line) const {
+  if (!file_) return;
+  line += '\n';
+  // One call appends the whole line, so lines of several threads do not mix.
+  (void)WriteBytes(file_, line);
 }
 
-void EventFile::WriteLine(std::string line) const {
-  if (!IsOn()) return;
-  line += '\n';
-  DWORD written = 0;  // one append is one piece, whatever other threads do
-  WriteFile(file_.Get(), line.data(), static_cast<DWORD>(line.size()), &written, nullptr);
+void EventFile::Write(const Json& event) const {
+  if (file_) WriteLine(ToText(event));
 }
 
 }  // namespace wendra

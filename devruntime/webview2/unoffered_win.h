@@ -1,15 +1,52 @@
-// The methods of a web view that the runtime does not offer: they fail and do nothing else. What
-// they would hand out is null.
+// The methods of the controller and of the web view that the stand-in does not offer: they fail and
+// do nothing else.
 #pragma once
 
 #include "devruntime/webview2/com_object_win.h"
 
 namespace wendra {
 
+class UnofferedController : public ComObject<ICoreWebView2Controller> {
+ public:
+  HRESULT STDMETHODCALLTYPE put_ZoomFactor(double) override { return E_NOTIMPL; }
+  HRESULT STDMETHODCALLTYPE add_ZoomFactorChanged(ICoreWebView2ZoomFactorChangedEventHandler*,
+                                                  EventRegistrationToken*) override {
+    return E_NOTIMPL;
+  }
+  HRESULT STDMETHODCALLTYPE remove_ZoomFactorChanged(EventRegistrationToken) override {
+    return E_NOTIMPL;
+  }
+  HRESULT STDMETHODCALLTYPE SetBoundsAndZoomFactor(RECT, double) override { return E_NOTIMPL; }
+  HRESULT STDMETHODCALLTYPE add_MoveFocusRequested(ICoreWebView2MoveFocusRequestedEventHandler*,
+                                                   EventRegistrationToken*) override {
+    return E_NOTIMPL;
+  }
+  HRESULT STDMETHODCALLTYPE remove_MoveFocusRequested(EventRegistrationToken) override {
+    return E_NOTIMPL;
+  }
+  HRESULT STDMETHODCALLTYPE add_GotFocus(ICoreWebView2FocusChangedEventHandler*,
+                                         EventRegistrationToken*) override {
+    return E_NOTIMPL;
+  }
+  HRESULT STDMETHODCALLTYPE remove_GotFocus(EventRegistrationToken) override { return E_NOTIMPL; }
+  HRESULT STDMETHODCALLTYPE add_LostFocus(ICoreWebView2FocusChangedEventHandler*,
+                                          EventRegistrationToken*) override {
+    return E_NOTIMPL;
+  }
+  HRESULT STDMETHODCALLTYPE remove_LostFocus(EventRegistrationToken) override { return E_NOTIMPL; }
+  HRESULT STDMETHODCALLTYPE add_AcceleratorKeyPressed(
+      ICoreWebView2AcceleratorKeyPressedEventHandler*, EventRegistrationToken*) override {
+    return E_NOTIMPL;
+  }
+  HRESULT STDMETHODCALLTYPE remove_AcceleratorKeyPressed(EventRegistrationToken) override {
+    return E_NOTIMPL;
+  }
+};
+
 class UnofferedWebView : public ComObject<ICoreWebView2> {
  public:
   HRESULT STDMETHODCALLTYPE get_Settings(ICoreWebView2Settings** settings) override {
-    return Nothing(settings);
+    return NotOffered(settings);
   }
   HRESULT STDMETHODCALLTYPE NavigateToString(LPCWSTR) override { return E_NOTIMPL; }
   HRESULT STDMETHODCALLTYPE add_HistoryChanged(ICoreWebView2HistoryChangedEventHandler*,
@@ -71,7 +108,7 @@ class UnofferedWebView : public ComObject<ICoreWebView2> {
   HRESULT STDMETHODCALLTYPE GoForward() override { return E_NOTIMPL; }
   HRESULT STDMETHODCALLTYPE GetDevToolsProtocolEventReceiver(
       LPCWSTR, ICoreWebView2DevToolsProtocolEventReceiver** receiver) override {
-    return Nothing(receiver);
+    return NotOffered(receiver);
   }
   HRESULT STDMETHODCALLTYPE add_DocumentTitleChanged(ICoreWebView2DocumentTitleChangedEventHandler*,
                                                      EventRegistrationToken*) override {
@@ -80,7 +117,7 @@ class UnofferedWebView : public ComObject<ICoreWebView2> {
   HRESULT STDMETHODCALLTYPE remove_DocumentTitleChanged(EventRegistrationToken) override {
     return E_NOTIMPL;
   }
-  HRESULT STDMETHODCALLTYPE get_DocumentTitle(LPWSTR* title) override { return Nothing(title); }
+  HRESULT STDMETHODCALLTYPE get_DocumentTitle(LPWSTR* title) override { return NotOffered(title); }
   HRESULT STDMETHODCALLTYPE AddHostObjectToScript(LPCWSTR, VARIANT*) override { return E_NOTIMPL; }
   HRESULT STDMETHODCALLTYPE RemoveHostObjectFromScript(LPCWSTR) override { return E_NOTIMPL; }
   HRESULT STDMETHODCALLTYPE OpenDevToolsWindow() override { return E_NOTIMPL; }
@@ -114,13 +151,6 @@ class UnofferedWebView : public ComObject<ICoreWebView2> {
     return E_NOTIMPL;
   }
   HRESULT STDMETHODCALLTYPE remove_WindowCloseRequested(EventRegistrationToken) override {
-    return E_NOTIMPL;
-  }
-
- private:
-  template <typename T>
-  static HRESULT Nothing(T** out) {
-    if (out) *out = nullptr;
     return E_NOTIMPL;
   }
 };
