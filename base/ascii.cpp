@@ -10,11 +10,11 @@ std::string LowerAscii(std::string_view text) {
   return lower;
 }
 
-std::string_view TrimBlanks(std::string_view text) {
-  constexpr std::string_view kBlanks = " \t\r\n";
-  const size_t first = text.find_first_not_of(kBlanks);
+std::string_view TrimWhitespace(std::string_view text) {
+  constexpr std::string_view kWhitespace = " \t\r\n";
+  const size_t first = text.find_first_not_of(kWhitespace);
   if (first == std::string_view::npos) return {};
-  const size_t last = text.find_last_not_of(kBlanks);
+  const size_t last = text.find_last_not_of(kWhitespace);
   return text.substr(first, last - first + 1);
 }
 

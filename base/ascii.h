@@ -10,6 +10,6 @@ namespace wendra {
 std::string LowerAscii(std::string_view text);
 
 // `text` without leading and trailing whitespace: space, tab, CR and LF, nothing else.
-std::string_view TrimBlanks(std::string_view text);
+std::string_view TrimWhitespace(std::string_view text);
 
 }  // namespace wendra

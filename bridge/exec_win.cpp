@@ -35,10 +35,10 @@ struct ReadJob {
 // Reads until every process that holds the pipe's other end has closed it.
 void ReadToEnd(HANDLE pipe, OutputBuffer& output) {
   // One buffer for all reads: new memory for each read would make the command wait.
-  const std::unique_ptr<char[]> piece(new char[kReadBytes]);
+  const std::unique_ptr<char[]> chunk(new char[kReadBytes]);
   DWORD got = 0;
-  while (ReadFile(pipe, piece.get(), kReadBytes, &got, nullptr) && got > 0) {
-    output.Append({piece.get(), got});
+  while (ReadFile(pipe, chunk.get(), kReadBytes, &got, nullptr) && got > 0) {
+    output.Append({chunk.get(), got});
   }
 }
 

@@ -20,7 +20,7 @@ bool ReadsTheSameToABrowser(std::string_view url) {
 }  // namespace
 
 std::string NormalizeServerInput(std::string_view text) {
-  const std::string_view trimmed = TrimBlanks(text);
+  const std::string_view trimmed = TrimWhitespace(text);
   if (trimmed.empty()) return std::string(text);
   const bool isBareWord = trimmed.find_first_of(".:/\\?#") == std::string_view::npos;
   if (!isBareWord || LowerAscii(trimmed) == "localhost") return std::string(trimmed);
@@ -28,7 +28,7 @@ std::string NormalizeServerInput(std::string_view text) {
 }
 
 std::string ParseHttpUrl(std::string_view text) {
-  std::string url(TrimBlanks(text));
+  std::string url(TrimWhitespace(text));
   if (url.empty()) return {};
   if (!SplitAddress(url).hasScheme) url.insert(0, "https://");
   while (url.size() > 1 && url.back() == '/') url.pop_back();

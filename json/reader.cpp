@@ -98,10 +98,10 @@ class Reader {
 };
 
 bool Reader::Read(Json& root) {
-  const char* at = SkipBlanks(begin_, end_);
+  const char* at = SkipWhitespace(begin_, end_);
   if (at == end_) return false;
   at = *at == '"' ? ReadTopLevelString(at, root) : ReadTree(at, root);
-  return at && SkipBlanks(at, end_) == end_;
+  return at && SkipWhitespace(at, end_) == end_;
 }
 
 // Deliberate: a text that consists of one unterminated string is read as that string. Inside arrays
@@ -127,7 +127,7 @@ const char* Reader::ReadTree(const char* at, Json& root) {
 // Reads a complete value into `place` and sets `place` to null. For a container with children it
 // reads only the start, and sets `place` to the first child.
 inline const char* Reader::ReadValue(const char* at, Json*& place) {
-  at = SkipBlanks(at, end_);
+  at = SkipWhitespace(at, end_);
   if (at == end_) return nullptr;
   if (*at == '{') return OpenObject(at, place);
   if (*at == '[') return OpenArray(at, place);
@@ -171,7 +171,7 @@ inline const char* Reader::ReadNumber(const char* at, Json& value) {
 inline const char* Reader::OpenArray(const char* at, Json*& place) {
   Json& array = *std::exchange(place, nullptr);
   array.kind = kJsonArray;
-  at = SkipBlanks(at + 1, end_);
+  at = SkipWhitespace(at + 1, end_);
   if (at != end_ && *at == ']') return at + 1;
   const Open opened = Opened(array);
   array.items.reserve(opened.expected);
@@ -183,7 +183,7 @@ inline const char* Reader::OpenArray(const char* at, Json*& place) {
 inline const char* Reader::OpenObject(const char* at, Json*& place) {
   Json& object = *std::exchange(place, nullptr);
   object.kind = kJsonObject;
-  at = SkipBlanks(at + 1, end_);
+  at = SkipWhitespace(at + 1, end_);
   if (at != end_ && *at == '}') return at + 1;
   const Open opened = Opened(object);
   object.members.reserve(opened.expected);
@@ -192,12 +192,12 @@ inline const char* Reader::OpenObject(const char* at, Json*& place) {
 }
 
 inline const char* Reader::ReadKey(const char* at, Json& object, Json*& place) {
-  at = SkipBlanks(at, end_);
+  at = SkipWhitespace(at, end_);
   if (at == end_ || *at != '"') return nullptr;
   auto& [key, value] = object.members.emplace_back();
   at = ReadString(at, key);
   if (!at) return nullptr;
-  at = SkipBlanks(at, end_);
+  at = SkipWhitespace(at, end_);
   place = &value;
   return at != end_ && *at == ':' ? at + 1 : nullptr;
 }
@@ -205,7 +205,7 @@ inline const char* Reader::ReadKey(const char* at, Json& object, Json*& place) {
 // Called after a child of the innermost container. Either sets `place` to the next child, or closes
 // the container and leaves `place` null.
 inline const char* Reader::ReadAfterValue(const char* at, Json*& place) {
-  at = SkipBlanks(at, end_);
+  at = SkipWhitespace(at, end_);
   if (at == end_) return nullptr;
   const char c = *at++;
   Json& parent = *open_.Top().container;

@@ -99,27 +99,27 @@ inline const char* FindEndOfPlainText(const char* at, const char* end) {
   return at;
 }
 
-inline bool IsBlank(char c) { return c == ' ' || c == '\n' || c == '\r' || c == '\t'; }
+inline bool IsWhitespace(char c) { return c == ' ' || c == '\n' || c == '\r' || c == '\t'; }
 
-inline std::uint32_t Blanks(__m128i block) {
+inline std::uint32_t WhitespaceBits(__m128i block) {
   const __m128i spaces = _mm_or_si128(EqualTo(block, ' '), EqualTo(block, '\t'));
   const __m128i breaks = _mm_or_si128(EqualTo(block, '\n'), EqualTo(block, '\r'));
   return Bits(_mm_or_si128(spaces, breaks));
 }
 
-inline const char* SkipManyBlanks(const char* at, const char* end) {
+inline const char* SkipLongWhitespace(const char* at, const char* end) {
   for (; end - at >= kBlockBytes; at += kBlockBytes) {
-    const std::uint32_t others = Blanks(LoadBlock(at)) ^ 0xFFFF;
+    const std::uint32_t others = WhitespaceBits(LoadBlock(at)) ^ 0xFFFF;
     if (others != 0) return at + FirstBit(others);
   }
-  while (at != end && IsBlank(*at)) ++at;
+  while (at != end && IsWhitespace(*at)) ++at;
   return at;
 }
 
 // Usually there is no whitespace at all; otherwise one character, or a line break and indentation.
-inline const char* SkipBlanks(const char* at, const char* end) {
+inline const char* SkipWhitespace(const char* at, const char* end) {
   if (at == end || static_cast<unsigned char>(*at) > ' ') return at;
-  return SkipManyBlanks(at, end);
+  return SkipLongWhitespace(at, end);
 }
 
 }  // namespace wendra

@@ -22,7 +22,7 @@ bool HoldsMoreValues(std::string_view text, size_t max) {
   bool isFresh = false;  // nothing but whitespace has followed the last opening bracket
   for (size_t at = 0; at < text.size() && count <= max;) {
     const char c = text[at];
-    if (IsBlank(c)) {
+    if (IsWhitespace(c)) {
       ++at;
       continue;
     }

@@ -17,10 +17,10 @@ class LongText {
   // The text will be no longer than `maxBytes`.
   explicit LongText(size_t maxBytes) : maxBytes_(maxBytes) {}
 
-  void Append(std::string_view piece) {
-    const size_t bytes = text_.size() + piece.size();
+  void Append(std::string_view chunk) {
+    const size_t bytes = text_.size() + chunk.size();
     if (bytes > kLongBytes && bytes > text_.capacity()) text_.reserve(std::max(bytes, maxBytes_));
-    text_ += piece;
+    text_ += chunk;
   }
 
   const std::string& Text() const { return text_; }

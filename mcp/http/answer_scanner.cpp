@@ -41,7 +41,7 @@ size_t AnswerScanner::SkipString(std::string_view bytes) {
 
 void AnswerScanner::See(char byte) {
   if (state_ == State::kKey || state_ == State::kValue) return SeeInObject(byte);
-  if (IsBlank(byte)) return;
+  if (IsWhitespace(byte)) return;
   if (state_ == State::kBefore && byte == '{') {
     state_ = State::kKey;
     depth_ = 1;
@@ -71,7 +71,7 @@ void AnswerScanner::SeeInObject(char byte) {
       if (depth_ == 1) EndValue();
       return;
     default:
-      if (isId_ && !IsBlank(byte)) Keep({&byte, 1});
+      if (isId_ && !IsWhitespace(byte)) Keep({&byte, 1});
   }
 }
 

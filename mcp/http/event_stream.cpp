@@ -12,7 +12,7 @@ constexpr std::string_view kId = "id:";
 
 // The value after the field's name. It reuses the memory of the line, since messages can be long.
 std::string ValueOf(std::string line, std::string_view name) {
-  const std::string_view value = TrimBlanks(std::string_view(line).substr(name.size()));
+  const std::string_view value = TrimWhitespace(std::string_view(line).substr(name.size()));
   if (value.empty()) return {};
   const auto start = static_cast<size_t>(value.data() - line.data());
   line.resize(start + value.size());

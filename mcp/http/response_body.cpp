@@ -10,7 +10,7 @@ namespace {
 
 bool IsEventStream(std::string_view contentType) {
   const std::string_view type = contentType.substr(0, contentType.find(';'));
-  return LowerAscii(TrimBlanks(type)) == "text/event-stream";
+  return LowerAscii(TrimWhitespace(type)) == "text/event-stream";
 }
 
 }  // namespace
@@ -35,7 +35,7 @@ std::vector<std::string> ResponseBody::Feed(std::string_view bytes) {
 std::vector<std::string> ResponseBody::Finish() {
   if (isEventStream_) return Messages(events_.Finish());
   std::vector<std::string> messages;
-  if (!TrimBlanks(text_.Text()).empty()) messages.push_back(text_.Take());
+  if (!TrimWhitespace(text_.Text()).empty()) messages.push_back(text_.Take());
   return messages;
 }
 

@@ -18,14 +18,14 @@ std::wstring UpperAscii(std::wstring_view text) {
   return upper;
 }
 
-std::wstring_view UntilZero(std::wstring_view text) { return text.substr(0, text.find(L'\0')); }
+std::wstring_view UntilNul(std::wstring_view text) { return text.substr(0, text.find(L'\0')); }
 
 // Windows keeps the current folder of each drive in an entry that begins with "=". Such an entry
 // has an empty name here, so only the last one is kept.
 Variables ParseBlock(std::wstring_view block) {
   Variables variables;
   while (!block.empty()) {
-    const std::wstring_view entry = UntilZero(block);
+    const std::wstring_view entry = UntilNul(block);
     block.remove_prefix(entry.size() < block.size() ? entry.size() + 1 : entry.size());
     const size_t equals = entry.find(L'=');
     if (equals == entry.npos) continue;
@@ -50,8 +50,8 @@ std::wstring BuildChildEnvironment(std::wstring_view hostBlock,
   std::wstring& path = variables[L"PATH"];
   path = WidenedPath(searchDirectories, path);
   for (const auto& [name, value] : env) {
-    const std::wstring_view plainName = UntilZero(name);
-    if (!plainName.empty()) variables[UpperAscii(plainName)] = UntilZero(value);
+    const std::wstring_view plainName = UntilNul(name);
+    if (!plainName.empty()) variables[UpperAscii(plainName)] = UntilNul(value);
   }
   std::wstring block;
   for (const auto& [name, value] : variables) {

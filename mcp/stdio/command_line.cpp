@@ -19,7 +19,7 @@ constexpr std::wstring_view kPercent = L"%%cd:~,%";
 bool IsOneOf(wchar_t c, std::wstring_view set) { return set.find(c) != std::wstring_view::npos; }
 
 // Whether `c` separates the words of a program's command line.
-bool IsBlank(wchar_t c) { return IsOneOf(c, L" \t"); }
+bool IsWhitespace(wchar_t c) { return IsOneOf(c, L" \t"); }
 
 // Wildcards need no quotes to stay in their word, but some runtimes expand them outside quotes.
 bool IsPlainToPrograms(wchar_t c) { return !IsOneOf(c, L" \t\n\v\"*?"); }
@@ -51,7 +51,8 @@ class BatchLine {
  private:
   void Append(wchar_t c) {
     if (c == L'"') return AppendQuote();
-    const bool isSafe = IsBlank(c) ? isQuotedToProgram_ : isQuotedToShell_ || IsPlainToShell(c);
+    const bool isSafe =
+        IsWhitespace(c) ? isQuotedToProgram_ : isQuotedToShell_ || IsPlainToShell(c);
     if (!isSafe) Toggle();
     if (c == L'%') {
       text_ += kPercent;

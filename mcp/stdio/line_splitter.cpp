@@ -20,9 +20,9 @@ std::string LineSplitter::Finish() {
   return pending_.Take();
 }
 
-void LineSplitter::Keep(std::string_view piece) {
+void LineSplitter::Keep(std::string_view chunk) {
   if (isTooLong_) return;
-  if (piece.size() <= maxPendingBytes_ - pending_.Text().size()) return pending_.Append(piece);
+  if (chunk.size() <= maxPendingBytes_ - pending_.Text().size()) return pending_.Append(chunk);
   isTooLong_ = true;
   pending_.Drop();
 }

@@ -26,7 +26,7 @@ class LineSplitter {
   std::string Finish();
 
  private:
-  void Keep(std::string_view piece);
+  void Keep(std::string_view chunk);
 
   const size_t maxPendingBytes_;
   LongText pending_;

@@ -28,11 +28,11 @@ class Content {
  private:
   static bool IsImage(const std::string& mimeType) { return mimeType.starts_with("image/"); }
 
-  void AddPiece(std::string piece) {
+  void AddPart(std::string part) {
     if (hasText_) {
-      text_.append(1, '\n').append(piece);
+      text_.append(1, '\n').append(part);
     } else {
-      text_ = std::move(piece);
+      text_ = std::move(part);
     }
     hasText_ = true;
   }
@@ -43,31 +43,31 @@ class Content {
   }
 
   void AddText(Json& item) {
-    if (std::string* text = FindString(item, "text")) AddPiece(std::move(*text));
+    if (std::string* text = FindString(item, "text")) AddPart(std::move(*text));
   }
 
   void AddImage(Json& item) {
     std::string* data = FindString(item, "data");
-    if (!data) return AddPiece("[image content could not be attached]");
+    if (!data) return AddPart("[image content could not be attached]");
     const std::string& mimeType = TextOf(item, "mimeType");
     AddPicture(IsImage(mimeType) ? mimeType : "image/png", std::move(*data));
   }
 
   void AddResource(Json& item) {
     Json* resource = item.Find("resource");
-    if (!resource) return AddPiece("[resource content]");
-    if (std::string* text = FindString(*resource, "text")) return AddPiece(std::move(*text));
+    if (!resource) return AddPart("[resource content]");
+    if (std::string* text = FindString(*resource, "text")) return AddPart(std::move(*text));
     std::string* blob = FindString(*resource, "blob");
-    if (!blob) return AddPiece("[resource content]");
+    if (!blob) return AddPart("[resource content]");
     const std::string* mimeType = FindString(*resource, "mimeType");
     if (mimeType && IsImage(*mimeType)) return AddPicture(*mimeType, std::move(*blob));
-    AddPiece("[binary resource: " + (mimeType ? *mimeType : "unknown type") + "]");
+    AddPart("[binary resource: " + (mimeType ? *mimeType : "unknown type") + "]");
   }
 
   void AddLink(Json& item) {
     const std::string& name = TextOf(item, "name");
     const std::string* shown = name.empty() ? FindString(item, "uri") : &name;
-    AddPiece("[resource link: " + (shown ? *shown : "unknown") + "]");
+    AddPart("[resource link: " + (shown ? *shown : "unknown") + "]");
   }
 
   std::string text_;

@@ -11,7 +11,7 @@ TEST(LowerAscii, ChangesTheLettersAToZOnly) {
   EXPECT_EQ(LowerAscii(""), "");
 }
 
-TEST(TrimBlanks, RemovesFourKindsOfWhitespaceAtBothEnds) {
+TEST(TrimWhitespace, RemovesFourKindsOfWhitespaceAtBothEnds) {
   const struct {
     std::string_view in, want;
   } cases[] = {
@@ -23,7 +23,7 @@ TEST(TrimBlanks, RemovesFourKindsOfWhitespaceAtBothEnds) {
       {"\xC2\xA0x", "\xC2\xA0x"},  // nor does the no-break space
       {std::string_view("\0x\0", 3), std::string_view("\0x\0", 3)},
   };
-  for (const auto& c : cases) EXPECT_EQ(TrimBlanks(c.in), c.want) << c.in;
+  for (const auto& c : cases) EXPECT_EQ(TrimWhitespace(c.in), c.want) << c.in;
 }
 
 }  // namespace

@@ -196,10 +196,10 @@ size_t BareCaller::Exchange(const std::string& body) {
     }
   }
   size_t total = 0;
-  std::vector<char> piece;
+  std::vector<char> chunk;
   for (DWORD bytes = 0; WinHttpQueryDataAvailable(request.Get(), &bytes) && bytes > 0;) {
-    if (piece.size() < bytes) piece.resize(bytes);
-    if (!WinHttpReadData(request.Get(), piece.data(), bytes, &bytes)) return 0;
+    if (chunk.size() < bytes) chunk.resize(bytes);
+    if (!WinHttpReadData(request.Get(), chunk.data(), bytes, &bytes)) return 0;
     total += bytes;
   }
   return total;

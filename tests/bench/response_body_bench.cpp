@@ -14,7 +14,7 @@
 namespace wendra {
 namespace {
 
-constexpr size_t kPieceBytes = 1'460;
+constexpr size_t kChunkBytes = 1'460;
 constexpr double kMsPerSecond = 1000;
 
 // A response of the largest size that is read, with many short strings.
@@ -29,8 +29,8 @@ std::string Answer(std::string_view before, std::string_view after) {
   return text.append(end).append(after);
 }
 
-void ForEachPiece(std::string_view body, const std::function<void(std::string_view)>& use) {
-  for (size_t at = 0; at < body.size(); at += kPieceBytes) use(body.substr(at, kPieceBytes));
+void ForEachChunk(std::string_view body, const std::function<void(std::string_view)>& use) {
+  for (size_t at = 0; at < body.size(); at += kChunkBytes) use(body.substr(at, kChunkBytes));
 }
 
 double BestMs(int rounds, const std::function<void()>& work) {
@@ -60,7 +60,7 @@ int Main(bool isOnce) {
     size_t readBytes = 0;
     const double bareMs = BestMs(rounds, [&] {
       std::string read;
-      ForEachPiece(c.body, [&](std::string_view piece) { read += piece; });
+      ForEachChunk(c.body, [&](std::string_view chunk) { read += chunk; });
       readBytes = read.size();
     });
     size_t messages = 0;
@@ -68,7 +68,7 @@ int Main(bool isOnce) {
     const double ourMs = BestMs(rounds, [&] {
       ResponseBody body(c.type, "1");
       messages = 0;
-      ForEachPiece(c.body, [&](std::string_view piece) { messages += body.Feed(piece).size(); });
+      ForEachChunk(c.body, [&](std::string_view chunk) { messages += body.Feed(chunk).size(); });
       messages += body.Finish().size();
       isAnswered = body.IsAnswered();
     });

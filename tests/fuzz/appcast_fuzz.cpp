@@ -16,7 +16,7 @@ void Require(bool holds) {
   if (!holds) std::abort();
 }
 
-bool IsBlank(char c) { return c == ' ' || c == '\t' || c == '\r' || c == '\n'; }
+bool IsWhitespace(char c) { return c == ' ' || c == '\t' || c == '\r' || c == '\n'; }
 
 bool StartsAt(std::string_view text, size_t at, std::string_view what) {
   return text.substr(std::min(at, text.size())).starts_with(what);
@@ -28,7 +28,7 @@ size_t BehindName(std::string_view feed, const std::string& name) {
   for (size_t at = 0; at < feed.size(); ++at) {
     const size_t behind = at + start.size();
     if (!StartsAt(feed, at, start) || behind >= feed.size()) continue;
-    if (IsBlank(feed[behind]) || feed[behind] == '>' || feed[behind] == '/') return behind;
+    if (IsWhitespace(feed[behind]) || feed[behind] == '>' || feed[behind] == '/') return behind;
   }
   return feed.size();
 }
@@ -41,8 +41,8 @@ std::string PlainElementText(std::string_view feed, const std::string& name) {
   size_t end = at;
   while (end < feed.size() && !StartsAt(feed, end, endTag)) ++end;
   if (end >= feed.size()) return "";
-  while (at < end && IsBlank(feed[at])) ++at;
-  while (end > at && IsBlank(feed[end - 1])) --end;
+  while (at < end && IsWhitespace(feed[at])) ++at;
+  while (end > at && IsWhitespace(feed[end - 1])) --end;
   return std::string(feed.substr(at, end - at));
 }
 
@@ -51,7 +51,7 @@ std::string PlainDownloadAddress(std::string_view feed) {
   const size_t end = feed.find('>', start);
   if (end == std::string_view::npos) return "";
   for (size_t at = start; at < end; ++at) {
-    if (!IsBlank(feed[at]) || !StartsAt(feed, at + 1, "url=\"") || at + 6 > end) continue;
+    if (!IsWhitespace(feed[at]) || !StartsAt(feed, at + 1, "url=\"") || at + 6 > end) continue;
     const size_t value = at + 6;
     const size_t quote = feed.find('"', value);
     return quote < end ? std::string(feed.substr(value, quote - value)) : "";

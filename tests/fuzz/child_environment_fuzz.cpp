@@ -16,7 +16,7 @@ void Require(bool holds) {
   if (!holds) std::abort();
 }
 
-std::wstring UntilZero(const std::wstring& text) { return text.substr(0, text.find(L'\0')); }
+std::wstring UntilNul(const std::wstring& text) { return text.substr(0, text.find(L'\0')); }
 
 std::wstring Upper(std::wstring text) {
   std::ranges::transform(text, text.begin(), [](wchar_t c) {
@@ -45,13 +45,13 @@ wendra::WideNamedValues Entries(std::wstring_view block) {
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   auto fields = wendra::Fields(data, size);
   if (fields.size() < 2) return 0;
-  const std::wstring directory = UntilZero(fields[1]);
+  const std::wstring directory = UntilNul(fields[1]);
   wendra::WideNamedValues env;
   std::map<std::wstring, std::wstring> wanted;
   for (size_t i = 2; i + 1 < fields.size(); i += 2) {
     std::erase(fields[i], L'=');  // Entries would take it for the end of the name
     env.emplace_back(fields[i], fields[i + 1]);
-    wanted[Upper(UntilZero(fields[i]))] = UntilZero(fields[i + 1]);
+    wanted[Upper(UntilNul(fields[i]))] = UntilNul(fields[i + 1]);
   }
   wanted.erase(L"");
 

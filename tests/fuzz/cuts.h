@@ -10,16 +10,16 @@ namespace wendra {
 // Calls `feed` with one chunk of `text` after the other. Each byte of `cuts`, again and again from
 // the first, gives the size of a chunk: 1 to 64 bytes. Without cuts the text is one chunk.
 template <typename Feed>
-void FeedInPieces(std::string_view text, std::string_view cuts, Feed feed) {
+void FeedInChunks(std::string_view text, std::string_view cuts, Feed feed) {
   if (cuts.empty()) return feed(text);
   for (std::size_t i = 0; !text.empty(); ++i) {
-    const auto piece = text.substr(0, static_cast<std::uint8_t>(cuts[i % cuts.size()]) % 64 + 1u);
-    text.remove_prefix(piece.size());
-    feed(piece);
+    const auto chunk = text.substr(0, static_cast<std::uint8_t>(cuts[i % cuts.size()]) % 64 + 1u);
+    text.remove_prefix(chunk.size());
+    feed(chunk);
   }
 }
 
 constexpr std::string_view kByteByByte("\0", 1);
-constexpr std::string_view kInOnePiece;
+constexpr std::string_view kInOneChunk;
 
 }  // namespace wendra

@@ -14,7 +14,7 @@ namespace {
 using wendra::EventField;
 using Fields = std::vector<std::string>;
 
-constexpr std::string_view kBlanks = " \t\r\n";
+constexpr std::string_view kWhitespace = " \t\r\n";
 
 void Append(const std::vector<EventField>& fields, Fields& all) {
   for (const EventField& field : fields) {
@@ -23,9 +23,9 @@ void Append(const std::vector<EventField>& fields, Fields& all) {
 }
 
 std::string Trimmed(std::string_view text) {
-  const size_t begin = text.find_first_not_of(kBlanks);
+  const size_t begin = text.find_first_not_of(kWhitespace);
   if (begin == text.npos) return {};
-  return std::string(text.substr(begin, text.find_last_not_of(kBlanks) + 1 - begin));
+  return std::string(text.substr(begin, text.find_last_not_of(kWhitespace) + 1 - begin));
 }
 
 // The fields by definition: line by line.
@@ -47,12 +47,12 @@ Fields Expected(std::string_view text, size_t maxBytes) {
   return fields;
 }
 
-// Reads the text in chunks; for `cuts` see FeedInPieces.
+// Reads the text in chunks; for `cuts` see FeedInChunks.
 Fields Read(std::string_view text, size_t maxBytes, std::string_view cuts) {
   wendra::EventStream stream(maxBytes);
   Fields fields;
-  wendra::FeedInPieces(text, cuts,
-                       [&](std::string_view piece) { Append(stream.Feed(piece), fields); });
+  wendra::FeedInChunks(text, cuts,
+                       [&](std::string_view chunk) { Append(stream.Feed(chunk), fields); });
   Append(stream.Finish(), fields);
   return fields;
 }
@@ -67,7 +67,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   const std::string_view text = input.substr(5);
   const Fields expected = Expected(text, maxBytes);
   for (const std::string_view cuts :
-       {input.substr(1, 4), wendra::kByteByByte, wendra::kInOnePiece}) {
+       {input.substr(1, 4), wendra::kByteByByte, wendra::kInOneChunk}) {
     if (Read(text, maxBytes, cuts) != expected) std::abort();
   }
   return 0;

@@ -25,12 +25,12 @@ Lines Expected(std::string_view text, size_t maxBytes) {
   return lines;
 }
 
-// Splits the text in chunks; for `cuts` see FeedInPieces.
+// Splits the text in chunks; for `cuts` see FeedInChunks.
 Lines Split(std::string_view text, size_t maxBytes, std::string_view cuts) {
   wendra::LineSplitter splitter(maxBytes);
   Lines lines;
-  wendra::FeedInPieces(text, cuts, [&](std::string_view piece) {
-    for (auto& line : splitter.Feed(piece)) lines.push_back(std::move(line));
+  wendra::FeedInChunks(text, cuts, [&](std::string_view chunk) {
+    for (auto& line : splitter.Feed(chunk)) lines.push_back(std::move(line));
   });
   if (std::string last = splitter.Finish(); !last.empty()) lines.push_back(std::move(last));
   return lines;
@@ -46,7 +46,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   const std::string_view text = input.substr(5);
   const Lines expected = Expected(text, maxBytes);
   for (const std::string_view cuts :
-       {input.substr(1, 4), wendra::kByteByByte, wendra::kInOnePiece}) {
+       {input.substr(1, 4), wendra::kByteByByte, wendra::kInOneChunk}) {
     if (Split(text, maxBytes, cuts) != expected) std::abort();
   }
   return 0;

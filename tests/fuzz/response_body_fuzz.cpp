@@ -31,7 +31,7 @@ Extracted Extract(std::string_view type, std::string_view text, std::string_view
   const auto add = [&](std::vector<std::string> more) {
     result.messages.insert(result.messages.end(), more.begin(), more.end());
   };
-  wendra::FeedInPieces(text, cuts, [&](std::string_view piece) { add(body.Feed(piece)); });
+  wendra::FeedInChunks(text, cuts, [&](std::string_view chunk) { add(body.Feed(chunk)); });
   add(body.Finish());
   result.isAnswered = body.IsAnswered();
   return result;
@@ -71,7 +71,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   const std::string_view input(reinterpret_cast<const char*>(data), size);
   const std::string_view type = kTypes[data[0] % 3];
   const std::string_view text = input.substr(5);
-  const Extracted whole = Extract(type, text, wendra::kInOnePiece);
+  const Extracted whole = Extract(type, text, wendra::kInOneChunk);
   for (const std::string_view cuts : {input.substr(1, 4), wendra::kByteByByte}) {
     if (!(Extract(type, text, cuts) == whole)) std::abort();
   }

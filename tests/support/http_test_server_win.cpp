@@ -39,7 +39,7 @@ HttpTestRequest ParseHead(std::string_view head) {
   while (!head.empty()) {
     const std::string_view line = takeLine();
     const size_t colon = line.find(':');
-    request.headers.emplace_back(line.substr(0, colon), TrimBlanks(line.substr(colon + 1)));
+    request.headers.emplace_back(line.substr(0, colon), TrimWhitespace(line.substr(colon + 1)));
   }
   return request;
 }

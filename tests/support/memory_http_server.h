@@ -181,7 +181,7 @@ class MemoryExchange : public HttpExchange {
       text = text.substr(0, text.find("\r\n"));
       const size_t colon = text.find(':');
       if (colon == text.npos) continue;
-      headers_.emplace_back(text.substr(0, colon), TrimBlanks(text.substr(colon + 1)));
+      headers_.emplace_back(text.substr(0, colon), TrimWhitespace(text.substr(colon + 1)));
       if (LowerAscii(headers_.back().first) == "content-length") {
         bodyLeft_ = std::stoul(headers_.back().second);
       }

@@ -36,9 +36,9 @@ std::string ReadBody(WinHttpExchange& exchange) {
 std::string ReadBodyAhead(WinHttpExchange& exchange) {
   std::string body;
   while (const size_t bytes = exchange.WaitForChunk()) {
-    const std::string_view piece = exchange.ReadChunk(bytes);
+    const std::string_view chunk = exchange.ReadChunk(bytes);
     exchange.AskForChunk();
-    body += piece;
+    body += chunk;
   }
   return body;
 }

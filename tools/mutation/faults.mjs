@@ -12,7 +12,7 @@ const fault = (name, file, text, replacement, ...killers) =>
 export const kFaults = [
   // json
   fault('json-trailing-text', 'json/reader.cpp',
-    'return at && SkipBlanks(at, end_) == end_;', 'return at != nullptr;', 'native/json_test'),
+    'return at && SkipWhitespace(at, end_) == end_;', 'return at != nullptr;', 'native/json_test'),
   fault('json-unterminated-text', 'json/reader.cpp',
     'return how == StringEnd::kBadEscape ? nullptr : at;',
     'return how == StringEnd::kClosed ? at : nullptr;', 'native/json_test'),
@@ -210,7 +210,7 @@ export const kFaults = [
 
   // mcp
   fault('mcp-line-limit', 'mcp/stdio/line_splitter.cpp',
-    'piece.size() <= maxPendingBytes_', 'piece.size() < maxPendingBytes_', 'native/mcp_test'),
+    'chunk.size() <= maxPendingBytes_', 'chunk.size() < maxPendingBytes_', 'native/mcp_test'),
   fault('mcp-line-too-long-for-ever', 'mcp/stdio/line_splitter.cpp',
     '  isTooLong_ = false;\n', '', 'native/mcp_test'),
   fault('mcp-event-last-line', 'mcp/http/event_stream.cpp',
@@ -232,8 +232,8 @@ export const kFaults = [
   fault('mcp-environment-end', 'mcp/stdio/child_environment.cpp',
     "return block + L'\\0';", 'return block;', 'native/mcp_test'),
   fault('mcp-environment-case', 'mcp/stdio/child_environment.cpp',
-    'variables[UpperAscii(plainName)] = UntilZero(value);',
-    'variables[std::wstring(plainName)] = UntilZero(value);', 'native/mcp_test'),
+    'variables[UpperAscii(plainName)] = UntilNul(value);',
+    'variables[std::wstring(plainName)] = UntilNul(value);', 'native/mcp_test'),
   fault('mcp-result-empty-text', 'mcp/tools/tool_result.cpp',
     '    if (hasText_) {', '    if (!text_.empty()) {', 'native/mcp_test'),
   fault('mcp-result-error-dropped', 'mcp/tools/tool_result.cpp',
@@ -317,7 +317,7 @@ export const kFaults = [
     'if (!rest.empty() && (EndsName(rest.front()) || true)) return rest;',
     'native/update_test'),
   fault('update-attribute-suffix', 'update/appcast.cpp',
-    '    if (at == 0 || kBlanks.find(tag[at - 1]) == kNone) continue;  // the end of a longer name\n',
+    '    if (at == 0 || kWhitespace.find(tag[at - 1]) == kNone) continue;  // the end of a longer name\n',
     '', 'native/update_test'),
   fault('update-fewer-numbers', 'update/version.cpp',
     'std::max(a.size(), b.size())', 'std::min(a.size(), b.size())', 'native/update_test'),

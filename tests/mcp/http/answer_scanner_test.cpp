@@ -25,7 +25,7 @@ TEST(AnswerScanner, GivesTheSameVerdictForEveryChunkSize) {
       {"the usual", R"({"jsonrpc":"2.0","id":"12","result":{}})", true},
       {"id at the end", R"({"jsonrpc":"2.0","result":{},"id":"12"})", true},
       {"an error", R"({"error":{"code":-1},"id":"12"})", true},
-      {"blanks everywhere", " \r\n{ \"id\" \t: \"12\" , \"result\" : [ ] } \n", true},
+      {"whitespace everywhere", " \r\n{ \"id\" \t: \"12\" , \"result\" : [ ] } \n", true},
       {"a number", R"({"id":12,"result":1})", true},
       {"a number at the end", "{\"result\":1,\"id\" : 12 }", true},
       {"another id", R"({"id":"13","result":{}})", false},

@@ -35,8 +35,8 @@ TEST(EventStream, GivesTheSameFieldsForEveryChunkSize) {
   } cases[] = {
       {"nothing", "", {}},
       {"one event", "event: message\ndata: {}\n\n", {"{}"}},
-      {"no blank after the colon", "data:{}\n", {"{}"}},
-      {"blanks and tabs around", "data: \t {}\t \n", {"{}"}},
+      {"no space after the colon", "data:{}\n", {"{}"}},
+      {"spaces and tabs around", "data: \t {}\t \n", {"{}"}},
       {"CR LF", "id: 7\r\ndata: {}\r\n\r\n", {"id 7", "{}"}},
       {"each line is a message", "data: {\"a\":\ndata: 1}\n\n", {"{\"a\":", "1}"}},
       {"last line without an end", "data: a\ndata: b", {"a", "b"}},

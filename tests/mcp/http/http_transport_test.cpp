@@ -279,7 +279,7 @@ TEST_F(HttpServer, DeliversEveryMessageOfABody) {
        {"{\"method\":\"n\"}", kAnswer}},
       {"each answer twice", Stream(data + data), {kAnswer, kAnswer}},
       {"CR LF", Stream(std::string("data:\t ") + kAnswer + "\r\n\r\n"), {kAnswer}},
-      {"id after a blank", Stream("data: {\"id\": \"1\"}\n"), {"{\"id\": \"1\"}"}},
+      {"id after a space", Stream("data: {\"id\": \"1\"}\n"), {"{\"id\": \"1\"}"}},
       {"id as a number", Stream("data: {\"id\":1,\"result\":{}}\n"), {"{\"id\":1,\"result\":{}}"}},
       {"cut short",
        head + "Content-Length: 99\r\n\r\n{\"id\":\"1\",",

@@ -46,7 +46,7 @@ TEST(ResponseBody, GivesTheSameMessagesForEveryChunkSize) {
       {"JSON cut short", kJsonType, R"({"id":"1")", {R"({"id":"1")"}, false},
       {"anything else", "text/html", "<html>\n", {"<html>\n"}, false},
       {"empty", kJsonType, "", {}, false},
-      {"blanks", kJsonType, " \r\n", {}, false},
+      {"whitespace", kJsonType, " \r\n", {}, false},
       {"empty stream", kStreamType, "", {}, false},
       {"stream", kStreamType, "event: message\ndata: {\"id\":\"1\"}\n\n", {"{\"id\":\"1\"}"}, true},
       {"stream by its lines",

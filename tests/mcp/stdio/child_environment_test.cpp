@@ -64,7 +64,7 @@ TEST(BuildChildEnvironment, MergesTheVariablesOfTheHostAndOfTheServer) {
        {L"PATH=C:\\only"}},
       {"env empties", {L"PATH=p", L"X=1"}, {}, {{L"x", L""}, {L"path", L""}}, {L"PATH=", L"X="}},
       {"no name, no variable", {L"PATH=p"}, {}, {{L"", L"1"}}, {L"PATH=p"}},
-      {"nothing behind a zero",
+      {"nothing after a NUL",
        {L"PATH=p"},
        {},
        {{L"x", std::wstring(L"1\0Y=2\0\0", 8)},

@@ -7,7 +7,7 @@ namespace {
 
 TEST(ErrorText, IsWholeOrNothing) {
   const struct {
-    size_t bytes, pieceBytes;
+    size_t bytes, chunkBytes;
     bool isShown;
   } cases[] = {
       {0, 1, false},           {1, 1, true},
@@ -19,8 +19,8 @@ TEST(ErrorText, IsWholeOrNothing) {
   for (const auto& c : cases) {
     const std::string all(c.bytes, 'e');
     ErrorText text;
-    for (size_t at = 0; at < all.size(); at += c.pieceBytes) {
-      text.Add(std::string_view(all).substr(at, c.pieceBytes));
+    for (size_t at = 0; at < all.size(); at += c.chunkBytes) {
+      text.Add(std::string_view(all).substr(at, c.chunkBytes));
     }
     EXPECT_EQ(text.Take(), c.isShown ? all : "") << c.bytes;
   }

@@ -38,7 +38,7 @@ TEST(SearchDirectories, SplitsThePathAsItStands) {
   } cases[] = {
       {"one", L"C:\\a", {L"C:\\a"}},
       {"order", L"C:\\b;C:\\a", {L"C:\\b", L"C:\\a"}},
-      {"empty pieces", L";C:\\a;;C:\\b;", {L"C:\\a", L"C:\\b"}},
+      {"empty entries", L";C:\\a;;C:\\b;", {L"C:\\a", L"C:\\b"}},
       {"not trimmed", L" C:\\a ; ", {L" C:\\a ", L" "}},
       {"not unquoted", L"\"C:\\a;b\"", {L"\"C:\\a", L"b\""}},
       {"not expanded", L"%SystemRoot%;C:\\a", {L"%SystemRoot%", L"C:\\a"}},
@@ -104,7 +104,7 @@ TEST(ExecutableExtensions, AreThoseOfPathext) {
     List want;
   } cases[] = {
       {"as written", L".EXE;.cmd;.PY", {L".EXE", L".cmd", L".PY"}},
-      {"an empty piece", L".EXE;;.CMD", {L".EXE", L".CMD"}},
+      {"an empty entry", L".EXE;;.CMD", {L".EXE", L".CMD"}},
       {"twice", L".EXE;.EXE", {L".EXE", L".EXE"}},
       {"empty", L"", standard},
       {"one character counts as unset", L";", standard},
@@ -174,7 +174,7 @@ TEST(ResolveCommand, FindsTheFile) {
       {"relative with a slash", L"./y", {L"C:\\here\\./y"}, L"C:\\here\\./y"},
       {"of a drive", L"D:y", {L"D:y", L"C:\\1\\D:y"}, L"D:y"},
       {"a colon elsewhere", L"ab:", {L"C:\\1\\ab:"}, L"C:\\1\\ab:"},
-      {"blanks stay", L" npx", {L"C:\\1\\npx", L"C:\\1\\ npx.EXE"}, L"C:\\1\\ npx.EXE"},
+      {"spaces stay", L" npx", {L"C:\\1\\npx", L"C:\\1\\ npx.EXE"}, L"C:\\1\\ npx.EXE"},
       {"too long", L"C:\\" + std::wstring(257, L'x'), {L"C:\\" + std::wstring(257, L'x')}, L""},
       {"the longest",
        L"C:\\" + std::wstring(256, L'x'),

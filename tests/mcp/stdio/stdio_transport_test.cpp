@@ -83,7 +83,7 @@ class StdioTransportTest : public testing::Test {
 };
 
 TEST_F(StdioTransportTest, DeliversLinesAndThenTheEnd) {
-  for (const char* piece : {"a\nb", "\n\n", "c\r\n", "last"}) output_->Feed(piece);
+  for (const char* chunk : {"a\nb", "\n\n", "c\r\n", "last"}) output_->Feed(chunk);
   output_->End();
   EXPECT_EQ(TakeToTheEnd(), (Lines{"a", "b", "c\r", "last"}));
 }

@@ -124,7 +124,7 @@ TEST_F(StdioServer, SendsEachLineAndThenTheEnd) {
     Lines want;
   } cases[] = {
       {"two in one write", "610a620a", {"a", "b"}},
-      {"blank lines vanish", "0a0a780a", {"x"}},
+      {"empty lines vanish", "0a0a780a", {"x"}},
       {"a carriage return is kept", "780d0a", {"x\r"}},
       {"last line without line feed", "780a79", {"x", "y"}},
       {"nothing", "", {}},
