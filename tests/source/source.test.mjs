@@ -7,6 +7,7 @@ import { existsSync, readFileSync } from 'node:fs';
 import { dirname, join } from 'node:path';
 import { test } from 'node:test';
 import { fileURLToPath } from 'node:url';
+import { drawnDiagram, moduleDiagram } from '../../tools/module-diagram.mjs';
 
 const kRoot = join(dirname(fileURLToPath(import.meta.url)), '../..');
 
@@ -64,6 +65,10 @@ test('every include points down to a lower module', () => {
     }
   }
   assert.deepEqual(wrong, []);
+});
+
+test('the diagram of the modules is up to date', () => {
+  assert.equal(drawnDiagram(), moduleDiagram(), 'run: node tools/module-diagram.mjs');
 });
 
 test('the program has no switches for development', () => {
@@ -133,6 +138,15 @@ test('no file of the program has more than 400 lines, no function more than 60',
   const lines = product.map((file) => readFileSync(join(kRoot, file), 'utf8').split('\n').length - 1);
   assert.deepEqual(product.filter((_, at) => lines[at] > 400), []);
   assert.deepEqual(product.flatMap((file) => longFunctions(file, 60)), []);
+
+  // A header and its sources are one idea. One to three screens are easy to read.
+  const ideas = new Map();
+  product.forEach((file, at) => {
+    const idea = file.replace(/(_win|_posix)?\.(cpp|h)$/, '');
+    ideas.set(idea, (ideas.get(idea) ?? 0) + lines[at]);
+  });
+  const median = [...ideas.values()].sort((a, b) => a - b)[Math.floor(ideas.size / 2)];
+  assert.ok(median >= 60 && median <= 140, `median: ${median} lines`);
 });
 
 test('clang-format has nothing to change in the sources', () => {
