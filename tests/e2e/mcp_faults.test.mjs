@@ -271,7 +271,8 @@ test('a call that waits while its server is replaced ends at once, with one repl
 });
 
 // Runs only by hand, with TIMEOUTS=1; takes nearly three minutes.
-if (process.env.TIMEOUTS) test('each kind of request has its own time-out', async () => {
+const kByHand = { timeout: 240_000 };
+if (process.env.TIMEOUTS) test('each kind of request has its own time-out', kByHand, async () => {
   const servers = {
     'answers no handshake': mcpChild('initialize'),
     'lists nothing': mcpChild('list'),
