@@ -1,6 +1,6 @@
-// Uses every part of the package the way a page does. It is only compiled, never run. Each
-// @ts-expect-error marks an error that the author of a page must see; without an error there the
-// compiler reports one.
+// Uses every part of the package the way a page does. It is only compiled, never run. The marks
+// "@ts-expect-error" stand where the author of a page must see an error; without an error there
+// the compiler reports one.
 import * as host from 'wendra-host';
 import { installStandIn } from 'wendra-host/standin';
 
