@@ -91,6 +91,18 @@ WindowHandlers Application::MakeWindowHandlers() {
       {kMcpClosedMessage, [this](WPARAM server, LPARAM) { mcp_.OnClosed(ServerId{server}); }},
       {kHttpPostedMessage, [this](WPARAM, LPARAM) { OnHttpPosted(); }},
       {kPickDirectoryMessage, [this](WPARAM, LPARAM) { folderPicker_.ShowDialogs(); }},
+      {kOpenInBrowserMessage, [this](WPARAM, LPARAM) { page_.OpenAddresses(); }},
+      {WM_MOVE, [this](WPARAM, LPARAM) { page_.OnWindowMoved(); }},
+      {WM_MOVING, [this](WPARAM, LPARAM) { page_.OnWindowMoved(); }},
+      {WM_ACTIVATE,
+       [this](WPARAM state, LPARAM) {
+         if (LOWORD(state) == WA_INACTIVE) page_.OnWindowLeft();
+       }},
+      {WM_SIZE,
+       [this](WPARAM kind, LPARAM) {
+         if (kind == SIZE_MINIMIZED) page_.OnWindowLeft();
+       }},
+      {WM_SETFOCUS, [this](WPARAM, LPARAM) { page_.OnWindowFocused(); }},
   };
   handlers.placePage = [this](const RECT& bounds) { page_.SetBounds(bounds); };
   handlers.reload = [this] { page_.Reload(); };
@@ -114,6 +126,7 @@ void Application::OnWindowDestroyed() {
 
 void Application::OnTimer(std::uint64_t timer) {
   if (timer == kReplyDeadlineTimer) return page_.DropLateReplies();
+  if (timer == kFirstNavigationTimer) return page_.NavigateToServer();
   if (timer != kConfigWatchTimer) return mcp_.OnTimer(timer);
   if (mcp_.CheckMcpConfigChanged()) page_.Run(kConfigChangedScript);
 }

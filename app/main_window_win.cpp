@@ -6,6 +6,7 @@
 #include <utility>
 
 #include "app/layout.h"
+#include "app/system_menu_win.h"
 #include "win/window_class.h"
 
 namespace wendra {
@@ -90,6 +91,8 @@ void MainWindow::OnMessage(UINT message, WPARAM wparam, LPARAM lparam) {
       return OnGetMinMaxInfo(*reinterpret_cast<MINMAXINFO*>(lparam));
     case WM_COMMAND:
       return OnCommand(LOWORD(wparam));
+    case WM_SYSCOMMAND:
+      return OnSystemCommand(SystemMenuItem(wparam));
     case WM_DPICHANGED:
       return OnDpiChanged(*reinterpret_cast<const RECT*>(lparam));
     default:
@@ -98,6 +101,7 @@ void MainWindow::OnMessage(UINT message, WPARAM wparam, LPARAM lparam) {
 }
 
 void MainWindow::OnCreate() {
+  AddSystemMenuItems(window_, GetUserDefaultUILanguage());
   panel_.emplace(window_, instance_, log_.Text());
   log_.SetPanel(&*panel_);
   if (const HICON icon = LoadProgramIcon(instance_)) {
@@ -118,10 +122,17 @@ void MainWindow::OnCommand(WORD command) {
   if (command == kCheckForUpdatesCommand) handlers_.checkForUpdates();
 }
 
+void MainWindow::OnSystemCommand(UINT item) {
+  if (item == kShowLogItem) ToggleLogPanel();
+  if (item == kReloadItem) handlers_.reload();
+  if (item == kCheckForUpdatesItem) handlers_.checkForUpdates();
+}
+
 void MainWindow::ToggleLogPanel() {
   if (!panel_) return;  // the window is going
   const bool isVisible = !panel_->IsVisible();
   panel_->SetVisible(isVisible);
+  TickShowLog(window_, isVisible);
   LayOut();
   log_.Line(std::string("[Log] log panel ") + (isVisible ? "shown" : "hidden") + " (Ctrl+L)");
 }

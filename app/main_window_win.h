@@ -22,8 +22,8 @@ struct WindowHandlers {
   // handler takes and frees the message's payload.
   std::vector<std::pair<UINT, OnMessage>> messages;
   std::function<void(const RECT& bounds)> placePage;  // pixels of the client area
-  std::function<void()> reload;                       // Ctrl+R
-  std::function<void()> checkForUpdates;              // Ctrl+U
+  std::function<void()> reload;                       // Ctrl+R and the system menu
+  std::function<void()> checkForUpdates;              // Ctrl+U and the system menu
 };
 
 // UI thread only.
@@ -50,6 +50,7 @@ class MainWindow {
   void OnCreate();
   void OnDestroy();
   void OnCommand(WORD command);
+  void OnSystemCommand(UINT item);
   void OnGetMinMaxInfo(MINMAXINFO& info) const;
   void OnDpiChanged(const RECT& suggested);
   void ToggleLogPanel();

@@ -4,7 +4,7 @@
 #include <functional>
 #include <utility>
 
-#include "webview/webview2_win.h"
+#include "webview/webview2_events_win.h"
 #include "win/unique.h"
 
 namespace wendra {

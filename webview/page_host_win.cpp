@@ -24,6 +24,8 @@ using NewWindow = WendraComImpl<ICoreWebView2NewWindowRequestedEventHandler>;
 using NavStarting = WendraComImpl<ICoreWebView2NavigationStartingEventHandler>;
 using ContentLoading = WendraComImpl<ICoreWebView2ContentLoadingEventHandler>;
 using NavCompleted = WendraComImpl<ICoreWebView2NavigationCompletedEventHandler>;
+using FocusChanged = WendraComImpl<ICoreWebView2FocusChangedEventHandler>;
+using ProcessFailed = WendraComImpl<ICoreWebView2ProcessFailedEventHandler>;
 
 constexpr wchar_t kUserDataFolder[] = L"%LOCALAPPDATA%\\Wendra\\WebView2";
 // Runs in every document before the document's own scripts.
@@ -36,13 +38,37 @@ std::string AsTheControlNamesIt(std::string_view server) {
   return "http://" + AsciiHostName(HostOfAddress(std::string("http://").append(hostAndPort)));
 }
 
+NavigationStart Describe(ICoreWebView2NavigationStartingEventArgs* args, const wchar_t* target) {
+  BOOL isUserInitiated = FALSE;
+  BOOL isRedirected = FALSE;
+  (void)args->get_IsUserInitiated(&isUserInitiated);
+  (void)args->get_IsRedirected(&isRedirected);
+  return {Narrow(target), isUserInitiated != FALSE, isRedirected != FALSE};
+}
+
+// The process as the platform names it, in words.
+std::string NameOf(COREWEBVIEW2_PROCESS_FAILED_KIND kind) {
+  constexpr const char* kNames[] = {"browser exited",
+                                    "renderer exited",
+                                    "renderer unresponsive",
+                                    "frame renderer exited",
+                                    "utility exited",
+                                    "sandbox helper exited",
+                                    "GPU exited",
+                                    "plugin host exited",
+                                    "plugin broker exited",
+                                    "unknown process exited"};
+  const auto index = static_cast<size_t>(kind);
+  return index < std::size(kNames) ? kNames[index] : std::to_string(index);
+}
+
 }  // namespace
 
 PageHost::PageHost(std::string server, Callbacks callbacks, Log& log)
     : server_(std::move(server)),
-      namedServer_(AsTheControlNamesIt(server_)),
       callbacks_(std::move(callbacks)),
-      log_(log) {}
+      log_(log),
+      rule_(server_, AsTheControlNamesIt(server_)) {}
 
 PageHost::~PageHost() {
   Close();
@@ -76,11 +102,30 @@ void PageHost::SetUp(ICoreWebView2Controller* controller) {
   controller_.Reset(controller);
   if (FAILED(controller_->get_CoreWebView2(webView_.Receive())) || !webView_) return;
   callbacks_.onLayoutNeeded();
-  const auto scriptAdded = ScriptAdded::Make();
-  (void)webView_->AddScriptToExecuteOnDocumentCreated(kHostObjectScript, scriptAdded.Get());
+  AddHostObject();
   AddHandlers();
-  (void)webView_->Navigate(Widen(server_).c_str());
   callbacks_.onLayoutNeeded();
+}
+
+// The script takes effect in documents that begin after the control has called the handler, so the
+// first document waits for that. On some machines the call never comes: the timer is for those.
+void PageHost::AddHostObject() {
+  if (!SetTimer(window_, kFirstNavigationTimer, kFirstNavigationMs, nullptr)) {
+    return NavigateToServer();
+  }
+  const auto scriptAdded = ScriptAdded::Make([self = self_](HRESULT, LPCWSTR) {
+    if (*self) (*self)->NavigateToServer();
+  });
+  if (FAILED(webView_->AddScriptToExecuteOnDocumentCreated(kHostObjectScript, scriptAdded.Get()))) {
+    NavigateToServer();
+  }
+}
+
+void PageHost::NavigateToServer() {
+  KillTimer(window_, kFirstNavigationTimer);
+  if (!webView_ || std::exchange(hasNavigated_, true)) return;
+  rule_.ExpectOwnNavigation(server_);
+  (void)webView_->Navigate(Widen(server_).c_str());
 }
 
 // The handlers stay until the control is closed, and Close does that before this object dies. So
@@ -110,6 +155,20 @@ void PageHost::AddHandlers() {
         OnNavigationCompleted(args);
       });
   (void)webView_->add_NavigationCompleted(navCompleted.Get(), &token);
+  const auto processFailed = ProcessFailed::Make(
+      [this](ICoreWebView2*, ICoreWebView2ProcessFailedEventArgs* args) { OnProcessFailed(args); });
+  (void)webView_->add_ProcessFailed(processFailed.Get(), &token);
+  AddFocusHandlers();
+}
+
+void PageHost::AddFocusHandlers() {
+  EventRegistrationToken token;
+  const auto gotFocus =
+      FocusChanged::Make([this](ICoreWebView2Controller*, IUnknown*) { hasFocus_ = true; });
+  (void)controller_->add_GotFocus(gotFocus.Get(), &token);
+  const auto lostFocus =
+      FocusChanged::Make([this](ICoreWebView2Controller*, IUnknown*) { hasFocus_ = false; });
+  (void)controller_->add_LostFocus(lostFocus.Get(), &token);
 }
 
 void PageHost::Close() {
@@ -125,7 +184,18 @@ void PageHost::SetBounds(const RECT& bounds) {
 }
 
 void PageHost::Reload() {
-  if (webView_) (void)webView_->Reload();
+  if (!webView_) return;
+  rule_.ExpectOwnNavigation(ShownAddress());
+  (void)webView_->Reload();
+}
+
+void PageHost::OnWindowMoved() {
+  if (controller_) (void)controller_->NotifyParentWindowPositionChanged();
+}
+
+void PageHost::OnWindowFocused() {
+  if (!std::exchange(mustGetFocus_, false) || !controller_) return;
+  (void)controller_->MoveFocus(COREWEBVIEW2_MOVE_FOCUS_REASON_PROGRAMMATIC);
 }
 
 void PageHost::RunFor(std::string_view origin, std::string script) {
@@ -201,7 +271,7 @@ void PageHost::OnNewWindow(ICoreWebView2NewWindowRequestedEventArgs* args) {
 void PageHost::OnNavigationStarting(ICoreWebView2NavigationStartingEventArgs* args) {
   TaskText uri;
   (void)args->get_Uri(uri.Receive());  // without an address the navigation goes on
-  if (uri && MustStayOutside(args, Narrow(uri.Get()))) {
+  if (uri && rule_.MustStayOutside(Describe(args, uri.Get()))) {
     OpenInBrowser(uri.Get());
     (void)args->put_Cancel(TRUE);
     return;
@@ -210,20 +280,12 @@ void PageHost::OnNavigationStarting(ICoreWebView2NavigationStartingEventArgs* ar
   if (SUCCEEDED(args->get_NavigationId(&id))) gate_.NavigationStarted(id);
 }
 
-// Deliberate: only navigations that the user has started are checked, so that redirects and the
-// page's own scripts may leave the server.
-bool PageHost::MustStayOutside(ICoreWebView2NavigationStartingEventArgs* args,
-                               const std::string& target) {
-  BOOL isUserInitiated = FALSE;
-  if (FAILED(args->get_IsUserInitiated(&isUserInitiated)) || !isUserInitiated) return false;
-  return !StaysInside(target, server_) && !StaysInside(target, namedServer_);
-}
-
 // The new document has replaced the old one; its scripts have not run yet.
 void PageHost::OnContentLoading(ICoreWebView2ContentLoadingEventArgs* args) {
   BOOL isErrorPage = FALSE;
   (void)args->get_IsErrorPage(&isErrorPage);
   showsErrorPage_ = isErrorPage != FALSE;
+  rule_.DocumentCommitted();
   UINT64 id = 0;
   if (FAILED(args->get_NavigationId(&id))) return;
   ExecuteAll(gate_.DocumentCommitted(id, Shown(), GetTickCount64()));
@@ -235,9 +297,34 @@ void PageHost::OnNavigationCompleted(ICoreWebView2NavigationCompletedEventArgs* 
   ExecuteAll(gate_.NavigationEnded(id, Shown(), GetTickCount64()));
 }
 
-void PageHost::OpenInBrowser(const wchar_t* address) {
-  log_.Line("[External] opening in browser: " + Narrow(address));
-  (void)ShellExecuteW(window_, L"open", address, nullptr, nullptr, SW_SHOWNORMAL);
+void PageHost::OnProcessFailed(ICoreWebView2ProcessFailedEventArgs* args) {
+  COREWEBVIEW2_PROCESS_FAILED_KIND kind{};
+  if (SUCCEEDED(args->get_ProcessFailedKind(&kind))) {
+    log_.Line("[WebView] process failed: " + NameOf(kind));
+  }
+}
+
+// Starting a browser can take seconds and dispatch messages, which an event of the control must
+// not: the browser starts when the posted message comes.
+void PageHost::OpenInBrowser(std::wstring address) {
+  const std::string text = Narrow(address);
+  if (!IsWebOrMailAddress(text) && !callbacks_.isTrusted(ShownAddress())) {
+    return log_.Line("[External] not opening: " + text);
+  }
+  log_.Line("[External] opening in browser: " + text);
+  toBeOpened_.push_back(std::move(address));
+  if (!PostMessageW(window_, kOpenInBrowserMessage, 0, 0)) OpenAddresses();
+}
+
+// Called again by messages that ShellExecuteW dispatches: the first call opens those addresses too.
+void PageHost::OpenAddresses() {
+  if (std::exchange(isOpening_, true)) return;
+  while (!toBeOpened_.empty()) {
+    const std::wstring address = std::move(toBeOpened_.front());
+    toBeOpened_.pop_front();
+    (void)ShellExecuteW(window_, L"open", address.c_str(), nullptr, nullptr, SW_SHOWNORMAL);
+  }
+  isOpening_ = false;
 }
 
 }  // namespace wendra

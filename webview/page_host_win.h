@@ -2,6 +2,7 @@
 // runs scripts in the page, and opens links to other hosts in the default browser.
 #pragma once
 
+#include <deque>
 #include <functional>
 #include <memory>
 #include <optional>
@@ -11,8 +12,9 @@
 
 #include "base/log.h"
 #include "base/page_scripts.h"
+#include "webview/navigation.h"
 #include "webview/reply_gate.h"
-#include "webview/webview2_win.h"
+#include "webview/webview2_events_win.h"
 #include "win/unique.h"
 
 namespace wendra {
@@ -49,6 +51,14 @@ class PageHost : public PageScripts {
   void SetBounds(const RECT& bounds);  // pixels of the window's client area
   void Reload();
 
+  // Call on WM_MOVE and WM_MOVING: the control moves the lists and pickers that the page has open.
+  void OnWindowMoved();
+
+  // Call when the window is deactivated or minimised, and when it gets the focus. A page that had
+  // the keyboard gets it back: Windows gives the focus to the window itself.
+  void OnWindowLeft() { mustGetFocus_ = mustGetFocus_ || hasFocus_; }
+  void OnWindowFocused();
+
   // Run a script in the document in the window if it is trusted, RunFor only if its origin is also
   // `origin`; otherwise drop it. While a navigation is under way the script waits; see ReplyGate.
   void RunFor(std::string_view origin, std::string script) override;
@@ -57,17 +67,25 @@ class PageHost : public PageScripts {
   // Call when kReplyDeadlineTimer fires: drops the scripts that have waited too long.
   void DropLateReplies();
 
+  // Call when kFirstNavigationTimer fires, or earlier: shows the server, if that has not begun.
+  void NavigateToServer();
+
+  // Call when kOpenInBrowserMessage comes: opens the addresses that the page has asked for.
+  void OpenAddresses();
+
  private:
   void OnEnvironmentCreated(ICoreWebView2Environment* environment);
   void SetUp(ICoreWebView2Controller* controller);
+  void AddHostObject();
   void AddHandlers();
+  void AddFocusHandlers();
   void OnMessage(ICoreWebView2WebMessageReceivedEventArgs* args);
   void OnNewWindow(ICoreWebView2NewWindowRequestedEventArgs* args);
   void OnNavigationStarting(ICoreWebView2NavigationStartingEventArgs* args);
   void OnContentLoading(ICoreWebView2ContentLoadingEventArgs* args);
   void OnNavigationCompleted(ICoreWebView2NavigationCompletedEventArgs* args);
-  bool MustStayOutside(ICoreWebView2NavigationStartingEventArgs* args, const std::string& target);
-  void OpenInBrowser(const wchar_t* address);
+  void OnProcessFailed(ICoreWebView2ProcessFailedEventArgs* args);
+  void OpenInBrowser(std::wstring address);
   std::string ShownAddress() const;
   ShownDocument Shown() const;
   void Offer(PageScript script);
@@ -76,7 +94,6 @@ class PageHost : public PageScripts {
   void SetDeadlineTimer();
 
   const std::string server_;
-  const std::string namedServer_;  // the server as the control writes it in addresses
   const Callbacks callbacks_;
   Log& log_;
   // The handlers of the creation share this pointer, because the control may keep them longer than
@@ -84,6 +101,12 @@ class PageHost : public PageScripts {
   const std::shared_ptr<PageHost*> self_ = std::make_shared<PageHost*>(this);
   HWND window_ = nullptr;
   ReplyGate gate_;
+  NavigationRule rule_;
+  bool hasFocus_ = false;                // the page has the keyboard
+  bool mustGetFocus_ = false;            // it had the keyboard when the user left the window
+  bool hasNavigated_ = false;            // to the server
+  std::deque<std::wstring> toBeOpened_;  // in the default browser, in order
+  bool isOpening_ = false;               // one of them
   bool showsErrorPage_ = false;  // the control's own page, under the address that did not load
   bool hasDeadlineTimer_ = false;
   ComOwner<ICoreWebView2Controller> controller_;

@@ -9,6 +9,7 @@
 // | kLogLineMessage          | 0      | owned std::string, one UTF-8 line | any thread | log      |
 // | kPickDirectoryMessage    | 0      | 0                                 | bridge     | bridge   |
 // | kHttpPostedMessage       | 0      | 0                                 | a worker   | mcp      |
+// | kOpenInBrowserMessage    | 0      | 0                                 | webview    | webview  |
 //
 // "server" is a ServerId; "a reader" is the thread that reads the output of a local MCP server.
 //
@@ -31,6 +32,7 @@ inline constexpr UINT kCreateWebViewMessage = WM_APP + 4;
 inline constexpr UINT kLogLineMessage = WM_APP + 5;
 inline constexpr UINT kPickDirectoryMessage = WM_APP + 6;
 inline constexpr UINT kHttpPostedMessage = WM_APP + 7;
+inline constexpr UINT kOpenInBrowserMessage = WM_APP + 8;
 
 // A timer that runs all the time: the host checks whether config.json has changed.
 inline constexpr UINT_PTR kConfigWatchTimer = 1;
@@ -39,5 +41,10 @@ inline constexpr UINT kConfigWatchPeriodMs = 2000;
 // A timer that is set while replies wait for the outcome of a navigation: the host drops those that
 // have waited too long.
 inline constexpr UINT_PTR kReplyDeadlineTimer = 2;
+
+// A timer that runs once, from the creation of the control: the longest that the first navigation
+// waits for the script that every document gets.
+inline constexpr UINT_PTR kFirstNavigationTimer = 3;
+inline constexpr UINT kFirstNavigationMs = 3000;
 
 }  // namespace wendra

@@ -1,13 +1,10 @@
 #include "config/prompt/text.h"
 
+#include "base/language.h"
 #include "base/product.h"
 
 namespace wendra {
 namespace {
-
-// The low ten bits of a language id are the language, the other bits the region.
-constexpr std::uint16_t kPrimaryLanguageBits = 0x3FF;
-constexpr std::uint16_t kGerman = 7;
 
 PromptText English() {
   return {
@@ -32,7 +29,7 @@ PromptText German() {
 }  // namespace
 
 PromptText PromptTextFor(std::uint16_t uiLanguage) {
-  return (uiLanguage & kPrimaryLanguageBits) == kGerman ? German() : English();
+  return IsGerman(uiLanguage) ? German() : English();
 }
 
 std::string PromptExampleAddress() { return std::string("demo") + kInstanceSuffix; }

@@ -5,7 +5,7 @@
 #include <string>
 #include <string_view>
 
-#include "webview/webview2_win.h"
+#include "webview/webview2_events_win.h"
 #include "win/unique.h"
 #include "win/wide.h"
 

@@ -2,6 +2,8 @@
 
 #include <utility>
 
+#include "json/objects.h"
+
 namespace wendra {
 
 // Waits until the controller has its window and its page, and then invokes the host's handler. UI
@@ -62,9 +64,19 @@ void Controller::Open(const std::shared_ptr<UiQueue>& queue,
                       const ControlSettings& settings, const std::shared_ptr<Creation>& creation) {
   webView_ = ComRef<WebView>(new WebView(
       gate_, record_, settings, [creation](bool isUsable) { creation->OnPageOpened(isUsable); }));
-  window_ = PageWindow::Open(parent_, record_->Events(), [queue, creation](bool isOpen) {
-    queue->Post([creation, isOpen] { creation->OnWindowOpened(isOpen); });
-  });
+  focus_->sender = this;
+  window_ = PageWindow::Open(
+      parent_, record_->Events(),
+      [queue, creation](bool isOpen) {
+        queue->Post([creation, isOpen] { creation->OnWindowOpened(isOpen); });
+      },
+      [queue, focus = focus_](bool hasFocus) {
+        queue->Post([focus, hasFocus] {
+          if (!focus->sender) return;
+          (hasFocus ? focus->got : focus->lost)
+              .Invoke(focus->sender, static_cast<IUnknown*>(nullptr));
+        });
+      });
   PageSession::Receivers receivers;
   // The page holds the web view and not the controller, so that the last reference to the
   // controller ends both.
@@ -85,6 +97,9 @@ bool Controller::HasParent() const { return parent_ == HWND_MESSAGE || IsWindow(
 void Controller::ShutDown() {
   if (gate_->IsClosed()) return;
   gate_->Close();
+  focus_->sender = nullptr;
+  focus_->got.Clear();
+  focus_->lost.Clear();
   if (webView_) webView_->Close();
   if (window_) window_->Close();
   record_->ReportClosed(HasParent());
@@ -131,6 +146,25 @@ HRESULT Controller::MoveFocus(COREWEBVIEW2_MOVE_FOCUS_REASON) {
   return S_OK;
 }
 
+HRESULT Controller::add_GotFocus(ICoreWebView2FocusChangedEventHandler* eventHandler,
+                                 EventRegistrationToken* token) {
+  const HRESULT check = gate_->Check();
+  return FAILED(check) ? check : focus_->got.Add(focus_->tokens, eventHandler, token);
+}
+HRESULT Controller::remove_GotFocus(EventRegistrationToken token) {
+  const HRESULT check = gate_->Check();
+  return FAILED(check) ? check : focus_->got.Remove(token);
+}
+HRESULT Controller::add_LostFocus(ICoreWebView2FocusChangedEventHandler* eventHandler,
+                                  EventRegistrationToken* token) {
+  const HRESULT check = gate_->Check();
+  return FAILED(check) ? check : focus_->lost.Add(focus_->tokens, eventHandler, token);
+}
+HRESULT Controller::remove_LostFocus(EventRegistrationToken token) {
+  const HRESULT check = gate_->Check();
+  return FAILED(check) ? check : focus_->lost.Remove(token);
+}
+
 HRESULT Controller::get_ParentWindow(HWND* parentWindow) {
   const HRESULT check = gate_->Check();
   return FAILED(check) ? check : CopyValueTo(parent_, parentWindow);
@@ -144,7 +178,11 @@ HRESULT Controller::put_ParentWindow(HWND parentWindow) {
   return S_OK;
 }
 
-HRESULT Controller::NotifyParentWindowPositionChanged() { return gate_->Check(); }
+HRESULT Controller::NotifyParentWindowPositionChanged() {
+  if (const HRESULT check = gate_->Check(); FAILED(check)) return check;
+  record_->Events()->Write(MakeObject({{"event", "moved"}}));
+  return S_OK;
+}
 
 HRESULT Controller::Close() {
   if (const HRESULT check = gate_->Check(); check == kWrongThread) return check;

@@ -28,6 +28,12 @@ class Controller final : public UnofferedController {
   HRESULT STDMETHODCALLTYPE put_Bounds(RECT bounds) override;
   HRESULT STDMETHODCALLTYPE get_ZoomFactor(double* zoomFactor) override;
   HRESULT STDMETHODCALLTYPE MoveFocus(COREWEBVIEW2_MOVE_FOCUS_REASON reason) override;
+  HRESULT STDMETHODCALLTYPE add_GotFocus(ICoreWebView2FocusChangedEventHandler* eventHandler,
+                                         EventRegistrationToken* token) override;
+  HRESULT STDMETHODCALLTYPE remove_GotFocus(EventRegistrationToken token) override;
+  HRESULT STDMETHODCALLTYPE add_LostFocus(ICoreWebView2FocusChangedEventHandler* eventHandler,
+                                          EventRegistrationToken* token) override;
+  HRESULT STDMETHODCALLTYPE remove_LostFocus(EventRegistrationToken token) override;
   HRESULT STDMETHODCALLTYPE get_ParentWindow(HWND* parentWindow) override;
   HRESULT STDMETHODCALLTYPE put_ParentWindow(HWND parentWindow) override;
   HRESULT STDMETHODCALLTYPE NotifyParentWindowPositionChanged() override;
@@ -36,6 +42,15 @@ class Controller final : public UnofferedController {
 
  private:
   class Creation;
+
+  // What the host wants to hear of the focus. Shared with the page's window, which may live longer
+  // than the controller. UI thread.
+  struct FocusEvents {
+    Controller* sender;  // null once the controller is closed
+    TokenSource tokens;
+    HandlerList<ICoreWebView2FocusChangedEventHandler> got;
+    HandlerList<ICoreWebView2FocusChangedEventHandler> lost;
+  };
 
   Controller(ComRef<IUnknown> environment, std::shared_ptr<UiQueue> queue,
              const ControlSettings& settings, HWND parent);
@@ -53,6 +68,7 @@ class Controller final : public UnofferedController {
   HWND parent_;
   RECT bounds_{};
   BOOL isVisible_ = TRUE;
+  const std::shared_ptr<FocusEvents> focus_ = std::make_shared<FocusEvents>();
   std::shared_ptr<PageWindow> window_;
   std::shared_ptr<PageSession> page_;
   ComRef<WebView> webView_;

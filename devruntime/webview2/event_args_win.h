@@ -76,6 +76,18 @@ class NavigationCompletedArgs final : public ComObject<ICoreWebView2NavigationCo
   const NavigationDone done_;
 };
 
+class ProcessFailedArgs final : public ComObject<ICoreWebView2ProcessFailedEventArgs> {
+ public:
+  explicit ProcessFailedArgs(COREWEBVIEW2_PROCESS_FAILED_KIND kind) : kind_(kind) {}
+  HRESULT STDMETHODCALLTYPE
+  get_ProcessFailedKind(COREWEBVIEW2_PROCESS_FAILED_KIND* value) override {
+    return CopyValueTo(kind_, value);
+  }
+
+ private:
+  const COREWEBVIEW2_PROCESS_FAILED_KIND kind_;
+};
+
 class SourceChangedArgs final : public ComObject<ICoreWebView2SourceChangedEventArgs> {
  public:
   explicit SourceChangedArgs(bool isNewDocument) : isNewDocument_(isNewDocument) {}

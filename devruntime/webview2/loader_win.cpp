@@ -74,6 +74,7 @@ extern "C" BOOL WINAPI DllMain(HINSTANCE, DWORD reason, LPVOID processEnds) {
   if (reason == DLL_PROCESS_ATTACH) {
     wendra::TapDebuggerOutput();
     wendra::TapExit();
+    wendra::TapShell();
     wendra::TakeFailures();
   }
   if (reason == DLL_PROCESS_DETACH && processEnds) wendra::ReportClosedAtProcessEnd();

@@ -2,7 +2,7 @@
 // webview/webview2_win.h apply here too.
 #pragma once
 
-#include "webview/webview2_win.h"
+#include "webview/webview2_events_win.h"
 
 struct ICoreWebView2SourceChangedEventArgs : public IUnknown {
   virtual HRESULT STDMETHODCALLTYPE get_IsNewDocument(BOOL* value) = 0;

@@ -23,7 +23,11 @@ enum class WebError : int {
 };
 
 struct PageReady {};  // from here on every call works
-struct PageGone {};   // the page has crashed or the browser is gone; calls do nothing
+
+// The page has crashed or the browser is gone; calls do nothing.
+struct PageGone {
+  bool hasBrowser = false;
+};
 
 struct MessagePosted {
   std::string json;

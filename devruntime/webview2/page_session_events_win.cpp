@@ -32,7 +32,7 @@ void PageSession::OnEvent(std::string_view method, Json& params) {
 void PageSession::OnCrash() {
   hasCrashed_ = true;
   connection_->Abandon(sessionId_);
-  Report(PageGone{});
+  Report(PageGone{.hasBrowser = true});
 }
 
 // The host does not decide what frames inside the page load.

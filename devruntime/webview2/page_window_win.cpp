@@ -58,8 +58,9 @@ void DrawBitmap(HDC dc, const Bitmap& bitmap) {
 }  // namespace
 
 std::shared_ptr<PageWindow> PageWindow::Open(HWND parent, std::shared_ptr<const EventFile> events,
-                                             std::function<void(bool)> onOpened) {
-  std::shared_ptr<PageWindow> window(new PageWindow(std::move(events)));
+                                             std::function<void(bool)> onOpened,
+                                             std::function<void(bool)> onFocus) {
+  std::shared_ptr<PageWindow> window(new PageWindow(std::move(events), std::move(onFocus)));
   window->finished_.Reset(CreateEventW(nullptr, TRUE, FALSE, nullptr));
   window->decoder_ = FrameDecoder::Start([weak = std::weak_ptr<PageWindow>(window)](auto bitmap) {
     if (const auto self = weak.lock()) self->OnBitmap(std::move(bitmap));
@@ -123,6 +124,10 @@ LRESULT PageWindow::OnMessage(UINT message, WPARAM wparam, LPARAM lparam) {
       return 0;
     case WM_CHAR:
       OnCharacter(static_cast<wchar_t>(wparam));
+      return 0;
+    case WM_SETFOCUS:
+    case WM_KILLFOCUS:
+      onFocus_(message == WM_SETFOCUS);
       return 0;
     case WM_TIMER:
       KillTimer(window, wparam);

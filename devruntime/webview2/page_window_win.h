@@ -23,8 +23,10 @@ class PageWindow : public std::enable_shared_from_this<PageWindow> {
   // Makes the window, hidden and without size. `onOpened` is called on the window's thread; false
   // when the window cannot be made. Making it sends messages to `parent`, so the parent's thread
   // must go on answering them.
+  // `onFocus` is called there when the window gets (true) or loses the keyboard.
   static std::shared_ptr<PageWindow> Open(HWND parent, std::shared_ptr<const EventFile> events,
-                                          std::function<void(bool)> onOpened);
+                                          std::function<void(bool)> onOpened,
+                                          std::function<void(bool)> onFocus);
 
   // The page that gets mouse and keyboard. Any thread.
   void Connect(std::shared_ptr<PageSession> page);
@@ -44,7 +46,8 @@ class PageWindow : public std::enable_shared_from_this<PageWindow> {
   HWND Handle() const { return window_; }
 
  private:
-  explicit PageWindow(std::shared_ptr<const EventFile> events) : events_(std::move(events)) {}
+  PageWindow(std::shared_ptr<const EventFile> events, std::function<void(bool)> onFocus)
+      : events_(std::move(events)), onFocus_(std::move(onFocus)) {}
 
   static LRESULT CALLBACK WindowProcedure(HWND window, UINT message, WPARAM wparam, LPARAM lparam);
   void Run(HWND parent, const std::function<void(bool)>& onOpened);
@@ -64,6 +67,7 @@ class PageWindow : public std::enable_shared_from_this<PageWindow> {
   std::shared_ptr<PageSession> Page();
 
   const std::shared_ptr<const EventFile> events_;
+  const std::function<void(bool)> onFocus_;
   std::shared_ptr<FrameDecoder> decoder_;
   KernelHandle finished_;  // signalled when the thread no longer uses the window
   std::atomic<HWND> window_ = nullptr;

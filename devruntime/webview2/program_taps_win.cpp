@@ -14,12 +14,15 @@
 
 #include <windows.h>
 
+#include <shellapi.h>
+
 namespace wendra {
 namespace {
 
 // A slot of the import table holds only an address, so the replacements find their data here.
 decltype(&OutputDebugStringW) realOutput = nullptr;
 void(__cdecl* realExit)(int) = nullptr;
+decltype(&ShellExecuteW) realShell = nullptr;
 Lock outputLock;  // has no destructor: texts come until the process ends
 
 void WriteText(const std::string& text) {
@@ -43,11 +46,29 @@ void __cdecl TappedExit(int code) {
   realExit(code);
 }
 
+HINSTANCE WINAPI TappedShell(HWND window, LPCWSTR verb, LPCWSTR file, LPCWSTR parameters,
+                             LPCWSTR directory, INT show) {
+  const ULONGLONG endMs =
+      GetTickCount64() + static_cast<ULONGLONG>(DevNumber(L"WENDRA_DEV_SHELL_MS").value_or(0));
+  for (ULONGLONG nowMs = GetTickCount64(); nowMs < endMs; nowMs = GetTickCount64()) {
+    MsgWaitForMultipleObjects(0, nullptr, FALSE, static_cast<DWORD>(endMs - nowMs), QS_ALLINPUT);
+    MSG message;
+    while (PeekMessageW(&message, nullptr, 0, 0, PM_REMOVE)) DispatchMessageW(&message);
+  }
+  return realShell(window, verb, file, parameters, directory, show);
+}
+
 }  // namespace
 
 void TapDebuggerOutput() {
   if (realOutput || DevVariable(L"WENDRA_DEV_LOG") != L"1") return;
   (void)RedirectImport("OutputDebugStringW", &TappedOutput, realOutput);
+}
+
+void TapShell() {
+  if (!realShell && DevNumber(L"WENDRA_DEV_SHELL_MS")) {
+    (void)RedirectImport("ShellExecuteW", &TappedShell, realShell);
+  }
 }
 
 void TapExit() {

@@ -17,4 +17,8 @@ void TapDebuggerOutput();
 // kill. Call it as the function above.
 void TapExit();
 
+// If WENDRA_DEV_SHELL_MS is a number: ShellExecuteW takes so many milliseconds longer, and
+// dispatches messages meanwhile, as it may on Windows. Call it as the functions above.
+void TapShell();
+
 }  // namespace wendra

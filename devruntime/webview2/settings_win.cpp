@@ -38,6 +38,11 @@ DialogAnswer Dialogs() {
   return DialogAnswer::kAsk;
 }
 
+ScriptAdding Adding() {
+  constexpr wchar_t kName[] = L"WENDRA_DEV_SCRIPT_ADDED";
+  return {.delayMs = Milliseconds(kName, 0), .hasEnd = DevVariable(kName) != L"never"};
+}
+
 }  // namespace
 
 ControlSettings ReadControlSettings() {
@@ -47,6 +52,7 @@ ControlSettings ReadControlSettings() {
   settings.creation = Creation();
   settings.usesOwnContext = DevFlag(L"WENDRA_DEV_SHARED", false);
   settings.dialogs = Dialogs();
+  settings.scriptAdding = Adding();
   settings.eventsFile = DevFile(L"WENDRA_DEV_EVENTS");
   settings.timingsFile = DevFile(L"WENDRA_DEV_TIMINGS");
   settings.traceFile = DevFile(L"WENDRA_DEV_TRACE");

@@ -22,12 +22,19 @@ enum class CreationMode {
 // How alert, confirm, prompt and beforeunload are answered; kAsk shows a message box.
 enum class DialogAnswer { kAsk, kAccept, kDismiss };
 
+// When a document-creation script takes effect, which is also when its handler is called.
+struct ScriptAdding {
+  DWORD delayMs = 0;
+  bool hasEnd = true;  // false: never
+};
+
 struct ControlSettings {
   std::wstring browserPortFile;  // Chromium's DevToolsActivePort; may not exist yet
   DWORD browserWaitMs = 30'000;  // for that file to appear
   CreationMode creation = CreationMode::kNormal;
   bool usesOwnContext = false;  // a browser context of our own; false: the default context
   DialogAnswer dialogs = DialogAnswer::kAsk;
+  ScriptAdding scriptAdding;
   // Files to write; "" for none.
   std::wstring eventsFile;
   std::wstring timingsFile;

@@ -24,16 +24,6 @@ class UnofferedController : public ComObject<ICoreWebView2Controller> {
   HRESULT STDMETHODCALLTYPE remove_MoveFocusRequested(EventRegistrationToken) override {
     return E_NOTIMPL;
   }
-  HRESULT STDMETHODCALLTYPE add_GotFocus(ICoreWebView2FocusChangedEventHandler*,
-                                         EventRegistrationToken*) override {
-    return E_NOTIMPL;
-  }
-  HRESULT STDMETHODCALLTYPE remove_GotFocus(EventRegistrationToken) override { return E_NOTIMPL; }
-  HRESULT STDMETHODCALLTYPE add_LostFocus(ICoreWebView2FocusChangedEventHandler*,
-                                          EventRegistrationToken*) override {
-    return E_NOTIMPL;
-  }
-  HRESULT STDMETHODCALLTYPE remove_LostFocus(EventRegistrationToken) override { return E_NOTIMPL; }
   HRESULT STDMETHODCALLTYPE add_AcceleratorKeyPressed(
       ICoreWebView2AcceleratorKeyPressedEventHandler*, EventRegistrationToken*) override {
     return E_NOTIMPL;
@@ -82,13 +72,6 @@ class UnofferedWebView : public ComObject<ICoreWebView2> {
     return E_NOTIMPL;
   }
   HRESULT STDMETHODCALLTYPE remove_PermissionRequested(EventRegistrationToken) override {
-    return E_NOTIMPL;
-  }
-  HRESULT STDMETHODCALLTYPE add_ProcessFailed(ICoreWebView2ProcessFailedEventHandler*,
-                                              EventRegistrationToken*) override {
-    return E_NOTIMPL;
-  }
-  HRESULT STDMETHODCALLTYPE remove_ProcessFailed(EventRegistrationToken) override {
     return E_NOTIMPL;
   }
   HRESULT STDMETHODCALLTYPE CapturePreview(COREWEBVIEW2_CAPTURE_PREVIEW_IMAGE_FORMAT, IStream*,

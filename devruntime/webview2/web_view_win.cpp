@@ -5,6 +5,7 @@
 #include <utility>
 #include <variant>
 
+#include "base/thread.h"
 #include "json/objects.h"
 #include "win/wide.h"
 
@@ -32,6 +33,7 @@ WebView::WebView(std::shared_ptr<Gate> gate, std::shared_ptr<ControlRecord> reco
     : gate_(std::move(gate)),
       record_(std::move(record)),
       scriptsWaitForDocument_(settings.scriptsWaitForDocument),
+      scriptAdding_(settings.scriptAdding),
       onReady_(std::move(onReady)) {}
 
 // A handler may release the last reference to anything. The caller holds one to this object.
@@ -49,15 +51,22 @@ void WebView::Close() {
   navigationCompleted_.Clear();
   webMessageReceived_.Clear();
   newWindowRequested_.Clear();
+  processFailed_.Clear();
   if (page_) page_->Close();
 }
 
 void WebView::On(const PageReady&) { ReportReady(true); }
 
-void WebView::On(const PageGone&) {
+void WebView::On(const PageGone& gone) {
+  const bool wasReady = !onReady_;
   ReportReady(false);
   undecided_.clear();
   RunWaitingScripts();  // they fail, and their handlers get the failure
+  if (!wasReady) return;
+  const ComOwner<ProcessFailedArgs> args(new ProcessFailedArgs(
+      gone.hasBrowser ? COREWEBVIEW2_PROCESS_FAILED_KIND_RENDER_PROCESS_EXITED
+                      : COREWEBVIEW2_PROCESS_FAILED_KIND_BROWSER_PROCESS_EXITED));
+  processFailed_.Invoke(this, args.Get());
 }
 
 void WebView::ReportReady(bool isUsable) {
@@ -184,17 +193,34 @@ HRESULT WebView::AddScriptToExecuteOnDocumentCreated(
     LPCWSTR javaScript, ICoreWebView2AddScriptToExecuteOnDocumentCreatedCompletedHandler* handler) {
   if (const HRESULT check = gate_->Check(); FAILED(check)) return check;
   if (!javaScript) return E_POINTER;
-  using Handler = ICoreWebView2AddScriptToExecuteOnDocumentCreatedCompletedHandler;
-  page_->AddScript(Narrow(javaScript), [gate = gate_, handler = ComRef<Handler>::Share(handler)](
-                                           std::optional<std::string> id) {
+  const auto shared =
+      ComRef<ICoreWebView2AddScriptToExecuteOnDocumentCreatedCompletedHandler>::Share(handler);
+  std::string text = Narrow(javaScript);
+  if (!scriptAdding_.hasEnd) return S_OK;
+  if (scriptAdding_.delayMs == 0) {
+    AddScriptNow(std::move(text), shared);
+    return S_OK;
+  }
+  (void)StartDetachedThread([self = ComRef<WebView>::Share(this), gate = gate_, shared, text,
+                             delayMs = scriptAdding_.delayMs] {
+    Sleep(delayMs);
+    gate->Queue().Post([self, shared, text] { self->AddScriptNow(text, shared); });
+  });
+  return S_OK;
+}
+
+void WebView::AddScriptNow(
+    std::string text,
+    ComRef<ICoreWebView2AddScriptToExecuteOnDocumentCreatedCompletedHandler> handler) {
+  if (gate_->IsClosed()) return;
+  page_->AddScript(std::move(text), [gate = gate_, handler](std::optional<std::string> id) {
     if (!handler) return;
     gate->Queue().Post([gate, handler, id = std::move(id)] {
       if (gate->IsClosed()) return;
-      const std::wstring text = Widen(id.value_or(std::string()));
-      handler->Invoke(id ? S_OK : E_FAIL, id ? text.c_str() : nullptr);
+      const std::wstring idText = Widen(id.value_or(std::string()));
+      handler->Invoke(id ? S_OK : E_FAIL, id ? idText.c_str() : nullptr);
     });
   });
-  return S_OK;
 }
 
 HRESULT WebView::RemoveScriptToExecuteOnDocumentCreated(LPCWSTR id) {
@@ -245,6 +271,13 @@ HRESULT WebView::add_NewWindowRequested(ICoreWebView2NewWindowRequestedEventHand
 }
 HRESULT WebView::remove_NewWindowRequested(EventRegistrationToken token) {
   return Remove(newWindowRequested_, token);
+}
+HRESULT WebView::add_ProcessFailed(ICoreWebView2ProcessFailedEventHandler* eventHandler,
+                                   EventRegistrationToken* token) {
+  return Add(processFailed_, eventHandler, token);
+}
+HRESULT WebView::remove_ProcessFailed(EventRegistrationToken token) {
+  return Remove(processFailed_, token);
 }
 
 }  // namespace wendra

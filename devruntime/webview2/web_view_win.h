@@ -63,6 +63,9 @@ class WebView final : public UnofferedWebView {
   add_NewWindowRequested(ICoreWebView2NewWindowRequestedEventHandler* eventHandler,
                          EventRegistrationToken* token) override;
   HRESULT STDMETHODCALLTYPE remove_NewWindowRequested(EventRegistrationToken token) override;
+  HRESULT STDMETHODCALLTYPE add_ProcessFailed(ICoreWebView2ProcessFailedEventHandler* eventHandler,
+                                              EventRegistrationToken* token) override;
+  HRESULT STDMETHODCALLTYPE remove_ProcessFailed(EventRegistrationToken token) override;
 
  private:
   struct Script {
@@ -73,7 +76,7 @@ class WebView final : public UnofferedWebView {
   ~WebView() override = default;
 
   void On(const PageReady&);
-  void On(const PageGone&);
+  void On(const PageGone& gone);
   void On(MessagePosted& message);
   void On(NavigationWanted& navigation);
   void On(WindowWanted& window);
@@ -86,6 +89,9 @@ class WebView final : public UnofferedWebView {
   void EndUndecided(std::uint64_t navigationId);
   void RunWaitingScripts();
   void Run(Script script);
+  void AddScriptNow(
+      std::string text,
+      ComRef<ICoreWebView2AddScriptToExecuteOnDocumentCreatedCompletedHandler> handler);
 
   template <typename Handler>
   HRESULT Add(HandlerList<Handler>& list, Handler* handler, EventRegistrationToken* token) {
@@ -101,6 +107,7 @@ class WebView final : public UnofferedWebView {
   const std::shared_ptr<Gate> gate_;
   const std::shared_ptr<ControlRecord> record_;
   const bool scriptsWaitForDocument_;
+  const ScriptAdding scriptAdding_;
   std::function<void(bool)> onReady_;
   std::shared_ptr<PageSession> page_;
   std::string source_ = "about:blank";
@@ -115,6 +122,7 @@ class WebView final : public UnofferedWebView {
   HandlerList<ICoreWebView2NavigationCompletedEventHandler> navigationCompleted_;
   HandlerList<ICoreWebView2WebMessageReceivedEventHandler> webMessageReceived_;
   HandlerList<ICoreWebView2NewWindowRequestedEventHandler> newWindowRequested_;
+  HandlerList<ICoreWebView2ProcessFailedEventHandler> processFailed_;
 };
 
 }  // namespace wendra

@@ -10,7 +10,7 @@
 #include <objbase.h>
 
 #include "tests/devruntime/test_handler_win.h"
-#include "webview/webview2_win.h"
+#include "webview/webview2_events_win.h"
 #include "win/unique.h"
 #include "win/wide.h"
 #include "win/window_class.h"

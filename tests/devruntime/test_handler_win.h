@@ -7,7 +7,7 @@
 #include <windows.h>
 
 #include "devruntime/webview2/com_object_win.h"
-#include "webview/webview2_win.h"
+#include "webview/webview2_events_win.h"
 #include "win/unique.h"
 
 namespace wendra {

@@ -9,7 +9,7 @@
 
 #include <gtest/gtest.h>
 
-#include "webview/webview2_win.h"
+#include "webview/webview2_events_win.h"
 
 namespace wendra {
 namespace {

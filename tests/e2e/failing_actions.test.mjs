@@ -10,7 +10,7 @@ import { makeFailures } from './support/failing_calls.mjs';
 import { holdings, holdsNoMore } from './support/holdings.mjs';
 import { startHost } from './support/host.mjs';
 import { ownProfile } from './support/mcp_children.mjs';
-import { kExecDone, kPickDirectory } from './support/messages.mjs';
+import { kExecDone, kOpenInBrowser, kPickDirectory } from './support/messages.mjs';
 import { startServer } from './support/server.mjs';
 import { until } from './support/waiting.mjs';
 
@@ -213,4 +213,14 @@ test('an address for which no browser can be started is logged, and the page sta
   });
   assert.equal((await host.page.call('platform', [])).value.name, 'Windows');
   assert.deepEqual(await host.openedInBrowser(), []);
+});
+
+test('an address is opened at once when its message cannot be posted', async () => {
+  const from = host.log.length;
+  await failures.during(`PostMessageW/${kOpenInBrowser}`, async () => {
+    await host.page.evaluate(() => void window.open('https://foreign.test/at-once'));
+    await host.waitForLine('[External] opening in browser: https://foreign.test/at-once', { from });
+    await host.waitForOpenedInBrowser('https://foreign.test/at-once');
+    await failures.waitFor('PostMessageW');
+  });
 });

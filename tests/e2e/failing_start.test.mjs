@@ -5,7 +5,7 @@ import { after, before, test } from 'node:test';
 import { lookAtConfig } from './support/calls.mjs';
 import { makeFailures } from './support/failing_calls.mjs';
 import { startHost } from './support/host.mjs';
-import { kConfigWatchTimer, kCreateWebView } from './support/messages.mjs';
+import { kConfigWatchTimer, kCreateWebView, kFirstNavigationTimer } from './support/messages.mjs';
 import { startServer } from './support/server.mjs';
 import { inTime } from './support/waiting.mjs';
 
@@ -121,6 +121,13 @@ test('a configuration without a time at the start counts as changed at the first
 
 test('the window works without its timer and without the message that makes the control', async () => {
   await startWith(`SetTimer/${kConfigWatchTimer} PostMessageW/${kCreateWebView}`, works);
+});
+
+test('the server is shown at once without the timer of the first navigation', async () => {
+  await startWith(`SetTimer/${kFirstNavigationTimer}`, async (host) => {
+    assert.equal(await host.page.evaluate('document.title'), 'failing calls');
+    await works(host);
+  }, { args: [server.url], env: { WENDRA_DEV_NO_RUNTIME: '0', WENDRA_DEV_SCRIPT_ADDED: 'never' }, page: true });
 });
 
 test('the program asks for the control even without a folder for its data', async () => {

@@ -49,5 +49,71 @@ TEST(StaysInside, ComparesOnlyTheHosts) {
   for (const auto& c : cases) EXPECT_EQ(StaysInside(c.target, c.server), c.staysInside) << c.target;
 }
 
+TEST(IsWebOrMailAddress, LooksAtTheScheme) {
+  const struct {
+    std::string_view address;
+    bool want;
+  } cases[] = {
+      {"http://h/", true},
+      {"https://h/", true},
+      {"HTTPS://h/", true},
+      {"mailto:a@b.test", true},
+      {"MailTo:a@b.test", true},
+      {"http:", true},
+      {"", false},
+      {"http", false},
+      {"httpx://h/", false},
+      {"file:///c:/x", false},
+      {" http://h/", false},
+      {"ftp://h/", false},
+      {"ms-settings:", false},
+      {"C:\\x.exe", false},
+      {"javascript:alert(1)", false},
+      {"\\\\h\\x.exe", false},
+      {"view-source:http:", false},
+  };
+  for (const auto& c : cases) EXPECT_EQ(IsWebOrMailAddress(c.address), c.want) << c.address;
+}
+
+constexpr char kServer[] = "http://localhost:3000";
+constexpr char kSignIn[] = "https://sign-in.test/start";
+
+TEST(NavigationRule, ChecksWhatTheUserStartsAndNoRedirect) {
+  const struct {
+    const char* why;
+    NavigationStart navigation;
+    bool mustStayOutside;
+  } cases[] = {
+      {"a clicked foreign link", {kSignIn, true, false}, true},
+      {"a clicked link of the server", {"http://localhost:3000/a", true, false}, false},
+      {"a link to the server as the control writes it",
+       {"http://xn--wndra-gra/", true, false},
+       false},
+      {"a script", {kSignIn, false, false}, false},
+      {"a redirect of a script", {kSignIn, false, true}, false},
+      {"a redirect of a clicked link", {kSignIn, true, true}, false},
+  };
+  for (const auto& c : cases) {
+    NavigationRule rule(kServer, "http://xn--wndra-gra");
+    EXPECT_EQ(rule.MustStayOutside(c.navigation), c.mustStayOutside) << c.why;
+  }
+}
+
+TEST(NavigationRule, LetsTheHostsOwnNavigationPassOnce) {
+  NavigationRule rule(kServer, kServer);
+  const NavigationStart navigation{kSignIn, true, false};
+  rule.ExpectOwnNavigation(kSignIn);
+  EXPECT_TRUE(rule.MustStayOutside({"https://other.test/", true, false}));  // a click meanwhile
+  EXPECT_FALSE(rule.MustStayOutside(navigation));
+  EXPECT_TRUE(rule.MustStayOutside(navigation));  // a click on the same address
+}
+
+TEST(NavigationRule, ForgetsTheHostsOwnNavigationWithTheNextDocument) {
+  NavigationRule rule(kServer, kServer);
+  rule.ExpectOwnNavigation(kSignIn);
+  rule.DocumentCommitted();
+  EXPECT_TRUE(rule.MustStayOutside({kSignIn, true, false}));
+}
+
 }  // namespace
 }  // namespace wendra
