@@ -92,6 +92,10 @@ WindowHandlers Application::MakeWindowHandlers() {
       {kHttpPostedMessage, [this](WPARAM, LPARAM) { OnHttpPosted(); }},
       {kPickDirectoryMessage, [this](WPARAM, LPARAM) { folderPicker_.ShowDialogs(); }},
       {kOpenInBrowserMessage, [this](WPARAM, LPARAM) { page_.OpenAddresses(); }},
+      {kUpdateFailedMessage,
+       [this](WPARAM, LPARAM) {
+         if (updater_) updater_->RetryLater();
+       }},
       {WM_MOVE, [this](WPARAM, LPARAM) { page_.OnWindowMoved(); }},
       {WM_MOVING, [this](WPARAM, LPARAM) { page_.OnWindowMoved(); }},
       {WM_ACTIVATE,
@@ -127,6 +131,10 @@ void Application::OnWindowDestroyed() {
 void Application::OnTimer(std::uint64_t timer) {
   if (timer == kReplyDeadlineTimer) return page_.DropLateReplies();
   if (timer == kFirstNavigationTimer) return page_.NavigateToServer();
+  if (timer == kUpdateRetryTimer) {
+    if (updater_) updater_->RetryNow();
+    return;
+  }
   if (timer != kConfigWatchTimer) return mcp_.OnTimer(timer);
   if (mcp_.CheckMcpConfigChanged()) page_.Run(kConfigChangedScript);
 }

@@ -1,12 +1,14 @@
 #include "update/updater_win.h"
 
 #include <ctime>
+#include <utility>
 
 #include "config/config_file_win.h"
 #include "config/settings.h"
 #include "update/app_version_win.h"
 #include "update/outlet.h"
 #include "update/winsparkle_win.h"
+#include "win/messages.h"
 
 namespace wendra {
 namespace {
@@ -24,14 +26,17 @@ void __cdecl OnShutdownRequest() { outlet->CloseWindow(); }
 
 void __cdecl OnDidFindUpdate() {
   outlet->Line("[Update] WinSparkle: update available -> prompting");
+  outlet->CheckEnded(false);
 }
 
 void __cdecl OnDidNotFindUpdate() {
   outlet->Line("[Update] WinSparkle: no newer version -> not prompting");
+  outlet->CheckEnded(false);
 }
 
 void __cdecl OnError() {
   outlet->Line("[Update] WinSparkle: update check failed (network / feed / signature)");
+  outlet->CheckEnded(true);
 }
 
 void __cdecl OnUpdatePostponed() { outlet->Line("[Update] WinSparkle: user postponed the update"); }
@@ -63,10 +68,13 @@ std::string LocalTimeText(std::time_t time) {
 
 }  // namespace
 
-Updater::Updater(Log& log, const std::wstring& configPath, HWND window) : log_(log) {
+Updater::Updater(Log& log, const std::wstring& configPath, HWND window)
+    : log_(log), window_(window) {
   const Settings settings = ReadSettings(ReadConfigText(configPath)).value_or(DefaultSettings());
   if (!settings.updateFeedComplaint.empty()) log_.Line(settings.updateFeedComplaint);
-  outlet = new UpdateOutlet(log, [window] { (void)PostMessageW(window, WM_CLOSE, 0, 0); });
+  outlet = new UpdateOutlet(
+      log, [window] { (void)PostMessageW(window, WM_CLOSE, 0, 0); },
+      [window] { (void)PostMessageW(window, kUpdateFailedMessage, 0, 0); });
 
   win_sparkle_set_appcast_url(settings.updateFeed.c_str());
   SetCallbacks();
@@ -100,7 +108,17 @@ void Updater::LogState(const std::string& feedAddress) {
 
 void Updater::CheckNow() {
   log_.Line("[Update] manual update check");
+  outlet->PersonAsks();
   win_sparkle_check_update_with_ui();
+}
+
+void Updater::RetryLater() {
+  isRetryDue_ = SetTimer(window_, kUpdateRetryTimer, kCheckIntervalSeconds * 1000, nullptr) != 0;
+}
+
+void Updater::RetryNow() {
+  KillTimer(window_, kUpdateRetryTimer);
+  if (std::exchange(isRetryDue_, false)) win_sparkle_check_update_without_ui();
 }
 
 }  // namespace wendra

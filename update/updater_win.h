@@ -28,10 +28,17 @@ class Updater {
   // Starts a check at once, without waiting for it. The library shows every outcome to the user.
   void CheckNow();
 
+  // The next two keep the hourly checks going after one that failed. Call the first when
+  // kUpdateFailedMessage comes, the second when kUpdateRetryTimer fires.
+  void RetryLater();
+  void RetryNow();
+
  private:
   void LogState(const std::string& feedAddress);
 
   Log& log_;
+  const HWND window_;
+  bool isRetryDue_ = false;             // the timer runs
   std::optional<FeedCheck> feedCheck_;  // exists from the library's set-up to its clean-up
 };
 

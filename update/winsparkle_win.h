@@ -44,6 +44,8 @@ std::time_t __cdecl win_sparkle_get_last_check_time();
 void __cdecl win_sparkle_init();
 // Starts a check whose outcome the library shows to the user. Returns at once.
 void __cdecl win_sparkle_check_update_with_ui();
+// Starts a check that shows a window only if there is an update. Returns at once.
+void __cdecl win_sparkle_check_update_without_ui();
 // Call last, and never from a callback. Checks that are under way go on and may still run
 // callbacks.
 void __cdecl win_sparkle_cleanup();

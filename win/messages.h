@@ -10,6 +10,7 @@
 // | kPickDirectoryMessage    | 0      | 0                                 | bridge     | bridge   |
 // | kHttpPostedMessage       | 0      | 0                                 | a worker   | mcp      |
 // | kOpenInBrowserMessage    | 0      | 0                                 | webview    | webview  |
+// | kUpdateFailedMessage     | 0      | 0                                 | any thread | update   |
 //
 // "server" is a ServerId; "a reader" is the thread that reads the output of a local MCP server.
 //
@@ -33,6 +34,7 @@ inline constexpr UINT kLogLineMessage = WM_APP + 5;
 inline constexpr UINT kPickDirectoryMessage = WM_APP + 6;
 inline constexpr UINT kHttpPostedMessage = WM_APP + 7;
 inline constexpr UINT kOpenInBrowserMessage = WM_APP + 8;
+inline constexpr UINT kUpdateFailedMessage = WM_APP + 9;
 
 // A timer that runs all the time: the host checks whether config.json has changed.
 inline constexpr UINT_PTR kConfigWatchTimer = 1;
@@ -46,5 +48,8 @@ inline constexpr UINT_PTR kReplyDeadlineTimer = 2;
 // waits for the script that every document gets.
 inline constexpr UINT_PTR kFirstNavigationTimer = 3;
 inline constexpr UINT kFirstNavigationMs = 3000;
+
+// A timer that runs once after a failed check for updates.
+inline constexpr UINT_PTR kUpdateRetryTimer = 4;
 
 }  // namespace wendra

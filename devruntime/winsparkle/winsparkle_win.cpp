@@ -102,6 +102,9 @@ extern "C" void __cdecl win_sparkle_init() { Called("win_sparkle_init").Init(); 
 extern "C" void __cdecl win_sparkle_check_update_with_ui() {
   Called("win_sparkle_check_update_with_ui");
 }
+extern "C" void __cdecl win_sparkle_check_update_without_ui() {
+  Called("win_sparkle_check_update_without_ui");
+}
 extern "C" void __cdecl win_sparkle_cleanup() { Called("win_sparkle_cleanup").CleanUp(); }
 
 extern "C" BOOL WINAPI DllMain(HINSTANCE, DWORD reason, LPVOID processEnds) {

@@ -6,12 +6,16 @@ import { after, before, test } from 'node:test';
 import { makeCertificate } from './support/certificate.mjs';
 import { startHost } from './support/host.mjs';
 import { endsWithFile } from './support/leftovers.mjs';
+import { kUpdateRetryTimer } from './support/messages.mjs';
 import { startServer } from './support/server.mjs';
 import { startWinSparkle } from './support/winsparkle.mjs';
 
 const kBuiltInFeed = 'https://releases.wendra.example/releases/win/appcast.xml';
 const kCurrent = '0.1.0.0'; // the version in the development build's resources
 const kMebibyte = 1_048_576;
+const WM_COMMAND = 0x111;
+const WM_TIMER = 0x113;
+const kToggleLogPanel = 100;
 // Far shorter than every time-out of the host and of tools/launch.
 const kAtOnceMs = 4_000;
 
@@ -198,6 +202,44 @@ test('Ctrl+U and the page start a check with a dialog', async () => {
   assert.equal(lines.filter((line) => line === '[Update] manual update check').length, 2);
   assert.equal(await host.close(), 0);
   await sparkle.close();
+});
+
+test('after a failed check that no person has asked for, the host checks again', async () => {
+  const updating = await startUpdating();
+  const { host, sparkle } = updating;
+  // Posted messages are handled in order: once the last one is, so are all before it.
+  const allIsHandled = async () => {
+    const from = host.log.length;
+    await host.probe('post', 'window', WM_COMMAND, kToggleLogPanel, 0);
+    await host.waitForLine('[Log] log panel', { from });
+  };
+  const timerFires = async () => {
+    await host.probe('post', 'window', WM_TIMER, kUpdateRetryTimer, 0);
+    await allIsHandled();
+  };
+  const retries = async () =>
+    (await sparkle.calls()).filter(({ call }) => call === 'win_sparkle_check_update_without_ui').length;
+  const fires = async (outcome) => {
+    await sparkle.fire(outcome);
+    await allIsHandled();
+  };
+  await host.window();
+  await reportOf(host);
+  await timerFires(); // any program may send this
+  await fires('did_not_find_update');
+  await timerFires();
+  assert.equal(await retries(), 0);
+  await fires('error');
+  assert.equal(await retries(), 0);
+  await timerFires();
+  await timerFires();
+  assert.equal(await retries(), 1);
+  await host.keys('ctrl+u');
+  await sparkle.waitForCall('win_sparkle_check_update_with_ui');
+  await fires('error');
+  await timerFires();
+  assert.equal(await retries(), 1);
+  await end(updating);
 });
 
 // The feed check.

@@ -183,6 +183,7 @@ test('the program imports only the functions of the update library that it calls
   const imports = table.slice(0, table.indexOf('\n\n')).matchAll(/^\s+[0-9a-f]+\s+\d+\s+(\w+)/gm);
   assert.deepEqual(Array.from(imports, ([, name]) => name).sort(), [
     'win_sparkle_check_update_with_ui',
+    'win_sparkle_check_update_without_ui',
     'win_sparkle_cleanup',
     'win_sparkle_get_automatic_check_for_updates',
     'win_sparkle_get_last_check_time',

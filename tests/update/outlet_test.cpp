@@ -15,7 +15,8 @@ namespace {
 TEST(UpdateOutlet, PassesCallsOnUntilItIsShut) {
   RecordingLog log;
   int closed = 0;
-  UpdateOutlet outlet(log, [&] { ++closed; });
+  UpdateOutlet outlet(
+      log, [&] { ++closed; }, [] {});
   outlet.Line("one");
   outlet.CloseWindow();
   outlet.Shut();
@@ -26,12 +27,36 @@ TEST(UpdateOutlet, PassesCallsOnUntilItIsShut) {
   EXPECT_EQ(closed, 1);
 }
 
+TEST(UpdateOutlet, AsksForARetryAfterAFailureThatNoPersonHasAskedFor) {
+  RecordingLog log;
+  int retries = 0;
+  UpdateOutlet outlet(
+      log, [] {}, [&] { ++retries; });
+  outlet.CheckEnded(false);
+  EXPECT_EQ(retries, 0);
+  outlet.CheckEnded(true);
+  EXPECT_EQ(retries, 1);
+  outlet.PersonAsks();
+  outlet.CheckEnded(true);
+  EXPECT_EQ(retries, 1);
+  outlet.CheckEnded(true);  // nobody has asked for this one
+  EXPECT_EQ(retries, 2);
+  outlet.PersonAsks();
+  outlet.CheckEnded(false);
+  outlet.CheckEnded(true);
+  EXPECT_EQ(retries, 3);
+  outlet.Shut();
+  outlet.CheckEnded(true);
+  EXPECT_EQ(retries, 3);
+}
+
 // Also runs under ThreadSanitizer. After Shut the test destroys the log while a thread still calls
 // the outlet.
 TEST(UpdateOutletThreads, NoCallTouchesTheLogAfterShutHasReturned) {
   for (int round = 0; round < 200; ++round) {
     auto log = std::make_unique<RecordingLog>();
-    UpdateOutlet outlet(*log, [] {});
+    UpdateOutlet outlet(
+        *log, [] {}, [] {});
     std::atomic<bool> isOver = false;
     std::atomic<int> calls = 0;
     std::thread caller([&] {

@@ -9,6 +9,8 @@ export const kLogLine = WM_APP + 5;
 export const kPickDirectory = WM_APP + 6;
 export const kHttpPosted = WM_APP + 7;
 export const kOpenInBrowser = WM_APP + 8;
+export const kUpdateFailed = WM_APP + 9;
 
 export const kConfigWatchTimer = 1;
 export const kFirstNavigationTimer = 3;
+export const kUpdateRetryTimer = 4;
