@@ -66,11 +66,14 @@ LRESULT CALLBACK MainWindow::WindowProcedure(HWND window, UINT message, WPARAM w
   }
   // Null for the messages before WM_NCCREATE and after WM_NCDESTROY.
   auto* self = reinterpret_cast<MainWindow*>(GetWindowLongPtrW(window, GWLP_USERDATA));
+  // The control may dispatch messages while it closes: the window is destroyed once.
+  if (self && self->isGoing_ && message == WM_CLOSE) return 0;
   if (self) self->OnMessage(message, wparam, lparam);
   return DefWindowProcW(window, message, wparam, lparam);
 }
 
 void MainWindow::OnMessage(UINT message, WPARAM wparam, LPARAM lparam) {
+  if (message == WM_DESTROY) isGoing_ = true;
   for (const auto& [handled, onMessage] : handlers_.messages) {
     if (handled == message) onMessage(wparam, lparam);
   }

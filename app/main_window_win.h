@@ -60,6 +60,7 @@ class MainWindow {
   const WindowHandlers handlers_;
   HWND window_ = nullptr;          // from WM_NCCREATE to WM_NCDESTROY
   bool isCreated_ = false;         // CreateWindowExW has returned the window
+  bool isGoing_ = false;           // from WM_DESTROY on
   std::optional<LogPanel> panel_;  // from WM_CREATE to WM_DESTROY
 };
 

@@ -28,11 +28,13 @@ void McpClient::Start(std::shared_ptr<Inbox> inbox) {
 }
 
 void McpClient::Stop() {
+  isStopped_ = true;
   for (const auto& connection : connections_) connection->KillTimers();
   StopServers();
 }
 
 void McpClient::LoadMcpServers() {
+  if (isStopped_) return;
   StopServers();
   // The list is empty during the callbacks, so they find no stopped server in it. A stopped
   // connection is freed when its last holder releases it.
@@ -93,7 +95,7 @@ void McpClient::Add(ServerSettings settings) {
 }
 
 bool McpClient::CheckMcpConfigChanged() {
-  if (!watch_ || !watch_->HasChanged()) return false;
+  if (isStopped_ || !watch_ || !watch_->HasChanged()) return false;
   const ConfigReading config = config_.Read();
   if (!config.isReadable) {
     if (!hasSaidUnreadable_) log_.Line(kKeepingServers);

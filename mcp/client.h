@@ -50,7 +50,8 @@ class McpClient {
   void Start(std::shared_ptr<Inbox> inbox);
 
   // At the end of the program: kills the timers of all requests, then stops each server, in the
-  // order of config.json. Pending requests get no reply.
+  // order of config.json. Pending requests get no reply. From here on the functions below start no
+  // server.
   void Stop();
 
   // After Stop: waits until the DELETE requests of stopped remote servers have ended, at most 1.5
@@ -98,6 +99,7 @@ class McpClient {
   Connections connections_;
   std::vector<std::shared_ptr<SessionEnd>> sessionEnds_;  // of stopped servers
   std::optional<ConfigWatch> watch_;                      // from Start on
+  bool isStopped_ = false;                                // by Stop
   bool hasSaidUnreadable_ = false;  // the log says that config.json could not be read
 };
 

@@ -110,15 +110,13 @@ void PageHost::SetUp(ICoreWebView2Controller* controller) {
 // The script takes effect in documents that begin after the control has called the handler, so the
 // first document waits for that. On some machines the call never comes: the timer is for those.
 void PageHost::AddHostObject() {
-  if (!SetTimer(window_, kFirstNavigationTimer, kFirstNavigationMs, nullptr)) {
-    return NavigateToServer();
-  }
+  const bool hasTimer = SetTimer(window_, kFirstNavigationTimer, kFirstNavigationMs, nullptr) != 0;
   const auto scriptAdded = ScriptAdded::Make([self = self_](HRESULT, LPCWSTR) {
     if (*self) (*self)->NavigateToServer();
   });
-  if (FAILED(webView_->AddScriptToExecuteOnDocumentCreated(kHostObjectScript, scriptAdded.Get()))) {
-    NavigateToServer();
-  }
+  const HRESULT adding =
+      webView_->AddScriptToExecuteOnDocumentCreated(kHostObjectScript, scriptAdded.Get());
+  if (!hasTimer || FAILED(adding)) NavigateToServer();
 }
 
 void PageHost::NavigateToServer() {

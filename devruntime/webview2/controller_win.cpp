@@ -55,6 +55,7 @@ Controller::Controller(ComRef<IUnknown> environment, std::shared_ptr<UiQueue> qu
       gate_(std::make_shared<Gate>(std::move(queue))),
       record_(MakeControlRecord(settings)),
       hasView_(settings.creation != CreationMode::kNoView),
+      closeMs_(settings.closeMs),
       parent_(parent) {}
 
 Controller::~Controller() { ShutDown(); }
@@ -186,6 +187,10 @@ HRESULT Controller::NotifyParentWindowPositionChanged() {
 
 HRESULT Controller::Close() {
   if (const HRESULT check = gate_->Check(); check == kWrongThread) return check;
+  if (closeMs_ > 0 && !gate_->IsClosed()) {
+    record_->Events()->Write(MakeObject({{"event", "closing"}}));
+    DispatchMessagesFor(closeMs_);
+  }
   ShutDown();
   return S_OK;
 }

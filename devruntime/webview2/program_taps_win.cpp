@@ -9,6 +9,7 @@
 #include "devruntime/failing_calls/import_table_win.h"
 #include "devruntime/webview2/handler_timings_win.h"
 #include "devruntime/webview2/settings_win.h"
+#include "devruntime/webview2/ui_queue_win.h"
 #include "json/objects.h"
 #include "win/wide.h"
 
@@ -48,13 +49,7 @@ void __cdecl TappedExit(int code) {
 
 HINSTANCE WINAPI TappedShell(HWND window, LPCWSTR verb, LPCWSTR file, LPCWSTR parameters,
                              LPCWSTR directory, INT show) {
-  const ULONGLONG endMs =
-      GetTickCount64() + static_cast<ULONGLONG>(DevNumber(L"WENDRA_DEV_SHELL_MS").value_or(0));
-  for (ULONGLONG nowMs = GetTickCount64(); nowMs < endMs; nowMs = GetTickCount64()) {
-    MsgWaitForMultipleObjects(0, nullptr, FALSE, static_cast<DWORD>(endMs - nowMs), QS_ALLINPUT);
-    MSG message;
-    while (PeekMessageW(&message, nullptr, 0, 0, PM_REMOVE)) DispatchMessageW(&message);
-  }
+  DispatchMessagesFor(static_cast<DWORD>(DevNumber(L"WENDRA_DEV_SHELL_MS").value_or(0)));
   return realShell(window, verb, file, parameters, directory, show);
 }
 

@@ -50,6 +50,7 @@ ControlSettings ReadControlSettings() {
   settings.browserPortFile = DevFile(L"WENDRA_DEV_BROWSER");
   settings.browserWaitMs = Milliseconds(L"WENDRA_DEV_BROWSER_WAIT_MS", settings.browserWaitMs);
   settings.creation = Creation();
+  settings.closeMs = Milliseconds(L"WENDRA_DEV_CLOSE_MS", settings.closeMs);
   settings.usesOwnContext = DevFlag(L"WENDRA_DEV_SHARED", false);
   settings.dialogs = Dialogs();
   settings.scriptAdding = Adding();

@@ -33,6 +33,7 @@ struct ControlSettings {
   DWORD browserWaitMs = 30'000;  // for that file to appear
   CreationMode creation = CreationMode::kNormal;
   bool usesOwnContext = false;  // a browser context of our own; false: the default context
+  DWORD closeMs = 0;            // how long Close dispatches messages
   DialogAnswer dialogs = DialogAnswer::kAsk;
   ScriptAdding scriptAdding;
   // Files to write; "" for none.

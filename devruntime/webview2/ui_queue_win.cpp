@@ -87,4 +87,13 @@ bool WaitAnsweringSentMessages(HANDLE object, DWORD timeoutMs) {
   }
 }
 
+void DispatchMessagesFor(DWORD durationMs) {
+  const ULONGLONG endMs = GetTickCount64() + durationMs;
+  for (ULONGLONG nowMs = GetTickCount64(); nowMs < endMs; nowMs = GetTickCount64()) {
+    MsgWaitForMultipleObjects(0, nullptr, FALSE, static_cast<DWORD>(endMs - nowMs), QS_ALLINPUT);
+    MSG message;
+    while (PeekMessageW(&message, nullptr, 0, 0, PM_REMOVE)) DispatchMessageW(&message);
+  }
+}
+
 }  // namespace wendra

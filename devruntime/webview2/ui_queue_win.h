@@ -48,4 +48,7 @@ class UiQueue {
 // messages that other threads send to them. False: the time is over.
 bool WaitAnsweringSentMessages(HANDLE object, DWORD timeoutMs);
 
+// Dispatches the messages of this thread for so long.
+void DispatchMessagesFor(DWORD durationMs);
+
 }  // namespace wendra

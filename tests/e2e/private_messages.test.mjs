@@ -3,11 +3,10 @@
 import assert from 'node:assert/strict';
 import { after, before, test } from 'node:test';
 import { startHost } from './support/host.mjs';
+import { kCreateWebView, kOpenInBrowser, kPickDirectory, kUpdateFailed } from './support/messages.mjs';
 import { startServer } from './support/server.mjs';
 
-const WM_APP = 0x8000;
-const kCreateWebView = WM_APP + 4;
-const kPickDirectory = WM_APP + 6;
+const kMessages = { kCreateWebView, kOpenInBrowser, kPickDirectory, kUpdateFailed };
 const kNumbers = [0, 1, -1, 4096, 0x7fff_ffff_ffff];
 
 let server;
@@ -26,7 +25,7 @@ after(async () => {
 const children = async () => (await host.probe('controls', 'WendraHostWnd')).controls.length;
 const loads = () => server.requests.filter(({ url }) => url === '/').length;
 
-for (const [name, message] of Object.entries({ kCreateWebView, kPickDirectory })) {
+for (const [name, message] of Object.entries(kMessages)) {
   test(`${name} from another program does nothing`, async () => {
     await host.page.evaluate('window.isOld = true');
     const before = [await children(), loads()];
@@ -40,5 +39,6 @@ for (const [name, message] of Object.entries({ kCreateWebView, kPickDirectory })
     assert.equal(await host.page.evaluate('window.isOld'), true);
     assert.deepEqual([await children(), loads()], before);
     assert.equal((await host.probe('windows')).windows.length, 1);
+    assert.deepEqual(await host.openedInBrowser(), []);
   });
 }

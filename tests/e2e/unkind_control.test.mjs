@@ -5,7 +5,7 @@ import { readFileSync } from 'node:fs';
 import { rm } from 'node:fs/promises';
 import { after, before, test } from 'node:test';
 import { profileFiles } from '../../tools/wine/prefix.mjs';
-import { makeProfile, startHost } from './support/host.mjs';
+import { makeProfile, replaceConfig, startHost } from './support/host.mjs';
 import { startServer } from './support/server.mjs';
 import { until } from './support/waiting.mjs';
 
@@ -187,6 +187,22 @@ test('a page that is not trusted can have only web and mail addresses opened', a
     '[External] not opening: ms-settings:',
   ]);
   assert.equal(await host.close(), 0);
+});
+
+// tools/launch posts WM_CLOSE again and again until the host has ended.
+test('messages that the control dispatches while it closes start no servers and destroy nothing twice', async () => {
+  const profile = await makeProfile();
+  const host = await startHost({ address: server.url, profile, env: { WENDRA_DEV_CLOSE_MS: '3000' } });
+  host.signal('SIGTERM');
+  const events = () => readFileSync(profileFiles(profile).events, 'utf8');
+  await until('the end of the control to begin', () => events().includes('"closing"'));
+  const from = host.log.length;
+  await replaceConfig(profile, { mcpServers: { late: { command: 'cmd.exe' } } });
+  assert.equal(await host.ended(), 0);
+  assert.deepEqual(host.log.slice(from), []);
+  assert.equal(events().split('\n').filter((line) => line.includes('"closing"')).length, 1);
+  assert.match(events(), /"closed","hasParent":true/);
+  await rm(profile, { recursive: true, force: true });
 });
 
 test('the log names the process that has died, and the window stays usable', async () => {

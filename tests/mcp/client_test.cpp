@@ -114,6 +114,19 @@ TEST_F(Client, LoadsTheListedServersAndLogsIt) {
   }
 }
 
+// While the window is being destroyed, the browser control may still dispatch messages.
+TEST_F(Client, StartsNothingAfterItHasStopped) {
+  Start(kTwoLocal);
+  client.Stop();
+  (void)log.Take();
+  config.text = R"({"mcpServers":{"c":{"command":"c.exe"}}})";
+  ++config.time;
+  EXPECT_FALSE(client.CheckMcpConfigChanged());
+  client.LoadMcpServers();
+  EXPECT_EQ(log.Take(), Lines{});
+  EXPECT_FALSE(starter.children.contains("c"));
+}
+
 TEST_F(Client, TalksToALocalServer) {
   Start(kTwoLocal);
   Ask(Server());
