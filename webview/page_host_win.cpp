@@ -97,9 +97,11 @@ void PageHost::OnEnvironmentCreated(ICoreWebView2Environment* environment) {
 }
 
 void PageHost::SetUp(ICoreWebView2Controller* controller) {
-  if (!controller) return;
+  if (!controller || controller == controller_.Get()) return;  // completions may come twice
+  if (controller_) (void)controller_->Close();
   controller->AddRef();
   controller_.Reset(controller);
+  hasNavigated_ = false;
   if (FAILED(controller_->get_CoreWebView2(webView_.Receive())) || !webView_) return;
   callbacks_.onLayoutNeeded();
   AddHostObject();

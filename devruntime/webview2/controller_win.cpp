@@ -26,7 +26,10 @@ class Controller::Creation {
     // The parent may have been destroyed while the page was being opened.
     if (SUCCEEDED(result_) && !controller->HasParent()) result_ = E_ABORT;
     if (FAILED(result_)) controller->ShutDown();
-    handler->Invoke(result_, SUCCEEDED(result_) ? controller.Get() : nullptr);
+    const int calls = controller->isReportedTwice_ ? 2 : 1;
+    for (int call = 0; call < calls; ++call) {
+      handler->Invoke(result_, SUCCEEDED(result_) ? controller.Get() : nullptr);
+    }
   }
 
   ComRef<Controller> controller_;
@@ -55,6 +58,7 @@ Controller::Controller(ComRef<IUnknown> environment, std::shared_ptr<UiQueue> qu
       gate_(std::make_shared<Gate>(std::move(queue))),
       record_(MakeControlRecord(settings)),
       hasView_(settings.creation != CreationMode::kNoView),
+      isReportedTwice_(settings.creation == CreationMode::kTwice),
       closeMs_(settings.closeMs),
       parent_(parent) {}
 

@@ -64,7 +64,8 @@ class Controller final : public UnofferedController {
   const ComRef<IUnknown> environment_;
   const std::shared_ptr<Gate> gate_;
   const std::shared_ptr<ControlRecord> record_;
-  const bool hasView_;   // false: get_CoreWebView2 fails
+  const bool hasView_;  // false: get_CoreWebView2 fails
+  const bool isReportedTwice_;
   const DWORD closeMs_;  // how long Close dispatches messages
   HWND parent_;
   RECT bounds_{};

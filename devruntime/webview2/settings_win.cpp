@@ -22,6 +22,7 @@ CreationMode Creation() {
       {L"never", CreationMode::kNever},
       {L"controller-fail", CreationMode::kControllerFail},
       {L"no-view", CreationMode::kNoView},
+      {L"twice", CreationMode::kTwice},
   };
   const std::wstring wanted = DevVariable(L"WENDRA_DEV_CREATE");
   for (const auto& each : modes) {

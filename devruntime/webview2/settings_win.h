@@ -17,6 +17,7 @@ enum class CreationMode {
   kNever,           // the call succeeds, and the environment handler is never invoked
   kControllerFail,  // the controller handler gets a failure and null
   kNoView,          // the controller has no view: get_CoreWebView2 fails
+  kTwice,           // the controller handler is invoked twice, with the same controller
 };
 
 // How alert, confirm, prompt and beforeunload are answered; kAsk shows a message box.

@@ -41,16 +41,23 @@ test('the window works when its server is not running', async () => {
   assert.equal(await host.close(), 0);
 });
 
-test('the window works when its browser control fails, never comes or comes at once', async (t) => {
+test('the window works when its browser control fails, never comes, or comes at once or twice', async (t) => {
   const server = await startServer({ '/': '<!doctype html><title>start</title>' });
-  for (const [mode, showsPage] of [['fail', false], ['never', false], ['controller-fail', false], ['no-view', false], ['sync', true]]) {
+  const showsPages = {
+    fail: false, never: false, 'controller-fail': false, 'no-view': false, sync: true, twice: true,
+  };
+  for (const [mode, showsPage] of Object.entries(showsPages)) {
     await t.test(mode, async () => {
       const host = await startHost({
         address: server.url,
         env: { WENDRA_DEV_CREATE: mode },
         page: showsPage,
       });
-      if (showsPage) assert.equal(await host.page.evaluate('document.title'), 'start');
+      if (showsPage) {
+        assert.equal(await host.page.evaluate('document.title'), 'start');
+        for (let i = 0; i < 3; ++i) await host.page.call('platform', []);
+        assert.equal((await host.page.replies()).length, 3); // one to each request
+      }
       await host.window();
       await host.keys('ctrl+l');
       await host.waitForLine('[Log] log panel shown (Ctrl+L)');
