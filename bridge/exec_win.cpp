@@ -1,6 +1,7 @@
 #include "bridge/exec_win.h"
 
 #include <memory>
+#include <string_view>
 #include <utility>
 
 #include "base/output_buffer.h"

@@ -6,6 +6,7 @@
 #include <map>
 #include <memory>
 #include <string>
+#include <utility>
 
 #include "base/lock.h"
 #include "mcp/inbox.h"

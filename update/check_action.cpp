@@ -1,5 +1,6 @@
 #include "update/check_action.h"
 
+#include <string>
 #include <utility>
 
 namespace wendra {

@@ -1,5 +1,6 @@
 #include "update/feed_fetch.h"
 
+#include <cstdint>
 #include <string_view>
 
 namespace wendra {

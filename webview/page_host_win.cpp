@@ -1,6 +1,7 @@
 #include "webview/page_host_win.h"
 
 #include <algorithm>
+#include <iterator>
 #include <utility>
 
 #include "base/address.h"

@@ -8,7 +8,11 @@
 // decompressed.
 #pragma once
 
+#include <cstdint>
 #include <memory>
+#include <optional>
+#include <string>
+#include <string_view>
 
 #include "base/http_exchange.h"
 

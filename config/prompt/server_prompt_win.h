@@ -1,6 +1,8 @@
 // Asks the user for the server in a window of its own, on the first run.
 #pragma once
 
+#include <string>
+
 #include "config/server_prompt.h"
 
 #include <windows.h>

@@ -1,7 +1,9 @@
 #include "mcp/http/listener.h"
 
+#include <cstdint>
 #include <string>
 #include <utility>
+#include <vector>
 
 #include "base/thread.h"
 #include "mcp/http/event_stream.h"

@@ -1,7 +1,9 @@
 #include "mcp/stdio/server_process_win.h"
 
 #include <atomic>
+#include <memory>
 #include <string>
+#include <string_view>
 #include <utility>
 #include <vector>
 

@@ -1,6 +1,7 @@
 #include "mcp/stdio/stdio_transport.h"
 
 #include <array>
+#include <cstdint>
 #include <utility>
 
 #include "base/thread.h"

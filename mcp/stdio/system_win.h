@@ -2,7 +2,9 @@
 // system. Any thread.
 #pragma once
 
+#include <optional>
 #include <string>
+#include <string_view>
 
 #include "config/settings.h"
 #include "mcp/stdio/command_line.h"

@@ -1,6 +1,7 @@
 #include "mcp/tools/config_actions.h"
 
 #include <string>
+#include <string_view>
 #include <utility>
 
 #include "json/objects.h"

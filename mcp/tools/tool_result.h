@@ -1,6 +1,8 @@
 // Converts a server's response to tools/call into the value that the page gets. Pure.
 #pragma once
 
+#include <string_view>
+
 #include "json/json.h"
 
 namespace wendra {
