@@ -166,7 +166,8 @@ const kDictionaries = {
 const suites = {
   source: {
     needs: ['windows'],
-    units: () => [nodeTest(kProcessorLane, 'source', 'tests/source/source.test.mjs')],
+    units: () => ['source', 'headers'].map((name) =>
+      nodeTest(kProcessorLane, `source-${name}`, `tests/source/${name}.test.mjs`)),
   },
   tidy: {
     needs: ['windows'],
