@@ -442,7 +442,7 @@ TEST_F(ConnectionTest, EndsARequestThatGetsNoTimer) {
   EXPECT_EQ(Taken().back(), R"(x = {"error":{"message":"MCP request failed"}})");
   timers.hasTimers = true;
   a->HandleMcpText(R"({"id":"1"})");
-  EXPECT_EQ(Taken(), Record()) << "an answer that comes all the same finds nobody";
+  EXPECT_EQ(Taken(), Record()) << "a response after the end of its request calls no callback";
 }
 
 TEST_F(ConnectionTest, RoundsATimeOutDownToWholeMilliseconds) {

@@ -38,8 +38,8 @@ class TestWindow {
     while (PeekMessageW(&message, nullptr, 0, 0, PM_REMOVE)) DispatchMessageW(&message);
   }
 
-  // Handles messages until `isDone()` is true; asks before each message. False: not within 20
-  // seconds.
+  // Handles messages until `isDone()` is true; asks before each message. False: not within
+  // kPatienceMs.
   static bool PumpUntil(const std::function<bool()>& isDone) {
     const ULONGLONG end = GetTickCount64() + kPatienceMs;
     for (ULONGLONG now = GetTickCount64(); !isDone(); now = GetTickCount64()) {

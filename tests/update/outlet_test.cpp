@@ -39,7 +39,7 @@ TEST(UpdateOutlet, AsksForARetryAfterAFailureThatNoPersonHasAskedFor) {
   outlet.PersonAsks();
   outlet.CheckEnded(true);
   EXPECT_EQ(retries, 1);
-  outlet.CheckEnded(true);  // nobody has asked for this one
+  outlet.CheckEnded(true);  // no person has asked for this check
   EXPECT_EQ(retries, 2);
   outlet.PersonAsks();
   outlet.CheckEnded(false);

@@ -96,9 +96,9 @@ TEST(ReplyGate, WaitsUntilEveryNavigationHasItsOutcome) {
       {"a newer one under way that brings nothing", ">1 >2 @1b b1 a2 .2", "1"},
       {"a new page ends all older ones", ">1 >2 >3 a1 @3a a2 .1 .2 .3", "12"},
       {"and what waits runs at once, for no end of theirs need come", ">1 >2 a1 @2a", "1"},
-      {"an end that nobody knows of", ">1 a1 .9", ""},
-      {"a page that nobody knows of", ">1 a1 @9b b2 .1", "2"},
-      {"a page that nobody knows of, and nothing under way", "@9b b1 a2", "1"},
+      {"the end of an unknown navigation", ">1 a1 .9", ""},
+      {"a document of an unknown navigation", ">1 a1 @9b b2 .1", "2"},
+      {"a document of an unknown navigation, and no navigation under way", "@9b b1 a2", "1"},
       {"two ends of one navigation", ">1 a1 .1 .1 a2", "12"},
   };
   for (const auto& c : cases) EXPECT_EQ(Window().Run(c.story), c.ran) << c.why;
