@@ -41,8 +41,10 @@ after(async () => {
 });
 
 beforeEach(async () => {
+  const from = host.log.length;
   await page.visit(`${server.url}/`);
   await page.waitFor('window.replies?.length > 0');
+  await host.waitForLine('(req start)', { from });
 });
 
 // Sends a message, waits until the host has handled it, and gives the replies. The host handles
@@ -58,10 +60,12 @@ async function postAndSettle(message) {
   return replies;
 }
 
-async function linesOf(action) {
+// Does the same, and gives the replies and the lines that the host has logged meanwhile.
+async function postAndListen(message) {
   const from = host.log.length;
-  await action();
-  return host.log.slice(from);
+  const replies = await postAndSettle(message);
+  await host.waitForLine('(req settled)', { from });
+  return { replies, lines: host.log.slice(from) };
 }
 
 test('the host object is there before the first script, after a reload, and in a second document', async () => {
@@ -114,8 +118,7 @@ test('each request is logged and answered once, in order', async () => {
     [{ name: 'first', __reqId: 'e', args: 5 }, "action 'first' (req e)", ['e', 0, "unknown native action 'first'"]],
   ];
   for (const [message, line, reply] of cases) {
-    let replies;
-    const lines = await linesOf(async () => (replies = await postAndSettle(message)));
+    const { replies, lines } = await postAndListen(message);
     assert.deepEqual(replies, [reply]);
     assert.deepEqual(lines, [`[JS->Native] ${line}`, "[JS->Native] action 'platform' (req settled)"]);
   }
@@ -137,8 +140,7 @@ test('messages that are no requests are logged and never answered', async () => 
     [{}, noId],
   ];
   for (const [message, line] of cases) {
-    let replies;
-    const lines = await linesOf(async () => (replies = await postAndSettle(message)));
+    const { replies, lines } = await postAndListen(message);
     assert.deepEqual(replies, [], JSON.stringify(message));
     assert.deepEqual(lines, [line, "[JS->Native] action 'platform' (req settled)"]);
   }
@@ -182,9 +184,8 @@ test('the host ignores messages of a frame', async () => {
   await page.evaluate('location.href = "/frame"');
   await page.waitFor('window.framedHasPosted');
   await page.evaluate('window.replies = []; window.__wendra = { __resolve: (...reply) => replies.push(reply) }');
-  assert.deepEqual(await postAndSettle({ __reqId: 'top', name: 'x' }), [
-    ['top', 0, "unknown native action 'x'"],
-  ]);
+  const { replies } = await postAndListen({ __reqId: 'top', name: 'x' });
+  assert.deepEqual(replies, [['top', 0, "unknown native action 'x'"]]);
   assert.deepEqual(host.log.filter((line) => line.includes('(req framed)')), []);
 });
 
@@ -197,5 +198,6 @@ test('ten thousand messages at once are answered, each once and in order', async
   await page.waitFor(`replies.filter(([id]) => id[0] === 'f').length >= ${kCount}`, { timeoutMs: 60_000 });
   const ids = await page.evaluate("replies.map(([id]) => id).filter((id) => id[0] === 'f')");
   assert.deepEqual(ids, Array.from({ length: kCount }, (_, i) => `f${i}`));
-  assert.equal(host.log.slice(from).filter((line) => line.includes('(req f')).length, kCount);
+  const lines = await host.loggedSince(from);
+  assert.equal(lines.filter((line) => line.includes('(req f')).length, kCount);
 });

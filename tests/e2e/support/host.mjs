@@ -81,6 +81,7 @@ class Host {
   #messages;
   #screen;
   #probe;
+  #asked = 0;
 
   constructor(profile, wanted) {
     this.profile = profile;
@@ -111,6 +112,16 @@ class Host {
   // The lines of the host's log so far.
   get log() {
     return this.#out.all;
+  }
+
+  // All that the host has logged since line `from`, up to now. The log comes through a pipe and may
+  // be later than what the page shows, so the page asks for the platform; the answer's line, which
+  // this leaves out, comes after all others. Only for a page that the host trusts.
+  async loggedSince(from) {
+    const last = `[JS->Native] action 'platform' (req logged${(this.#asked += 1)})`;
+    await this.page.post({ __reqId: `logged${this.#asked}`, name: 'platform', args: [] });
+    await this.waitForLine(last, { from });
+    return this.log.slice(from, this.log.indexOf(last, from));
   }
 
   // The lines that tools/launch and the host have written to standard error so far.
@@ -253,6 +264,8 @@ class Host {
       timeoutMs: kPatienceMs / 4,
       context: () => `still there: ${this.processes().join(' ')}`,
     });
+    const whole = Promise.all([this.#out.whole, this.#messages.whole]);
+    await inTime('the end of the log', whole, { context: this.context });
     removeServerFolder(prefixOf(this.profile)); // after SIGKILL it is still there
     if (!this.#wanted.profile) await rm(this.profile, { recursive: true, force: true });
   }

@@ -8,10 +8,13 @@ function matches(line, pattern) {
 
 export class Lines {
   all = [];
+  whole; // resolves when the stream has ended and all of its lines are there
   #waiting = new Set();
 
   constructor(stream) {
-    createInterface({ input: stream, crlfDelay: Infinity }).on('line', (line) => {
+    const lines = createInterface({ input: stream, crlfDelay: Infinity });
+    this.whole = new Promise((resolve) => lines.on('close', resolve));
+    lines.on('line', (line) => {
       this.all.push(line);
       for (const check of this.#waiting) check(line);
     });
