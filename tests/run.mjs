@@ -1,12 +1,12 @@
-// Builds and runs all suites, or the suites named on the command line, two programs at a time. The
-// last line counts the tests. build/test-logs/ gets the whole output of each program; of a program
-// that fails, the lines around each failure are printed too.
+// Builds and runs all suites, or the suites named on the command line, three programs at a time.
+// The last line counts the tests. build/test-logs/ gets the whole output of each program; of a
+// program that fails, the lines around each failure are printed too.
 import { execFileSync } from 'node:child_process';
 import { existsSync, mkdirSync, readdirSync, rmSync } from 'node:fs';
 import { basename, dirname, join } from 'node:path';
 import { fileURLToPath } from 'node:url';
 import { windowsPath } from '../tools/wine/prefix.mjs';
-import { runInLanes } from './runner/lanes.mjs';
+import { kBusy, kWaiting, kWide, runInLanes } from './runner/lanes.mjs';
 import { runProgram, stopAtSignals } from './runner/program.mjs';
 import { googleTestResults, nodeTestResults } from './runner/results.mjs';
 
@@ -35,9 +35,6 @@ const kAlone = {
   'e2e-mcp_http_listener': 'measures the pauses between attempts',
   'e2e-mcp_http_unreachable': 'compares times of fifty servers with those of one',
 };
-
-const kProcessorLane = 0; // builds, sanitizers, fuzzers: at low priority
-const kWaitingLane = 1; // Wine and browsers: they wait for each other most of the time
 
 // The folders with sources of the program and of the development runtime.
 const kModules = readdirSync(kRoot)
@@ -88,50 +85,47 @@ function shorten(output) {
 }
 
 // A unit of work for runInLanes.
-const unit = (lane, name, run) => ({ lane, run, alone: kAlone[name] });
+const unit = (kind, name, run) => ({ kind, run, alone: kAlone[name] });
 
 // A program that counts as one test: it passes with exit code 0.
-const whole = (lane, name, makeCommand) =>
-  unit(lane, name, async () => {
+const whole = (kind, name, makeCommand) =>
+  unit(kind, name, async () => {
     const startedMs = Date.now();
     const { command, args, env } = makeCommand();
-    const { code, output, trouble } = await run(name, command, args, { env, politely: lane === kProcessorLane });
+    const { code, output, trouble } = await run(name, command, args, { env, politely: kind !== kWaiting });
     const failed = code === 0 && !trouble ? 0 : 1;
     report(name, { passed: 1 - failed, failed }, startedMs, output);
   });
 
 // A GoogleTest program that writes its counts to a file.
-const googleTest = (lane, name, makeCommand) =>
-  unit(lane, name, async () => {
+const googleTest = (kind, name, makeCommand) =>
+  unit(kind, name, async () => {
     const startedMs = Date.now();
     const results = join(kLogs, `${name}.json`);
     rmSync(results, { force: true });
     const { command, args, env } = makeCommand(results);
-    const ended = await run(name, command, args, { env, politely: lane === kProcessorLane });
+    const ended = await run(name, command, args, { env, politely: kind !== kWaiting });
     report(name, googleTestResults(ended, results), startedMs, ended.output);
   });
 
 // A file of tests for Node's test runner.
-const nodeTest = (lane, name, file) =>
-  unit(lane, name, async () => {
+const nodeTest = (kind, name, file) =>
+  unit(kind, name, async () => {
     const startedMs = Date.now();
     const args = ['--import', './tests/runner/limits.mjs', '--test', '--test-reporter=tap', file];
-    const ended = await run(name, process.execPath, args, { politely: lane === kProcessorLane });
+    const ended = await run(name, process.execPath, args, { politely: kind !== kWaiting });
     report(name, nodeTestResults(ended), startedMs, ended.output);
   });
 
 const nodeTests = (folder) =>
   entries(`tests/${folder}`, /\.test\.mjs$/).map((file) =>
-    nodeTest(kWaitingLane, `${folder}-${basename(file, '.test.mjs')}`, `tests/${folder}/${file}`));
+    nodeTest(kWaiting, `${folder}-${basename(file, '.test.mjs')}`, `tests/${folder}/${file}`));
 
-const native = (preset, program, ...args) => (results) => ({
-  command: join(kRoot, 'build', preset, 'bin/tests', program),
-  args: [`--gtest_output=json:${results}`, ...args],
-});
-
-const nativeTests = (preset) =>
-  entries(`build/${preset}/bin/tests`, /_test$/).map((program) =>
-    googleTest(kProcessorLane, `${preset}-${program}`, native(preset, program)));
+const nativeTest = (preset, program, ...args) =>
+  googleTest(kBusy, `${preset}-${program}`, (results) => ({
+    command: join(kRoot, 'build', preset, 'bin/tests', program),
+    args: [`--gtest_output=json:${results}`, ...args],
+  }));
 
 // Each Windows program runs in a fresh user profile. tools/launch starts it, as it starts the host.
 const underWine = (folder, program, makeArgs) => (results) => {
@@ -161,32 +155,43 @@ const kDictionaries = {
   tool_result_fuzz: 'mcp',
 };
 
-// Suite -> the presets that must be built first (`needs`), the targets of these presets if not all
-// (`targets`), and what makes its units after the builds (`units`).
+// Programs that count the memory, which the sanitizers do too.
+const kMemoryTests = ['json_memory_test', 'mcp_memory_test'];
+
+const kAll = []; // all targets of a preset
+
+// Suite -> the targets that must be built first, by preset (`needs`), and what makes its units after
+// the builds (`units`).
 const suites = {
   source: {
-    needs: ['windows'],
+    needs: { windows: kAll },
     units: () => ['source', 'headers'].map((name) =>
-      nodeTest(kProcessorLane, `source-${name}`, `tests/source/${name}.test.mjs`)),
+      nodeTest(kBusy, `source-${name}`, `tests/source/${name}.test.mjs`)),
   },
   tidy: {
-    needs: ['windows'],
+    needs: { windows: kAll },
     units: () => kModules.map((folder) =>
-      whole(kProcessorLane, `tidy-${folder}`, () => ({
+      whole(kWide, `tidy-${folder}`, () => ({
         command: process.execPath, args: ['tests/source/tidy.mjs', folder],
       }))),
   },
-  native: { needs: ['native'], units: () => nativeTests('native') },
-  asan: { needs: ['asan'], units: () => nativeTests('asan') },
+  native: {
+    needs: { native: kMemoryTests },
+    units: () => kMemoryTests.map((program) => nativeTest('native', program)),
+  },
+  asan: {
+    needs: { asan: kAll },
+    units: () => entries('build/asan/bin/tests', /_test$/).map((program) => nativeTest('asan', program)),
+  },
   tsan: {
-    needs: ['tsan'],
+    needs: { tsan: Object.keys(kTsanTests) },
     units: () => Object.entries(kTsanTests).map(([program, tests]) =>
-      googleTest(kProcessorLane, `tsan-${program}`, native('tsan', program, `--gtest_filter=${tests}`))),
+      nativeTest('tsan', program, `--gtest_filter=${tests}`)),
   },
   fuzz: {
-    needs: ['fuzz'],
+    needs: { fuzz: kAll },
     units: () => entries('build/fuzz/bin/fuzz', /_fuzz$/).map((program) =>
-      whole(kProcessorLane, program, () => {
+      whole(kBusy, program, () => {
         const found = join(kRoot, 'build/fuzz/corpus', program);
         mkdirSync(found, { recursive: true });
         const seeds = join(kRoot, 'tests/fuzz', `${program.replace(/_fuzz$/, '')}_corpus`);
@@ -202,38 +207,38 @@ const suites = {
       })),
   },
   windows: {
-    needs: ['windows'],
+    needs: { windows: kAll },
     units: () => entries('build/windows/bin/tests', /_test\.exe$/)
       .filter((program) => program !== 'runtime_test.exe') // needs a browser: the suite `runtime`
       .map((program) =>
-        googleTest(kWaitingLane, `windows-${basename(program, '.exe')}`,
+        googleTest(kWaiting, `windows-${basename(program, '.exe')}`,
           underWine('tests', program, (results) => [`--gtest_output=json:${results}`]))),
   },
   runtime: {
-    needs: ['windows'],
-    units: () => [googleTest(kWaitingLane, 'runtime', (results) => ({
+    needs: { windows: kAll },
+    units: () => [googleTest(kWaiting, 'runtime', (results) => ({
       command: process.execPath,
       args: ['tests/devruntime/run.mjs', 'build/windows', `--gtest_output=json:${windowsPath(results)}`],
       env: { WINEPREFIX: execFileSync(join(kRoot, 'tools/wine/make-template'), { encoding: 'utf8' }).trim() },
     }))],
   },
-  tools: { needs: ['windows'], targets: ['runnable', 'never_ends'], units: () => nodeTests('tools') },
-  page: { needs: [], units: () => nodeTests('page') },
-  e2e: { needs: ['windows'], units: () => nodeTests('e2e') },
+  tools: { needs: { windows: ['runnable', 'never_ends'] }, units: () => nodeTests('tools') },
+  page: { needs: {}, units: () => nodeTests('page') },
+  e2e: { needs: { windows: kAll }, units: () => nodeTests('e2e') },
   // Each benchmark runs once, to check its results. docs/testing.md says how to measure.
   bench: {
-    needs: ['native', 'windows'],
+    needs: { native: ['tests/bench/all'], windows: kAll },
     units: () => [
       ...entries('build/native/bin/bench', /_bench$/).map((program) =>
-        whole(kProcessorLane, `native-${program}`, () => ({
+        whole(kBusy, `native-${program}`, () => ({
           command: join(kRoot, 'build/native/bin/bench', program),
           args: ['--once'],
         }))),
       ...entries('build/windows/bin/bench', /_bench\.exe$/).map((program) =>
-        whole(kWaitingLane, `windows-${basename(program, '.exe')}`, () =>
+        whole(kWaiting, `windows-${basename(program, '.exe')}`, () =>
           underWine('bench', program, () => ['--once'])(''))),
       ...entries('tests/bench', /_bench\.mjs$/).map((file) =>
-        whole(kWaitingLane, basename(file, '.mjs'), () => ({
+        whole(kWaiting, basename(file, '.mjs'), () => ({
           command: process.execPath,
           args: [`tests/bench/${file}`, '--once'],
         }))),
@@ -243,11 +248,12 @@ const suites = {
 
 const kPresets = ['windows', 'native', 'asan', 'tsan', 'fuzz']; // built in this order
 
-// The targets to build for the wanted suites. An empty list means the whole preset.
+const presetsOf = (name) => Object.keys(suites[name].needs);
+
+// The targets of a preset that the wanted suites need.
 function targetsOf(preset, wanted) {
-  if (preset === 'tsan') return Object.keys(kTsanTests);
-  const users = wanted.map((name) => suites[name]).filter(({ needs }) => needs.includes(preset));
-  return users.every(({ targets }) => targets) ? users.flatMap(({ targets }) => targets) : [];
+  const needed = wanted.map((name) => suites[name].needs[preset]).filter((targets) => targets);
+  return needed.includes(kAll) ? kAll : needed.flat();
 }
 
 // A build is counted only when it fails: then its tests cannot run.
@@ -276,7 +282,7 @@ function unitsOf(wanted) {
   const ready = () => {
     const units = [];
     for (const name of wanted) {
-      if (!waiting.has(name) || !suites[name].needs.every((preset) => built.has(preset))) continue;
+      if (!waiting.has(name) || !presetsOf(name).every((preset) => built.has(preset))) continue;
       waiting.delete(name);
       const own = suites[name].units();
       if (own.length === 0) report(name, {}, Date.now(), 'nothing was run');
@@ -284,9 +290,9 @@ function unitsOf(wanted) {
     }
     return units;
   };
-  const isNeeded = (preset) => wanted.some((name) => suites[name].needs.includes(preset));
+  const isNeeded = (preset) => wanted.some((name) => presetsOf(name).includes(preset));
   const builds = kPresets.filter(isNeeded).map((preset) =>
-    unit(kProcessorLane, `build-${preset}`, async () => {
+    unit(kWide, `build-${preset}`, async () => {
       if (!(await build(preset, targetsOf(preset, wanted)))) return [];
       built.add(preset);
       return ready();

@@ -1,35 +1,43 @@
-// Runs units of work two at a time. A unit is {lane, run, alone}. `lane` 0 is for work that keeps
-// the processors busy, 1 for work that mostly waits; a lane without work takes a unit of the other
-// lane. `run` resolves with further units, which run next, or with nothing. The units with `alone`
-// run one at a time, after all other units have ended.
+// Runs units of work, three at a time. A unit is {kind, run, alone}. `run` resolves with further
+// units, which run next, or with nothing. The units with `alone` run one at a time, after all other
+// units have ended.
+export const kWide = 0; // keeps all processors busy by itself: builds, the linter
+export const kBusy = 1; // keeps one processor busy: sanitizers, fuzzers
+export const kWaiting = 2; // waits most of the time: Wine and browsers
+
+// What each worker takes, the first kind first. One wide unit at a time is enough.
+const kWorkers = [[kWide, kBusy, kWaiting], [kWaiting, kBusy], [kWaiting, kBusy]];
+
 export async function runInLanes(units) {
-  const queues = [[], []];
+  const queues = [[], [], []];
   const alone = [];
+  let wake = [];
   const add = (more) => {
-    for (const unit of [...more].reverse()) (unit.alone ? alone : queues[unit.lane]).unshift(unit);
+    for (const unit of [...more].reverse()) (unit.alone ? alone : queues[unit.kind]).unshift(unit);
+    for (const resolve of wake) resolve();
+    wake = [];
   };
   add(units);
 
-  let busy = 0;
-  let wake = () => {};
-  const next = (lane) => queues[lane].shift() ?? queues[1 - lane].shift();
-  const work = async (lane) => {
+  let running = 0;
+  const work = async (kinds) => {
     for (;;) {
-      const unit = next(lane);
+      const unit = kinds.map((kind) => queues[kind]).find(({ length }) => length > 0)?.shift();
       if (!unit) {
-        if (busy === 0) return;
-        await new Promise((resolve) => (wake = resolve)); // the other lane's unit may add more
+        if (running === 0) return;
+        await new Promise((resolve) => wake.push(resolve)); // another worker's unit may add more
         continue;
       }
-      busy += 1;
+      running += 1;
+      let more = [];
       try {
-        add((await unit.run()) ?? []);
+        more = (await unit.run()) ?? [];
       } finally {
-        busy -= 1;
-        wake();
+        running -= 1;
+        add(more);
       }
     }
   };
-  await Promise.all([work(0), work(1)]);
+  await Promise.all(kWorkers.map(work));
   while (alone.length > 0) add((await alone.shift().run()) ?? []);
 }

@@ -5,7 +5,7 @@ import { tmpdir } from 'node:os';
 import { dirname, join } from 'node:path';
 import { after, test } from 'node:test';
 import { fileURLToPath } from 'node:url';
-import { runInLanes } from '../runner/lanes.mjs';
+import { kBusy, kWaiting, kWide, runInLanes } from '../runner/lanes.mjs';
 import { runProgram } from '../runner/program.mjs';
 import { googleTestResults, nodeTestResults } from '../runner/results.mjs';
 import { processesWith } from '../../tools/wine/processes.mjs';
@@ -217,28 +217,33 @@ test('a program that fails counts as a failure even if all its tests passed', ()
   assert.equal(failed({ code: 0, trouble: 'left behind: x' }), 1);
 });
 
-test('two lanes share the units, and a unit with `alone` runs alone', async () => {
+test('units run three at a time, wide ones one at a time, and those with `alone` alone', async () => {
   const events = [];
-  let atOnce = 0;
-  let most = 0;
-  const unit = (lane, name, more = [], alone = undefined) => ({
-    lane,
+  const now = { all: 0, [kWide]: 0, [kBusy]: 0, [kWaiting]: 0 };
+  const most = { ...now };
+  const change = (kind, by) => {
+    for (const count of ['all', kind]) most[count] = Math.max(most[count], (now[count] += by));
+  };
+  const unit = (kind, name, more = [], alone = undefined) => ({
+    kind,
     alone,
     async run() {
-      most = Math.max(most, (atOnce += 1));
-      if (alone) assert.equal(atOnce, 1);
+      change(kind, 1);
+      if (alone) assert.equal(now.all, 1);
       await new Promise((resolve) => setImmediate(resolve));
       events.push(name);
-      atOnce -= 1;
+      change(kind, -1);
       return more;
     },
   });
+  const waiting = ['a', 'b', 'c', 'd'].map((name) => unit(kWaiting, name));
   await runInLanes([
-    unit(0, 'build', [unit(1, 'needs the build'), unit(0, 'too')]),
-    unit(1, 'measures', [], 'its times'),
-    unit(0, 'last'),
+    unit(kWide, 'build', [unit(kBusy, 'checks'), ...waiting]),
+    unit(kWaiting, 'measures', [], 'its times'),
+    unit(kWide, 'another build'),
+    unit(kBusy, 'fuzzes'),
   ]);
-  assert.equal(most, 2);
-  assert.deepEqual([...events].sort(), ['build', 'last', 'measures', 'needs the build', 'too']);
+  assert.deepEqual(most, { all: 3, [kWide]: 1, [kBusy]: 1, [kWaiting]: 2 });
+  assert.deepEqual([...events].sort(), ['a', 'another build', 'b', 'build', 'c', 'checks', 'd', 'fuzzes', 'measures']);
   assert.equal(events.at(-1), 'measures');
 });
