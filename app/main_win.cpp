@@ -5,10 +5,12 @@
 
 #include "app/application_win.h"
 #include "app/window_log_win.h"
+#include "base/language.h"
 #include "base/product.h"
 #include "config/config_file_win.h"
 #include "config/server_choice.h"
 #include "config/prompt/server_prompt_win.h"
+#include "win/process_policy.h"
 #include "win/wide.h"
 
 #include <windows.h>
@@ -40,6 +42,22 @@ void InitializeCommonControls() {
   InitCommonControlsEx(&classes);
 }
 
+// What Windows itself ends a program with that lacks a library: STATUS_DLL_NOT_FOUND.
+constexpr int kLibraryMissing = static_cast<int>(0xC000'0135);
+
+// The vendors' libraries, which are installed with the program. False: one is missing; the user has
+// been told.
+bool LoadVendorLibraries() {
+  const wchar_t* const missing =
+      wendra::LoadLibrariesBesideProgram({L"WebView2Loader.dll", L"WinSparkle.dll"});
+  if (!missing) return true;
+  const wchar_t* const trouble = wendra::IsGerman(GetUserDefaultUILanguage())
+                                     ? L" fehlt oder ist beschädigt. Bitte installiere Wendra neu."
+                                     : L" is missing or damaged. Please install Wendra again.";
+  MessageBoxW(nullptr, (missing + std::wstring(trouble)).c_str(), L"Wendra", MB_OK | MB_ICONERROR);
+  return false;
+}
+
 // The first argument after the program's path; "" if there is none. Further arguments are ignored.
 std::string FirstArgument() {
   int count = 0;
@@ -55,6 +73,8 @@ int WINAPI wWinMain(HINSTANCE instance, HINSTANCE, PWSTR, int) {
   // End at once: the default shows a message box, which dispatches messages until the user closes
   // it.
   std::set_terminate([] { RaiseFailFastException(nullptr, nullptr, 0); });
+  wendra::ApplyProcessPolicy();
+  if (!LoadVendorLibraries()) return kLibraryMissing;
   const ComApartment apartment;
   InitializeCommonControls();
   (void)SetCurrentProcessExplicitAppUserModelID(wendra::kApplicationId);

@@ -20,10 +20,14 @@ if(MSVC)
   target_compile_options(wendra_options INTERFACE
     $<$<COMPILE_LANGUAGE:CXX>:/W4 /WX /permissive- /utf-8>)  # the resource compiler knows none
   set(CMAKE_MSVC_RUNTIME_LIBRARY "MultiThreaded$<$<CONFIG:Debug>:Debug>")
+  # Control flow guard: an indirect call to an address that is no function ends the program. (GCC has
+  # none for Windows.) The stack protector is on by default.
+  target_compile_options(wendra_options INTERFACE $<$<COMPILE_LANGUAGE:CXX>:/guard:cf>)
+  target_link_options(wendra_options INTERFACE /guard:cf /DYNAMICBASE /HIGHENTROPYVA /NXCOMPAT /CETCOMPAT)
 else()
   target_compile_options(wendra_options INTERFACE
     -Wall -Wextra -Wpedantic -Werror -Wshadow -Wconversion -Wsign-conversion
-    -Wnon-virtual-dtor -Woverloaded-virtual)
+    -Wnon-virtual-dtor -Woverloaded-virtual -Wsuggest-override -Wempty-body)
 endif()
 
 if(WIN32)
@@ -33,10 +37,9 @@ if(WIN32)
   if(MINGW)
     # The platform's binary interface: COM classes have virtual methods and no virtual destructor.
     target_compile_options(wendra_options INTERFACE -Wno-non-virtual-dtor)
-    # One section for each function and table, so that the linker leaves out unused ones.
-    target_compile_options(wendra_options INTERFACE -ffunction-sections -fdata-sections)
+    target_compile_options(wendra_options INTERFACE -fstack-protector-strong)
     target_link_options(wendra_options INTERFACE
-      -static -Wl,--gc-sections -Wl,--dynamicbase -Wl,--high-entropy-va -Wl,--nxcompat
+      -static -fstack-protector-strong -Wl,--dynamicbase -Wl,--high-entropy-va -Wl,--nxcompat
       # Below subsystem version 6.0 Windows treats the windows as those of an old program.
       -Wl,--major-subsystem-version,6 -Wl,--minor-subsystem-version,0)
   endif()
@@ -53,24 +56,30 @@ function(wendra_library name)
   cmake_parse_arguments(PARSE_ARGV 1 ARG "" "" "SOURCES;LIBS")
   add_library(${name} STATIC ${ARG_SOURCES})
   target_link_libraries(${name} PUBLIC wendra_options ${ARG_LIBS})
+  if(MINGW)
+    # One section for each function and table, so that the linker can leave out unused ones.
+    target_compile_options(${name} PRIVATE -ffunction-sections -fdata-sections)
+  endif()
 endfunction()
 
-# wendra_import_library(name DLL DEF): a target that links `name` can call functions of DLL.dll. The
-# DLL comes from its vendor and lies beside the program. To link, only the names of the functions are
-# needed; the file DEF lists them.
+# wendra_import_library(name DLL DEF): a target that links `name` can call the functions of DLL.dll
+# that the file DEF lists. The DLL is loaded at the first such call and not when the program starts:
+# then Windows would take a file of that name beside the program, whoever has put it there. See
+# win/process_policy.h. To link, the DLL itself is not needed.
 function(wendra_import_library name dll def)
   set(def "${CMAKE_CURRENT_SOURCE_DIR}/${def}")
+  add_library(${name} INTERFACE)
   if(MSVC)
     set(file "${CMAKE_CURRENT_BINARY_DIR}/${dll}.lib")
     set(command "${CMAKE_AR}" /nologo "/def:${def}" "/out:${file}" /machine:x64)
+    target_link_options(${name} INTERFACE "/DELAYLOAD:${dll}.dll")
   else()
     set(file "${CMAKE_CURRENT_BINARY_DIR}/lib${dll}.a")
-    set(command "${CMAKE_DLLTOOL}" -d "${def}" -l "${file}")
+    set(command "${CMAKE_DLLTOOL}" -d "${def}" --output-delaylib "${file}")
   endif()
   add_custom_command(OUTPUT "${file}" COMMAND ${command} DEPENDS "${def}" VERBATIM)
   add_custom_target(${name}_file DEPENDS "${file}")
-  add_library(${name} INTERFACE)
-  target_link_libraries(${name} INTERFACE "${file}")
+  target_link_libraries(${name} INTERFACE "${file}" delayimp)
   add_dependencies(${name} ${name}_file)
 endfunction()
 

@@ -2,6 +2,12 @@
 
 #include <cstdint>
 #include <cstring>
+#include <functional>
+#include <map>
+#include <mutex>
+#include <string>
+
+#include "base/lock.h"
 
 namespace wendra {
 namespace {
@@ -31,8 +37,8 @@ ULONGLONG* FindSlot(std::uint8_t* base, const IMAGE_IMPORT_DESCRIPTOR& library,
   return nullptr;
 }
 
-}  // namespace
-
+// The slot of the program's import table that holds the address of the function `name`, from any
+// library. Null when the table does not have that name.
 ULONGLONG* FindImport(const char* name) {
   auto* base = reinterpret_cast<std::uint8_t*>(GetModuleHandleW(nullptr));
   const IMAGE_IMPORT_DESCRIPTOR* library = Imports(base);
@@ -42,12 +48,63 @@ ULONGLONG* FindImport(const char* name) {
   return nullptr;
 }
 
-bool WriteImport(ULONGLONG* slot, ULONGLONG address) {
+bool WriteSlot(ULONGLONG* slot, void* function) {
   DWORD protection = 0;
   if (!VirtualProtect(slot, sizeof(*slot), PAGE_READWRITE, &protection)) return false;
-  *slot = address;
+  *slot = reinterpret_cast<ULONGLONG>(function);
   (void)VirtualProtect(slot, sizeof(*slot), protection, &protection);
   return true;
+}
+
+struct Replacement {
+  void* function;
+  void** real;
+};
+
+// The functions of delayed libraries that are replaced, and what the program called before to find
+// them. Any thread.
+class DelayedImports {
+ public:
+  static DelayedImports& Instance() {
+    static auto* const imports = new DelayedImports;  // never destroyed: calls come until the end
+    return *imports;
+  }
+
+  // The program finds the functions of its delayed libraries with GetProcAddress.
+  bool Add(const char* name, const Replacement& replacement) {
+    const std::lock_guard<Lock> lock(lock_);
+    replacements_.insert_or_assign(name, replacement);
+    if (realFind_) return true;
+    ULONGLONG* const slot = FindImport("GetProcAddress");
+    if (!slot) return false;
+    realFind_ = reinterpret_cast<decltype(realFind_)>(*slot);
+    return WriteSlot(slot, reinterpret_cast<void*>(&Find));
+  }
+
+ private:
+  static FARPROC WINAPI Find(HMODULE library, LPCSTR name) {
+    DelayedImports& self = Instance();
+    const FARPROC found = self.realFind_(library, name);
+    if (!found || IS_INTRESOURCE(name)) return found;
+    const std::lock_guard<Lock> lock(self.lock_);
+    const auto at = self.replacements_.find(name);
+    if (at == self.replacements_.end()) return found;
+    *at->second.real = reinterpret_cast<void*>(found);
+    return reinterpret_cast<FARPROC>(at->second.function);
+  }
+
+  Lock lock_;
+  std::map<std::string, Replacement, std::less<>> replacements_;
+  decltype(&GetProcAddress) realFind_ = nullptr;
+};
+
+}  // namespace
+
+bool RedirectImport(const char* name, void* replacement, void** real) {
+  ULONGLONG* const slot = FindImport(name);
+  if (!slot) return DelayedImports::Instance().Add(name, {replacement, real});
+  *real = reinterpret_cast<void*>(*slot);
+  return WriteSlot(slot, replacement);
 }
 
 }  // namespace wendra

@@ -5,22 +5,17 @@
 
 namespace wendra {
 
-// The slot of the program's import table that holds the address of the function `name`, from any
-// library. Null when the program does not import that name.
-ULONGLONG* FindImport(const char* name);
+// Replaces the function `name` of any library: from here on the program calls `replacement`.
+// `*real` gets the function that the program called until then; it is set before the first call can
+// reach `replacement`. False: the slot of the import table cannot be written. One thread at a time.
+// A function of a delayed library is found at its first call only, so `name` must not have been
+// called yet; the program may also not import it at all.
+bool RedirectImport(const char* name, void* replacement, void** real);
 
-// Writes the address of another function into the slot. False: Windows does not allow it.
-bool WriteImport(ULONGLONG* slot, ULONGLONG address);
-
-// From here on the program calls `replacement` instead of the function `name`. `real` gets the
-// function that the slot held; it is set before the first call can reach `replacement`. False: the
-// program does not import that name, or the slot cannot be written. One thread at a time.
 template <typename Function>
 bool RedirectImport(const char* name, Function replacement, Function& real) {
-  ULONGLONG* const slot = FindImport(name);
-  if (!slot) return false;
-  real = reinterpret_cast<Function>(*slot);
-  return WriteImport(slot, reinterpret_cast<ULONGLONG>(replacement));
+  return RedirectImport(name, reinterpret_cast<void*>(replacement),
+                        reinterpret_cast<void**>(&real));
 }
 
 }  // namespace wendra
