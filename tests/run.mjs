@@ -225,6 +225,8 @@ const suites = {
   tools: { needs: { windows: ['runnable', 'never_ends'] }, units: () => nodeTests('tools') },
   page: { needs: {}, units: () => nodeTests('page') },
   e2e: { needs: { windows: kAll }, units: () => nodeTests('e2e') },
+  // Skips its tests where the vendor's packages cannot be had.
+  vendor: { needs: { windows: ['runnable'] }, units: () => nodeTests('vendor') },
   // Each benchmark runs once, to check its results. docs/testing.md says how to measure.
   bench: {
     needs: { native: ['tests/bench/all'], windows: kAll },
