@@ -164,8 +164,10 @@ void PageHost::AddHandlers() {
 
 void PageHost::AddFocusHandlers() {
   EventRegistrationToken token;
-  const auto gotFocus =
-      FocusChanged::Make([this](ICoreWebView2Controller*, IUnknown*) { hasFocus_ = true; });
+  const auto gotFocus = FocusChanged::Make([this](ICoreWebView2Controller*, IUnknown*) {
+    hasFocus_ = true;
+    mustGetFocus_ = false;
+  });
   (void)controller_->add_GotFocus(gotFocus.Get(), &token);
   const auto lostFocus =
       FocusChanged::Make([this](ICoreWebView2Controller*, IUnknown*) { hasFocus_ = false; });
@@ -195,7 +197,7 @@ void PageHost::OnWindowMoved() {
 }
 
 void PageHost::OnWindowFocused() {
-  if (!std::exchange(mustGetFocus_, false) || !controller_) return;
+  if (!mustGetFocus_ || !controller_) return;
   (void)controller_->MoveFocus(COREWEBVIEW2_MOVE_FOCUS_REASON_PROGRAMMATIC);
 }
 

@@ -4,6 +4,8 @@
 
 #include "json/objects.h"
 
+#include <commctrl.h>
+
 namespace wendra {
 
 // Waits until the controller has its window and its page, and then invokes the host's handler. UI
@@ -38,12 +40,38 @@ class Controller::Creation {
   int missingParts_ = 2;
 };
 
+namespace {
+
+using Handler = ICoreWebView2CreateCoreWebView2ControllerCompletedHandler;
+
+// Invokes the handler when the window has handled its destruction. `handler`: one reference.
+LRESULT CALLBACK AbortAtDestruction(HWND window, UINT message, WPARAM w, LPARAM l, UINT_PTR id,
+                                    DWORD_PTR handler) {
+  const LRESULT result = DefSubclassProc(window, message, w, l);
+  if (message != WM_DESTROY) return result;
+  RemoveWindowSubclass(window, &AbortAtDestruction, id);
+  const ComRef<Handler> last = ComRef<Handler>(reinterpret_cast<Handler*>(handler));
+  last->Invoke(E_ABORT, nullptr);
+  return result;
+}
+
+void AbortWith(ComRef<Handler> handler, HWND parent) {
+  SetWindowSubclass(parent, &AbortAtDestruction, 1, reinterpret_cast<DWORD_PTR>(handler.Release()));
+}
+
+}  // namespace
+
 void Controller::Create(ComRef<IUnknown> environment, const std::shared_ptr<UiQueue>& queue,
                         std::shared_ptr<DevToolsConnection> connection,
                         const ControlSettings& settings, HWND parent,
                         ComRef<CreatedHandler> handler) {
   if (settings.creation == CreationMode::kControllerFail) {
-    queue->Post([queue, handler] { handler->Invoke(E_FAIL, nullptr); });
+    queue->Post(
+        [queue, handler, error = settings.creationError] { handler->Invoke(error, nullptr); });
+    return;
+  }
+  if (settings.creation == CreationMode::kAbort) {
+    AbortWith(std::move(handler), parent);
     return;
   }
   const ComRef<Controller> controller(

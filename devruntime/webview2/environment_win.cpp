@@ -13,7 +13,8 @@ HRESULT Environment::Create(const ControlSettings& settings,
   if (!queue) return E_FAIL;
   if (settings.creation == CreationMode::kNever) return S_OK;
   if (settings.creation == CreationMode::kFail) {
-    queue->Post([queue, handler] { handler->Invoke(E_FAIL, nullptr); });
+    queue->Post(
+        [queue, handler, error = settings.creationError] { handler->Invoke(error, nullptr); });
     return S_OK;
   }
   const ComOwner<Environment> environment(new Environment(settings, std::move(queue)));

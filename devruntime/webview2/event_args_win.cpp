@@ -53,9 +53,24 @@ HRESULT NewWindowArgs::get_WindowFeatures(ICoreWebView2WindowFeatures** value) {
   return NotOffered(value);
 }
 
+HRESULT GiveSource(SourceMode mode, std::string_view address, LPWSTR* out) {
+  switch (mode) {
+    case SourceMode::kAddress:
+      return CopyTextTo(address, out);
+    case SourceMode::kFails:
+      return E_FAIL;
+    case SourceMode::kNull:
+      *out = nullptr;
+      return S_OK;
+    case SourceMode::kEmpty:
+      return CopyTextTo("", out);
+  }
+  return E_FAIL;
+}
+
 HRESULT WebMessageArgs::get_Source(LPWSTR* value) {
   const HandlerTimings::Call call(*timings_);
-  return CopyTextTo(message_.source, value);
+  return GiveSource(source_, message_.source, value);
 }
 HRESULT WebMessageArgs::get_WebMessageAsJson(LPWSTR* value) {
   const HandlerTimings::Call call(*timings_);

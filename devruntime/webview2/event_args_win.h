@@ -2,14 +2,19 @@
 #pragma once
 
 #include <memory>
+#include <string_view>
 #include <utility>
 
 #include "devruntime/webview2/com_object_win.h"
 #include "devruntime/webview2/handler_timings_win.h"
 #include "devruntime/webview2/more_interfaces_win.h"
 #include "devruntime/webview2/page_event.h"
+#include "devruntime/webview2/settings_win.h"
 
 namespace wendra {
+
+// What get_Source does in a mode.
+HRESULT GiveSource(SourceMode mode, std::string_view address, LPWSTR* out);
 
 class NavigationStartingArgs final : public ComObject<ICoreWebView2NavigationStartingEventArgs> {
  public:
@@ -51,8 +56,8 @@ class NewWindowArgs final : public ComObject<ICoreWebView2NewWindowRequestedEven
 
 class WebMessageArgs final : public ComObject<ICoreWebView2WebMessageReceivedEventArgs> {
  public:
-  WebMessageArgs(MessagePosted message, std::shared_ptr<HandlerTimings> timings)
-      : message_(std::move(message)), timings_(std::move(timings)) {}
+  WebMessageArgs(MessagePosted message, SourceMode source, std::shared_ptr<HandlerTimings> timings)
+      : message_(std::move(message)), source_(source), timings_(std::move(timings)) {}
 
   HRESULT STDMETHODCALLTYPE get_Source(LPWSTR* value) override;
   HRESULT STDMETHODCALLTYPE get_WebMessageAsJson(LPWSTR* value) override;
@@ -60,6 +65,7 @@ class WebMessageArgs final : public ComObject<ICoreWebView2WebMessageReceivedEve
 
  private:
   const MessagePosted message_;
+  const SourceMode source_;
   const std::shared_ptr<HandlerTimings> timings_;
 };
 

@@ -55,6 +55,7 @@ extern "C" HRESULT STDMETHODCALLTYPE CreateCoreWebView2EnvironmentWithOptions(
   ReportEnvironment(settings, userDataFolder);
   if (settings.creation == CreationMode::kMissing) return kNoRuntime;
   if (const HRESULT apartment = CheckApartment(); FAILED(apartment)) return apartment;
+  if (settings.creation == CreationMode::kRefuse) return settings.creationError;
   PinThisModule();
   return Environment::Create(settings, ComRef<Environment::CreatedHandler>::Share(handler));
 }

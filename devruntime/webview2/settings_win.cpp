@@ -16,12 +16,10 @@ CreationMode Creation() {
     const wchar_t* name;
     CreationMode mode;
   } modes[] = {
-      {L"missing", CreationMode::kMissing},
-      {L"fail", CreationMode::kFail},
-      {L"sync", CreationMode::kSync},
-      {L"never", CreationMode::kNever},
-      {L"controller-fail", CreationMode::kControllerFail},
-      {L"no-view", CreationMode::kNoView},
+      {L"missing", CreationMode::kMissing}, {L"refuse", CreationMode::kRefuse},
+      {L"fail", CreationMode::kFail},       {L"sync", CreationMode::kSync},
+      {L"never", CreationMode::kNever},     {L"controller-fail", CreationMode::kControllerFail},
+      {L"abort", CreationMode::kAbort},     {L"no-view", CreationMode::kNoView},
       {L"twice", CreationMode::kTwice},
   };
   const std::wstring wanted = DevVariable(L"WENDRA_DEV_CREATE");
@@ -30,6 +28,18 @@ CreationMode Creation() {
   }
   return DevVariable(L"WENDRA_DEV_BROWSER").empty() ? CreationMode::kMissing
                                                     : CreationMode::kNormal;
+}
+
+HRESULT CreationError() {
+  const std::wstring digits = DevVariable(L"WENDRA_DEV_CREATE_ERROR");
+  return digits.empty() ? E_FAIL : static_cast<HRESULT>(std::stoul(digits, nullptr, 16));
+}
+
+SourceMode Source(const wchar_t* name) {
+  const std::wstring wanted = DevVariable(name);
+  if (wanted == L"fail") return SourceMode::kFails;
+  if (wanted == L"null") return SourceMode::kNull;
+  return wanted == L"empty" ? SourceMode::kEmpty : SourceMode::kAddress;
 }
 
 DialogAnswer Dialogs() {
@@ -51,6 +61,9 @@ ControlSettings ReadControlSettings() {
   settings.browserPortFile = DevFile(L"WENDRA_DEV_BROWSER");
   settings.browserWaitMs = Milliseconds(L"WENDRA_DEV_BROWSER_WAIT_MS", settings.browserWaitMs);
   settings.creation = Creation();
+  settings.creationError = CreationError();
+  settings.messageSource = Source(L"WENDRA_DEV_MESSAGE_SOURCE");
+  settings.viewSource = Source(L"WENDRA_DEV_VIEW_SOURCE");
   settings.closeMs = Milliseconds(L"WENDRA_DEV_CLOSE_MS", settings.closeMs);
   settings.usesOwnContext = DevFlag(L"WENDRA_DEV_SHARED", false);
   settings.dialogs = Dialogs();

@@ -12,13 +12,18 @@ namespace wendra {
 enum class CreationMode {
   kNormal,
   kMissing,         // as without an installed runtime: the call fails, no handler is invoked
-  kFail,            // the environment handler gets a failure and null
+  kRefuse,          // the call fails with `creationError`, no handler is invoked
+  kFail,            // the environment handler gets `creationError` and null
   kSync,            // the environment handler is invoked before the call returns
   kNever,           // the call succeeds, and the environment handler is never invoked
-  kControllerFail,  // the controller handler gets a failure and null
+  kControllerFail,  // the controller handler gets `creationError` and null
+  kAbort,           // the controller handler gets E_ABORT inside the parent's DestroyWindow
   kNoView,          // the controller has no view: get_CoreWebView2 fails
   kTwice,           // the controller handler is invoked twice, with the same controller
 };
+
+// What get_Source gives.
+enum class SourceMode { kAddress, kFails, kNull, kEmpty };
 
 // How alert, confirm, prompt and beforeunload are answered; kAsk shows a message box.
 enum class DialogAnswer { kAsk, kAccept, kDismiss };
@@ -33,6 +38,9 @@ struct ControlSettings {
   std::wstring browserPortFile;  // Chromium's DevToolsActivePort; may not exist yet
   DWORD browserWaitMs = 30'000;  // for that file to appear
   CreationMode creation = CreationMode::kNormal;
+  HRESULT creationError = E_FAIL;
+  SourceMode messageSource = SourceMode::kAddress;  // of the arguments of a message
+  SourceMode viewSource = SourceMode::kAddress;     // of the control
   bool usesOwnContext = false;  // a browser context of our own; false: the default context
   DWORD closeMs = 0;            // how long Close dispatches messages
   DialogAnswer dialogs = DialogAnswer::kAsk;

@@ -34,6 +34,8 @@ WebView::WebView(std::shared_ptr<Gate> gate, std::shared_ptr<ControlRecord> reco
       record_(std::move(record)),
       scriptsWaitForDocument_(settings.scriptsWaitForDocument),
       scriptAdding_(settings.scriptAdding),
+      messageSource_(settings.messageSource),
+      viewSource_(settings.viewSource),
       onReady_(std::move(onReady)) {}
 
 // A handler may release the last reference to anything. The caller holds one to this object.
@@ -75,7 +77,8 @@ void WebView::ReportReady(bool isUsable) {
 
 void WebView::On(MessagePosted& message) {
   const auto timings = record_->Timings();
-  const ComOwner<WebMessageArgs> args(new WebMessageArgs(std::move(message), timings));
+  const ComOwner<WebMessageArgs> args(
+      new WebMessageArgs(std::move(message), messageSource_, timings));
   timings->BeginHandler();
   webMessageReceived_.Invoke(this, args.Get());
   timings->EndHandler();
@@ -148,7 +151,7 @@ void WebView::Run(Script script) {
 
 HRESULT WebView::get_Source(LPWSTR* uri) {
   const HRESULT check = gate_->Check();
-  return FAILED(check) ? check : CopyTextTo(source_, uri);
+  return FAILED(check) ? check : GiveSource(viewSource_, source_, uri);
 }
 
 HRESULT WebView::Navigate(LPCWSTR uri) {

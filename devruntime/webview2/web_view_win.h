@@ -108,6 +108,8 @@ class WebView final : public UnofferedWebView {
   const std::shared_ptr<ControlRecord> record_;
   const bool scriptsWaitForDocument_;
   const ScriptAdding scriptAdding_;
+  const SourceMode messageSource_;
+  const SourceMode viewSource_;
   std::function<void(bool)> onReady_;
   std::shared_ptr<PageSession> page_;
   std::string source_ = "about:blank";

@@ -53,7 +53,10 @@ test("a batch file runs in the system's shell with default settings", async (t) 
     assert.deepEqual((await callTool(host, 'batch')).value, kEcho);
     await shell(/^cmd\.exe \/d \/s \/c /i);
     await output(host, `reg add ${setting} 1`);
+    const from = host.log.length;
     await host.page.call('mcpWriteConfig', [JSON.stringify({ mcpServers: servers })]);
+    // The watch of config.json loads the servers a second time.
+    await host.waitForLine('[MCP] config.json changed on disk', { from });
     await shell(/^cmd\.exe \/d \/e:on \/v:off \/s \/c /i);
     assert.deepEqual((await callTool(host, 'batch')).value, kEcho);
   }, { profile });

@@ -11,6 +11,8 @@
 //   post WHO MSG W L        PostMessage with the same arguments
 //   modal                   whether the window's thread is in a loop that moves or sizes a window
 //   move X Y WIDTH HEIGHT   SetWindowPos for the window; answers its new rectangle
+//   dpi N X Y WIDTH HEIGHT  tells the window that it has come to a monitor of N DPI, with this
+//                           rectangle as the suggestion; answers its new rectangle
 //   process                 id, threads and handles of the host's process
 //   clipboard JSON          puts a text, written as a JSON string, into the clipboard
 //   trust HEX               adds a certificate to the user's root certificates; HEX is its DER form
@@ -269,6 +271,26 @@ Json Move(std::istream& arguments) {
   return Object({{"rect", RectangleJson(ScreenRectangle(window))}});
 }
 
+// Windows copies no rectangle into another process with this message.
+Json ChangeDpi(std::istream& arguments) {
+  unsigned dpi = 0;
+  RECT wanted{};
+  arguments >> dpi >> wanted.left >> wanted.top >> wanted.right >> wanted.bottom;
+  wanted.right += wanted.left;
+  wanted.bottom += wanted.top;
+  const HWND window = HostWindow();
+  DWORD id = 0;
+  GetWindowThreadProcessId(window, &id);
+  const KernelHandle process(OpenProcess(PROCESS_VM_OPERATION | PROCESS_VM_WRITE, FALSE, id));
+  void* const there = VirtualAllocEx(process.Get(), nullptr, sizeof(wanted),
+                                     MEM_RESERVE | MEM_COMMIT, PAGE_READWRITE);
+  if (!there || !WriteProcessMemory(process.Get(), there, &wanted, sizeof(wanted), nullptr))
+    return Error("no memory in the host's process");
+  SendMessageW(window, WM_DPICHANGED, MAKEWPARAM(dpi, dpi), reinterpret_cast<LPARAM>(there));
+  VirtualFreeEx(process.Get(), there, 0, MEM_RELEASE);
+  return Object({{"rect", RectangleJson(ScreenRectangle(window))}});
+}
+
 Json DescribeModalLoop(std::istream&) {
   const HWND window = HostWindow();
   if (!window) return Error("no window");
@@ -419,6 +441,7 @@ Json Answer(const std::string& line) {
       {"post", Post},
       {"modal", DescribeModalLoop},
       {"move", Move},
+      {"dpi", ChangeDpi},
       {"process", DescribeProcess},
       {"clipboard", SetClipboard},
       {"trust", Trust},

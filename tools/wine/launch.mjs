@@ -79,7 +79,8 @@ function startBrowser(environment) {
     '--no-sandbox', '--disable-gpu', '--disable-dev-shm-usage', '--block-new-web-contents',
     '--remote-debugging-port=0', `--user-data-dir=${files.browserData}`, '--no-first-run',
     '--disable-background-networking', '--disable-component-update', '--disable-sync',
-    '--mute-audio', '--host-resolver-rules=MAP *.test 127.0.0.1, MAP *.wendra.example 127.0.0.1', 'about:blank',
+    '--mute-audio', '--host-resolver-rules=MAP *.test 127.0.0.1, MAP *.wendra.example 127.0.0.1',
+    ...(process.env.WENDRA_DEV_BROWSER_FLAGS || '').split(' ').filter((flag) => flag), 'about:blank',
   ]; // prettier-ignore
   return { child: spawnTied(kChromium, flags, { env: environment }), portFile };
 }

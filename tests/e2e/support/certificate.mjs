@@ -1,5 +1,6 @@
 // Makes a self-signed certificate for localhost.
 import { execFileSync } from 'node:child_process';
+import { X509Certificate, createHash } from 'node:crypto';
 import { mkdtempSync, readFileSync, rmSync } from 'node:fs';
 import { tmpdir } from 'node:os';
 import { join } from 'node:path';
@@ -18,4 +19,10 @@ export function makeCertificate() {
   } finally {
     rmSync(folder, { recursive: true });
   }
+}
+
+// The flag with which Chromium takes a certificate of this key for any host.
+export function trustFlag({ cert }) {
+  const key = new X509Certificate(cert).publicKey.export({ type: 'spki', format: 'der' });
+  return `--ignore-certificate-errors-spki-list=${createHash('sha256').update(key).digest('base64')}`;
 }

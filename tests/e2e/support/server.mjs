@@ -1,5 +1,6 @@
 // An HTTP server on localhost that records its requests.
 import { createServer } from 'node:http';
+import { createServer as createSecureServer } from 'node:https';
 import { endsWithFile } from './leftovers.mjs';
 import { until } from './waiting.mjs';
 
@@ -24,10 +25,11 @@ async function answer(route, request, response) {
 }
 
 // `routes`: path without query -> route. Other paths give 404. A test may change the routes while
-// the server runs.
-export async function startServer(routes = {}) {
+// the server runs. With `certificate`, as makeCertificate gives it, the server speaks https.
+export async function startServer(routes = {}, { certificate } = {}) {
   const requests = [];
-  const server = createServer(async (request, response) => {
+  const make = certificate ? (take) => createSecureServer(certificate, take) : createServer;
+  const server = make(async (request, response) => {
     request.body = await bodyOf(request);
     const { method, url, headers, body } = request;
     requests.push({ method, url, headers, body });
@@ -40,7 +42,7 @@ export async function startServer(routes = {}) {
     port,
     routes,
     requests, // {method, url, headers, body} in order of arrival
-    url: `http://localhost:${port}`,
+    url: `${certificate ? 'https' : 'http'}://localhost:${port}`,
     waitForRequest: (path) =>
       until(`a request for ${path}`, () => requests.find((request) => request.url === path), {
         context: () => `asked so far: ${requests.map(({ url }) => url).join(' ')}`,
