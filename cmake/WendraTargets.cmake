@@ -97,12 +97,19 @@ function(wendra_program name folder)
     RUNTIME_OUTPUT_DIRECTORY "${CMAKE_BINARY_DIR}/bin/${folder}")
 endfunction()
 
-# wendra_test(name [OPTIMIZED] SOURCES ... [LIBS ...]): a GoogleTest program in bin/tests. OPTIMIZED
-# is for a program that does much work itself.
+# wendra_test(name [OPTIMIZED] [THREADS ...] SOURCES ... [LIBS ...]): a GoogleTest program in
+# bin/tests. OPTIMIZED is for a program that does much work itself. THREADS lists those sources in
+# which threads meet; a build with ThreadSanitizer consists of these only.
 function(wendra_test name)
-  cmake_parse_arguments(PARSE_ARGV 1 ARG "OPTIMIZED" "" "SOURCES;LIBS")
+  cmake_parse_arguments(PARSE_ARGV 1 ARG "OPTIMIZED" "" "THREADS;SOURCES;LIBS")
+  if(WENDRA_SANITIZERS MATCHES "thread")
+    if(NOT ARG_THREADS)
+      return()
+    endif()
+    set(ARG_SOURCES)
+  endif()
   wendra_program(${name} tests
-    SOURCES ${ARG_SOURCES}
+    SOURCES ${ARG_THREADS} ${ARG_SOURCES}
     LIBS wendra_test_limit wendra_options ${ARG_LIBS})
   if(NOT ARG_OPTIMIZED)
     target_link_libraries(${name} PRIVATE wendra_quick_build)
