@@ -155,6 +155,7 @@ const kDictionaries = {
 const kMemoryTests = ['json_memory_test', 'mcp_memory_test'];
 
 const kAll = []; // all targets of a preset
+const kTests = ['tests/all']; // the tests, and what they need
 
 // Suite -> the targets that must be built first, by preset (`needs`), and what makes its units after
 // the builds (`units`).
@@ -167,7 +168,7 @@ const suites = {
   tidy: {
     needs: { windows: kAll },
     units: () => kModules.map((folder) =>
-      whole(kWide, `tidy-${folder}`, () => ({
+      whole(kBusy, `tidy-${folder}`, () => ({
         command: process.execPath, args: ['tests/source/tidy.mjs', folder],
       }))),
   },
@@ -175,8 +176,8 @@ const suites = {
     needs: { native: kMemoryTests },
     units: () => kMemoryTests.map((program) => nativeTest('native', program)),
   },
-  asan: { needs: { asan: kAll }, units: () => nativeTests('asan') },
-  tsan: { needs: { tsan: kAll }, units: () => nativeTests('tsan') },
+  asan: { needs: { asan: kTests }, units: () => nativeTests('asan') },
+  tsan: { needs: { tsan: kTests }, units: () => nativeTests('tsan') },
   fuzz: {
     needs: { fuzz: kAll },
     units: () => entries('build/fuzz/bin/fuzz', /_fuzz$/).map((program) =>

@@ -1,8 +1,8 @@
 // Runs units of work, three at a time. A unit is {kind, run, alone}. `run` resolves with further
 // units, which run next, or with nothing. The units with `alone` run one at a time, after all other
 // units have ended.
-export const kWide = 0; // keeps all processors busy by itself: builds, the linter
-export const kBusy = 1; // keeps one processor busy: sanitizers, fuzzers
+export const kWide = 0; // keeps all processors busy by itself: builds
+export const kBusy = 1; // keeps one processor busy: sanitizers, fuzzers, the linter
 export const kWaiting = 2; // waits most of the time: Wine and browsers
 
 // What each worker takes, the first kind first. One wide unit at a time is enough.

@@ -1,14 +1,11 @@
 // Runs clang-tidy, the linter of a second compiler, over each source of a folder that is built for
 // Windows. .clang-tidy says which checks it makes. The exit code is 1 when it finds something.
 //   node tests/source/tidy.mjs FOLDER
-import { execFile } from 'node:child_process';
+import { spawnSync } from 'node:child_process';
 import { readFileSync } from 'node:fs';
-import { cpus } from 'node:os';
 import { dirname, join } from 'node:path';
 import { fileURLToPath } from 'node:url';
-import { promisify } from 'node:util';
 
-const run = promisify(execFile);
 const kRoot = join(dirname(fileURLToPath(import.meta.url)), '../..');
 
 // clang 14 does not find Debian's folder "12-posix" by itself.
@@ -27,14 +24,11 @@ if (commands.length === 0) {
 }
 console.log(`${commands.length} sources in ${folder}`);
 
-async function check() {
-  for (let next = commands.pop(); next; next = commands.pop()) {
-    const flags = next.command.split(' ').filter((word) => /^-(D|I|std|W)/.test(word));
-    await run('clang-tidy', ['--quiet', next.file, '--', ...kTarget, ...flags], { cwd: kRoot })
-      .catch(({ stdout, stderr }) => {
-        process.exitCode = 1;
-        console.log(`${next.file}\n${stdout}${stdout ? '' : stderr}`);
-      });
-  }
+for (const { command, file } of commands) {
+  const flags = command.split(' ').filter((word) => /^-(D|I|std|W)/.test(word));
+  const args = ['--quiet', file, '--', ...kTarget, ...flags];
+  const { error, status, stdout, stderr } = spawnSync('clang-tidy', args, { cwd: kRoot, encoding: 'utf8' });
+  if (status === 0) continue;
+  process.exitCode = 1;
+  console.log(`${file}\n${stdout || stderr || error}`);
 }
-await Promise.all(Array.from({ length: cpus().length }, check));
