@@ -6,7 +6,7 @@ import { existsSync, mkdirSync, readdirSync, rmSync } from 'node:fs';
 import { basename, dirname, join } from 'node:path';
 import { fileURLToPath } from 'node:url';
 import { windowsPath } from '../tools/wine/prefix.mjs';
-import { kBusy, kWaiting, kWide, runInLanes } from './runner/lanes.mjs';
+import { kAlone, kBusy, kWaiting, kWide, runInLanes } from './runner/lanes.mjs';
 import { runProgram, stopAtSignals } from './runner/program.mjs';
 import { googleTestResults, nodeTestResults } from './runner/results.mjs';
 
@@ -27,8 +27,8 @@ const kLongerLimitsMs = [
 const kEndMs = 30_000; // a test's limit is this much shorter than its program's, which has to end in time
 const limitOf = (name) => kLongerLimitsMs.find(([names]) => names.test(name))?.[1] ?? kRunLimitMs;
 
-// Programs that run alone, and why.
-const kAlone = {
+// Programs beside which no other one waits or is built, and why.
+const kMeasuring = {
   'e2e-mcp_ending': 'the host has two seconds to end',
   'e2e-mcp_faults': 'a server has a second to answer',
   'e2e-mcp_http_ending': 'the host has two seconds to end',
@@ -85,7 +85,7 @@ function shorten(output) {
 }
 
 // A unit of work for runInLanes.
-const unit = (kind, name, run) => ({ kind, run, alone: kAlone[name] });
+const unit = (kind, name, run) => ({ kind: name in kMeasuring ? kAlone : kind, run });
 
 // A program that counts as one test: it passes with exit code 0.
 const whole = (kind, name, makeCommand) =>
@@ -154,32 +154,38 @@ const kDictionaries = {
 // Programs that count the memory, which the sanitizers do too.
 const kMemoryTests = ['json_memory_test', 'mcp_memory_test'];
 
-const kAll = []; // all targets of a preset
-const kTests = ['tests/all']; // the tests, and what they need
+// What is built, in this order: a preset, and its targets if not all.
+const kBuilds = {
+  programs: { preset: 'windows', targets: ['test_programs'] }, // what the tests outside start
+  windows: { preset: 'windows', targets: [] },
+  asan: { preset: 'asan', targets: ['tests/all'] },
+  tsan: { preset: 'tsan', targets: ['tests/all'] },
+  fuzz: { preset: 'fuzz', targets: [] },
+  native: { preset: 'native', targets: [...kMemoryTests, 'tests/bench/all'] },
+};
 
-// Suite -> the targets that must be built first, by preset (`needs`), and what makes its units after
-// the builds (`units`).
+// Suite -> what must be built first (`needs`), and what makes its units after that (`units`).
 const suites = {
   source: {
-    needs: { windows: kAll },
+    needs: ['windows'],
     units: () => ['source', 'headers'].map((name) =>
       nodeTest(kBusy, `source-${name}`, `tests/source/${name}.test.mjs`)),
   },
   tidy: {
-    needs: { windows: kAll },
+    needs: ['windows'],
     units: () => kModules.map((folder) =>
       whole(kBusy, `tidy-${folder}`, () => ({
         command: process.execPath, args: ['tests/source/tidy.mjs', folder],
       }))),
   },
   native: {
-    needs: { native: kMemoryTests },
+    needs: ['native'],
     units: () => kMemoryTests.map((program) => nativeTest('native', program)),
   },
-  asan: { needs: { asan: kTests }, units: () => nativeTests('asan') },
-  tsan: { needs: { tsan: kTests }, units: () => nativeTests('tsan') },
+  asan: { needs: ['asan'], units: () => nativeTests('asan') },
+  tsan: { needs: ['tsan'], units: () => nativeTests('tsan') },
   fuzz: {
-    needs: { fuzz: kAll },
+    needs: ['fuzz'],
     units: () => entries('build/fuzz/bin/fuzz', /_fuzz$/).map((program) =>
       whole(kBusy, program, () => {
         const found = join(kRoot, 'build/fuzz/corpus', program);
@@ -197,7 +203,7 @@ const suites = {
       })),
   },
   windows: {
-    needs: { windows: kAll },
+    needs: ['windows'],
     units: () => entries('build/windows/bin/tests', /_test\.exe$/)
       .filter((program) => program !== 'runtime_test.exe') // needs a browser: the suite `runtime`
       .map((program) =>
@@ -205,21 +211,21 @@ const suites = {
           underWine('tests', program, (results) => [`--gtest_output=json:${results}`]))),
   },
   runtime: {
-    needs: { windows: kAll },
+    needs: ['windows'],
     units: () => [googleTest(kWaiting, 'runtime', (results) => ({
       command: process.execPath,
       args: ['tests/devruntime/run.mjs', 'build/windows', `--gtest_output=json:${windowsPath(results)}`],
       env: { WINEPREFIX: execFileSync(join(kRoot, 'tools/wine/make-template'), { encoding: 'utf8' }).trim() },
     }))],
   },
-  tools: { needs: { windows: ['runnable', 'never_ends'] }, units: () => nodeTests('tools') },
-  page: { needs: {}, units: () => nodeTests('page') },
-  e2e: { needs: { windows: kAll }, units: () => nodeTests('e2e') },
+  tools: { needs: ['programs'], units: () => nodeTests('tools') },
+  page: { needs: [], units: () => nodeTests('page') },
+  e2e: { needs: ['programs'], units: () => nodeTests('e2e') },
   // Skips its tests where the vendor's packages cannot be had.
-  vendor: { needs: { windows: ['runnable'] }, units: () => nodeTests('vendor') },
+  vendor: { needs: ['programs'], units: () => nodeTests('vendor') },
   // Each benchmark runs once, to check its results. docs/testing.md says how to measure.
   bench: {
-    needs: { native: ['tests/bench/all'], windows: kAll },
+    needs: ['native', 'windows'],
     units: () => [
       ...entries('build/native/bin/bench', /_bench$/).map((program) =>
         whole(kBusy, `native-${program}`, () => ({
@@ -238,31 +244,21 @@ const suites = {
   },
 };
 
-const kPresets = ['windows', 'asan', 'tsan', 'fuzz', 'native']; // built in this order
-
-const presetsOf = (name) => Object.keys(suites[name].needs);
-
-// The targets of a preset that the wanted suites need.
-function targetsOf(preset, wanted) {
-  const needed = wanted.map((name) => suites[name].needs[preset]).filter((targets) => targets);
-  return needed.includes(kAll) ? kAll : needed.flat();
-}
-
 // A build is counted only when it fails: then its tests cannot run.
-async function build(preset, targets) {
+async function build(name) {
   const startedMs = Date.now();
-  const name = `build-${preset}`;
-  let result = await run(`configure-${preset}`, 'cmake', ['--preset', preset]);
+  const { preset, targets } = kBuilds[name];
+  let result = await run(`configure-${name}`, 'cmake', ['--preset', preset]);
   const isGood = ({ code, trouble }) => code === 0 && !trouble;
   if (isGood(result)) {
     const options = targets.length ? ['--target', ...targets] : [];
     const args = ['--build', '--preset', preset, ...options];
-    result = await run(name, 'cmake', args, { politely: true });
+    result = await run(`build-${name}`, 'cmake', args, { politely: true });
   }
   if (isGood(result)) {
-    console.log(`     built ${preset}, ${((Date.now() - startedMs) / 1000).toFixed(1)} s`);
+    console.log(`     built ${name}, ${((Date.now() - startedMs) / 1000).toFixed(1)} s`);
   } else {
-    report(name, { failed: 1 }, startedMs, result.output);
+    report(`build-${name}`, { failed: 1 }, startedMs, result.output);
   }
   return isGood(result);
 }
@@ -274,7 +270,7 @@ function unitsOf(wanted) {
   const ready = () => {
     const units = [];
     for (const name of wanted) {
-      if (!waiting.has(name) || !presetsOf(name).every((preset) => built.has(preset))) continue;
+      if (!waiting.has(name) || !suites[name].needs.every((one) => built.has(one))) continue;
       waiting.delete(name);
       const own = suites[name].units();
       if (own.length === 0) report(name, {}, Date.now(), 'nothing was run');
@@ -282,11 +278,11 @@ function unitsOf(wanted) {
     }
     return units;
   };
-  const isNeeded = (preset) => wanted.some((name) => presetsOf(name).includes(preset));
-  const builds = kPresets.filter(isNeeded).map((preset) =>
-    unit(kWide, `build-${preset}`, async () => {
-      if (!(await build(preset, targetsOf(preset, wanted)))) return [];
-      built.add(preset);
+  const isNeeded = (build) => wanted.some((name) => suites[name].needs.includes(build));
+  const builds = Object.keys(kBuilds).filter(isNeeded).map((name) =>
+    unit(kWide, `build-${name}`, async () => {
+      if (!(await build(name))) return [];
+      built.add(name);
       return ready();
     }));
   return [...builds, ...ready()];

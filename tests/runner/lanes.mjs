@@ -1,43 +1,46 @@
-// Runs units of work, three at a time. A unit is {kind, run, alone}. `run` resolves with further
-// units, which run next, or with nothing. The units with `alone` run one at a time, after all other
-// units have ended.
-export const kWide = 0; // keeps all processors busy by itself: builds
-export const kBusy = 1; // keeps one processor busy: sanitizers, fuzzers, the linter
-export const kWaiting = 2; // waits most of the time: Wine and browsers
-
-// What each worker takes, the first kind first. One wide unit at a time is enough.
-const kWorkers = [[kWide, kBusy, kWaiting], [kWaiting, kBusy], [kWaiting, kBusy]];
+// Runs units of work, three at a time at most. A unit is {kind, run}. `run` resolves with further
+// units, which run before the others of their kinds, or with nothing.
+export const kWide = 'wide'; // keeps all processors busy by itself: builds
+export const kWaiting = 'waiting'; // waits most of the time: Wine and browsers
+export const kAlone = 'alone'; // measures times: nothing else may wait or be built beside it
+export const kBusy = 'busy'; // keeps one processor busy, at low priority: sanitizers, fuzzers, the linter
 
 export async function runInLanes(units) {
-  const queues = [[], [], []];
-  const alone = [];
-  let wake = [];
+  const kinds = [kWide, kWaiting, kAlone, kBusy]; // the first that may run runs first
+  const queues = Object.fromEntries(kinds.map((kind) => [kind, []]));
+  const running = Object.fromEntries(kinds.map((kind) => [kind, 0]));
+  const total = () => kinds.reduce((sum, kind) => sum + running[kind], 0);
+  const isOver = (kind) => queues[kind].length === 0 && running[kind] === 0;
+  const mayRun = {
+    [kWide]: () => running.wide === 0 && running.alone === 0,
+    [kWaiting]: () => running.waiting < 2 && running.alone === 0,
+    [kAlone]: () => running.alone === 0 && isOver(kWide) && isOver(kWaiting),
+    [kBusy]: () => running.busy === 0 || isOver(kAlone),
+  };
   const add = (more) => {
-    for (const unit of [...more].reverse()) (unit.alone ? alone : queues[unit.kind]).unshift(unit);
-    for (const resolve of wake) resolve();
-    wake = [];
+    for (const unit of [...more].reverse()) queues[unit.kind].unshift(unit);
   };
   add(units);
 
-  let running = 0;
-  const work = async (kinds) => {
-    for (;;) {
-      const unit = kinds.map((kind) => queues[kind]).find(({ length }) => length > 0)?.shift();
-      if (!unit) {
-        if (running === 0) return;
-        await new Promise((resolve) => wake.push(resolve)); // another worker's unit may add more
-        continue;
-      }
-      running += 1;
-      let more = [];
+  await new Promise((resolve, reject) => {
+    const start = async (unit) => {
+      running[unit.kind] += 1;
       try {
-        more = (await unit.run()) ?? [];
-      } finally {
-        running -= 1;
-        add(more);
+        add((await unit.run()) ?? []);
+      } catch (error) {
+        reject(error);
       }
-    }
-  };
-  await Promise.all(kWorkers.map(work));
-  while (alone.length > 0) add((await alone.shift().run()) ?? []);
+      running[unit.kind] -= 1;
+      startMore();
+    };
+    const startMore = () => {
+      while (total() < 3) {
+        const kind = kinds.find((one) => queues[one].length > 0 && mayRun[one]());
+        if (!kind) break;
+        start(queues[kind].shift());
+      }
+      if (kinds.every(isOver)) resolve();
+    };
+    startMore();
+  });
 }

@@ -5,7 +5,7 @@ import { tmpdir } from 'node:os';
 import { dirname, join } from 'node:path';
 import { after, test } from 'node:test';
 import { fileURLToPath } from 'node:url';
-import { kBusy, kWaiting, kWide, runInLanes } from '../runner/lanes.mjs';
+import { kAlone, kBusy, kWaiting, kWide, runInLanes } from '../runner/lanes.mjs';
 import { runProgram } from '../runner/program.mjs';
 import { googleTestResults, nodeTestResults } from '../runner/results.mjs';
 import { processesWith } from '../../tools/wine/processes.mjs';
@@ -217,33 +217,41 @@ test('a program that fails counts as a failure even if all its tests passed', ()
   assert.equal(failed({ code: 0, trouble: 'left behind: x' }), 1);
 });
 
-test('units run three at a time, wide ones one at a time, and those with `alone` alone', async () => {
+test('units run three at a time, wide ones one at a time, and those that measure beside one busy one', async () => {
+  const kinds = [kWide, kWaiting, kAlone, kBusy];
   const events = [];
-  const now = { all: 0, [kWide]: 0, [kBusy]: 0, [kWaiting]: 0 };
+  const now = Object.fromEntries([...kinds, 'all'].map((kind) => [kind, 0]));
   const most = { ...now };
   const change = (kind, by) => {
     for (const count of ['all', kind]) most[count] = Math.max(most[count], (now[count] += by));
+    if (now[kAlone] > 0) assert.ok(now.all <= 2 && now[kWide] + now[kWaiting] === 0, JSON.stringify(now));
   };
-  const unit = (kind, name, more = [], alone = undefined) => ({
+  const unit = (kind, name, more = []) => ({
     kind,
-    alone,
     async run() {
       change(kind, 1);
-      if (alone) assert.equal(now.all, 1);
       await new Promise((resolve) => setImmediate(resolve));
       events.push(name);
       change(kind, -1);
       return more;
     },
   });
-  const waiting = ['a', 'b', 'c', 'd'].map((name) => unit(kWaiting, name));
+  const named = (kind, names) => names.map((name) => unit(kind, name));
   await runInLanes([
-    unit(kWide, 'build', [unit(kBusy, 'checks'), ...waiting]),
-    unit(kWaiting, 'measures', [], 'its times'),
+    unit(kWide, 'build', [unit(kBusy, 'checks'), ...named(kWaiting, ['a', 'b', 'c', 'd'])]),
+    ...named(kAlone, ['measures', 'measures too']),
     unit(kWide, 'another build'),
-    unit(kBusy, 'fuzzes'),
+    ...named(kBusy, ['fuzzes', 'fuzzes more', 'fuzzes on']),
   ]);
-  assert.deepEqual(most, { all: 3, [kWide]: 1, [kBusy]: 1, [kWaiting]: 2 });
-  assert.deepEqual([...events].sort(), ['a', 'another build', 'b', 'build', 'c', 'checks', 'd', 'fuzzes', 'measures']);
-  assert.equal(events.at(-1), 'measures');
+  assert.deepEqual({ ...most, [kBusy]: 1 }, { all: 3, [kWide]: 1, [kWaiting]: 2, [kAlone]: 1, [kBusy]: 1 });
+  assert.deepEqual([...events].sort(), [
+    'a', 'another build', 'b', 'build', 'c', 'checks', 'd', 'fuzzes', 'fuzzes more', 'fuzzes on',
+    'measures', 'measures too',
+  ]);
+  assert.ok(events.indexOf('measures') > Math.max(...['a', 'd', 'another build'].map((name) => events.indexOf(name))));
+});
+
+test('an error in a unit ends the run with that error', async () => {
+  const unit = { kind: kBusy, run: () => Promise.reject(new Error('planted')) };
+  await assert.rejects(runInLanes([unit]), /planted/);
 });
