@@ -5,6 +5,7 @@
 #include <string>
 #include <utility>
 
+#include "app/commands.h"
 #include "app/layout.h"
 #include "app/system_menu_win.h"
 #include "win/window_class.h"
@@ -15,10 +16,6 @@ namespace {
 constexpr wchar_t kWindowClass[] = L"WendraHostWnd";
 constexpr int kWidthPx = 1260;
 constexpr int kHeightPx = 900;
-
-constexpr WORD kToggleLogPanelCommand = 100;
-constexpr WORD kReloadCommand = 101;
-constexpr WORD kCheckForUpdatesCommand = 102;
 
 void RegisterWindowClass(HINSTANCE instance, WNDPROC procedure) {
   // No background: page and panel cover the window.
@@ -95,7 +92,7 @@ void MainWindow::OnMessage(UINT message, WPARAM wparam, LPARAM lparam) {
     case WM_COMMAND:
       return OnCommand(LOWORD(wparam));
     case WM_SYSCOMMAND:
-      return OnSystemCommand(SystemMenuItem(wparam));
+      return OnCommand(CommandOfSystemMenu(wparam));
     case WM_DPICHANGED:
       return OnDpiChanged(*reinterpret_cast<const RECT*>(lparam));
     default:
@@ -123,12 +120,6 @@ void MainWindow::OnCommand(WORD command) {
   if (command == kToggleLogPanelCommand) ToggleLogPanel();
   if (command == kReloadCommand) handlers_.reload();
   if (command == kCheckForUpdatesCommand) handlers_.checkForUpdates();
-}
-
-void MainWindow::OnSystemCommand(UINT item) {
-  if (item == kShowLogItem) ToggleLogPanel();
-  if (item == kReloadItem) handlers_.reload();
-  if (item == kCheckForUpdatesItem) handlers_.checkForUpdates();
 }
 
 void MainWindow::ToggleLogPanel() {

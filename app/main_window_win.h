@@ -50,7 +50,6 @@ class MainWindow {
   void OnCreate();
   void OnDestroy();
   void OnCommand(WORD command);
-  void OnSystemCommand(UINT item);
   void OnGetMinMaxInfo(MINMAXINFO& info) const;
   void OnDpiChanged(const RECT& suggested);
   void ToggleLogPanel();

@@ -14,9 +14,9 @@ const WM_SYSCOMMAND = 0x112;
 const WS_MINIMIZE = 0x20000000;
 const SC_MINIMIZE = 0xf020;
 const SC_RESTORE = 0xf120;
-const kShowLogItem = 0x100;
-const kReloadItem = 0x110;
-const kCheckForUpdatesItem = 0x120;
+const kShowLogItem = 0x640;
+const kReloadItem = 0x650;
+const kCheckForUpdatesItem = 0x660;
 
 let server;
 let foreign; // the address of a foreign host, which is this machine too

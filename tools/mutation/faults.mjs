@@ -199,6 +199,8 @@ export const kFaults = [
     '    AddRef();\n', '', 'windows/webview_win_test'),
 
   // app
+  fault('app-command-of-windows', 'app/commands.h',
+    '(wparam & 0xFFFF) / 16', 'wparam & 0xFFF0', 'native/app_test'),
   fault('app-panel-border', 'app/layout.cpp',
     'return {.page = {0, 0, widthPx, border}, .panel = {0, border, widthPx, heightPx}};',
     'return {.page = {0, 0, widthPx, heightPx}, .panel = {0, border, widthPx, heightPx}};',
@@ -369,6 +371,12 @@ export const kFaults = [
   fault('win-old-rest-stays', 'win/file.cpp',
     'GENERIC_WRITE, 0, nullptr, CREATE_ALWAYS,', 'GENERIC_WRITE, 0, nullptr, OPEN_ALWAYS,',
     'windows/bridge_win_test'),
+  fault('win-libraries-anywhere', 'win/process_policy.cpp',
+    'SetDefaultDllDirectories(LOAD_LIBRARY_SEARCH_SYSTEM32)',
+    'SetDefaultDllDirectories(LOAD_LIBRARY_SEARCH_DEFAULT_DIRS)', 'windows/win_test'),
+  fault('win-missing-library-ignored', 'win/process_policy.cpp',
+    'LOAD_LIBRARY_SEARCH_SYSTEM32)) return name;', 'LOAD_LIBRARY_SEARCH_SYSTEM32)) continue;',
+    'windows/win_test'),
   fault('win-environment-fits', 'win/environment.cpp',
     'units < std::size(value) ?', 'units < 2 * std::size(value) ?', 'windows/win_test'),
   fault('win-expanded-end', 'win/environment.cpp',
