@@ -42,7 +42,7 @@ void InitializeCommonControls() {
   InitCommonControlsEx(&classes);
 }
 
-// What Windows itself ends a program with that lacks a library: STATUS_DLL_NOT_FOUND.
+// The exit code that Windows gives a program whose library is missing: STATUS_DLL_NOT_FOUND.
 constexpr int kLibraryMissing = static_cast<int>(0xC000'0135);
 
 // The vendors' libraries, which are installed with the program. False: one is missing; the user has

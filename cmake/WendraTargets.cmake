@@ -23,7 +23,8 @@ if(MSVC)
   # Control flow guard: an indirect call to an address that is no function ends the program. (GCC has
   # none for Windows.) The stack protector is on by default.
   target_compile_options(wendra_options INTERFACE $<$<COMPILE_LANGUAGE:CXX>:/guard:cf>)
-  target_link_options(wendra_options INTERFACE /guard:cf /DYNAMICBASE /HIGHENTROPYVA /NXCOMPAT /CETCOMPAT)
+  target_link_options(wendra_options INTERFACE
+    /WX /guard:cf /DYNAMICBASE /HIGHENTROPYVA /NXCOMPAT /CETCOMPAT)
 else()
   target_compile_options(wendra_options INTERFACE
     -Wall -Wextra -Wpedantic -Werror -Wshadow -Wconversion -Wsign-conversion
@@ -63,9 +64,9 @@ function(wendra_library name)
 endfunction()
 
 # wendra_import_library(name DLL DEF): a target that links `name` can call the functions of DLL.dll
-# that the file DEF lists. The DLL is loaded at the first such call and not when the program starts:
-# then Windows would take a file of that name beside the program, whoever has put it there. See
-# win/process_policy.h. To link, the DLL itself is not needed.
+# that the file DEF lists. The DLL is loaded at the first such call. If it were loaded when the
+# program starts, Windows would take a file of that name beside the program, whoever has put it
+# there. See win/process_policy.h. To link, the DLL itself is not needed.
 function(wendra_import_library name dll def)
   set(def "${CMAKE_CURRENT_SOURCE_DIR}/${def}")
   add_library(${name} INTERFACE)

@@ -21,7 +21,8 @@ const kLongerLimitsMs = [
   [/^tidy-/, 10 * 60_000], // reads each source of a folder with all of its headers
   [/^e2e-exec$/, 6 * 60_000], // a thousand actions; many start a shell and a program under Wine
   // Many cases, and each starts a host.
-  [/^e2e-(failing_start|mcp_bounds|mcp_ending|prompt|startup|update)$/, 6 * 60_000],
+  [/^e2e-(failing_start|mcp_bounds|mcp_ending|prompt|startup|unkind_control|update)$/, 6 * 60_000],
+  [/^vendor-/, 6 * 60_000], // fetches a package, and compiles a dozen programs
   [/^e2e-conformance$/, 6 * 60_000], // the whole official suite in one test, a host for each part
 ];
 const kEndMs = 30_000; // a test's limit is this much shorter than its program's, which has to end in time
@@ -151,7 +152,7 @@ const kDictionaries = {
   tool_result_fuzz: 'mcp',
 };
 
-// Programs that count the memory, which the sanitizers do too.
+// Programs that replace operator new, as the sanitizers do.
 const kMemoryTests = ['json_memory_test', 'mcp_memory_test'];
 
 // What is built, in this order: a preset, and its targets if not all.

@@ -102,9 +102,9 @@ class PageHost : public PageScripts {
   HWND window_ = nullptr;
   ReplyGate gate_;
   NavigationRule rule_;
-  bool hasFocus_ = false;                // the page has the keyboard
-  bool mustGetFocus_ = false;            // it had the keyboard when the user left the window
-  bool hasNavigated_ = false;            // to the server
+  bool hasFocus_ = false;      // the page has the keyboard
+  bool mustGetFocus_ = false;  // it had it when the user left the window, and has not got it back
+  bool hasNavigated_ = false;  // to the server
   std::deque<std::wstring> toBeOpened_;  // in the default browser, in order
   bool isOpening_ = false;               // one of them
   bool showsErrorPage_ = false;  // the control's own page, under the address that did not load

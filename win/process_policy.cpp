@@ -8,12 +8,14 @@
 
 namespace {
 
-// Called at the first call of a delayed library's function, on any thread.
+// Called by the compiler's helper at the first call of a delayed library's function, on any thread.
+// Gives the library with a reference of its own: when two threads come at once, the helper frees
+// one of the two.
 FARPROC WINAPI FindDelayedLibrary(unsigned event, DelayLoadInfo* info) {
-  if (event != dliNotePreLoadLibrary) return nullptr;  // Windows does the rest
-  // A library beside the program has been loaded by LoadLibrariesBesideProgram.
-  HMODULE library = GetModuleHandleA(info->szDll);
-  if (!library) library = LoadLibraryExA(info->szDll, nullptr, LOAD_LIBRARY_SEARCH_SYSTEM32);
+  if (event != dliNotePreLoadLibrary) return nullptr;  // the helper does the rest
+  HMODULE library = LoadLibraryExA(info->szDll, nullptr, LOAD_LIBRARY_SEARCH_SYSTEM32);
+  // LoadLibrariesBesideProgram has loaded those of the vendors.
+  if (!library) (void)GetModuleHandleExA(0, info->szDll, &library);
   return reinterpret_cast<FARPROC>(reinterpret_cast<void*>(library));
 }
 

@@ -7,9 +7,10 @@ namespace wendra {
 
 // Replaces the function `name` of any library: from here on the program calls `replacement`.
 // `*real` gets the function that the program called until then; it is set before the first call can
-// reach `replacement`. False: the slot of the import table cannot be written. One thread at a time.
-// A function of a delayed library is found at its first call only, so `name` must not have been
-// called yet; the program may also not import it at all.
+// reach `replacement`. False: a slot of the import table cannot be written. One thread at a time.
+// A name that the table does not have is taken for a function of a delayed library. It is replaced
+// when the program first calls it, so it must not have been called before; a misspelled name has no
+// effect.
 bool RedirectImport(const char* name, void* replacement, void** real);
 
 template <typename Function>

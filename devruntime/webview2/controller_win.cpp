@@ -2,6 +2,7 @@
 
 #include <utility>
 
+#include "devruntime/base/event_file_win.h"
 #include "json/objects.h"
 
 #include <commctrl.h>
@@ -52,6 +53,7 @@ LRESULT CALLBACK AbortAtDestruction(HWND window, UINT message, WPARAM w, LPARAM 
   RemoveWindowSubclass(window, &AbortAtDestruction, id);
   const ComRef<Handler> last = ComRef<Handler>(reinterpret_cast<Handler*>(handler));
   last->Invoke(E_ABORT, nullptr);
+  EventFile(ReadControlSettings().eventsFile).Write(MakeObject({{"event", "aborted"}}));
   return result;
 }
 

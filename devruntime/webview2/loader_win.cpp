@@ -35,7 +35,7 @@ void ReportEnvironment(const ControlSettings& settings, PCWSTR userDataFolder) {
       .Write(MakeObject({{"event", "environment"}, {"userDataFolder", folder}}));
 }
 
-// Before the program runs, so that even its first calls can fail.
+// When the program loads this DLL, near the start of wWinMain. Earlier calls cannot fail.
 void TakeFailures() {
   const std::wstring file = ReadControlSettings().failuresFile;
   if (!file.empty()) TakeFailuresFrom(file);

@@ -15,6 +15,7 @@ export async function runInLanes(units) {
     [kWide]: () => running.wide === 0 && running.alone === 0,
     [kWaiting]: () => running.waiting < 2 && running.alone === 0,
     [kAlone]: () => running.alone === 0 && isOver(kWide) && isOver(kWaiting),
+    // While measuring units are to come, they may find one busy unit at most.
     [kBusy]: () => running.busy === 0 || isOver(kAlone),
   };
   const add = (more) => {

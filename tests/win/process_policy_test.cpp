@@ -7,6 +7,8 @@
 
 #include <windows.h>
 
+#include <dwmapi.h>
+
 namespace wendra {
 namespace {
 
@@ -18,8 +20,8 @@ std::filesystem::path ProgramFolder() {
 
 TEST(ProcessPolicy, FindsNoLibraryBesideTheProgramByItsNameAlone) {
   const std::filesystem::path planted = ProgramFolder() / "process_policy_planted.dll";
-  std::filesystem::copy_file(ProgramFolder().parent_path() / "planted.dll", planted,
-                             std::filesystem::copy_options::overwrite_existing);
+  std::filesystem::remove(planted);  // of an earlier run
+  std::filesystem::copy_file(ProgramFolder().parent_path() / "planted.dll", planted);
   const HMODULE before = LoadLibraryW(L"process_policy_planted.dll");
   ASSERT_NE(before, nullptr);
   FreeLibrary(before);
@@ -32,6 +34,14 @@ TEST(ProcessPolicy, FindsNoLibraryBesideTheProgramByItsNameAlone) {
 TEST(ProcessPolicy, NamesTheFirstLibraryThatIsMissing) {
   const wchar_t* const missing = L"missing.dll";
   EXPECT_EQ(LoadLibrariesBesideProgram({missing, L"version.dll"}), missing);
+}
+
+TEST(ProcessPolicy, KeepsADelayedLibraryThatAnotherUserFrees) {
+  const HMODULE other = LoadLibraryW(L"dwmapi.dll");
+  ASSERT_NE(other, nullptr);
+  (void)DwmSetWindowAttribute(nullptr, 0, nullptr, 0);  // the first call
+  FreeLibrary(other);
+  EXPECT_NE(GetModuleHandleW(L"dwmapi.dll"), nullptr);
 }
 
 TEST(ProcessPolicy, MakesCallsFailWhenADriveHasNoMedium) {

@@ -6,7 +6,7 @@ import { join } from 'node:path';
 const kGoogleTests = ['native', 'asan', 'windows'];
 const kFirstFailure = '--gtest_fail_fast'; // the first failure is enough
 // The CMake targets that the end-to-end tests need.
-const kEndToEndTargets = ['runnable', 'host_parent', 'mcp_child', 'test_child', 'window_probe'];
+const kEndToEndTargets = ['test_programs'];
 
 function parse(killer) {
   const [, kind, program, filter] = /^(\w+)\/([\w-]+)(?:#(.+))?$/.exec(killer) ?? [];

@@ -115,8 +115,8 @@ class Host {
   }
 
   // All that the host has logged since line `from`, up to now. The log comes through a pipe and may
-  // be later than what the page shows, so the page asks for the platform; the answer's line, which
-  // this leaves out, comes after all others. Only for a page that the host trusts.
+  // be later than what the page shows, so the page asks for the platform: the line of that request,
+  // which is left out, comes after all others. Only for a page that the host trusts.
   async loggedSince(from) {
     const last = `[JS->Native] action 'platform' (req logged${(this.#asked += 1)})`;
     await this.page.post({ __reqId: `logged${this.#asked}`, name: 'platform', args: [] });
