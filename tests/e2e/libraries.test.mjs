@@ -77,14 +77,16 @@ test('the host takes the libraries of the vendors, and no other', async () => {
 });
 
 test('without a library of a vendor the host says which one is missing, and ends', async (t) => {
+  const damage = (file) => writeFileSync(file, 'no library');
   const cases = [
-    ['WinSparkle.dll', 'en', 'is missing or damaged. Please install Wendra again.'],
-    ['WebView2Loader.dll', 'de', 'fehlt oder ist beschädigt. Bitte installiere Wendra neu.'],
+    ['WinSparkle.dll', rmSync, 'en', 'is missing or damaged. Please install Wendra again.'],
+    ['WinSparkle.dll', damage, 'en', 'is missing or damaged. Please install Wendra again.'],
+    ['WebView2Loader.dll', rmSync, 'de', 'fehlt oder ist beschädigt. Bitte installiere Wendra neu.'],
   ];
-  for (const [missing, lang, trouble] of cases) {
-    await t.test(missing, async () => {
+  for (const [missing, spoil, lang, trouble] of cases) {
+    await t.test(`${missing}, ${spoil.name}`, async () => {
       for (const name of kVendors) copyFileSync(join(kBin, name), join(folder, name));
-      rmSync(join(folder, missing));
+      spoil(join(folder, missing));
       const host = await startCopy('wendra.exe', { args: [], lang });
       await host.window(kMessageBox);
       const { controls } = await host.probe('controls', kMessageBox);

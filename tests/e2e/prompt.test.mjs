@@ -126,7 +126,8 @@ test('an accepted address is saved and shown, and the next start does not ask', 
 
       const again = await startHost({ profile, env: withoutBrowser });
       await again.window();
-      await again.waitForLine('(from "server" in ');
+      await again.waitForLine('[Server] loading ');
+      assert.match(again.log[0], /\(from "server" in /);
       assert.equal(await again.close(), 0);
       await rm(profile, { recursive: true, force: true });
     });
@@ -281,9 +282,8 @@ test('a pasted text loses the whitespace around it and all lines after the first
   });
   await host.keys('Return');
   await host.window();
-  await host.waitForLine(
-    '[Server] loading https://demo.on.wendra.example (chosen in the first-run prompt)',
-  );
+  const loading = '[Server] loading https://demo.on.wendra.example (chosen in the first-run prompt)';
+  assert.equal(await host.waitForLine(loading), loading);
   assert.equal(await host.close(), 0);
 });
 

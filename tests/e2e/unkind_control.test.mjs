@@ -246,7 +246,7 @@ test('a slow start of the browser, which dispatches messages, holds up nothing a
   const wanted = [1, 2, 3].map((one) => `${foreign}/${one}`);
   await host.waitForLine(`[External] opening in browser: ${wanted[2]}`);
   // The first start still takes its time: the page and its requests go on meanwhile.
-  const { ok } = await host.page.call('platform', [], { timeoutMs: 5000 });
+  const { ok } = await host.page.call('platform', [], { timeoutMs: 4000 });
   assert.equal(ok, 1);
   assert.ok((await host.openedInBrowser()).length < 2);
   await host.waitForOpenedInBrowser(wanted[2]);

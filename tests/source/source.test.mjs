@@ -196,12 +196,40 @@ test('no section of the program can be both written and run', () => {
   assert.ok(!withFlag(kWrite).includes('.text'));
 });
 
-test('the functions of the program check their stacks', () => {
-  const symbols = execFileSync('x86_64-w64-mingw32-nm', [join(kRoot, 'build/windows/bin/wendra.exe')], {
+const exeSymbols = () =>
+  execFileSync('x86_64-w64-mingw32-nm', [join(kRoot, 'build/windows/bin/wendra.exe')], {
     encoding: 'utf8',
     maxBuffer: 1 << 26,
   });
-  assert.match(symbols, / __stack_chk_fail$/m);
+
+test('the functions of the program check their stacks', () => {
+  assert.match(exeSymbols(), / __stack_chk_fail$/m);
+});
+
+test("the program links only the functions of the vendors' libraries that it calls", () => {
+  const linked = exeSymbols().matchAll(/ __imp_(win_sparkle_\w+|CreateCore\w+|GetAvailable\w+)$/gm);
+  assert.deepEqual(Array.from(linked, ([, name]) => name).sort(), [
+    'CreateCoreWebView2EnvironmentWithOptions',
+    'win_sparkle_check_update_with_ui',
+    'win_sparkle_check_update_without_ui',
+    'win_sparkle_cleanup',
+    'win_sparkle_get_automatic_check_for_updates',
+    'win_sparkle_get_last_check_time',
+    'win_sparkle_get_update_check_interval',
+    'win_sparkle_init',
+    'win_sparkle_set_appcast_url',
+    'win_sparkle_set_automatic_check_for_updates',
+    'win_sparkle_set_can_shutdown_callback',
+    'win_sparkle_set_did_find_update_callback',
+    'win_sparkle_set_did_not_find_update_callback',
+    'win_sparkle_set_error_callback',
+    'win_sparkle_set_shutdown_request_callback',
+    'win_sparkle_set_update_cancelled_callback',
+    'win_sparkle_set_update_check_interval',
+    'win_sparkle_set_update_dismissed_callback',
+    'win_sparkle_set_update_postponed_callback',
+    'win_sparkle_set_update_skipped_callback',
+  ]);
 });
 
 test('CMake refuses a release build without a key, and names and versions that are not valid', () => {
