@@ -19,6 +19,8 @@ function answer(request, response) {
     response.writeHead(302, { Location: query.get('to') }).end();
   } else if (seen.startsWith('/nothing')) {
     response.writeHead(204).end();
+  } else if (seen === '/download') {
+    response.writeHead(200, { 'Content-Disposition': 'attachment; filename=file.bin' }).end('file');
   } else if (seen.startsWith('/hang')) {
     // This request is never answered.
   } else {

@@ -3,8 +3,8 @@ import assert from 'node:assert/strict';
 import { dirname, join } from 'node:path';
 import { after, before, test } from 'node:test';
 import { fileURLToPath } from 'node:url';
-import { windowsPath } from '../../tools/wine/prefix.mjs';
 import { startHost, writeConfig } from './support/host.mjs';
+import { windowsPath } from './support/machine.mjs';
 import { startServer } from './support/server.mjs';
 
 const kRoot = join(dirname(fileURLToPath(import.meta.url)), '../..');

@@ -1,10 +1,9 @@
 // Tests the end of the browser control.
 import assert from 'node:assert/strict';
 import { readFileSync } from 'node:fs';
-import { rm } from 'node:fs/promises';
 import { test } from 'node:test';
 import { profileFiles } from '../../tools/wine/prefix.mjs';
-import { makeProfile, startHost } from './support/host.mjs';
+import { makeProfile, removeProfile, startHost } from './support/host.mjs';
 import { startServer } from './support/server.mjs';
 
 test('the browser control is closed before its window is destroyed', async () => {
@@ -14,6 +13,6 @@ test('the browser control is closed before its window is destroyed', async () =>
   assert.equal(await host.close(), 0);
   const events = readFileSync(profileFiles(profile).events, 'utf8').trim().split('\n').map(JSON.parse);
   assert.deepEqual(events.filter(({ event }) => event === 'closed'), [{ event: 'closed', hasParent: true }]);
-  await rm(profile, { recursive: true, force: true });
+  await removeProfile(profile);
   await server.close();
 });

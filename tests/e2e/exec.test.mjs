@@ -4,8 +4,8 @@ import { mkdir, readFile } from 'node:fs/promises';
 import { dirname, join } from 'node:path';
 import { after, before, test } from 'node:test';
 import { fileURLToPath } from 'node:url';
-import { windowsPath } from '../../tools/wine/prefix.mjs';
 import { startHost } from './support/host.mjs';
+import { windowsPath } from './support/machine.mjs';
 import { startServer } from './support/server.mjs';
 import { until } from './support/waiting.mjs';
 

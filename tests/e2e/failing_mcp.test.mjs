@@ -59,6 +59,7 @@ async function worksAgain() {
   assert.deepEqual(await load({ one: mcpChild() }), [kStarted]);
   assert.deepEqual(await call(), kEcho);
   assert.equal((await host.page.call('platform', [])).value.name, 'Windows');
+  await host.loggedSince(0); // no line of this comes later
 }
 
 // Name of the test -> the plan during the load, the log lines, and the answer to a call afterwards.

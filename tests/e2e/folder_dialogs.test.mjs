@@ -3,8 +3,8 @@ import assert from 'node:assert/strict';
 import { mkdirSync } from 'node:fs';
 import { join } from 'node:path';
 import { after, before, test } from 'node:test';
-import { windowsPath } from '../../tools/wine/prefix.mjs';
 import { startHost } from './support/host.mjs';
+import { windowsPath } from './support/machine.mjs';
 import { startServer } from './support/server.mjs';
 import { inTime, until } from './support/waiting.mjs';
 

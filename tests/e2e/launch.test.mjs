@@ -10,7 +10,7 @@ import { promisify } from 'node:util';
 import { hasSteadyPlaces } from '../../tools/wine/prefix.mjs';
 import { isAlive } from '../../tools/wine/processes.mjs';
 import { processesNamed } from './support/holdings.mjs';
-import { makeProfile, startHost } from './support/host.mjs';
+import { makeProfile, removeProfile, startHost } from './support/host.mjs';
 import { startServer } from './support/server.mjs';
 import { until } from './support/waiting.mjs';
 
@@ -44,7 +44,7 @@ async function outputOf(command, wanted) {
 // A profile for several hosts; deleted after the test.
 async function profileFor(t) {
   const profile = await makeProfile();
-  t.after(() => rm(profile, { recursive: true, force: true }));
+  t.after(() => removeProfile(profile));
   return profile;
 }
 

@@ -1,12 +1,11 @@
 // Tests which libraries the host loads from its own folder: those of the vendors, and no other.
 import assert from 'node:assert/strict';
 import { copyFileSync, existsSync, mkdirSync, readFileSync, rmSync, writeFileSync } from 'node:fs';
-import { rm } from 'node:fs/promises';
 import { dirname, join } from 'node:path';
 import { after, before, beforeEach, test } from 'node:test';
 import { fileURLToPath } from 'node:url';
-import { windowsPath } from '../../tools/wine/prefix.mjs';
-import { makeProfile, startHost } from './support/host.mjs';
+import { makeProfile, removeProfile, startHost } from './support/host.mjs';
+import { windowsPath } from './support/machine.mjs';
 import { startServer } from './support/server.mjs';
 
 const kBin = join(dirname(fileURLToPath(import.meta.url)), '../../build/windows/bin');
@@ -56,7 +55,7 @@ before(async () => {
 });
 after(async () => {
   await server.close();
-  await rm(profile, { recursive: true, force: true });
+  await removeProfile(profile);
 });
 beforeEach(() => rmSync(record, { force: true }));
 

@@ -3,7 +3,7 @@ import assert from 'node:assert/strict';
 import { readdir, writeFile } from 'node:fs/promises';
 import { join } from 'node:path';
 import { after, before, test } from 'node:test';
-import { windowsPath } from '../../tools/wine/prefix.mjs';
+import { windowsPath } from './support/machine.mjs';
 import { kChild, kClosed, ownProfile, withLocalServers } from './support/mcp_children.mjs';
 import { startServer } from './support/server.mjs';
 

@@ -1,12 +1,12 @@
 // Tests that no process of the local servers is left when the window closes or the host is killed,
 // whatever the servers are doing at that moment.
 import assert from 'node:assert/strict';
-import { rm, writeFile } from 'node:fs/promises';
+import { writeFile } from 'node:fs/promises';
 import { join } from 'node:path';
 import { after, before, test } from 'node:test';
-import { windowsPath } from '../../tools/wine/prefix.mjs';
-import { makeProfile, writeConfig } from './support/host.mjs';
+import { makeProfile, removeProfile, writeConfig } from './support/host.mjs';
 import { endAlone, remains, startLonelyHost } from './support/lonely_host.mjs';
+import { windowsPath } from './support/machine.mjs';
 import { endlessly, kChild, kClosed, mcpChild, request, says } from './support/mcp_children.mjs';
 import { startServer } from './support/server.mjs';
 import { until } from './support/waiting.mjs';
@@ -26,7 +26,7 @@ before(async () => {
 });
 after(async () => {
   await page?.close();
-  await rm(profile, { recursive: true, force: true });
+  await removeProfile(profile);
 });
 
 const kBegun = 'begun';

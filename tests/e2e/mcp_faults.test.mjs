@@ -4,8 +4,8 @@ import assert from 'node:assert/strict';
 import { readFile, writeFile } from 'node:fs/promises';
 import { join } from 'node:path';
 import { after, before, test } from 'node:test';
-import { windowsPath } from '../../tools/wine/prefix.mjs';
 import { callTool, kEcho, letTimeOut } from './support/calls.mjs';
+import { windowsPath } from './support/machine.mjs';
 import {
   endlessly, kChild, kClosed, mcpChild, notification, ownProfile, request, says, withLocalServers,
 } from './support/mcp_children.mjs';

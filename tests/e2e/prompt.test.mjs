@@ -2,11 +2,11 @@
 import assert from 'node:assert/strict';
 import { execFile } from 'node:child_process';
 import { existsSync } from 'node:fs';
-import { appendFile, rm } from 'node:fs/promises';
+import { appendFile } from 'node:fs/promises';
 import { join } from 'node:path';
 import { after, before, test } from 'node:test';
 import { promisify } from 'node:util';
-import { configFile, makeProfile, startHost } from './support/host.mjs';
+import { configFile, makeProfile, removeProfile, startHost } from './support/host.mjs';
 import { startServer } from './support/server.mjs';
 import { until } from './support/waiting.mjs';
 
@@ -129,7 +129,7 @@ test('an accepted address is saved and shown, and the next start does not ask', 
       await again.waitForLine('[Server] loading ');
       assert.match(again.log[0], /\(from "server" in /);
       assert.equal(await again.close(), 0);
-      await rm(profile, { recursive: true, force: true });
+      await removeProfile(profile);
     });
   }
 });
@@ -150,7 +150,7 @@ test('a cancelled prompt ends the program and saves nothing', async (t) => {
       assert.equal(await prompt.host.ended(), 0);
       assert.deepEqual(prompt.host.log, [kCancelled]);
       assert.equal(existsSync(configFile(profile)), false);
-      await rm(profile, { recursive: true, force: true });
+      await removeProfile(profile);
     });
   }
 });
@@ -268,7 +268,7 @@ test("the prompt has the user's accent colour and DPI", async (t) => {
       assert.equal(window.rect[2] - window.rect[0], (480 * atDpi) / 96);
       await host.keys('Escape');
       assert.equal(await host.ended(), 0);
-      await rm(profile, { recursive: true, force: true });
+      await removeProfile(profile);
     });
   }
 });

@@ -5,9 +5,10 @@ import { writeFile } from 'node:fs/promises';
 import { dirname, join } from 'node:path';
 import { after, before, beforeEach, test } from 'node:test';
 import { fileURLToPath } from 'node:url';
-import { profileFiles, windowsPath } from '../../tools/wine/prefix.mjs';
+import { profileFiles } from '../../tools/wine/prefix.mjs';
 import { holdings } from './support/holdings.mjs';
 import { startHost, writeConfig } from './support/host.mjs';
+import { windowsPath } from './support/machine.mjs';
 import { startServer } from './support/server.mjs';
 import { until } from './support/waiting.mjs';
 

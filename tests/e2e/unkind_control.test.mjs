@@ -2,11 +2,10 @@
 // settings of the development runtime are tested.
 import assert from 'node:assert/strict';
 import { readFileSync } from 'node:fs';
-import { rm } from 'node:fs/promises';
 import { after, before, test } from 'node:test';
 import { profileFiles } from '../../tools/wine/prefix.mjs';
 import { makeCertificate, trustFlag } from './support/certificate.mjs';
-import { makeProfile, replaceConfig, startHost } from './support/host.mjs';
+import { makeProfile, removeProfile, replaceConfig, startHost } from './support/host.mjs';
 import { startServer } from './support/server.mjs';
 import { until } from './support/waiting.mjs';
 
@@ -234,7 +233,7 @@ test('the control learns that its window has moved', async () => {
   await host.probe('move', 30, 40, 1000, 700);
   await until('the event', () => moves() > before, { context: host.context });
   assert.equal(await host.close(), 0);
-  await rm(profile, { recursive: true, force: true });
+  await removeProfile(profile);
 });
 
 test('a slow start of the browser, which dispatches messages, holds up nothing and keeps the order', async () => {
@@ -282,7 +281,7 @@ test('messages that the control dispatches while it closes start no servers and 
   assert.deepEqual(host.log.slice(from), []);
   assert.equal(events().split('\n').filter((line) => line.includes('"closing"')).length, 1);
   assert.match(events(), /"closed","hasParent":true/);
-  await rm(profile, { recursive: true, force: true });
+  await removeProfile(profile);
 });
 
 // The documented error codes, and where the control reports them.
@@ -326,7 +325,7 @@ test('a control that gives up while its window is destroyed does no harm', async
   await host.window();
   assert.equal(await host.close(), 0);
   assert.match(readFileSync(profileFiles(profile).events, 'utf8'), /"event":"aborted"/);
-  await rm(profile, { recursive: true, force: true });
+  await removeProfile(profile);
 });
 
 const kSourceUnknown = { fail: true, null: true, empty: false }; // whether a message is taken

@@ -1,9 +1,9 @@
 // Tests the main window with real keys and a real mouse: shortcuts, log panel, sizes.
 import assert from 'node:assert/strict';
-import { appendFile, rm } from 'node:fs/promises';
+import { appendFile } from 'node:fs/promises';
 import { join } from 'node:path';
 import { after, before, test } from 'node:test';
-import { makeProfile, startHost } from './support/host.mjs';
+import { makeProfile, removeProfile, startHost } from './support/host.mjs';
 import { startServer } from './support/server.mjs';
 import { until } from './support/waiting.mjs';
 
@@ -124,7 +124,7 @@ test('the smallest size depends on the DPI, the first size does not', async (t) 
         }, { context: scaled.context });
       }
       assert.equal(await scaled.close(), 0);
-      await rm(profile, { recursive: true, force: true });
+      await removeProfile(profile);
     });
   }
 });

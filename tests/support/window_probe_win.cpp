@@ -4,7 +4,8 @@
 //   window [CLASS]          describes the visible top-level window of that class; without CLASS,
 //                           the main window of the host ("the window" below)
 //   panel                   describes the log panel of the window
-//   controls CLASS          describes the children of the visible top-level window of that class
+//   controls CLASS          describes the children of the visible top-level window of that class,
+//                           with the names that screen readers get
 //   away                    gives the keyboard focus to a window of this program
 //   windows                 describes all visible top-level windows of the host's process
 //   send WHO MSG W L        SendMessage with numbers only; WHO is window or panel
@@ -49,6 +50,7 @@
 #include <windows.h>
 
 #include <tlhelp32.h>
+#include <oleacc.h>
 #include <wincrypt.h>
 
 namespace wendra {
@@ -128,10 +130,28 @@ HWND FocusOf(HWND window) {
   return info.hwndFocus;
 }
 
+// "" if the control has no name.
+std::string AccessibleName(HWND control) {
+  ComOwner<IAccessible> accessible;
+  if (FAILED(AccessibleObjectFromWindow(control, static_cast<DWORD>(OBJID_CLIENT), IID_IAccessible,
+                                        reinterpret_cast<void**>(accessible.Receive())))) {
+    return {};
+  }
+  VARIANT self{};
+  self.vt = VT_I4;
+  self.lVal = CHILDID_SELF;
+  BSTR name = nullptr;
+  if (accessible->get_accName(self, &name) != S_OK || !name) return {};
+  std::string text = Narrow(name);
+  SysFreeString(name);
+  return text;
+}
+
 BOOL CALLBACK AddControl(HWND control, LPARAM parameter) {
   Json json = WindowJson(control);
   json.members.emplace_back("id", static_cast<long long>(GetDlgCtrlID(control)));
   json.members.emplace_back("focused", FocusOf(control) == control);
+  json.members.emplace_back("accessibleName", AccessibleName(control));
   reinterpret_cast<Json*>(parameter)->items.push_back(std::move(json));
   return TRUE;
 }
@@ -470,6 +490,7 @@ void AnswerAll() {
 }  // namespace wendra
 
 int main() {
+  if (FAILED(CoInitializeEx(nullptr, COINIT_MULTITHREADED))) return 1;
   wendra::AnswerAll();
   return 0;
 }

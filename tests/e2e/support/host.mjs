@@ -1,32 +1,22 @@
-// Starts the host with tools/launch, as a developer does by hand, and drives it.
-import { existsSync, mkdirSync, readFileSync, realpathSync } from 'node:fs';
-import { mkdtemp, readFile, rename, rm, writeFile } from 'node:fs/promises';
-import { tmpdir } from 'node:os';
-import { dirname, join } from 'node:path';
-import { fileURLToPath } from 'node:url';
-import {
-  openedInBrowserFile,
-  prefixOf,
-  profileFiles,
-  removeServerFolder,
-  wineEnvironment,
-} from '../../../tools/wine/prefix.mjs';
-import { ended, isAlive, processesOf, spawnTied } from '../../../tools/wine/processes.mjs';
+// Starts the host and drives it from outside.
+import { mkdirSync } from 'node:fs';
+import { readFile, rename, writeFile } from 'node:fs/promises';
+import { basename, dirname, join } from 'node:path';
 import { endsWithFile } from './leftovers.mjs';
 import { Lines } from './lines.mjs';
+import { Launch, makeProfile, removeProfile } from './machine.mjs';
 import { Page } from './page.mjs';
-import { Screen } from './screen.mjs';
-import { WindowProbe } from './window_probe.mjs';
+import { ProbeProgram } from './probe_program.mjs';
 import { inTime, kPatienceMs, until } from './waiting.mjs';
 
-const kRoot = join(dirname(fileURLToPath(import.meta.url)), '../../..');
+export { makeProfile, removeProfile };
+
 const kShownLines = 40; // the last lines of the log that an error shows
+// A folder for pictures of the screen, one before each normal end of a host.
+const kPictures = process.env.WENDRA_CHECK_PICTURES;
+let pictures = 0;
 
 export const configFile = (profile) => join(profile, '.config/wendra/config.json');
-
-export async function makeProfile() {
-  return realpathSync(await mkdtemp(join(tmpdir(), 'wendra-e2e-')));
-}
 
 // Writes config.json. `config` is a text, or a value that is written as JSON.
 export async function writeConfig(profile, config) {
@@ -73,10 +63,10 @@ export async function startHost(wanted = {}) {
 
 class Host {
   page; // set by connectPage
-  exit; // resolves with {code, signal} of tools/launch
-  kill; // ends tools/launch with SIGKILL
+  exit; // resolves with {code, signal} of the launch
+  kill; // ends the host at once
   #wanted;
-  #child;
+  #launch;
   #out;
   #messages;
   #screen;
@@ -90,23 +80,16 @@ class Host {
 
   start() {
     const { address, args = [], lang, env, options = [] } = this.#wanted;
-    const language = lang ? ['--lang', lang] : [];
     const given = address === undefined ? args : [address, ...args];
-    const parameters = ['--profile', this.profile, ...language, ...options, '--', ...given];
-    this.#child = spawnTied(join(kRoot, 'tools/launch'), parameters, {
-      // When the test process ends, the window is closed the normal way.
-      deathSignal: 'TERM',
-      env: { ...process.env, DISPLAY: '', ...env },
-      stdio: ['ignore', 'pipe', 'pipe'],
-    });
-    this.exit = ended(this.#child);
+    this.#launch = new Launch(this.profile, { args: given, lang, env, options });
+    this.exit = this.#launch.exit;
     this.kill = endsWithFile(() => this.#kill());
-    this.#out = new Lines(this.#child.stdout);
-    this.#messages = new Lines(this.#child.stderr);
+    this.#out = new Lines(this.#launch.log);
+    this.#messages = new Lines(this.#launch.messages);
   }
 
   get pid() {
-    return this.#child.pid;
+    return this.#launch.pid;
   }
 
   // The lines of the host's log so far.
@@ -154,9 +137,9 @@ class Host {
 
   // Connects host.page and waits until its document has loaded.
   async connectPage() {
-    const portFile = join(profileFiles(this.profile).browserData, 'DevToolsActivePort');
-    await this.#running(); // before, the file may be that of an earlier launch with this profile
-    this.page = await Page.connect(portFile, this.context);
+    await this.#running();
+    const { portFile, controlIsClient } = this.#launch;
+    this.page = await Page.connect(portFile, { controlIsClient, context: this.context });
     await this.page.loaded();
     return this.page;
   }
@@ -205,14 +188,14 @@ class Host {
   }
 
   async screen() {
-    this.#screen ??= new Screen((await this.#running()).display);
+    await this.#running();
+    this.#screen ??= this.#launch.makeScreen();
     return this.#screen;
   }
 
   // The addresses that the host has opened in the default browser.
   async openedInBrowser() {
-    const file = openedInBrowserFile(this.profile);
-    return existsSync(file) ? (await readFile(file, 'utf8')).trimEnd().split('\n') : [];
+    return this.#launch.openedInBrowser();
   }
 
   async waitForOpenedInBrowser(address) {
@@ -227,18 +210,21 @@ class Host {
     return readFile(configFile(this.profile), 'utf8');
   }
 
-  // The ids of all running processes in this host's Wine prefix.
+  // The ids of all running processes of this host's user.
   processes() {
-    return processesOf(prefixOf(this.profile));
+    return this.#launch.processes();
   }
 
   signal(name) {
-    this.#child.kill(name);
+    this.#launch.signal(name);
   }
 
   // Closes the window the normal way, unless the host has ended already. Gives the exit code.
   async close() {
-    if (isAlive(this.pid)) this.signal('SIGTERM');
+    if (this.#launch.isRunning) {
+      if (kPictures) await this.#keepPicture();
+      this.#launch.requestClose();
+    }
     return this.ended();
   }
 
@@ -250,7 +236,7 @@ class Host {
   }
 
   async #kill() {
-    this.signal('SIGKILL');
+    this.#launch.kill();
     await this.exit;
     await this.#cleanUp();
   }
@@ -259,31 +245,31 @@ class Host {
     this.kill.isDone();
     this.page?.close();
     await this.#probe?.close();
-    const gone = () => this.processes().length === 0;
-    await until('the end of all processes', gone, {
+    await this.#screen?.close();
+    const remaining = () => this.#launch.remaining();
+    await until('the end of all processes', () => remaining().length === 0, {
       timeoutMs: kPatienceMs / 4,
-      context: () => `still there: ${this.processes().join(' ')}`,
+      context: () => `still there: ${remaining().join(' ')}`,
     });
     const whole = Promise.all([this.#out.whole, this.#messages.whole]);
     await inTime('the end of the log', whole, { context: this.context });
-    removeServerFolder(prefixOf(this.profile)); // after SIGKILL it is still there
-    if (!this.#wanted.profile) await rm(this.profile, { recursive: true, force: true });
+    this.#launch.tidy();
+    if (!this.#wanted.profile) await removeProfile(this.profile);
   }
 
-  // Waits until tools/launch has started everything; gives its facts: process id, display,
-  // language.
+  async #keepPicture() {
+    pictures += 1;
+    const test = basename(process.argv[1], '.test.mjs');
+    await this.screenshot(join(kPictures, `${test}-${pictures}.png`));
+  }
+
   async #running() {
-    const file = profileFiles(this.profile).launch;
-    const read = () => {
-      const running = JSON.parse(readFileSync(file, 'utf8'));
-      return running.pid === this.pid && running;
-    };
-    return until('the launch', read, { context: this.context });
+    await until('the launch', () => this.#launch.isUp(), { context: this.context });
   }
 
   async #windowProbe() {
-    const { display, lang } = await this.#running();
-    this.#probe ??= new WindowProbe(wineEnvironment(this.profile, { display, lang }));
+    await this.#running();
+    this.#probe ??= new ProbeProgram(this.#launch.startProgram('window_probe.exe'));
     return this.#probe;
   }
 }

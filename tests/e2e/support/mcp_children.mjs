@@ -1,11 +1,10 @@
 // Local MCP servers that do what their arguments say, and words for these arguments.
 // tests/support/mcp_child_win.cpp lists all words.
 import assert from 'node:assert/strict';
-import { rm } from 'node:fs/promises';
 import { dirname, join } from 'node:path';
 import { fileURLToPath } from 'node:url';
-import { windowsPath } from '../../../tools/wine/prefix.mjs';
-import { makeProfile, startHost } from './host.mjs';
+import { windowsPath } from './machine.mjs';
+import { makeProfile, removeProfile, startHost } from './host.mjs';
 
 const kRoot = join(dirname(fileURLToPath(import.meta.url)), '../../..');
 
@@ -38,6 +37,6 @@ export async function withLocalServers(page, mcpServers, use, wanted = {}) {
 // A profile in which a test can make files before the host is started. Deleted after the test.
 export async function ownProfile(t) {
   const profile = await makeProfile();
-  t.after(() => rm(profile, { recursive: true, force: true }));
+  t.after(() => removeProfile(profile));
   return profile;
 }

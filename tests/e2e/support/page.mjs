@@ -34,8 +34,9 @@ export class Page {
   #waiting = new Map();
   #onEvent;
 
-  // `portFile`: Chromium's file DevToolsActivePort. Waits until the host has its page.
-  static async connect(portFile, context) {
+  // `portFile`: Chromium's file DevToolsActivePort. `controlIsClient`: the host's control is a client
+  // of the DevTools protocol too. Waits until the host has its page.
+  static async connect(portFile, { controlIsClient, context }) {
     const [port, path] = await until(
       'the browser',
       async () => {
@@ -46,9 +47,9 @@ export class Page {
     );
     const page = new Page(context);
     await page.#open(`ws://127.0.0.1:${port}${path}`);
-    // Wait until the host's control is attached to the page: a test that attaches first would take
-    // the page away from the control.
-    const target = await until("the host's page", () => page.#attachedTarget(), { context });
+    // Wait until a control that is a client is attached to the page: a test that attaches first
+    // would take the page away from the control.
+    const target = await until("the host's page", () => page.#hostTarget(controlIsClient), { context });
     const { sessionId } = await page.#call('Target.attachToTarget', {
       targetId: target.targetId,
       flatten: true,
@@ -179,9 +180,10 @@ export class Page {
     });
   }
 
-  async #attachedTarget() {
+  async #hostTarget(mustBeAttached) {
     const { targetInfos } = await this.#call('Target.getTargets');
-    return targetInfos.find((target) => target.type === 'page' && target.attached);
+    const fits = ({ type, attached }) => type === 'page' && (attached || !mustBeAttached);
+    return targetInfos.find(fits);
   }
 
   #call(method, params = {}, sessionId = undefined) {

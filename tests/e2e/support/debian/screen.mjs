@@ -53,6 +53,8 @@ export class Screen {
     await this.#run('xdotool', 'mouseup', 1);
   }
 
+  close() {} // keeps nothing open
+
   async screenshot(file) {
     await this.#run('import', '-window', 'root', `png:${file}`);
   }

@@ -1,0 +1,55 @@
+// Drives the screen of Windows: presses keys, moves the mouse, takes pictures. The members are those
+// of ../debian/screen.mjs.
+import { ProbeProgram } from '../probe_program.mjs';
+
+export class Screen {
+  #program;
+
+  // `child`: a running screen.exe.
+  constructor(child) {
+    this.#program = new ProbeProgram(child);
+  }
+
+  async keys(...combinations) {
+    await this.#program.ask('keys', ...combinations);
+  }
+
+  async focusedWindow() {
+    return (await this.#program.ask('focused')).title;
+  }
+
+  async type(text) {
+    await this.#program.ask('type', JSON.stringify(text));
+  }
+
+  async moveMouse(x, y) {
+    await this.#program.ask('move', Math.round(x), Math.round(y));
+  }
+
+  async click(x, y, { button = 1, keys = [] } = {}) {
+    await this.moveMouse(x, y);
+    for (const key of keys) await this.#program.ask('hold', key);
+    await this.#program.ask('press', button);
+    await this.#program.ask('release', button);
+    for (const key of keys) await this.#program.ask('free', key);
+  }
+
+  async press(x, y) {
+    await this.moveMouse(x, y);
+    await this.#program.ask('press', 1);
+  }
+
+  async drag(from, to) {
+    await this.press(...from);
+    await this.moveMouse(...to);
+    await this.#program.ask('release', 1);
+  }
+
+  async screenshot(file) {
+    await this.#program.ask('picture', JSON.stringify(file));
+  }
+
+  async close() {
+    await this.#program.close();
+  }
+}
