@@ -3,7 +3,8 @@
 set(WENDRA_SANITIZERS "" CACHE STRING "Value for -fsanitize=, empty for none (native builds only)")
 option(WENDRA_FUZZERS "Build the fuzzers (clang only)" OFF)
 
-set(CMAKE_RUNTIME_OUTPUT_DIRECTORY "${CMAKE_BINARY_DIR}/bin")
+# The empty expression keeps Visual Studio from adding a folder for each configuration.
+set(CMAKE_RUNTIME_OUTPUT_DIRECTORY "${CMAKE_BINARY_DIR}/bin$<0:>")
 
 set(CMAKE_EXPORT_COMPILE_COMMANDS ON)
 
@@ -95,7 +96,17 @@ function(wendra_program name folder)
   add_executable(${name} ${ARG_SOURCES})
   target_link_libraries(${name} PRIVATE ${ARG_LIBS})
   set_target_properties(${name} PROPERTIES
-    RUNTIME_OUTPUT_DIRECTORY "${CMAKE_BINARY_DIR}/bin/${folder}")
+    RUNTIME_OUTPUT_DIRECTORY "${CMAKE_BINARY_DIR}/bin/${folder}$<0:>")
+endfunction()
+
+# wendra_wide_main(name [WINDOWED]): the program begins with wmain; a WINDOWED one, which gets no
+# console, with wWinMain.
+function(wendra_wide_main name)
+  cmake_parse_arguments(PARSE_ARGV 1 ARG "WINDOWED" "" "")
+  set_target_properties(${name} PROPERTIES WIN32_EXECUTABLE ${ARG_WINDOWED})
+  if(MINGW)
+    target_link_options(${name} PRIVATE -municode)
+  endif()
 endfunction()
 
 # wendra_test(name [OPTIMIZED] [THREADS ...] SOURCES ... [LIBS ...]): a GoogleTest program in

@@ -22,6 +22,7 @@ const kLongerLimitsMs = [
   [/^e2e-exec$/, 6 * 60_000], // a thousand actions; many start a shell and a program under Wine
   // Many cases, and each starts a host.
   [/^e2e-(failing_start|mcp_bounds|mcp_ending|prompt|startup|unkind_control|update)$/, 6 * 60_000],
+  [/^check-check$/, 6 * 60_000], // many tests of the program, and of its units
   [/^vendor-/, 6 * 60_000], // fetches a package, and compiles a dozen programs
   [/^e2e-conformance$/, 6 * 60_000], // the whole official suite in one test, a host for each part
 ];
@@ -222,6 +223,11 @@ const suites = {
   tools: { needs: ['programs'], units: () => nodeTests('tools') },
   page: { needs: [], units: () => nodeTests('page') },
   e2e: { needs: ['programs'], units: () => nodeTests('e2e') },
+  check: {
+    needs: ['windows'],
+    units: () => ['report', 'check'].map((name) =>
+      nodeTest(kWaiting, `check-${name}`, `tests/windows/${name}.test.mjs`)),
+  },
   // Skips its tests where the vendor's packages cannot be had.
   vendor: { needs: ['programs'], units: () => nodeTests('vendor') },
   // Each benchmark runs once, to check its results. docs/testing.md says how to measure.

@@ -1,7 +1,13 @@
 // Checks Wendra on this Windows machine: unit tests, end-to-end tests, and questions that only the
 // machine can answer. check.cmd starts it; docs/windows.md describes it.
 //
-//   check.cmd [--report DIR] [--programs DIR] [--host FILE] [--only NAME,NAME...] [--this-account]
+//   check.cmd [--report DIR] [--programs DIR] [--vendor DIR] [--only NAME,NAME...] [--this-account]
+//
+//   --report        gets the report; default build/windows-check
+//   --programs      the built programs and tests; default build/windows/bin, as it comes from
+//                   Debian, else build/msvc-tests/bin, which is built if it is missing
+//   --vendor        WebView2Loader.dll and WinSparkle.dll; default this folder
+//   --only          some tests, see run_all.mjs
 //
 // The tests use the profile of the Windows account in which they run, and delete the host's files in
 // it. Therefore they run in an account of their own, which is made for the check and deleted
@@ -11,17 +17,21 @@
 // Exit codes: 0 nothing failed, 1 something failed, 2 the check could not begin.
 import { execFileSync, spawnSync } from 'node:child_process';
 import { cpSync, existsSync, mkdirSync, mkdtempSync, readFileSync, rmSync } from 'node:fs';
-import { homedir, release } from 'node:os';
+import { homedir, release, tmpdir } from 'node:os';
 import { dirname, join, resolve } from 'node:path';
 import { fileURLToPath } from 'node:url';
 import { parseArgs } from 'node:util';
 import { runtimeVersion } from './runtime.mjs';
 
-const kRoot = join(dirname(fileURLToPath(import.meta.url)), '../..');
+const kHere = dirname(fileURLToPath(import.meta.url));
+const kRoot = join(kHere, '../..');
 const kModules = join(kRoot, 'tests/e2e/node_modules');
 const kOldestNode = 20;
 const kLibraries = ['WebView2Loader.dll', 'WinSparkle.dll'];
-const kHelpers = ['host_launch.exe', 'mcp_child.exe', 'own_account.exe', 'screen.exe', 'test_child.exe', 'window_probe.exe'];
+const kPrograms = [
+  'host_launch.exe', 'mcp_child.exe', 'own_account.exe', 'screen.exe', 'test_child.exe', 'wendra.exe',
+  'window_probe.exe', 'tests/windows_facts.exe',
+];
 const kStandInMark = Buffer.from('WENDRA_DEV_', 'utf16le'); // in the stand-ins for the libraries
 const isStandInWanted = Boolean(process.env.WENDRA_DEV_BROWSER); // the development runtime sets it
 
@@ -31,9 +41,9 @@ function readOptions() {
   try {
     return parseArgs({
       options: {
-        report: { type: 'string', default: 'build/windows-check' },
-        programs: { type: 'string', default: 'build/windows/bin' },
-        host: { type: 'string' },
+        report: { type: 'string', default: join(kRoot, 'build/windows-check') },
+        programs: { type: 'string' },
+        vendor: { type: 'string', default: kHere },
         only: { type: 'string' },
         'this-account': { type: 'boolean', default: false },
       },
@@ -55,25 +65,29 @@ function needSystem() {
   }
 }
 
-// Builds with Visual Studio what is not there.
-function needPrograms(programs, host) {
-  if (!existsSync(join(programs, 'tests'))) {
+// The folder with the programs. Without any they are built with Visual Studio.
+function needPrograms(wanted) {
+  const built = join(kRoot, 'build/msvc-tests/bin');
+  const choices = wanted ? [resolve(wanted)] : [join(kRoot, 'build/windows/bin'), built];
+  let programs = choices.find((folder) => existsSync(folder));
+  if (!programs && !wanted) {
+    programs = built;
     for (const args of [['--preset', 'msvc-tests'], ['--build', '--preset', 'msvc-tests']]) {
       const { status } = spawnSync('cmake', args, { cwd: kRoot, stdio: 'inherit' });
-      if (status !== 0) {
-        throw new CannotBegin(`there are no built programs in ${programs}, and they cannot be built here. ` +
-          'Copy build/windows/bin from a Debian machine after ./test, or install Visual Studio 2022.');
-      }
+      if (status === 0) continue;
+      throw new CannotBegin('there are no built programs, and they cannot be built here. Copy build/windows/bin ' +
+        'from a Debian machine after ./test, or install Visual Studio 2022 with CMake.');
     }
   }
-  const missing = kHelpers.map((name) => join(programs, name)).concat(host).filter((file) => !existsSync(file));
-  if (missing.length) throw new CannotBegin(`missing: ${missing.join(', ')}`);
+  const missing = kPrograms.filter((name) => !existsSync(join(programs ?? choices[0], name)));
+  if (missing.length) throw new CannotBegin(`missing in ${choices[0]}: ${missing.join(', ')}`);
+  return programs;
 }
 
-function needLibraries(host) {
+function needLibraries(vendor) {
   for (const name of kLibraries) {
-    const file = join(dirname(host), name);
-    if (!existsSync(file)) throw new CannotBegin(`${name} is missing: put the vendor's file beside wendra.exe`);
+    const file = join(vendor, name);
+    if (!existsSync(file)) throw new CannotBegin(`${file} is missing: put the vendor's file there`);
     if (!isStandInWanted && readFileSync(file).includes(kStandInMark)) {
       throw new CannotBegin(`${file} is the development stand-in: put the vendor's file in its place`);
     }
@@ -100,61 +114,76 @@ function needUnusedAccount() {
   }
 }
 
-const runnerOptions = ({ only }) => (only ? ['--only', only] : []);
+function needAdministrator() {
+  if (spawnSync('net', ['session'], { stdio: 'ignore' }).status === 0) return;
+  throw new CannotBegin('making an account for the check needs the rights of an administrator. ' +
+    "Start this from an administrator's prompt, or use --this-account in an account without Wendra.");
+}
 
-function runHere({ report, programs, host, ...rest }) {
-  needUnusedAccount();
-  const script = join(kRoot, 'tests/windows/run_all.mjs');
-  const args = [script, report, '--programs', programs, '--host', host, ...runnerOptions(rest)];
-  return spawnSync(process.execPath, args, { stdio: 'inherit' }).status;
+// A copy of the programs with the vendor's libraries beside them.
+function copyPrograms({ programs, vendor }, folder) {
+  const copy = join(folder, 'programs');
+  cpSync(programs, copy, { recursive: true });
+  for (const name of kLibraries) cpSync(join(vendor, name), join(copy, name));
+  return copy;
+}
+
+const runnerArguments = (root, report, programs, { only }) => [
+  join(root, 'tests/windows/run_all.mjs'), report, '--programs', programs, ...(only ? ['--only', only] : []),
+];
+
+function runHere(options) {
+  const folder = mkdtempSync(join(tmpdir(), 'wendra-check-'));
+  try {
+    const programs = isStandInWanted ? options.programs : copyPrograms(options, folder);
+    const args = runnerArguments(kRoot, options.report, programs, options);
+    return spawnSync(process.execPath, args, { stdio: 'inherit' }).status;
+  } finally {
+    rmSync(folder, { recursive: true, force: true, maxRetries: 20 });
+  }
 }
 
 // Copies all that the tests need to a folder that another account can read, and runs them there.
-function runInOwnAccount({ report, programs, host, ...rest }) {
-  if (spawnSync('net', ['session'], { stdio: 'ignore' }).status !== 0) {
-    throw new CannotBegin('making an account for the check needs the rights of an administrator. ' +
-      'Start this from an administrator\'s prompt, or use --this-account in an account without Wendra.');
-  }
+function runInOwnAccount(options) {
   const folder = mkdtempSync(join(process.env.ProgramData, 'wendra-check-'));
   try {
     for (const part of ['tests', 'tools', 'page']) {
       cpSync(join(kRoot, part), join(folder, part), { recursive: true });
     }
-    const copies = { programs: join(folder, 'programs'), host: join(folder, 'host') };
-    cpSync(programs, copies.programs, { recursive: true });
-    mkdirSync(copies.host);
-    for (const name of kLibraries) cpSync(join(dirname(host), name), join(copies.host, name));
-    cpSync(host, join(copies.host, 'wendra.exe'));
-    cpSync(process.execPath, join(folder, 'node.exe'));
+    const programs = copyPrograms(options, folder);
+    const node = join(folder, 'node.exe');
+    cpSync(process.execPath, node);
     const result = join(folder, 'report');
     mkdirSync(result);
     execFileSync('icacls', [result, '/grant', '*S-1-5-32-545:(OI)(CI)M'], { stdio: 'ignore' }); // Users
-    const { status } = spawnSync(join(copies.programs, 'own_account.exe'), [
-      join(folder, 'node.exe'), join(folder, 'tests/windows/run_all.mjs'), result,
-      '--programs', copies.programs, '--host', join(copies.host, 'wendra.exe'), ...runnerOptions(rest),
-    ], { stdio: 'inherit' });
-    cpSync(result, report, { recursive: true });
+    const { status } = spawnSync(join(programs, 'own_account.exe'),
+      [node, ...runnerArguments(folder, result, programs, options)], { stdio: 'inherit' });
+    cpSync(result, options.report, { recursive: true });
     return status;
   } finally {
     rmSync(folder, { recursive: true, force: true, maxRetries: 20 });
   }
 }
 
-try {
+function main() {
   const options = readOptions();
-  const absolute = (path) => resolve(kRoot, path);
-  const programs = absolute(options.programs);
-  const host = options.host ? absolute(options.host) : join(programs, 'wendra.exe');
-  const report = absolute(options.report);
   needSystem();
-  needPrograms(programs, host);
-  needLibraries(host);
+  const report = resolve(options.report);
+  const vendor = resolve(options.vendor);
+  needLibraries(vendor);
+  const programs = needPrograms(options.programs);
   needModules();
+  if (options['this-account']) needUnusedAccount();
+  else needAdministrator();
   rmSync(report, { recursive: true, force: true });
   mkdirSync(report, { recursive: true });
   const run = options['this-account'] ? runHere : runInOwnAccount;
-  process.exitCode = run({ report, programs, host, only: options.only });
+  process.exitCode = run({ ...options, report, programs, vendor });
   console.log(`report: ${join(report, 'index.html')}`);
+}
+
+try {
+  main();
 } catch (error) {
   if (!(error instanceof CannotBegin)) throw error;
   console.error(`check: ${error.message}`);

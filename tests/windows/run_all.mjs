@@ -1,7 +1,7 @@
 // Runs the unit tests, the end-to-end tests and the questions in the account in which it is started,
 // and writes the report: index.html, results.json and the folder pictures. check.mjs starts it.
 //
-//   node run_all.mjs REPORT [--programs DIR] [--host FILE] [--only NAME,NAME...]
+//   node run_all.mjs REPORT [--programs DIR] [--only NAME,NAME...]
 //
 // NAME is a file of end-to-end tests without ".test.mjs", a test program without ".exe", or "facts".
 //
@@ -33,11 +33,10 @@ const { values: options, positionals: [reportFolder] } = parseArgs({
   allowPositionals: true,
   options: {
     programs: { type: 'string', default: join(kRoot, 'build/windows/bin') },
-    host: { type: 'string' },
     only: { type: 'string' },
   },
 });
-const kHost = options.host ?? join(options.programs, 'wendra.exe');
+const kHost = join(options.programs, 'wendra.exe');
 const kPictures = join(reportFolder, 'pictures');
 const kTests = join(options.programs, 'tests');
 
@@ -49,7 +48,6 @@ const isStandIn = Boolean(process.env.WENDRA_DEV_BROWSER);
 Object.assign(process.env, {
   WENDRA_CHECK_ACCOUNT: '1',
   WENDRA_CHECK_PROGRAMS: options.programs,
-  WENDRA_CHECK_HOST: kHost,
   WENDRA_CHECK_PICTURES: kPictures,
 });
 if (isStandIn) process.env.WENDRA_DEV_SHARED = '1'; // each host gets a page of its own

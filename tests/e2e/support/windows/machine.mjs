@@ -14,7 +14,7 @@ import { Screen } from './screen.mjs';
 
 const kRoot = join(dirname(fileURLToPath(import.meta.url)), '../../../..');
 const kPrograms = process.env.WENDRA_CHECK_PROGRAMS ?? join(kRoot, 'build/windows/bin');
-const kHost = process.env.WENDRA_CHECK_HOST ?? join(kPrograms, 'wendra.exe');
+const kHost = join(kPrograms, 'wendra.exe');
 const kBrowserData = join(homedir(), 'AppData/Local/Wendra/WebView2');
 const kUpdateSettings = 'HKCU\\Software\\Wendra.Desktop';
 const kNoRuntime = 'WENDRA_DEV_NO_RUNTIME';
@@ -52,6 +52,7 @@ export async function removeProfile() {
 // The variables of the host. `wanted` may hold settings of the development runtime.
 function environmentFor(wanted = {}) {
   const { [kNoRuntime]: noRuntime, ...others } = wanted;
+  if (others.WENDRA_DEV_HOST) throw new NotHere("needs tools/launch to start another program in the host's place");
   const standIn = Object.keys(others).find((name) => name.startsWith('WENDRA_DEV_'));
   if (standIn) throw new NotHere(`needs the stand-in for the control (${standIn})`);
   const environment = { ...process.env, ...others };
