@@ -3,7 +3,7 @@
 // ends.
 import { createServer } from 'node:http';
 import { readFile, stat } from 'node:fs/promises';
-import { extname, join, normalize } from 'node:path';
+import { extname, join, posix } from 'node:path';
 
 const kTypes = {
   '.css': 'text/css; charset=utf-8',
@@ -18,9 +18,9 @@ const kTypes = {
 const [folder, start = '/'] = process.argv.slice(2);
 
 // A path cannot leave the folder: it is made absolute, without "..", before the folder is put in
-// front.
+// front. To Windows a backslash is a separator too.
 const pathOf = (address) =>
-  normalize(decodeURIComponent(new URL(address, 'http://localhost').pathname));
+  posix.normalize(decodeURIComponent(new URL(address, 'http://localhost').pathname).replaceAll('\\', '/'));
 
 const isFolder = async (path) => (await stat(join(folder, path))).isDirectory();
 

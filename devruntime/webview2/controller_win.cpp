@@ -3,6 +3,7 @@
 #include <utility>
 
 #include "devruntime/base/event_file_win.h"
+#include "devruntime/webview2/event_args_win.h"
 #include "json/objects.h"
 
 #include <commctrl.h>
@@ -100,18 +101,25 @@ void Controller::Open(const std::shared_ptr<UiQueue>& queue,
   webView_ = ComRef<WebView>(new WebView(
       gate_, record_, settings, [creation](bool isUsable) { creation->OnPageOpened(isUsable); }));
   focus_->sender = this;
-  window_ = PageWindow::Open(
-      parent_, record_->Events(),
-      [queue, creation](bool isOpen) {
-        queue->Post([creation, isOpen] { creation->OnWindowOpened(isOpen); });
-      },
-      [queue, focus = focus_](bool hasFocus) {
-        queue->Post([focus, hasFocus] {
-          if (!focus->sender) return;
-          (hasFocus ? focus->got : focus->lost)
-              .Invoke(focus->sender, static_cast<IUnknown*>(nullptr));
-        });
-      });
+  window_ =
+      PageWindow::Open(parent_, record_->Events(),
+                       [queue, creation](bool isOpen) {
+                         queue->Post([creation, isOpen] { creation->OnWindowOpened(isOpen); });
+                       },
+                       {.onFocus =
+                            [queue, focus = focus_](bool hasFocus) {
+                              queue->Post([focus, hasFocus] {
+                                if (!focus->sender) return;
+                                (hasFocus ? focus->got : focus->lost)
+                                    .Invoke(focus->sender, static_cast<IUnknown*>(nullptr));
+                              });
+                            },
+                        .onTabOut =
+                            [queue, focus = focus_](bool isBackward) {
+                              queue->Post([focus, isBackward] {
+                                if (focus->sender) focus->sender->OnTabOut(isBackward);
+                              });
+                            }});
   PageSession::Receivers receivers;
   // The page holds the web view and not the controller, so that the last reference to the
   // controller ends both.
@@ -127,6 +135,29 @@ void Controller::Open(const std::shared_ptr<UiQueue>& queue,
   window_->Connect(page_);
 }
 
+// As documented: unless a handler has moved the focus, it goes to the next tab stop of the host's
+// window; without one it goes round within the page.
+void Controller::OnTabOut(bool isBackward) {
+  const ComRef<Controller> self = ComRef<Controller>::Share(this);  // a handler may close it
+  const ComRef<MoveFocusArgs> args(new MoveFocusArgs(
+      isBackward ? COREWEBVIEW2_MOVE_FOCUS_REASON_PREVIOUS : COREWEBVIEW2_MOVE_FOCUS_REASON_NEXT));
+  focus_->leaving.Invoke(this, args.Get());
+  if (args->IsHandled() || gate_->IsClosed()) return;
+  if (const HWND next = NextTabStop(isBackward)) {
+    SetFocus(next);
+  } else {
+    page_->EnterByTab(isBackward);
+  }
+}
+
+// Null if there is none.
+HWND Controller::NextTabStop(bool isBackward) const {
+  const HWND next = GetNextDlgTabItem(parent_, window_->Handle(), isBackward);
+  return next && next != window_->Handle() && (GetWindowLongPtrW(next, GWL_STYLE) & WS_TABSTOP)
+             ? next
+             : nullptr;
+}
+
 bool Controller::HasParent() const { return parent_ == HWND_MESSAGE || IsWindow(parent_) != FALSE; }
 
 void Controller::ShutDown() {
@@ -135,6 +166,7 @@ void Controller::ShutDown() {
   focus_->sender = nullptr;
   focus_->got.Clear();
   focus_->lost.Clear();
+  focus_->leaving.Clear();
   if (webView_) webView_->Close();
   if (window_) window_->Close();
   record_->ReportClosed(HasParent());
@@ -175,10 +207,23 @@ HRESULT Controller::get_ZoomFactor(double* zoomFactor) {
   return FAILED(check) ? check : CopyValueTo(1.0, zoomFactor);
 }
 
-HRESULT Controller::MoveFocus(COREWEBVIEW2_MOVE_FOCUS_REASON) {
+HRESULT Controller::MoveFocus(COREWEBVIEW2_MOVE_FOCUS_REASON reason) {
   if (const HRESULT check = gate_->Check(); FAILED(check)) return check;
   window_->TakeFocus();
+  if (reason != COREWEBVIEW2_MOVE_FOCUS_REASON_PROGRAMMATIC) {
+    page_->EnterByTab(reason == COREWEBVIEW2_MOVE_FOCUS_REASON_PREVIOUS);
+  }
   return S_OK;
+}
+
+HRESULT Controller::add_MoveFocusRequested(
+    ICoreWebView2MoveFocusRequestedEventHandler* eventHandler, EventRegistrationToken* token) {
+  const HRESULT check = gate_->Check();
+  return FAILED(check) ? check : focus_->leaving.Add(focus_->tokens, eventHandler, token);
+}
+HRESULT Controller::remove_MoveFocusRequested(EventRegistrationToken token) {
+  const HRESULT check = gate_->Check();
+  return FAILED(check) ? check : focus_->leaving.Remove(token);
 }
 
 HRESULT Controller::add_GotFocus(ICoreWebView2FocusChangedEventHandler* eventHandler,

@@ -28,6 +28,10 @@ class Controller final : public UnofferedController {
   HRESULT STDMETHODCALLTYPE put_Bounds(RECT bounds) override;
   HRESULT STDMETHODCALLTYPE get_ZoomFactor(double* zoomFactor) override;
   HRESULT STDMETHODCALLTYPE MoveFocus(COREWEBVIEW2_MOVE_FOCUS_REASON reason) override;
+  HRESULT STDMETHODCALLTYPE
+  add_MoveFocusRequested(ICoreWebView2MoveFocusRequestedEventHandler* eventHandler,
+                         EventRegistrationToken* token) override;
+  HRESULT STDMETHODCALLTYPE remove_MoveFocusRequested(EventRegistrationToken token) override;
   HRESULT STDMETHODCALLTYPE add_GotFocus(ICoreWebView2FocusChangedEventHandler* eventHandler,
                                          EventRegistrationToken* token) override;
   HRESULT STDMETHODCALLTYPE remove_GotFocus(EventRegistrationToken token) override;
@@ -50,6 +54,7 @@ class Controller final : public UnofferedController {
     TokenSource tokens;
     HandlerList<ICoreWebView2FocusChangedEventHandler> got;
     HandlerList<ICoreWebView2FocusChangedEventHandler> lost;
+    HandlerList<ICoreWebView2MoveFocusRequestedEventHandler> leaving;
   };
 
   Controller(ComRef<IUnknown> environment, std::shared_ptr<UiQueue> queue,
@@ -58,6 +63,8 @@ class Controller final : public UnofferedController {
 
   void Open(const std::shared_ptr<UiQueue>& queue, std::shared_ptr<DevToolsConnection> connection,
             const ControlSettings& settings, const std::shared_ptr<Creation>& creation);
+  void OnTabOut(bool isBackward);
+  HWND NextTabStop(bool isBackward) const;
   bool HasParent() const;
   void ShutDown();
 

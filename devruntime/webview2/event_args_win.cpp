@@ -29,6 +29,15 @@ HRESULT NavigationStartingArgs::get_NavigationId(UINT64* navigationId) {
   return CopyValueTo<UINT64>(navigation_.id, navigationId);
 }
 
+HRESULT MoveFocusArgs::get_Reason(COREWEBVIEW2_MOVE_FOCUS_REASON* reason) {
+  return CopyValueTo(reason_, reason);
+}
+HRESULT MoveFocusArgs::get_Handled(BOOL* value) { return CopyValueTo(handled_, value); }
+HRESULT MoveFocusArgs::put_Handled(BOOL value) {
+  handled_ = value;
+  return S_OK;
+}
+
 HRESULT NewWindowArgs::get_Uri(LPWSTR* uri) { return CopyTextTo(window_.uri, uri); }
 HRESULT NewWindowArgs::put_NewWindow(ICoreWebView2*) { return E_NOTIMPL; }
 HRESULT NewWindowArgs::get_NewWindow(ICoreWebView2** newWindow) {

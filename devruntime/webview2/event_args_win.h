@@ -35,6 +35,20 @@ class NavigationStartingArgs final : public ComObject<ICoreWebView2NavigationSta
   BOOL cancel_ = FALSE;
 };
 
+class MoveFocusArgs final : public ComObject<ICoreWebView2MoveFocusRequestedEventArgs> {
+ public:
+  explicit MoveFocusArgs(COREWEBVIEW2_MOVE_FOCUS_REASON reason) : reason_(reason) {}
+  bool IsHandled() const { return handled_ != FALSE; }
+
+  HRESULT STDMETHODCALLTYPE get_Reason(COREWEBVIEW2_MOVE_FOCUS_REASON* reason) override;
+  HRESULT STDMETHODCALLTYPE get_Handled(BOOL* value) override;
+  HRESULT STDMETHODCALLTYPE put_Handled(BOOL value) override;
+
+ private:
+  const COREWEBVIEW2_MOVE_FOCUS_REASON reason_;
+  BOOL handled_ = FALSE;
+};
+
 // No window opens, whether the event was handled or not; see docs/runtime-webview2.md.
 class NewWindowArgs final : public ComObject<ICoreWebView2NewWindowRequestedEventArgs> {
  public:

@@ -263,6 +263,29 @@ void PageSession::ResizeAgain(int resizesBefore) {
 
 void PageSession::SendInput(std::string_view method, const Json& params) { Call(method, params); }
 
+void PageSession::PressTab(const Json& keyDown, std::function<void()> onLeft) {
+  const auto look = [onLeft = std::move(onLeft)](const Json* answer) {
+    if (!answer) return;
+    const Json& value = MemberOf(MemberOf(*answer, "result"), "value");
+    if (value.kind == kJsonBool && !value.boolean) onLeft();
+  };
+  Call("Input.dispatchKeyEvent", keyDown, [weak = weak_from_this(), look](const Json* result) {
+    const auto self = weak.lock();
+    if (!self || !result) return;
+    self->Call("Runtime.evaluate",
+               MakeObject({{"expression", "document.hasFocus()"}, {"returnByValue", true}}), look);
+  });
+}
+
+void PageSession::EnterByTab(bool isBackward) {
+  constexpr int kShift = 8;  // the protocol's number
+  SendInput("Input.dispatchKeyEvent", MakeObject({{"type", "rawKeyDown"},
+                                                  {"key", "Tab"},
+                                                  {"code", "Tab"},
+                                                  {"windowsVirtualKeyCode", VK_TAB},
+                                                  {"modifiers", isBackward ? kShift : 0}}));
+}
+
 void PageSession::ReadSelection(std::function<void(const std::string&)> done) {
   constexpr char kScript[] =
       "(() => { const e = document.activeElement;"

@@ -66,6 +66,13 @@ class PageSession : public std::enable_shared_from_this<PageSession> {
   // Makes one call of the protocol's Input domain and does not wait for its reply.
   void SendInput(std::string_view method, const Json& params);
 
+  // Presses Tab, as `keyDown` describes it. `onLeft` is called on the connection's thread if there
+  // is no further element and the focus has left the page.
+  void PressTab(const Json& keyDown, std::function<void()> onLeft);
+
+  // Moves the focus into the page: to its first element, or to its last one.
+  void EnterByTab(bool isBackward);
+
   // `done` gets the text that is selected in the page; it is not called when there is no page.
   void ReadSelection(std::function<void(const std::string&)> done);
 

@@ -59,8 +59,8 @@ void DrawBitmap(HDC dc, const Bitmap& bitmap) {
 
 std::shared_ptr<PageWindow> PageWindow::Open(HWND parent, std::shared_ptr<const EventFile> events,
                                              std::function<void(bool)> onOpened,
-                                             std::function<void(bool)> onFocus) {
-  std::shared_ptr<PageWindow> window(new PageWindow(std::move(events), std::move(onFocus)));
+                                             FocusReceivers focus) {
+  std::shared_ptr<PageWindow> window(new PageWindow(std::move(events), std::move(focus)));
   window->finished_.Reset(CreateEventW(nullptr, TRUE, FALSE, nullptr));
   window->decoder_ = FrameDecoder::Start([weak = std::weak_ptr<PageWindow>(window)](auto bitmap) {
     if (const auto self = weak.lock()) self->OnBitmap(std::move(bitmap));
@@ -127,7 +127,7 @@ LRESULT PageWindow::OnMessage(UINT message, WPARAM wparam, LPARAM lparam) {
       return 0;
     case WM_SETFOCUS:
     case WM_KILLFOCUS:
-      onFocus_(message == WM_SETFOCUS);
+      focus_.onFocus(message == WM_SETFOCUS);
       return 0;
     case WM_TIMER:
       KillTimer(window, wparam);
@@ -176,8 +176,10 @@ void PageWindow::OnKeyDown(const MSG& message) {
   std::wstring text = TranslatedText(message.hwnd);
   const auto page = Page();
   if (!page || HandleEditingKey(*page, message.wParam)) return;
-  page->SendInput("Input.dispatchKeyEvent",
-                  KeyDown(message.wParam, message.lParam, std::move(text)));
+  const Json keyDown = KeyDown(message.wParam, message.lParam, std::move(text));
+  if (message.wParam != VK_TAB) return page->SendInput("Input.dispatchKeyEvent", keyDown);
+  const bool isBackward = GetKeyState(VK_SHIFT) < 0;
+  page->PressTab(keyDown, [onTabOut = focus_.onTabOut, isBackward] { onTabOut(isBackward); });
 }
 
 void PageWindow::OnKeyUp(WPARAM wparam, LPARAM lparam) {

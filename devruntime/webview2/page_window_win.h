@@ -20,13 +20,17 @@ namespace wendra {
 
 class PageWindow : public std::enable_shared_from_this<PageWindow> {
  public:
+  // Any of the stand-in's threads calls them.
+  struct FocusReceivers {
+    std::function<void(bool)> onFocus;   // the window has got (true) or lost the keyboard
+    std::function<void(bool)> onTabOut;  // Tab, or Shift+Tab (true), has left the page
+  };
+
   // Makes the window, hidden and without size. `onOpened` is called on the window's thread; false
   // when the window cannot be made. Making it sends messages to `parent`, so the parent's thread
   // must go on answering them.
-  // `onFocus` is called there when the window gets (true) or loses the keyboard.
   static std::shared_ptr<PageWindow> Open(HWND parent, std::shared_ptr<const EventFile> events,
-                                          std::function<void(bool)> onOpened,
-                                          std::function<void(bool)> onFocus);
+                                          std::function<void(bool)> onOpened, FocusReceivers focus);
 
   // The page that gets mouse and keyboard. Any thread.
   void Connect(std::shared_ptr<PageSession> page);
@@ -46,8 +50,8 @@ class PageWindow : public std::enable_shared_from_this<PageWindow> {
   HWND Handle() const { return window_; }
 
  private:
-  PageWindow(std::shared_ptr<const EventFile> events, std::function<void(bool)> onFocus)
-      : events_(std::move(events)), onFocus_(std::move(onFocus)) {}
+  PageWindow(std::shared_ptr<const EventFile> events, FocusReceivers focus)
+      : events_(std::move(events)), focus_(std::move(focus)) {}
 
   static LRESULT CALLBACK WindowProcedure(HWND window, UINT message, WPARAM wparam, LPARAM lparam);
   void Run(HWND parent, const std::function<void(bool)>& onOpened);
@@ -67,7 +71,7 @@ class PageWindow : public std::enable_shared_from_this<PageWindow> {
   std::shared_ptr<PageSession> Page();
 
   const std::shared_ptr<const EventFile> events_;
-  const std::function<void(bool)> onFocus_;
+  const FocusReceivers focus_;
   std::shared_ptr<FrameDecoder> decoder_;
   KernelHandle finished_;  // signalled when the thread no longer uses the window
   std::atomic<HWND> window_ = nullptr;

@@ -17,13 +17,6 @@ class UnofferedController : public ComObject<ICoreWebView2Controller> {
     return E_NOTIMPL;
   }
   HRESULT STDMETHODCALLTYPE SetBoundsAndZoomFactor(RECT, double) override { return E_NOTIMPL; }
-  HRESULT STDMETHODCALLTYPE add_MoveFocusRequested(ICoreWebView2MoveFocusRequestedEventHandler*,
-                                                   EventRegistrationToken*) override {
-    return E_NOTIMPL;
-  }
-  HRESULT STDMETHODCALLTYPE remove_MoveFocusRequested(EventRegistrationToken) override {
-    return E_NOTIMPL;
-  }
   HRESULT STDMETHODCALLTYPE add_AcceleratorKeyPressed(
       ICoreWebView2AcceleratorKeyPressedEventHandler*, EventRegistrationToken*) override {
     return E_NOTIMPL;

@@ -1,4 +1,5 @@
 #include <string>
+#include <vector>
 
 #include <gtest/gtest.h>
 
@@ -66,6 +67,43 @@ TEST_F(Input, EditingKeysEdit) {
 TEST_F(Input, TabMovesTheFocus) {
   Press(VK_TAB);
   EXPECT_TRUE(control_.WaitFor("document.activeElement.id", "\"next\""));
+}
+
+// The page has two fields; the first has the focus.
+TEST_F(Input, TabPastTheLastElementGoesRound) {
+  Press(VK_TAB);
+  ASSERT_TRUE(control_.WaitFor("document.activeElement.id", "\"next\""));
+  Press(VK_TAB);
+  EXPECT_TRUE(control_.WaitFor("document.activeElement.id", "\"field\""));
+}
+
+TEST_F(Input, TabPastTheLastElementAsksTheHost) {
+  std::vector<COREWEBVIEW2_MOVE_FOCUS_REASON> reasons;
+  const auto handler = MakeHandler<MoveFocusHandler>([&](auto, auto* args) {
+    COREWEBVIEW2_MOVE_FOCUS_REASON reason{};
+    args->get_Reason(&reason);
+    reasons.push_back(reason);
+    args->put_Handled(TRUE);
+  });
+  EventRegistrationToken token{};
+  ASSERT_EQ(control_.Controller().add_MoveFocusRequested(handler.Get(), &token), S_OK);
+  Press(VK_TAB);
+  Press(VK_TAB);
+  ASSERT_TRUE(PumpUntil([&] { return !reasons.empty(); }));
+  EXPECT_EQ(reasons, std::vector{COREWEBVIEW2_MOVE_FOCUS_REASON_NEXT});
+  EXPECT_EQ(control_.Evaluate("document.hasFocus()"), "false");
+  ASSERT_EQ(control_.Controller().MoveFocus(COREWEBVIEW2_MOVE_FOCUS_REASON_PREVIOUS), S_OK);
+  EXPECT_TRUE(control_.WaitFor("document.activeElement.id", "\"next\""));
+  EXPECT_EQ(control_.Controller().remove_MoveFocusRequested(token), S_OK);
+}
+
+TEST_F(Input, TabPastTheLastElementGoesToTheHostsNextTabStop) {
+  const HWND button = CreateWindowExW(0, L"BUTTON", L"", WS_CHILD | WS_VISIBLE | WS_TABSTOP, 0, 0,
+                                      10, 10, control_.Window(), nullptr, nullptr, nullptr);
+  Press(VK_TAB);
+  Press(VK_TAB);
+  EXPECT_TRUE(PumpUntil([&] { return GetFocus() == button; }));
+  DestroyWindow(button);
 }
 
 TEST_F(Input, EnterSubmitsTheForm) {

@@ -7,7 +7,7 @@
 #include <windows.h>
 
 #include "devruntime/webview2/com_object_win.h"
-#include "webview/webview2_events_win.h"
+#include "devruntime/webview2/more_interfaces_win.h"
 #include "win/unique.h"
 
 namespace wendra {
@@ -38,6 +38,9 @@ using MessageHandler = TestHandler<ICoreWebView2WebMessageReceivedEventHandler, 
                                    ICoreWebView2WebMessageReceivedEventArgs*>;
 using WindowHandler = TestHandler<ICoreWebView2NewWindowRequestedEventHandler, ICoreWebView2*,
                                   ICoreWebView2NewWindowRequestedEventArgs*>;
+using MoveFocusHandler =
+    TestHandler<ICoreWebView2MoveFocusRequestedEventHandler, ICoreWebView2Controller*,
+                ICoreWebView2MoveFocusRequestedEventArgs*>;
 using NavigationHandler = TestHandler<ICoreWebView2NavigationStartingEventHandler, ICoreWebView2*,
                                       ICoreWebView2NavigationStartingEventArgs*>;
 

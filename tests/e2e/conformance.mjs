@@ -5,7 +5,7 @@
 //
 // All arguments are passed on to the suite. docs/conformance.md holds the results.
 import { ended, spawnTied } from '../../tools/wine/processes.mjs';
-import { kLinuxNode, moduleScript, ownScript } from './support/foreign_http_server.mjs';
+import { kServerNode, moduleScript, ownScript } from './support/foreign_http_server.mjs';
 
 const kSuite = moduleScript('@modelcontextprotocol/conformance/dist/index.js');
 const kClient = ownScript('conformance_client.mjs');
@@ -15,5 +15,5 @@ const kTimeoutMs = '900000'; // enough for the client that runs last
 // a browser; the lock makes them run one after the other.
 const command = `flock '${kClient}' '${process.execPath}' '${kClient}'`;
 const args = ['client', '--command', command, '--timeout', kTimeoutMs, ...process.argv.slice(2)];
-const { code } = await ended(spawnTied(kLinuxNode, [kSuite, ...args], { stdio: 'inherit' }));
+const { code } = await ended(spawnTied(kServerNode, [kSuite, ...args], { stdio: 'inherit' }));
 process.exitCode = code ?? 1;

@@ -11,7 +11,7 @@ let server;
 let host;
 
 before(async () => {
-  server = await startServer({ '/': '<!doctype html><title>page</title><input id="field" autofocus>' });
+  server = await startServer({ '/': '<!doctype html><title>page</title><input id="field" autofocus><input id="last">' });
   host = await startHost({ address: server.url });
 });
 
@@ -85,6 +85,17 @@ test('the window cannot be made smaller than 720 by 480', async () => {
     const [width, height] = sizeOf((await host.window()).rect);
     return width === 720 && height === 480;
   }, { context: host.context });
+});
+
+test('Tab goes round in the page, even while the panel is shown', async () => {
+  const from = host.log.length;
+  await host.keys('ctrl+l');
+  await host.waitForLine('[Log] log panel shown (Ctrl+L)', { from });
+  await host.clickElement('#field');
+  for (const [key, id] of [['Tab', 'last'], ['Tab', 'field'], ['shift+Tab', 'last'], ['shift+Tab', 'field']]) {
+    await host.keys(key);
+    await host.page.waitFor(`document.activeElement.id === '${id}' && document.hasFocus()`);
+  }
 });
 
 test('the window ignores shortcuts while the page has the keyboard', async () => {

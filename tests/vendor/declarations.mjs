@@ -7,7 +7,9 @@ import { dirname, join } from 'node:path';
 import { fileURLToPath } from 'node:url';
 
 const kRoot = join(dirname(fileURLToPath(import.meta.url)), '../..');
-const kHeaders = ['webview/webview2_win.h', 'webview/webview2_events_win.h'];
+const kHeaders = [
+  'webview/webview2_win.h', 'webview/webview2_events_win.h', 'devruntime/webview2/more_interfaces_win.h',
+];
 
 export const ownHeaders = () =>
   Object.fromEntries(kHeaders.map((name) => [name, readFileSync(join(kRoot, name), 'utf8')]));
@@ -48,7 +50,7 @@ function program(text) {
 #ifdef VENDOR
 #include <WebView2.h>
 #else
-#include "webview/webview2_events_win.h"
+#include "devruntime/webview2/more_interfaces_win.h"
 #endif
 
 // A pointer to a virtual method holds 1 and the offset of its slot, in the compiler's binary
@@ -121,8 +123,10 @@ export function differences(headers, vendor) {
 
   const folder = mkdtempSync(join(tmpdir(), 'wendra-vendor-'));
   try {
-    mkdirSync(join(folder, 'webview'));
-    for (const [name, content] of Object.entries(headers)) writeFileSync(join(folder, name), content);
+    for (const [name, content] of Object.entries(headers)) {
+      mkdirSync(dirname(join(folder, name)), { recursive: true });
+      writeFileSync(join(folder, name), content);
+    }
     writeFileSync(join(folder, 'EventToken.h'), '#include <eventtoken.h>\n'); // Windows ignores the case
     const source = join(folder, 'facts.cpp');
     writeFileSync(source, program(text));

@@ -117,6 +117,24 @@ TEST(ControlFacts, EventsOfACancelledMailLink) {
   RecordAnswer(EventsOfLink(control, "mailto:nobody@wendra.test"));
 }
 
+TEST(ControlFacts, TabInAPageWithoutElements) {
+  TestControl control;
+  ASSERT_TRUE(control.LoadBody("<div id=link style='height:80px'>text</div>"));
+  int events = 0;
+  const auto handler = MakeHandler<MoveFocusHandler>([&](auto, auto) { ++events; });
+  EventRegistrationToken token{};
+  ASSERT_EQ(control.Controller().add_MoveFocusRequested(handler.Get(), &token), S_OK);
+  ClickOnScreen(control, "link");
+  ASSERT_EQ(control.Evaluate("1"), "1");
+  INPUT inputs[2]{};
+  for (INPUT& input : inputs) input.type = INPUT_KEYBOARD;
+  for (INPUT& input : inputs) input.ki.wVk = VK_TAB;
+  inputs[1].ki.dwFlags = KEYEVENTF_KEYUP;
+  ASSERT_EQ(SendInput(2, inputs, sizeof(INPUT)), 2u);
+  (void)PumpUntil([&] { return events > 1000; }, 1'000);
+  RecordAnswer(std::to_string(events) + " event(s) in a second");
+}
+
 TEST(ControlFacts, LargestScript) {
   TestControl control;
   ASSERT_TRUE(control.Load(Url("/start")));

@@ -39,6 +39,11 @@ export const kQuestions = {
     expected: 'starting; perhaps completed',
     source: kDocumentation,
   },
+  'ControlFacts.TabInAPageWithoutElements': {
+    question: 'How often does Tab ask to leave a page in which nothing takes the focus?',
+    expected: 'once; a report says: without an end',
+    source: kReports,
+  },
   'ControlFacts.LargestScript': {
     question: 'Which is the largest script that ExecuteScript runs, of 1, 4, 16, 32 and 64 MiB?',
     expected: '64 MiB',

