@@ -1,16 +1,12 @@
 // Tests the first-run prompt for the server with real keys and a real mouse.
 import assert from 'node:assert/strict';
-import { execFile } from 'node:child_process';
 import { existsSync } from 'node:fs';
 import { appendFile } from 'node:fs/promises';
 import { join } from 'node:path';
 import { after, before, test } from 'node:test';
-import { promisify } from 'node:util';
 import { configFile, makeProfile, removeProfile, startHost } from './support/host.mjs';
 import { startServer } from './support/server.mjs';
 import { until } from './support/waiting.mjs';
-
-const run = promisify(execFile);
 
 const kPrompt = 'WendraServerPrompt';
 const kFieldId = 200;
@@ -63,15 +59,7 @@ async function ask(wanted = {}) {
       const [left, top, right, bottom] = (await control(id)).rect;
       await (await host.screen()).click((left + right) / 2, (top + bottom) / 2);
     },
-    // The colour of a point of the screen, as '#RRGGBB'.
-    colorAt: async (x, y) => {
-      const file = join(host.profile, 'screen.png');
-      await host.screenshot(file);
-      const { stdout } = await run('convert', [
-        file, '-depth', '8', '-format', `%[hex:u.p{${Math.round(x)},${Math.round(y)}}]`, 'info:',
-      ]);
-      return `#${stdout.trim().slice(0, 6)}`;
-    },
+    colorAt: async (x, y) => (await host.screen()).colorAt(x, y),
   };
 }
 

@@ -107,8 +107,8 @@ function needUnusedAccount() {
   const traces = ['.config/wendra', 'AppData/Local/Wendra']
     .map((folder) => join(homedir(), folder))
     .filter((folder) => existsSync(folder) && !(isStandInWanted && folder.includes('AppData')));
-  const key = 'HKCU\\Software\\Wendra.Desktop';
-  if (spawnSync('reg', ['query', key]).status === 0) traces.push(key);
+  const keys = ['HKCU\\Software\\Wendra.Desktop', 'HKCU\\Software\\Wendra'];
+  traces.push(...keys.filter((key) => spawnSync('reg', ['query', key]).status === 0));
   if (traces.length) {
     throw new CannotBegin(`Wendra has been used in this account (${traces.join(', ')}); leave out --this-account`);
   }

@@ -8,10 +8,12 @@
 //   press BUTTON          1 left, 2 middle, 3 right; 4 and 5 turn the wheel up and down
 //   release BUTTON
 //   focused               the title of the window that has the keyboard
+//   sizing                whether the window with the keyboard is being moved or sized
+//   color X Y             the colour of a pixel of the screen, as "#RRGGBB"
 //   picture JSON          writes the whole screen as a PNG file of that name, a JSON string
 //
 // An answer with the member "error" has no other member.
-#include <cwctype>
+#include <cstdio>
 #include <functional>
 #include <iostream>
 #include <map>
@@ -150,15 +152,21 @@ Json TypeText(std::istream& arguments) {
   return Done();
 }
 
+// The system's measure of a place: 65,536 units for the whole screen.
+LONG ScreenUnits(int pixel, int metric) {
+  const int pixels = GetSystemMetrics(metric);
+  return (pixel * 65'536 + pixels - 1) / pixels;
+}
+
 Json MoveMouse(std::istream& arguments) {
   int x = 0;
   int y = 0;
   arguments >> x >> y;
-  if (!SetCursorPos(x, y)) return Error("the mouse was not moved");
-  // SetCursorPos alone tells the window under the mouse nothing on some systems.
   INPUT input{};
   input.type = INPUT_MOUSE;
-  input.mi.dwFlags = MOUSEEVENTF_MOVE;
+  input.mi.dx = ScreenUnits(x, SM_CXSCREEN);
+  input.mi.dy = ScreenUnits(y, SM_CYSCREEN);
+  input.mi.dwFlags = MOUSEEVENTF_MOVE | MOUSEEVENTF_ABSOLUTE;
   return DoneIf(SendAll({input}), "the mouse was not moved");
 }
 
@@ -200,6 +208,13 @@ Json DescribeFocus(std::istream&) {
   return MakeObject({{"title", Narrow(std::wstring_view(title, static_cast<size_t>(units)))}});
 }
 
+Json DescribeSizing(std::istream&) {
+  GUITHREADINFO info{};
+  info.cbSize = sizeof(info);
+  GetGUIThreadInfo(0, &info);
+  return MakeObject({{"sizing", (info.flags & GUI_INMOVESIZE) != 0}});
+}
+
 struct ScreenContextTraits {
   using Raw = HDC;
   static Raw Empty() { return nullptr; }
@@ -214,6 +229,19 @@ struct BitmapTraits {
   static void Close(Raw bitmap) { DeleteObject(bitmap); }
 };
 using Bitmap = Unique<BitmapTraits>;
+
+Json DescribeColor(std::istream& arguments) {
+  int x = 0;
+  int y = 0;
+  arguments >> x >> y;
+  const Unique<ScreenContextTraits> screen(GetDC(nullptr));
+  const COLORREF color = GetPixel(screen.Get(), x, y);
+  if (color == CLR_INVALID) return Error("no such pixel");
+  char text[8] = "";
+  std::snprintf(text, sizeof(text), "#%02X%02X%02X", GetRValue(color), GetGValue(color),
+                GetBValue(color));
+  return MakeObject({{"color", std::string(text)}});
+}
 
 Bitmap CopyScreen() {
   const Unique<ScreenContextTraits> screen(GetDC(nullptr));
@@ -261,7 +289,8 @@ Json Answer(const std::string& line) {
   static const std::map<std::string, std::function<Json(std::istream&)>> commands = {
       {"keys", PressKeys},        {"hold", HoldKey},          {"free", FreeKey},
       {"type", TypeText},         {"move", MoveMouse},        {"press", PressButton},
-      {"release", ReleaseButton}, {"focused", DescribeFocus}, {"picture", TakePicture},
+      {"release", ReleaseButton}, {"focused", DescribeFocus}, {"sizing", DescribeSizing},
+      {"color", DescribeColor},   {"picture", TakePicture},
   };
   std::istringstream arguments(line);
   std::string name;

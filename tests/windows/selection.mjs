@@ -16,12 +16,14 @@ export const kFilesNotRun = {
   mcp_bounds: "reads the program's memory from Linux",
   mcp_ending: 'looks for processes that the program leaves behind in the list of Linux',
   mcp_http_leaks: "reads the program's memory from Linux",
+  mcp_side_by_side: 'starts its remote server as a program of Linux',
   run: 'tests ./run, which runs on Debian only',
   unkind_control: kStandIn,
 };
 
 // The file and the name of a test -> the reason.
 export const kTestsNotRun = [
+  ['config_held', 'a changed file that cannot be read', 'writes to a file that another program has locked'],
   ['bridge', 'each request is logged and answered once, in order',
     "the log comes through the debugger's buffer, which holds the characters of one code page only"],
 ];

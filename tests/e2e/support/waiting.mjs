@@ -1,5 +1,6 @@
 // Waits for conditions and promises, with a limit. No test waits for a fixed time.
 import { setTimeout as sleep } from 'node:timers/promises';
+import { NotHere } from './not_here.mjs';
 
 const kStepMs = 20;
 
@@ -16,6 +17,7 @@ export async function until(what, condition, { timeoutMs = kPatienceMs, context 
       const value = await condition();
       if (value) return value;
     } catch (error) {
+      if (error instanceof NotHere) throw error;
       reason = ` (${error.message})`;
     }
     if (Date.now() >= end) throw lateError(`${what}${reason}`, timeoutMs, context);

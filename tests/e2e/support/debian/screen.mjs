@@ -53,6 +53,13 @@ export class Screen {
     await this.#run('xdotool', 'mouseup', 1);
   }
 
+  // The colour of a pixel of the screen, as '#RRGGBB'.
+  async colorAt(x, y) {
+    const place = `1x1+${Math.round(x)}+${Math.round(y)}`;
+    const { stdout } = await this.#run('import', '-window', 'root', '-crop', place, '-depth', '8', 'txt:-');
+    return /#[0-9A-F]{6}/.exec(stdout)[0];
+  }
+
   close() {} // keeps nothing open
 
   async screenshot(file) {

@@ -1,7 +1,7 @@
 // Windows: the host runs with the control and the update library that lie beside it, in the profile
 // of the account that runs the tests. The account must be made for the tests: they delete the
 // host's files in its profile.
-import { execFileSync, spawn } from 'node:child_process';
+import { spawn, spawnSync } from 'node:child_process';
 import { once } from 'node:events';
 import { rmSync } from 'node:fs';
 import { rm } from 'node:fs/promises';
@@ -16,7 +16,8 @@ const kRoot = join(dirname(fileURLToPath(import.meta.url)), '../../../..');
 const kPrograms = process.env.WENDRA_CHECK_PROGRAMS ?? join(kRoot, 'build/windows/bin');
 const kHost = join(kPrograms, 'wendra.exe');
 const kBrowserData = join(homedir(), 'AppData/Local/Wendra/WebView2');
-const kUpdateSettings = 'HKCU\\Software\\Wendra.Desktop';
+// The program's own key, and the update library's.
+const kRegistryKeys = ['HKCU\\Software\\Wendra.Desktop', 'HKCU\\Software\\Wendra'];
 const kNoRuntime = 'WENDRA_DEV_NO_RUNTIME';
 // The stand-in has such a file from its launch; the real control writes one.
 const kStandInPort = process.env.WENDRA_DEV_BROWSER;
@@ -27,7 +28,7 @@ export const windowsPath = (path) => path;
 const running = new Set();
 
 export async function makeProfile() {
-  if (running.size > 0) throw new NotHere('needs two users at a time');
+  if (running.size > 0) throw new NotHere('needs a user of its own while another host runs');
   await removeProfile();
   return homedir();
 }
@@ -42,11 +43,7 @@ export async function removeProfile() {
   for (const folder of folders) {
     await rm(join(homedir(), folder), { recursive: true, force: true, maxRetries: 20 });
   }
-  try {
-    execFileSync('reg', ['delete', kUpdateSettings, '/f'], { stdio: 'ignore' });
-  } catch {
-    // there was no such key
-  }
+  for (const key of kRegistryKeys) spawnSync('reg', ['delete', key, '/f']); // fails if there is none
 }
 
 // The variables of the host. `wanted` may hold settings of the development runtime.
@@ -77,7 +74,7 @@ export class Launch {
   #child;
 
   constructor(profile, { args, lang, env, options }) {
-    if (running.size > 0) throw new NotHere('needs two programs at a time');
+    if (running.size > 0) throw new NotHere('needs a second host while another one runs');
     if (options.length > 0) throw new NotHere(`needs tools/launch ${options[0]}`);
     const system = Intl.DateTimeFormat().resolvedOptions().locale.slice(0, 2);
     if (lang && lang !== system) throw new NotHere(`needs Windows in the language '${lang}'`);

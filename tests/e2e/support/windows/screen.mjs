@@ -1,6 +1,7 @@
 // Drives the screen of Windows: presses keys, moves the mouse, takes pictures. The members are those
 // of ../debian/screen.mjs.
 import { ProbeProgram } from '../probe_program.mjs';
+import { until } from '../waiting.mjs';
 
 export class Screen {
   #program;
@@ -39,10 +40,16 @@ export class Screen {
     await this.#program.ask('press', 1);
   }
 
+  // From the frame of a window. The mouse moves when the window has noticed the button.
   async drag(from, to) {
     await this.press(...from);
+    await until('the window to follow the mouse', async () => (await this.#program.ask('sizing')).sizing);
     await this.moveMouse(...to);
     await this.#program.ask('release', 1);
+  }
+
+  async colorAt(x, y) {
+    return (await this.#program.ask('color', Math.round(x), Math.round(y))).color;
   }
 
   async screenshot(file) {
