@@ -58,7 +58,7 @@ test('the check passes inside Wine, and its report says what held', async (t) =>
   assert.equal(code, 0, output);
   const { about, rows, facts, pictures } = JSON.parse(readFileSync(join(report, 'results.json'), 'utf8'));
   assert.match(about.Windows, /^Microsoft Windows 10 /);
-  assert.match(about['wendra.exe'], /^SHA-256 [0-9a-f]{64}$/);
+  assert.match(about['wendra.exe'], /^version \d+\.\d+\.\d+\.\d+, SHA-256 [0-9a-f]{64}$/);
 
   assert.deepEqual(rows.filter(({ state }) => state === 'failed'), []);
   for (const [file, least] of Object.entries(kSelection)) {

@@ -19,6 +19,7 @@ import { basename, dirname, join } from 'node:path';
 import { fileURLToPath } from 'node:url';
 import { setTimeout as sleep } from 'node:timers/promises';
 import { parseArgs } from 'node:util';
+import { fileVersionOf } from '../../tools/release/resources.mjs';
 import { kNotHere } from '../e2e/support/not_here.mjs';
 import { kQuestions } from './questions.mjs';
 import { count, makeReport } from './report.mjs';
@@ -173,7 +174,20 @@ async function askFacts() {
   });
 }
 
-const hash = (file) => createHash('sha256').update(readFileSync(file)).digest('hex');
+// A program's or library's version and content.
+function identityOf(file) {
+  const bytes = readFileSync(file);
+  const hash = createHash('sha256').update(bytes).digest('hex');
+  return `version ${versionOf(bytes)}, SHA-256 ${hash}`;
+}
+
+function versionOf(bytes) {
+  try {
+    return fileVersionOf(bytes) ?? 'unknown';
+  } catch {
+    return 'unknown'; // a file without resources
+  }
+}
 
 function describeMachine() {
   const beside = (name) => join(dirname(kHost), name);
@@ -183,8 +197,8 @@ function describeMachine() {
     Windows: `${version()} ${release()} ${arch()}`,
     'WebView2 runtime': isStandIn ? "none: the development runtime's stand-in" : runtimeVersion() ?? 'none',
     Node: process.version,
-    'wendra.exe': `SHA-256 ${hash(kHost)}`,
-    ...Object.fromEntries(files.map((name) => [name, `SHA-256 ${hash(beside(name))}`])),
+    'wendra.exe': identityOf(kHost),
+    ...Object.fromEntries(files.map((name) => [name, identityOf(beside(name))])),
   };
 }
 

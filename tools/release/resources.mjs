@@ -99,6 +99,12 @@ function versionOf(bytes) {
   };
 }
 
+// The file version of a program or a library; undefined if it has none.
+export function fileVersionOf(file) {
+  const version = resourcesOf(file).find(({ type }) => type === kVersionType);
+  return version && versionOf(version.bytes).fixedFileVersion;
+}
+
 // The program's versions, and `publicKey`, its update key: 44 characters of base64.
 export function programFacts(file) {
   const resources = resourcesOf(file);
