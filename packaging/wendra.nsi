@@ -23,6 +23,7 @@ RequestExecutionLevel user ; no prompt for an installation for one user
 
 ; Each is 0 or 1.
 Var IsForAll       ; /ALLUSERS, or found out
+Var IsForOne       ; /CURRENTUSER
 Var IsElevated     ; another instance has started this one with the rights of an administrator
 Var IsUpdate       ; /UPDATE: the program is started again afterwards
 Var MayDowngrade   ; /DOWNGRADE: an older version may replace a newer one
@@ -137,7 +138,7 @@ Function ReadSwitches
   StrCpy $WithoutRuntime 0
   StrCpy $WantsDesktop 0
   ${GetParameters} $R0
-  StrCpy $R3 0 ; 1: /CURRENTUSER
+  StrCpy $IsForOne 0
   ${Do}
     ${WordFind} "$R0 " " " "+1" $R1
     ${If} $R1 == "$R0 "
@@ -151,7 +152,7 @@ Function ReadSwitches
       ${Case} "/ALLUSERS"
         StrCpy $IsForAll 1
       ${Case} "/CURRENTUSER"
-        StrCpy $R3 1
+        StrCpy $IsForOne 1
       ${Case} "/UPDATE"
         StrCpy $IsUpdate 1
         SetAutoClose true
@@ -170,7 +171,7 @@ Function ReadSwitches
     ${EndSelect}
   ${Loop}
   Call CheckFolderArgument
-  ${If} $R3 == 1
+  ${If} $IsForOne == 1
     ${If} $IsForAll == 1
       StrCpy $0 "/CURRENTUSER"
       ${Refuse} ${EXIT_ARGUMENT} "$(BAD_ARGUMENT)"

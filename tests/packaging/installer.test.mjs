@@ -91,6 +91,11 @@ test('an installation for all users leaves nothing behind when it is removed', a
     assert.deepEqual(added.filter((line) => /^(AppData|HKEY_CURRENT_USER)/.test(line)), []);
     assert.equal(await install(machine, '1.1.0.0'), 0); // goes to where the program is
     assert.ok(isProgram(readFileSync(machine.file('.wine/drive_c/Program Files/Wendra/wendra.exe')), '1.1.0.0'));
+    assert.equal(await install(machine, '1.0.0.0', '/CURRENTUSER', '/D=C:\\users\\wendra\\own'), 0);
+    assert.equal(await machine.registry(kUninstallKey, 'InstallLocation'), 'C:\\users\\wendra\\own');
+    assert.equal(await machine.run('C:\\users\\wendra\\own\\uninstall.exe', ['/S']), 0);
+    await until('the end of the uninstaller', () =>
+      !existsSync(machine.file('own')) && machine.processesOf('Un.exe').length === 0);
     assert.equal(await machine.run(`${folder}\\uninstall.exe`, ['/ALLUSERS', '/S']), 0);
     await until('the end of the uninstaller', () =>
       !existsSync(machine.file('.wine/drive_c/Program Files/Wendra')) && machine.processesOf('Un.exe').length === 0);
