@@ -11,6 +11,7 @@
 !define EXIT_PATH 17
 !define EXIT_ELEVATION 18
 !define EXIT_RUNTIME 19
+!define EXIT_OTHER_FILES 20
 
 ; Ends the installer with this code; without /S the user is told why. For .onInit and for pages.
 !macro Refuse code text

@@ -1,12 +1,12 @@
 ; The folder of the program, and the files in it.
 ;
 ; An installation must never leave a folder from which the program does not start, whenever it is
-; broken off. So the new files are first written into the folder .new, and then moved one by one over
+; broken off. So the new files are first written into the folder STAGE, and then moved one by one over
 ; the old ones, wendra.exe last: the old program works with the new libraries too. What is replaced is
-; kept in .old until the end, and comes back if a file cannot be replaced.
+; kept in the folder KEPT until the end, and comes back if a file cannot be replaced.
 
-!define STAGE "$INSTDIR\.new"
-!define KEPT "$INSTDIR\.old"
+!define STAGE "$INSTDIR\.wendra-new"
+!define KEPT "$INSTDIR\.wendra-old"
 !define LONGEST_PATH 200 ; names of files in the folder, and of the update library's, must fit behind it
 
 ; Refuses a /D that NSIS does not take, or takes for something else: it must be the last argument,
@@ -54,6 +54,14 @@ Function CheckFolder
   ${If} $R1 > ${LONGEST_PATH}
     ${RefuseFolder} ${EXIT_PATH} "$(PATH_TOO_LONG)"
   ${EndIf}
+  ${If} ${FileExists} "$INSTDIR\*.*"
+  ${AndIfNot} ${FileExists} "$INSTDIR\wendra.exe"
+  ${AndIfNot} ${FileExists} "${STAGE}\*.*" ; an installation here was broken off
+    ${DirState} "$INSTDIR" $R1
+    ${If} $R1 = 1
+      ${RefuseFolder} ${EXIT_OTHER_FILES} "$(OTHER_FILES)"
+    ${EndIf}
+  ${EndIf}
   StrCpy $R9 0 ; 1: the folder was made to try it
   ${IfNot} ${FileExists} "$INSTDIR\*.*"
     StrCpy $R9 1
@@ -84,7 +92,7 @@ Function CheckFolder
   ${EndIf}
 FunctionEnd
 
-; Writes all files into the folder .new. $INSTDIR\* stays as it is.
+; Writes all files into the folder STAGE. Everything else in $INSTDIR stays as it is.
 Function StageFiles
   RMDir /r "${STAGE}" ; of an installation that was broken off
   ClearErrors
@@ -98,13 +106,20 @@ Function StageFiles
   ${EndIf}
 FunctionEnd
 
-; Moves one file from .new to its place; the old one is kept in .old.
+; Moves one file from STAGE to its place; the old one is kept in KEPT. A scanner for viruses may hold a
+; new file for a moment, so the move is tried again for two seconds.
 !macro MoveFile name
   StrCpy $0 "${name}"
   ${If} ${FileExists} "$INSTDIR\${name}"
     System::Call 'kernel32::CopyFileW(w "$INSTDIR\${name}", w "${KEPT}\${name}", i 0) i .R1'
   ${EndIf}
-  System::Call 'kernel32::MoveFileExW(w "${STAGE}\${name}", w "$INSTDIR\${name}", i 9) i .R1' ; replace, write through
+  ${For} $R2 1 10
+    System::Call 'kernel32::MoveFileExW(w "${STAGE}\${name}", w "$INSTDIR\${name}", i 9) i .R1' ; replace, write through
+    ${If} $R1 <> 0
+      ${Break}
+    ${EndIf}
+    Sleep 200
+  ${Next}
   ${If} $R1 = 0
     Call RestoreFiles
     ${Fail} ${EXIT_IN_USE} "$(FILE_IN_USE)"
@@ -122,7 +137,9 @@ FunctionEnd
 Function RestoreFiles
   FindFirst $R2 $R3 "${KEPT}\*.*"
   ${DoWhile} $R3 != ""
-    System::Call 'kernel32::MoveFileExW(w "${KEPT}\$R3", w "$INSTDIR\$R3", i 9)'
+    ${IfNot} ${FileExists} "${KEPT}\$R3\*.*" ; "." and ".." are folders
+      System::Call 'kernel32::MoveFileExW(w "${KEPT}\$R3", w "$INSTDIR\$R3", i 9)'
+    ${EndIf}
     FindNext $R2 $R3
   ${Loop}
   FindClose $R2
@@ -142,6 +159,10 @@ FunctionEnd
 ; Removes what was installed, and nothing else.
 Function un.RemoveFiles
   ${RemoveFile} "wendra.exe"
+  ${If} ${FileExists} "$INSTDIR\wendra.exe" ; another user runs it
+    StrCpy $0 "wendra.exe"
+    ${Fail} ${EXIT_IN_USE} "$(FILE_IN_USE)"
+  ${EndIf}
   !include "${REMOVAL}"
   Delete "$INSTDIR\uninstall.exe"
   RMDir /r "${STAGE}"

@@ -1,7 +1,7 @@
 ; Rights, accounts, and one installer at a time.
 
-; Takes the mutex of all installers and uninstallers of Wendra; it is given back at the end of the
-; process.
+; Takes the mutex of all installers and uninstallers for this user, or for all users; it is given back
+; at the end of the process.
 !macro TakeMutexFunction un
   Function ${un}TakeMutex
     StrCpy $R1 "Local\Wendra.Setup"
@@ -11,6 +11,7 @@
     System::Call 'kernel32::CreateMutexW(p 0, i 0, w R1) p .R0 ?e'
     Pop $R2
     ${If} $R2 = 183 ; ERROR_ALREADY_EXISTS
+    ${OrIf} $R0 P= 0 ; it belongs to another account
       ${Refuse} ${EXIT_SECOND} "$(SECOND_INSTALLER)"
     ${EndIf}
   FunctionEnd
@@ -41,14 +42,17 @@
     ${If} $R0 == "Admin"
       Return
     ${EndIf}
+    ${If} $IsElevated == 1 ; the system has not given them: do not ask again and again
+      ${Refuse} ${EXIT_ELEVATION} "$(NO_ELEVATION)"
+    ${EndIf}
     ${GetParameters} $R1
     StrCpy $R1 "$R1 /ALLUSERS /ELEVATED" ; another account may find another installation
     ${If} $INSTDIR != "" ; /D is no part of the parameters, and must be the last one
       StrCpy $R1 "$R1 /D=$INSTDIR"
     ${EndIf}
     StrCpy $R2 $EXEPATH
-    ; SHELLEXECUTEINFOW, 112 bytes; 0x40 is SEE_MASK_NOCLOSEPROCESS.
-    System::Call '*(&i4 112, &i4 0x40, p $HWNDPARENT, w "runas", w R2, w R1, p 0, &i4 1, &i4 0, p 0, p 0, p 0, p 0, &i4 0, &i4 0, p 0, p 0) p .R3'
+    ; SHELLEXECUTEINFOW, 112 bytes; 0x540: give the process, no box, no delay.
+    System::Call '*(&i4 112, &i4 0x540, p $HWNDPARENT, w "runas", w R2, w R1, p 0, &i4 1, &i4 0, p 0, p 0, p 0, p 0, &i4 0, &i4 0, p 0, p 0) p .R3'
     System::Call 'shell32::ShellExecuteExW(p R3) i .R4 ?e'
     Pop $R5
     ${If} $R4 = 0

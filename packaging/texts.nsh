@@ -15,6 +15,8 @@ ${Text} ASK_DOWNGRADE "Version $0 is installed, which is newer than ${VERSION}. 
   "Version $0 ist installiert und neuer als ${VERSION}. Durch die ältere Version ersetzen?"
 ${Text} PATH_TOO_LONG "The name of the folder is too long. Choose one with at most 200 characters." \
   "Der Name des Ordners ist zu lang. Wählen Sie einen mit höchstens 200 Zeichen."
+${Text} OTHER_FILES "The folder $INSTDIR holds other files. Choose an empty or a new one." \
+  "Der Ordner $INSTDIR enthält andere Dateien. Wählen Sie einen leeren oder einen neuen."
 ${Text} NO_ACCESS "The folder $INSTDIR cannot be written." \
   "In den Ordner $INSTDIR kann nicht geschrieben werden."
 ${Text} NO_REGISTRY "The entry under “Installed apps” cannot be written." \

@@ -125,6 +125,7 @@ Function .onInit
   Call CheckVersion
   Call NeedRuntime
   ${If} ${Silent}
+  ${OrIf} $IsUpdate == 1 ; which does not show the page of the folder
     Call CheckFolder
   ${EndIf}
 FunctionEnd
@@ -148,6 +149,11 @@ Function ReadSwitches
     StrLen $R2 $R1
     IntOp $R2 $R2 + 1
     StrCpy $R0 $R0 "" $R2
+    ${If} $R1 == "/S"
+    ${AndIfNot} ${Silent} ; "/s": NSIS takes capitals only, and a script must get a code, not a window
+      SetSilent silent
+      StrCpy $R1 "$R1 (/S)"
+    ${EndIf}
     ${Select} $R1
       ${Case} "/ALLUSERS"
         StrCpy $IsForAll 1
@@ -250,6 +256,10 @@ SectionEnd
 
 Function .onInstFailed
   Call RemoveStage
+  ${If} $IsUpdate == 1
+  ${AndIf} ${FileExists} "$INSTDIR\wendra.exe"
+    Call StartProgram ; the old version, which was closed
+  ${EndIf}
 FunctionEnd
 
 ; DisplayVersion is written after the files: the tools of administrators read it to learn whether the
@@ -275,6 +285,7 @@ Function WriteRegistry
   ClearErrors
   WriteRegStr SHCTX "${UNINSTALL_KEY}" "DisplayVersion" "${VERSION}"
   ${If} ${Errors}
+    Call RestoreFiles
     ${Fail} ${EXIT_ACCESS} "$(NO_REGISTRY)"
   ${EndIf}
 FunctionEnd
@@ -301,19 +312,31 @@ FunctionEnd
 
 ; ---- the uninstaller
 
-Var PurgesData ; 1: /PURGE, data and configuration of this user are removed too
+Var IsRegistered ; 1: the entry under "Installed apps" is that of this folder
+Var PurgesData   ; 1: /PURGE, data and configuration of this user are removed too
 
 Function un.onInit
   SetOutPath "$TEMP" ; the program's folder would be locked
   SetRegView 64
   StrCpy $IsForAll 0
+  StrCpy $IsElevated 0
   StrCpy $PurgesData 0
   ${GetParameters} $R0
-  ${GetOptions} $R0 "/ALLUSERS" $R1
+  ${GetOptions} $R0 "/ELEVATED" $R1
   ${IfNot} ${Errors}
+    StrCpy $IsElevated 1
+  ${EndIf}
+  ; The folder says whether it was an installation for all users; the switch may be missing.
+  ReadRegStr $R1 HKLM "${UNINSTALL_KEY}" "InstallLocation"
+  ${If} $R1 == $INSTDIR
     StrCpy $IsForAll 1
     SetShellVarContext all
     Call un.GetElevation
+  ${EndIf}
+  StrCpy $IsRegistered 0
+  ReadRegStr $R1 SHCTX "${UNINSTALL_KEY}" "InstallLocation"
+  ${If} $R1 == $INSTDIR
+    StrCpy $IsRegistered 1
   ${EndIf}
   ClearErrors
   ${GetOptions} $R0 "/PURGE" $R1
@@ -327,10 +350,12 @@ FunctionEnd
 Section "un.Wendra"
   Call un.CloseProgram
   Call un.RemoveFiles
-  Delete "$SMPROGRAMS\Wendra.lnk"
-  Delete "$DESKTOP\Wendra.lnk"
-  DeleteRegKey SHCTX "${APP_PATH_KEY}"
-  DeleteRegKey SHCTX "${UNINSTALL_KEY}"
+  ${If} $IsRegistered == 1 ; otherwise these belong to a later installation in another folder
+    Delete "$SMPROGRAMS\Wendra.lnk"
+    Delete "$DESKTOP\Wendra.lnk"
+    DeleteRegKey SHCTX "${APP_PATH_KEY}"
+    DeleteRegKey SHCTX "${UNINSTALL_KEY}"
+  ${EndIf}
   DeleteRegKey HKCU "${UPDATER_KEY}"
   DeleteRegKey /ifempty HKCU "Software\Wendra\Wendra"
   DeleteRegKey /ifempty HKCU "Software\Wendra"

@@ -96,7 +96,7 @@ test('an installation for all users leaves nothing behind when it is removed', a
     assert.equal(await machine.run('C:\\users\\wendra\\own\\uninstall.exe', ['/S']), 0);
     await until('the end of the uninstaller', () =>
       !existsSync(machine.file('own')) && machine.processesOf('Un.exe').length === 0);
-    assert.equal(await machine.run(`${folder}\\uninstall.exe`, ['/ALLUSERS', '/S']), 0);
+    assert.equal(await machine.run(`${folder}\\uninstall.exe`, ['/S']), 0);
     await until('the end of the uninstaller', () =>
       !existsSync(machine.file('.wine/drive_c/Program Files/Wendra')) && machine.processesOf('Un.exe').length === 0);
     assert.deepEqual(await machine.listing(), before);
@@ -166,6 +166,8 @@ const kRefusals = {
   'a folder before another switch': [['/NORUNTIME', '/D=C:\\first', '/S'], 10],
   'a path of more than 200 characters': [silent(`/D=C:\\${'a'.repeat(200)}`), 17],
   'a folder that cannot be made': [silent('/D=Z:\\proc\\wendra'), 11],
+  'a folder with other files': [silent('/D=C:\\users\\wendra'), 20],
+  'a switch in small letters': [['/s', '/NORUNTIME'], 10],
   'a machine without the WebView2 runtime': [['/S'], 19],
 };
 
@@ -249,7 +251,7 @@ test('an installer that is killed leaves a program that starts, and the next one
     }
     assert.equal(await install(machine, '1.1.0.0'), 0);
     assert.ok(isProgram(programOf(machine), '1.1.0.0'));
-    assert.ok(!existsSync(machine.file(`${kFolder}/.new`)));
+    assert.ok(!existsSync(machine.file(`${kFolder}/.wendra-new`)));
   });
 });
 
