@@ -16,11 +16,12 @@
 //
 // Exit codes: 0 nothing failed, 1 something failed, 2 the check could not begin.
 import { execFileSync, spawnSync } from 'node:child_process';
-import { cpSync, existsSync, mkdirSync, mkdtempSync, readFileSync, rmSync } from 'node:fs';
-import { homedir, release, tmpdir } from 'node:os';
+import { cpSync, existsSync, mkdirSync, mkdtempSync, readFileSync, readdirSync, rmSync } from 'node:fs';
+import { release, tmpdir } from 'node:os';
 import { dirname, join, resolve } from 'node:path';
 import { fileURLToPath } from 'node:url';
 import { parseArgs } from 'node:util';
+import { tracesOfUse } from './account.mjs';
 import { runtimeVersion } from './runtime.mjs';
 
 const kHere = dirname(fileURLToPath(import.meta.url));
@@ -102,16 +103,16 @@ function needModules() {
   if (npm.status !== 0) throw new CannotBegin('npm could not install the modules of tests/e2e');
 }
 
-// Wendra's traces in the account; none may be there, as the tests delete them.
+// The folder of the report is emptied, so it must not hold anything else.
+function needReportFolder(report) {
+  const isOther = existsSync(report) && readdirSync(report).length > 0 && !existsSync(join(report, 'results.json'));
+  if (isOther) throw new CannotBegin(`${report} holds other files; choose another folder for the report`);
+}
+
 function needUnusedAccount() {
-  const traces = ['.config/wendra', 'AppData/Local/Wendra']
-    .map((folder) => join(homedir(), folder))
-    .filter((folder) => existsSync(folder) && !(isStandInWanted && folder.includes('AppData')));
-  const keys = ['HKCU\\Software\\Wendra.Desktop', 'HKCU\\Software\\Wendra'];
-  traces.push(...keys.filter((key) => spawnSync('reg', ['query', key]).status === 0));
-  if (traces.length) {
-    throw new CannotBegin(`Wendra has been used in this account (${traces.join(', ')}); leave out --this-account`);
-  }
+  const traces = tracesOfUse();
+  if (traces.length === 0) return;
+  throw new CannotBegin(`Wendra has been used in this account (${traces.join(', ')}); leave out --this-account`);
 }
 
 function needAdministrator() {
@@ -120,9 +121,12 @@ function needAdministrator() {
     "Start this from an administrator's prompt, or use --this-account in an account without Wendra.");
 }
 
-// A copy of the programs with the vendor's libraries beside them.
-function copyPrograms({ programs, vendor }, folder) {
-  const copy = join(folder, 'programs');
+// Copies everything that the tests need to `folder`, with the programs where the tests look for them
+// and the vendor's libraries beside them. Gives the folder of the programs.
+function stage({ programs, vendor }, folder) {
+  const isWanted = (path) => !/[\\/](\.git|build)$/.test(path);
+  cpSync(kRoot, folder, { recursive: true, filter: isWanted });
+  const copy = join(folder, 'build/windows/bin');
   cpSync(programs, copy, { recursive: true });
   for (const name of kLibraries) cpSync(join(vendor, name), join(copy, name));
   return copy;
@@ -132,34 +136,39 @@ const runnerArguments = (root, report, programs, { only }) => [
   join(root, 'tests/windows/run_all.mjs'), report, '--programs', programs, ...(only ? ['--only', only] : []),
 ];
 
-function runHere(options) {
-  const folder = mkdtempSync(join(tmpdir(), 'wendra-check-'));
-  try {
-    const programs = isStandInWanted ? options.programs : copyPrograms(options, folder);
-    const args = runnerArguments(kRoot, options.report, programs, options);
-    return spawnSync(process.execPath, args, { stdio: 'inherit' }).status;
-  } finally {
-    rmSync(folder, { recursive: true, force: true, maxRetries: 20 });
-  }
+function exitCodeOf({ status, error }) {
+  if (status === null) throw new CannotBegin(`the tests did not run: ${error?.message ?? 'they were ended'}`);
+  return status;
 }
 
-// Copies all that the tests need to a folder that another account can read, and runs them there.
+function runHere(options) {
+  const run = (root, programs) => exitCodeOf(spawnSync(process.execPath,
+    runnerArguments(root, options.report, programs, options), { stdio: 'inherit' }));
+  if (isStandInWanted) return run(kRoot, options.programs);
+  return inFolder(tmpdir(), (folder) => run(folder, stage(options, folder)));
+}
+
+// The account cannot read the person's folders, so everything is copied to where it can.
 function runInOwnAccount(options) {
-  const folder = mkdtempSync(join(process.env.ProgramData, 'wendra-check-'));
-  try {
-    for (const part of ['tests', 'tools', 'page']) {
-      cpSync(join(kRoot, part), join(folder, part), { recursive: true });
-    }
-    const programs = copyPrograms(options, folder);
+  return inFolder(process.env.ProgramData, (folder) => {
+    const programs = stage(options, folder);
     const node = join(folder, 'node.exe');
     cpSync(process.execPath, node);
     const result = join(folder, 'report');
     mkdirSync(result);
     execFileSync('icacls', [result, '/grant', '*S-1-5-32-545:(OI)(CI)M'], { stdio: 'ignore' }); // Users
-    const { status } = spawnSync(join(programs, 'own_account.exe'),
+    const ended = spawnSync(join(programs, 'own_account.exe'),
       [node, ...runnerArguments(folder, result, programs, options)], { stdio: 'inherit' });
     cpSync(result, options.report, { recursive: true });
-    return status;
+    return exitCodeOf(ended);
+  });
+}
+
+// Calls `use` with a new folder below `parent`, and deletes the folder afterwards.
+function inFolder(parent, use) {
+  const folder = mkdtempSync(join(parent, 'wendra-check-'));
+  try {
+    return use(folder);
   } finally {
     rmSync(folder, { recursive: true, force: true, maxRetries: 20 });
   }
@@ -173,6 +182,7 @@ function main() {
   needLibraries(vendor);
   const programs = needPrograms(options.programs);
   needModules();
+  needReportFolder(report);
   if (options['this-account']) needUnusedAccount();
   else needAdministrator();
   rmSync(report, { recursive: true, force: true });
@@ -182,6 +192,8 @@ function main() {
   console.log(`report: ${join(report, 'index.html')}`);
 }
 
+// Ctrl+C reaches the programs too; this one waits for their end, and deletes what it has made.
+for (const signal of ['SIGINT', 'SIGBREAK']) process.on(signal, () => {});
 try {
   main();
 } catch (error) {

@@ -1,6 +1,6 @@
 // Questions to the machine that need cmd.exe or a running host. Each is [name, function]; the
 // function gives the answer or throws. questions.mjs says what we expect.
-import { execFileSync } from 'node:child_process';
+import { execFileSync, spawnSync } from 'node:child_process';
 import { mkdtempSync, readFileSync, rmSync, writeFileSync } from 'node:fs';
 import { tmpdir } from 'node:os';
 import { join } from 'node:path';
@@ -30,8 +30,10 @@ function argumentOfBatchFile() {
   }
 }
 
-// The account is one for the check, which has no such settings of its own.
 function withShellSetting(name, value, ask) {
+  if (spawnSync('reg', ['query', kShellSettings, '/v', name]).status === 0) {
+    throw new Error('this account has such a setting of its own');
+  }
   execFileSync('reg', ['add', kShellSettings, '/v', name, '/t', 'REG_DWORD', '/d', value, '/f'], { stdio: 'ignore' });
   try {
     return ask();

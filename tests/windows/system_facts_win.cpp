@@ -147,8 +147,8 @@ TEST(SystemFacts, CancelSynchronousIoOfABlockedRead) {
 // A quit message that is posted while the user moves the window.
 TEST(SystemFacts, QuitMessageWhileMoving) {
   const HWND window = MakeTestWindow();
-  SetTimer(window, 1, 200, [](HWND, UINT, UINT_PTR timer, DWORD) {
-    KillTimer(nullptr, timer);
+  SetTimer(window, 1, 200, [](HWND owner, UINT, UINT_PTR timer, DWORD) {
+    KillTimer(owner, timer);
     PostQuitMessage(7);
   });
   // Escape ends the loop if the quit message does not.
