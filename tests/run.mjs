@@ -23,7 +23,7 @@ const kLongerLimitsMs = [
   // Many cases, and each starts a host.
   [/^e2e-(failing_start|mcp_bounds|mcp_ending|prompt|startup|unkind_control|update)$/, 6 * 60_000],
   [/^check-check$/, 6 * 60_000], // many tests of the program, and of its units
-  [/^packaging-installer$/, 6 * 60_000], // dozens of installations
+  [/^packaging-installer$/, 10 * 60_000], // dozens of installations
   [/^vendor-/, 6 * 60_000], // fetches a package, and compiles a dozen programs
   [/^e2e-conformance$/, 6 * 60_000], // the whole official suite in one test, a host for each part
 ];
